@@ -1,0 +1,73 @@
+# Shared build rules: flags, one precompiled header for every target, helpers for libraries and tests.
+include_guard()
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release)
+endif()
+
+# One code model everywhere, so that one precompiled header serves libraries and programs alike.
+add_compile_options(-fPIC)
+add_compile_definitions(QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII QT_NO_FOREACH _REENTRANT)
+
+find_program(CCACHE ccache)
+if(CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE})
+    add_compile_options(-fpch-preprocess)
+endif()
+find_program(MOLD mold)
+if(MOLD)
+    add_link_options(-fuse-ld=mold)
+endif()
+
+set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers for the whole build: address,undefined or thread")
+if(CORVANE_SANITIZE)
+    add_compile_options(-fsanitize=${CORVANE_SANITIZE} -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${CORVANE_SANITIZE})
+    # The sanitizers' own instrumentation trips flow analysis in library headers.
+    add_compile_options(-Wno-maybe-uninitialized)
+    if(CORVANE_SANITIZE STREQUAL "thread")
+        # Boost.Asio and the standard library use fences, which the thread sanitizer warns about.
+        add_compile_options(-Wno-tsan)
+    endif()
+endif()
+
+function(corvane_warnings target)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+endfunction()
+
+function(corvane_precompiled target)
+    target_precompile_headers(${target} REUSE_FROM Precompiled)
+    target_link_libraries(${target} PRIVATE QCoro6::Core Boost::json)
+endfunction()
+
+# corvane_library(NAME SOURCES ... PUBLIC libs... PRIVATE libs...)
+# A layer: its own folder is its include path, so only those who link it can include it.
+function(corvane_library name)
+    cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    add_library(${name} STATIC ${arg_SOURCES})
+    target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
+    target_link_libraries(${name} PUBLIC Qt6::Core ${arg_PUBLIC} PRIVATE ${arg_PRIVATE})
+    corvane_precompiled(${name})
+    corvane_warnings(${name})
+endfunction()
+
+# corvane_test(NAME LABEL unit|integration SOURCES ... LIBS ... [TIMEOUT s])
+function(corvane_test name)
+    cmake_parse_arguments(arg "" "LABEL;TIMEOUT" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE Qt6::Test ${arg_LIBS})
+    corvane_precompiled(${name})
+    corvane_warnings(${name})
+    add_test(NAME ${name} COMMAND ${name})
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 60)
+    endif()
+    set_tests_properties(${name} PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT}
+        ENVIRONMENT "QT_LOGGING_RULES=;TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/tsan.supp;LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/lsan.supp;UBSAN_OPTIONS=print_stacktrace=1")
+endfunction()

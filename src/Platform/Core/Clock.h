@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Completion.h"
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+
+#include <QtGlobal>
+
+namespace platform {
+
+// The wall clock, to the microsecond.
+using WallTime = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
+
+// A running timer. Destroying it, also from inside its own tick, stops it.
+class Timer {
+public:
+    virtual ~Timer() = default;
+};
+
+// Time as the program sees it: injected, so that tests turn it by hand.
+class Clock {
+public:
+    virtual ~Clock() = default;
+
+    // Any thread.
+    virtual WallTime now() const = 0;
+    // Time since an arbitrary point, unaffected by changes of the wall clock. Any thread.
+    virtual std::chrono::nanoseconds monotonic() const = 0;
+
+    // Timers run on the main thread. A repeating timer keeps pace: tick n is due at start + n * interval, and a
+    // late tick does not move the ones after it.
+    virtual std::unique_ptr<Timer> repeat(std::chrono::milliseconds interval, std::function<void()> tick) = 0;
+    virtual std::unique_ptr<Timer> once(std::chrono::milliseconds delay, std::function<void()> fire) = 0;
+
+    // co_await clock.sleep(1s), on the main thread. Throws OperationCancelled when the clock goes away first.
+    Completion<void> sleep(std::chrono::milliseconds delay);
+
+    // Milliseconds since the Unix epoch, truncated: the unit of the wire and of the store. Any thread.
+    qint64 nowMilliseconds() const {
+        return static_cast<qint64>(std::chrono::duration<double>(now().time_since_epoch()).count() * 1000.0);
+    }
+
+private:
+    std::map<quint64, std::unique_ptr<Timer>> m_sleepers;
+    quint64 m_nextSleeper = 0;
+};
+
+} // namespace platform

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QHash>
+#include <QString>
+
+#include <optional>
+
+namespace platform {
+
+// What an installed program knows about itself: a flat JSON object of strings in one file beside the program.
+class ApplicationInfo {
+public:
+    ApplicationInfo() = default;
+    explicit ApplicationInfo(QHash<QString, QString> values)
+        : m_values(std::move(values)) {}
+
+    // The file named by the environment variable `overrideVariable` if set, else the first that exists of
+    // <dir of the executable>/<fileName> and <dir>/../share/<shareFolder>/<fileName>. A missing or unreadable file,
+    // and a value that is no string, is absent.
+    static ApplicationInfo load(const QString& fileName, const QString& shareFolder, const char* overrideVariable);
+    static ApplicationInfo fromJson(const QByteArray& json);
+
+    std::optional<QString> string(const QString& key) const;
+
+private:
+    QHash<QString, QString> m_values;
+};
+
+} // namespace platform

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QUrl>
+
+#include <memory>
+
+namespace platform {
+
+// The program on the session bus, as org.freedesktop.Application: links and activation of later starts arrive here.
+// Main thread.
+class SessionApplication : public QObject {
+    Q_OBJECT
+
+public:
+    enum class Start {
+        // This process is the one instance.
+        first,
+        // Another instance has been activated: this process should end.
+        handedOver,
+        // No session bus: the program runs, without links.
+        noBus,
+    };
+
+    ~SessionApplication() override = default;
+
+    // Registers the object first and the name last, so that no call is lost in between.
+    virtual Start start() = 0;
+
+Q_SIGNALS:
+    void openRequested(QList<QUrl> urls);
+    void activated();
+};
+
+// `applicationId` is a bus name in reverse-domain form; the object path follows from it.
+std::unique_ptr<SessionApplication> makeSessionApplication(const QString& applicationId);
+
+} // namespace platform

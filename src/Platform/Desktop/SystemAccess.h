@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+#include <QCoroTask>
+
+#include <memory>
+
+namespace platform {
+
+enum class MicrophoneAuthorization { notDetermined, restricted, denied, authorized };
+
+// What the desktop grants and opens for the program.
+class SystemAccess {
+public:
+    virtual ~SystemAccess() = default;
+
+    // Opens an address in what the user has chosen for it; a system settings address opens the nearest page of the
+    // running desktop. False when nothing could be started, with one log line.
+    virtual bool open(const QString& address) = 0;
+    // This desktop guards the microphone at the sound server, so a program always may try.
+    virtual MicrophoneAuthorization microphoneAuthorization() const { return MicrophoneAuthorization::authorized; }
+    // Asks the user when nothing is determined yet.
+    virtual QCoro::Task<bool> requestMicrophoneAccess() { co_return true; }
+    virtual bool screenCaptureAllowed() const { return true; }
+    virtual void requestScreenCapture() {}
+};
+
+std::unique_ptr<SystemAccess> makeSystemAccess();
+
+} // namespace platform

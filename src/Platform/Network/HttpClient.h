@@ -1,0 +1,78 @@
+#pragma once
+
+#include <QByteArray>
+#include <QCoroTask>
+#include <QList>
+#include <QString>
+#include <QUrl>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+
+namespace platform {
+
+struct HttpHeader {
+    QByteArray name;
+    QByteArray value;
+};
+
+// A request leaves with exactly these headers besides those of the transport (Host, Content-Length, Connection,
+// User-Agent, Accept-*): no Content-Type, Cookie or Authorization of the library's own. `url` is already encoded.
+struct HttpRequest {
+    QByteArray method;
+    QUrl url;
+    QList<HttpHeader> headers;
+    // Absent: a request without a body, which a POST states as Content-Length 0.
+    std::optional<QByteArray> body;
+    std::chrono::milliseconds timeout{60'000};
+    // A longer response body fails with HttpError::tooLarge.
+    qint64 maxBodyBytes = 8 * 1024 * 1024;
+};
+
+struct HttpResponse {
+    int status = 0;
+    QUrl url;
+    // In the order of the wire; a repeated header (Set-Cookie) stands once for each occurrence.
+    QList<HttpHeader> headers;
+    QByteArray body;
+
+    // The first header of that name, case-insensitive; nothing when absent.
+    std::optional<QByteArray> header(const QByteArray& name) const;
+};
+
+class HttpError : public std::runtime_error {
+public:
+    enum class Kind { timedOut, hostNotFound, cannotConnect, connectionLost, tlsFailed, proxyFailed, notHttp, tooLarge, other };
+
+    HttpError(Kind kind, const QString& text)
+        : std::runtime_error(text.toStdString())
+        , m_kind(kind) {}
+    Kind kind() const { return m_kind; }
+
+private:
+    Kind m_kind;
+};
+
+// One HTTP session. Redirects are not followed: a 3xx answer is an answer, so a bearer token never reaches another
+// host. Proxy and host name are looked up anew for each request. Certificates are verified against the system's
+// store, or against the file that the environment variable SSL_CERT_FILE names, as OpenSSL programs do.
+class HttpClient {
+public:
+    virtual ~HttpClient() = default;
+
+    // Main thread. Throws HttpError when no complete HTTP answer came; any status is an answer.
+    virtual QCoro::Task<HttpResponse> execute(HttpRequest request) = 0;
+};
+
+enum class HttpSessionKind {
+    // Nothing on disk, no cookies kept or sent, no cache.
+    ephemeral,
+    // Cookies are kept in memory and sent back.
+    shared,
+};
+
+std::unique_ptr<HttpClient> makeHttpClient(HttpSessionKind kind);
+
+} // namespace platform

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+namespace platform {
+
+// The per-user defaults: keyed strings, numbers, booleans and byte blocks. Main thread. A write is on disk when the
+// call returns; a value of another kind reads as absent.
+class DefaultsStore {
+public:
+    virtual ~DefaultsStore() = default;
+
+    virtual bool contains(const QString& key) const = 0;
+    virtual std::optional<QString> string(const QString& key) const = 0;
+    virtual std::optional<bool> boolean(const QString& key) const = 0;
+    virtual std::optional<qint64> integer(const QString& key) const = 0;
+    virtual std::optional<double> real(const QString& key) const = 0;
+    virtual std::optional<QByteArray> data(const QString& key) const = 0;
+
+    virtual void setString(const QString& key, const QString& value) = 0;
+    virtual void setBoolean(const QString& key, bool value) = 0;
+    virtual void setInteger(const QString& key, qint64 value) = 0;
+    virtual void setReal(const QString& key, double value) = 0;
+    virtual void setData(const QString& key, const QByteArray& value) = 0;
+    virtual void remove(const QString& key) = 0;
+};
+
+// An INI file that can be read and edited by hand, readable by the user alone (mode 0600).
+std::unique_ptr<DefaultsStore> makeFileDefaultsStore(const QString& path);
+// In memory, for tests.
+std::unique_ptr<DefaultsStore> makeMemoryDefaultsStore();
+
+} // namespace platform

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "AudioHost.h"
+#include "AudioModels.h"
+#include "Clock.h"
+
+#include <QByteArray>
+#include <QCoroTask>
+#include <QList>
+#include <QObject>
+
+#include <stdexcept>
+
+class CaptureError : public std::runtime_error {
+public:
+    enum Kind { noDisplay, noPermission, noMicrophone };
+    explicit CaptureError(Kind kind);
+    Kind kind() const { return m_kind; }
+
+private:
+    Kind m_kind;
+};
+
+// Brings system audio (the candidate) and the microphone (the interviewer) in, as WAV chunks and speech events.
+// Operations on the main thread; each signal says where it is emitted.
+class AudioCaptureService : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool isCapturing READ isCapturing NOTIFY isCapturingChanged)
+    Q_PROPERTY(bool isMicCapturing READ isMicCapturing NOTIFY isMicCapturingChanged)
+    Q_PROPERTY(quint32 sampleRate READ sampleRate NOTIFY sampleRateChanged)
+
+public:
+    AudioCaptureService(platform::AudioHost& host, platform::Clock& clock);
+    ~AudioCaptureService() override;
+
+    bool isCapturing() const;
+    bool isMicCapturing() const;
+    quint32 sampleRate() const; // Hz
+
+    // Throws CaptureError or platform::AudioError. A start while running, in any mode, is skipped and succeeds.
+    QCoro::Task<void> startCapture(AudioCaptureMode mode, VadConfig vadConfig);
+    void stopSystemCapture();
+    QCoro::Task<void> startMicrophoneCapture();
+    void stopMicrophoneCapture();
+
+    QCoro::Task<bool> checkPermission();
+    QCoro::Task<QList<AudioDevice>> getInputDevices();
+    QCoro::Task<QList<AudioDevice>> getOutputDevices();
+
+Q_SIGNALS:
+    void isCapturingChanged();
+    void isMicCapturingChanged();
+    void sampleRateChanged();
+
+    // A WAV file of system audio. Main thread in mode rawStreaming, the system audio thread in mode vad.
+    void speechDetected(const QByteArray& wav);
+    // A WAV file of 80 ms of the microphone, on the microphone's thread.
+    void micAudioDetected(const QByteArray& wav);
+    void captureStarted(quint32 sampleRate);
+    void captureStopped();
+    void recordingProgress(int seconds);
+    // On the system audio thread. `at` is in milliseconds since the Unix epoch.
+    void candidateSpeechStarted();
+    void candidateSpeechStopped(qint64 at);
+
+private:
+    class Private;
+    std::unique_ptr<Private> d;
+};

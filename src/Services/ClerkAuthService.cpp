@@ -1,0 +1,1 @@
+#include "ClerkAuthService.h"

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "HttpClient.h"
+
+#include <QObject>
+#include <QPointer>
+
+#include <stdexcept>
+
+class ClerkAuthService;
+
+class APIError : public std::runtime_error {
+public:
+    enum Kind { httpError, invalidConfiguration, unauthorized };
+
+    // `status` only for httpError.
+    explicit APIError(Kind kind, int status = 0);
+    Kind kind() const { return m_kind; }
+    int status() const { return m_status; }
+    bool operator==(const APIError& other) const { return m_kind == other.m_kind && m_status == other.m_status; }
+
+private:
+    Kind m_kind;
+    int m_status;
+};
+
+// The backend's REST side: makes sure that a session exists there for this machine. Main thread.
+class CorvaneAPIService : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString baseURL READ baseURL WRITE setBaseURL NOTIFY baseURLChanged)
+
+public:
+    // `machineId`: this machine's identifier, the same for the life of the installation (see App).
+    CorvaneAPIService(QString baseURL, ClerkAuthService* auth, platform::HttpClient& http, QString machineId);
+
+    const QString& baseURL() const { return m_baseURL; }
+    void setBaseURL(const QString& baseURL);
+
+    QString getMachineId() const { return m_machineId; }
+    // Throws APIError, platform::HttpError, or what getFreshJWT() throws.
+    QCoro::Task<void> ensureMachineSession();
+
+Q_SIGNALS:
+    void baseURLChanged();
+
+private:
+    QCoro::Task<platform::HttpRequest> makeRequest(QString path, QByteArray method, QByteArray body,
+                                                   QByteArray contentType);
+    QCoro::Task<int> attempt(QByteArray body);
+
+    QString m_baseURL;
+    QPointer<ClerkAuthService> m_auth;
+    platform::HttpClient& m_http;
+    QString m_machineId;
+};

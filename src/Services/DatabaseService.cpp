@@ -1,0 +1,1 @@
+#include "DatabaseService.h"

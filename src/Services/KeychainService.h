@@ -1,0 +1,33 @@
+#pragma once
+
+#include "SecretStore.h"
+
+#include <QObject>
+
+#include <optional>
+
+// The program's secrets, scoped by the service name. Main thread. No operation reports a cause.
+class KeychainService : public QObject {
+    Q_OBJECT
+
+public:
+    KeychainService(QString serviceName, platform::SecretStore& store);
+
+    // Nothing when there is no item, it cannot be read now, or it is no valid UTF-8.
+    std::optional<platform::Secret> get(const QString& key) const;
+    // True while the store is locked: what get() does not give may still be there.
+    bool isLocked(const QString& key) const;
+    void save(const QString& key, const platform::Secret& value);
+    // True when an item was deleted. ("delete" is a keyword.)
+    bool remove(const QString& key);
+
+    const QString& serviceName() const { return m_serviceName; }
+
+Q_SIGNALS:
+    // Items that could not be read before may be readable now.
+    void unlocked();
+
+private:
+    QString m_serviceName;
+    platform::SecretStore& m_store;
+};

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "Secret.h"
+
+#include <QString>
+#include <QUrl>
+
+#include <boost/json/object.hpp>
+
+#include <optional>
+#include <variant>
+
+// The commands that the client sends as JSON text.
+struct WSCommand {
+    struct SetSession { QString sessionId; };
+    struct Chat { QString message; };
+    struct InterviewId { QString id; };
+    struct ActiveQuestion { QString question; };
+    struct SetFollowUps { bool enabled; };
+    struct SetEnglishAssessment { bool enabled; };
+    struct NewChat {};
+    struct EndInterview {};
+
+    std::variant<SetSession, Chat, InterviewId, ActiveQuestion, SetFollowUps, SetEnglishAssessment, NewChat, EndInterview>
+        payload;
+
+    static WSCommand setSession(QString sessionId) { return {SetSession{std::move(sessionId)}}; }
+    static WSCommand chat(QString message) { return {Chat{std::move(message)}}; }
+    static WSCommand interviewId(QString id) { return {InterviewId{std::move(id)}}; }
+    static WSCommand activeQuestion(QString question) { return {ActiveQuestion{std::move(question)}}; }
+    static WSCommand setFollowUps(bool enabled) { return {SetFollowUps{enabled}}; }
+    static WSCommand setEnglishAssessment(bool enabled) { return {SetEnglishAssessment{enabled}}; }
+    static WSCommand newChat() { return {NewChat{}}; }
+    static WSCommand endInterview() { return {EndInterview{}}; }
+
+    // The object of the wire, `type` included.
+    boost::json::object toJson() const;
+};
+
+enum class WSServerMessageType {
+    sessionResumed, setSession, chatChunk, chatDone, audioAck, assessmentChunk, assessmentDone, assessment,
+    endInterviewAck, chatQuestions, chatInterviewPlan, requestActiveQuestion, processingStatus, candidateSpeaking,
+    candidateStoppedSpeaking, setEnglishAssessment, error,
+};
+std::optional<WSServerMessageType> serverMessageType(std::string_view rawValue);
+
+struct SessionResumedPayload {
+    QString sessionId; // empty when the server gave none
+    std::optional<QString> interviewId;
+};
+
+// The address of the socket under a backend root. Nothing, after a log line if the text is no URL, when there is none.
+std::optional<QUrl> webSocketUrl(const QString& baseURL, const platform::Secret& token);

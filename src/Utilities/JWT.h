@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Clock.h"
+#include "Secret.h"
+
+#include <stdexcept>
+
+// Reading of a session token's expiry (RFC 7519). The signature is not checked.
+namespace JWT {
+
+class Error : public std::runtime_error {
+public:
+    enum Kind { malformed, invalidPayload, missingExp };
+
+    explicit Error(Kind kind);
+    Kind kind() const { return m_kind; }
+
+private:
+    Kind m_kind;
+};
+
+// Throws Error.
+platform::WallTime expiry(const platform::Secret& token);
+// True when less than `safetyMargin` seconds are left. Throws Error.
+bool needsRefresh(const platform::Secret& token, double safetyMargin, platform::WallTime now);
+
+} // namespace JWT

@@ -1,0 +1,1 @@
+#include "WAVEncoder.h"
