@@ -14,13 +14,13 @@ enum class AudioCaptureMode {
 // Settings of the voice activity detector. Its JSON keys are the field names, all required.
 struct VadConfig {
     bool enabled;
-    int hopSize;            // samples a hop, at least 1
-    float sensitivityRMS;   // a hop at or above is speech
-    float peakThreshold;    // a hop with such a peak magnitude is speech
-    int silenceChunks;      // hangover: silent hops in a row that end speech
-    int minSpeechChunks;    // speech hops that make a segment count
-    int preSpeechChunks;    // hops kept from before the onset
-    float noiseGateThreshold; // RMS below which a hop is silence whatever its peak
+    int hopSize;                  // samples a hop, at least 1
+    float sensitivityRMS;         // a hop at or above is speech
+    float peakThreshold;          // a hop with such a peak magnitude is speech
+    int silenceChunks;            // hangover: silent hops in a row that end speech
+    int minSpeechChunks;          // speech hops that make a segment count
+    int preSpeechChunks;          // hops kept from before the onset
+    float noiseGateThreshold;     // RMS below which a hop is silence whatever its peak
     int maxRecordingDurationSecs; // seconds after the onset at which a segment is cut
 
     bool operator==(const VadConfig&) const = default;

@@ -21,8 +21,8 @@ private:
     Kind m_kind;
 };
 
-// Brings system audio (the candidate) and the microphone (the interviewer) in, as WAV chunks and speech events.
-// Operations on the main thread; each signal says where it is emitted.
+// Brings system audio (the candidate) and the microphone (the interviewer) in, as WAV chunks and speech
+// events. Operations on the main thread; each signal says where it is emitted.
 class AudioCaptureService : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isCapturing READ isCapturing NOTIFY isCapturingChanged)
@@ -37,7 +37,8 @@ public:
     bool isMicCapturing() const;
     quint32 sampleRate() const; // Hz
 
-    // Throws CaptureError or platform::AudioError. A start while running, in any mode, is skipped and succeeds.
+    // Throws CaptureError or platform::AudioError. A start while running, in any mode, is skipped and
+    // succeeds.
     QCoro::Task<void> startCapture(AudioCaptureMode mode, VadConfig vadConfig);
     void stopSystemCapture();
     QCoro::Task<void> startMicrophoneCapture();

@@ -13,8 +13,8 @@
 class ClerkClient;
 class KeychainService;
 
-// Who is signed in: the flow of e-mail address and code, the stored identity, and the only source of bearer tokens.
-// Main thread.
+// Who is signed in: the flow of e-mail address and code, the stored identity, and the only source of bearer
+// tokens. Main thread.
 class ClerkAuthService : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isSignedIn READ isSignedIn NOTIFY stateChanged)

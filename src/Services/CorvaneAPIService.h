@@ -17,7 +17,9 @@ public:
     explicit APIError(Kind kind, int status = 0);
     Kind kind() const { return m_kind; }
     int status() const { return m_status; }
-    bool operator==(const APIError& other) const { return m_kind == other.m_kind && m_status == other.m_status; }
+    bool operator==(const APIError& other) const {
+        return m_kind == other.m_kind && m_status == other.m_status;
+    }
 
 private:
     Kind m_kind;

@@ -11,8 +11,8 @@
 struct sqlite3;
 struct sqlite3_stmt;
 
-// The program's one SQLite store: conversations, messages, system prompts and a key-value table. Main thread. Failures
-// go to standard output; operations then give their empty result.
+// The program's one SQLite store: conversations, messages, system prompts and a key-value table. Main thread.
+// Failures go to standard output; operations then give their empty result.
 class DatabaseService {
 public:
     // Opens <dataFolder>/com.corvane.interview-assistant/corvane.db, creating folders and tables as needed.
@@ -38,7 +38,8 @@ public:
 
     void createSystemPrompt(const QString& name, const QString& prompt);
     QList<SystemPrompt> getAllSystemPrompts();
-    void updateSystemPrompt(qint64 id, const std::optional<QString>& name, const std::optional<QString>& prompt);
+    void updateSystemPrompt(qint64 id, const std::optional<QString>& name,
+                            const std::optional<QString>& prompt);
     void deleteSystemPrompt(qint64 id);
 
     const QString& dbPath() const { return m_dbPath; }

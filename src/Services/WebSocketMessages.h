@@ -12,16 +12,29 @@
 
 // The commands that the client sends as JSON text.
 struct WSCommand {
-    struct SetSession { QString sessionId; };
-    struct Chat { QString message; };
-    struct InterviewId { QString id; };
-    struct ActiveQuestion { QString question; };
-    struct SetFollowUps { bool enabled; };
-    struct SetEnglishAssessment { bool enabled; };
+    struct SetSession {
+        QString sessionId;
+    };
+    struct Chat {
+        QString message;
+    };
+    struct InterviewId {
+        QString id;
+    };
+    struct ActiveQuestion {
+        QString question;
+    };
+    struct SetFollowUps {
+        bool enabled;
+    };
+    struct SetEnglishAssessment {
+        bool enabled;
+    };
     struct NewChat {};
     struct EndInterview {};
 
-    std::variant<SetSession, Chat, InterviewId, ActiveQuestion, SetFollowUps, SetEnglishAssessment, NewChat, EndInterview>
+    std::variant<SetSession, Chat, InterviewId, ActiveQuestion, SetFollowUps, SetEnglishAssessment, NewChat,
+                 EndInterview>
         payload;
 
     static WSCommand setSession(QString sessionId) { return {SetSession{std::move(sessionId)}}; }
@@ -38,9 +51,23 @@ struct WSCommand {
 };
 
 enum class WSServerMessageType {
-    sessionResumed, setSession, chatChunk, chatDone, audioAck, assessmentChunk, assessmentDone, assessment,
-    endInterviewAck, chatQuestions, chatInterviewPlan, requestActiveQuestion, processingStatus, candidateSpeaking,
-    candidateStoppedSpeaking, setEnglishAssessment, error,
+    sessionResumed,
+    setSession,
+    chatChunk,
+    chatDone,
+    audioAck,
+    assessmentChunk,
+    assessmentDone,
+    assessment,
+    endInterviewAck,
+    chatQuestions,
+    chatInterviewPlan,
+    requestActiveQuestion,
+    processingStatus,
+    candidateSpeaking,
+    candidateStoppedSpeaking,
+    setEnglishAssessment,
+    error,
 };
 std::optional<WSServerMessageType> serverMessageType(std::string_view rawValue);
 
@@ -49,5 +76,6 @@ struct SessionResumedPayload {
     std::optional<QString> interviewId;
 };
 
-// The address of the socket under a backend root. Nothing, after a log line if the text is no URL, when there is none.
+// The address of the socket under a backend root. Nothing, after a log line if the text is no URL, when there
+// is none.
 std::optional<QUrl> webSocketUrl(const QString& baseURL, const platform::Secret& token);

@@ -12,8 +12,9 @@
 class ClerkAuthService;
 class CorvaneAPIService;
 
-// Keeps one WebSocket to the backend alive while the user is signed in: handshake, ping, reconnection with backoff,
-// recovery of a lost session; and turns the server's messages into signals. Main thread unless said otherwise.
+// Keeps one WebSocket to the backend alive while the user is signed in: handshake, ping, reconnection with
+// backoff, recovery of a lost session; and turns the server's messages into signals. Main thread unless said
+// otherwise.
 class WebSocketService : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isConnected READ isConnected NOTIFY isConnectedChanged)
@@ -27,7 +28,8 @@ public:
     using SendHandler = std::function<void(std::exception_ptr)>;
 
     // The monitor may be null.
-    WebSocketService(platform::WebSocketFactory& factory, platform::Clock& clock, platform::ConnectivityMonitor* monitor);
+    WebSocketService(platform::WebSocketFactory& factory, platform::Clock& clock,
+                     platform::ConnectivityMonitor* monitor);
     ~WebSocketService() override;
 
     // Weak. Without them no connection is made.
@@ -37,7 +39,7 @@ public:
     bool isConnected() const;
     bool isReconnecting() const;
     const std::optional<QString>& authError() const;
-    QString authErrorText() const; // empty when there is none
+    QString authErrorText() const;  // empty when there is none
     int reconnectCountdown() const; // s
     int currentAttempt() const;
 
@@ -45,13 +47,14 @@ public:
     void disconnect();
     void manualReconnect();
 
-    // Throw platform::WebSocketError; `notConnected` when there is no connection. Complete when the frame has left.
+    // Throw platform::WebSocketError; `notConnected` when there is no connection. Complete when the frame has
+    // left.
     QCoro::Task<void> send(WSCommand command);
     QCoro::Task<void> sendCandidateSpeechStart();
     QCoro::Task<void> sendCandidateSpeechStop(qint64 at); // ms since the Unix epoch
     QCoro::Task<void> sendBinary(QByteArray data, quint8 streamFlag);
-    // Any thread; frames leave in the order of the calls. `done` is called once, on any thread. Before the server has
-    // confirmed the session the data is dropped and `done` reports success.
+    // Any thread; frames leave in the order of the calls. `done` is called once, on any thread. Before the
+    // server has confirmed the session the data is dropped and `done` reports success.
     void sendBinary(QByteArray data, quint8 streamFlag, SendHandler done);
 
 Q_SIGNALS:

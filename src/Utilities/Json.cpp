@@ -13,7 +13,7 @@ constexpr std::size_t maxDepth = 64;
     throw DecodingError(std::string(what) + ": " + std::string(key));
 }
 
-template <typename Get>
+template<typename Get>
 auto required(const boost::json::object& object, std::string_view key, Get get) {
     const auto* value = object.if_contains(key);
     if (!value) {
@@ -26,8 +26,9 @@ auto required(const boost::json::object& object, std::string_view key, Get get) 
     return *found;
 }
 
-template <typename Get>
-auto optional(const boost::json::object& object, std::string_view key, Get get) -> decltype(get(boost::json::value())) {
+template<typename Get>
+auto optional(const boost::json::object& object, std::string_view key, Get get)
+    -> decltype(get(boost::json::value())) {
     const auto* value = object.if_contains(key);
     if (!value || value->is_null()) {
         return std::nullopt;
@@ -66,8 +67,8 @@ boost::json::value parse(const QByteArray& text) {
     boost::json::parse_options options;
     options.max_depth = maxDepth;
     boost::system::error_code error;
-    auto value = boost::json::parse(std::string_view(text.constData(), static_cast<size_t>(text.size())), error, {},
-                                    options);
+    auto value = boost::json::parse(std::string_view(text.constData(), static_cast<size_t>(text.size())),
+                                    error, {}, options);
     if (error) {
         throw DecodingError("not a JSON document: " + error.message());
     }
@@ -122,7 +123,9 @@ qint64 requiredInteger(const boost::json::object& object, std::string_view key) 
     return required(object, key, integerOf);
 }
 
-double requiredReal(const boost::json::object& object, std::string_view key) { return required(object, key, realOf); }
+double requiredReal(const boost::json::object& object, std::string_view key) {
+    return required(object, key, realOf);
+}
 
 bool requiredBoolean(const boost::json::object& object, std::string_view key) {
     return required(object, key, booleanOf);

@@ -29,8 +29,8 @@ QByteArray serializeSorted(const boost::json::object& object);
 QString toQString(std::string_view utf8);
 boost::json::string toJson(const QString& text);
 
-// Strict access: a missing key, null or a value of another kind throws DecodingError. A number is no boolean, 1.5 is
-// no integer.
+// Strict access: a missing key, null or a value of another kind throws DecodingError. A number is no
+// boolean, 1.5 is no integer.
 const boost::json::object& asObject(const boost::json::value& value);
 const boost::json::array& asArray(const boost::json::value& value);
 QString requiredString(const boost::json::object& object, std::string_view key);

@@ -28,7 +28,9 @@ platform::WallTime FakeClock::now() const {
     return platform::WallTime(std::chrono::microseconds(m_wallMicroseconds.load()));
 }
 
-std::chrono::nanoseconds FakeClock::monotonic() const { return std::chrono::nanoseconds(m_monotonicNanoseconds.load()); }
+std::chrono::nanoseconds FakeClock::monotonic() const {
+    return std::chrono::nanoseconds(m_monotonicNanoseconds.load());
+}
 
 std::unique_ptr<platform::Timer> FakeClock::add(std::chrono::nanoseconds interval, bool repeats,
                                                 std::function<void()> tick) {
@@ -37,11 +39,13 @@ std::unique_ptr<platform::Timer> FakeClock::add(std::chrono::nanoseconds interva
     return std::make_unique<Handle>(m_timers, id);
 }
 
-std::unique_ptr<platform::Timer> FakeClock::repeat(std::chrono::milliseconds interval, std::function<void()> tick) {
+std::unique_ptr<platform::Timer> FakeClock::repeat(std::chrono::milliseconds interval,
+                                                   std::function<void()> tick) {
     return add(interval, true, std::move(tick));
 }
 
-std::unique_ptr<platform::Timer> FakeClock::once(std::chrono::milliseconds delay, std::function<void()> fire) {
+std::unique_ptr<platform::Timer> FakeClock::once(std::chrono::milliseconds delay,
+                                                 std::function<void()> fire) {
     return add(delay, false, std::move(fire));
 }
 
@@ -53,7 +57,8 @@ void FakeClock::advance(std::chrono::milliseconds span) {
     const auto end = monotonic() + span;
     for (;;) {
         QCoreApplication::processEvents();
-        const auto next = std::ranges::min_element(*m_timers, {}, [](const auto& entry) { return entry.second.due; });
+        const auto next =
+            std::ranges::min_element(*m_timers, {}, [](const auto& entry) { return entry.second.due; });
         if (next == m_timers->end() || next->second.due > end) {
             break;
         }

@@ -4,16 +4,18 @@
 
 #include <map>
 
-// A clock that stands still until a test turns it. Timers fire inside advance(), in the order of their due times,
-// and the event loop is run after each, so that what they queued happens at their moment.
+// A clock that stands still until a test turns it. Timers fire inside advance(), in the order of their due
+// times, and the event loop is run after each, so that what they queued happens at their moment.
 class FakeClock : public platform::Clock {
 public:
     FakeClock();
 
     platform::WallTime now() const override;
     std::chrono::nanoseconds monotonic() const override;
-    std::unique_ptr<platform::Timer> repeat(std::chrono::milliseconds interval, std::function<void()> tick) override;
-    std::unique_ptr<platform::Timer> once(std::chrono::milliseconds delay, std::function<void()> fire) override;
+    std::unique_ptr<platform::Timer> repeat(std::chrono::milliseconds interval,
+                                            std::function<void()> tick) override;
+    std::unique_ptr<platform::Timer> once(std::chrono::milliseconds delay,
+                                          std::function<void()> fire) override;
 
     void advance(std::chrono::milliseconds span);
     // The wall clock alone jumps; no timer fires.
@@ -29,7 +31,8 @@ private:
     using Entries = std::map<quint64, Entry>;
     class Handle;
 
-    std::unique_ptr<platform::Timer> add(std::chrono::nanoseconds interval, bool repeats, std::function<void()> tick);
+    std::unique_ptr<platform::Timer> add(std::chrono::nanoseconds interval, bool repeats,
+                                         std::function<void()> tick);
 
     // Read by audio threads while the test turns the clock.
     std::atomic<qint64> m_wallMicroseconds;

@@ -17,7 +17,9 @@ LogCapture::LogCapture()
     });
 }
 
-LogCapture::~LogCapture() { platform::setLogHandler({}); }
+LogCapture::~LogCapture() {
+    platform::setLogHandler({});
+}
 
 QStringList LogCapture::lines() const {
     const std::lock_guard lock(m_state->mutex);
@@ -29,11 +31,14 @@ QStringList LogCapture::standardOutputLines() const {
     return m_state->standardOutput;
 }
 
-bool LogCapture::contains(const QString& part) const { return count(part) > 0; }
+bool LogCapture::contains(const QString& part) const {
+    return count(part) > 0;
+}
 
 int LogCapture::count(const QString& part) const {
     const auto all = lines();
-    return static_cast<int>(std::ranges::count_if(all, [&](const QString& line) { return line.contains(part); }));
+    return static_cast<int>(
+        std::ranges::count_if(all, [&](const QString& line) { return line.contains(part); }));
 }
 
 void LogCapture::clear() {

@@ -13,14 +13,14 @@
 #include <stdexcept>
 
 // Runs the event loop until `condition` holds. False after `milliseconds`.
-template <typename Condition>
+template<typename Condition>
 bool waitUntil(Condition condition, int milliseconds = 5000) {
     return QTest::qWaitFor(condition, milliseconds);
 }
 
 namespace detail {
 
-template <typename T>
+template<typename T>
 QCoro::Task<void> settle(QCoro::Task<T> task, std::shared_ptr<std::optional<T>> result,
                          std::shared_ptr<std::exception_ptr> error, std::shared_ptr<bool> done) {
     try {
@@ -50,7 +50,7 @@ inline void spin(const std::shared_ptr<bool>& done, int milliseconds) {
 } // namespace detail
 
 // Runs the event loop until the task is done and gives its result or throws what it threw.
-template <typename T>
+template<typename T>
 T waitFor(QCoro::Task<T> task, int milliseconds = 5000) {
     auto result = std::make_shared<std::optional<T>>();
     auto error = std::make_shared<std::exception_ptr>();

@@ -20,7 +20,8 @@ struct AudioStreamDescription {
     bool isFloat = false;
 };
 
-// What a sound source delivers: a block of interleaved samples and their format. The data is valid during the call.
+// What a sound source delivers: a block of interleaved samples and their format. The data is valid during the
+// call.
 struct AudioBuffer {
     enum class Type { audio, screen };
 
@@ -65,7 +66,7 @@ struct AudioEndpoint {
 
 // What can be listened to right now.
 struct AudioSurvey {
-    int outputs = 0;       // places that sound goes to, each with a monitor
+    int outputs = 0;        // places that sound goes to, each with a monitor
     int playingStreams = 0; // programs that play
 };
 
@@ -75,22 +76,23 @@ struct SystemStreamConfiguration {
     bool excludesCurrentProcessAudio = true;
 };
 
-// The sound server. Operations run on the main thread and may be called again after any failure: each start connects
-// anew if the server was gone. Nothing is held open while nothing is captured.
+// The sound server. Operations run on the main thread and may be called again after any failure: each start
+// connects anew if the server was gone. Nothing is held open while nothing is captured.
 class AudioHost {
 public:
     virtual ~AudioHost() = default;
 
     // Throws AudioError when no sound server answers.
     virtual QCoro::Task<AudioSurvey> survey() = 0;
-    // Float32 at the asked rate, from the monitor of the default output; follows the default output within 3 s. Never
-    // anything but a monitor: when none can be had the stream stops with an error. Throws AudioError.
-    virtual QCoro::Task<std::unique_ptr<AudioStream>> startSystemStream(SystemStreamConfiguration configuration,
-                                                                        AudioStreamHandlers handlers) = 0;
+    // Float32 at the asked rate, from the monitor of the default output; follows the default output within 3
+    // s. Never anything but a monitor: when none can be had the stream stops with an error. Throws
+    // AudioError.
+    virtual QCoro::Task<std::unique_ptr<AudioStream>>
+    startSystemStream(SystemStreamConfiguration configuration, AudioStreamHandlers handlers) = 0;
     // The default input. Nothing when there is none (a monitor is no input).
     virtual QCoro::Task<std::optional<AudioEndpoint>> defaultInput() = 0;
-    // The default input in its native format; follows the default input within 3 s, the format may then change from
-    // one buffer to the next. Throws AudioError.
+    // The default input in its native format; follows the default input within 3 s, the format may then
+    // change from one buffer to the next. Throws AudioError.
     virtual QCoro::Task<std::unique_ptr<AudioStream>> startMicrophoneStream(AudioStreamHandlers handlers) = 0;
     // Inputs without the monitors; outputs.
     virtual QCoro::Task<QList<AudioEndpoint>> inputs() = 0;

@@ -30,8 +30,8 @@ public:
     // Time since an arbitrary point, unaffected by changes of the wall clock. Any thread.
     virtual std::chrono::nanoseconds monotonic() const = 0;
 
-    // Timers run on the main thread. A repeating timer keeps pace: tick n is due at start + n * interval, and a
-    // late tick does not move the ones after it.
+    // Timers run on the main thread. A repeating timer keeps pace: tick n is due at start + n * interval, and
+    // a late tick does not move the ones after it.
     virtual std::unique_ptr<Timer> repeat(std::chrono::milliseconds interval, std::function<void()> tick) = 0;
     virtual std::unique_ptr<Timer> once(std::chrono::milliseconds delay, std::function<void()> fire) = 0;
 

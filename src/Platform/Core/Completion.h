@@ -16,10 +16,10 @@ public:
     const char* what() const noexcept override { return "The operation was cancelled."; }
 };
 
-// The bridge from a callback to co_await: the operation keeps a copy and resolves it once, the coroutine awaits it.
-// Copies share one state. All on one thread; a callback of another thread hops first (Dispatch.h).
+// The bridge from a callback to co_await: the operation keeps a copy and resolves it once, the coroutine
+// awaits it. Copies share one state. All on one thread; a callback of another thread hops first (Dispatch.h).
 // When the last copy outside the coroutine goes away unresolved, the coroutine gets OperationCancelled.
-template <typename T>
+template<typename T>
 class Completion {
     using Value = std::conditional_t<std::is_void_v<T>, std::monostate, T>;
 
@@ -51,7 +51,7 @@ class Completion {
     std::shared_ptr<Resolver> m_resolver = std::make_shared<Resolver>();
 
 public:
-    template <typename... Args>
+    template<typename... Args>
     void resolve(Args&&... args) const {
         auto state = m_resolver->state;
         if (!state->done()) {
@@ -68,11 +68,9 @@ public:
         }
     }
 
-    template <typename Error>
-        requires std::is_base_of_v<std::exception, Error>
-    void fail(Error error) const {
-        fail(std::make_exception_ptr(std::move(error)));
-    }
+    template<typename Error>
+    requires std::is_base_of_v<std::exception, Error>
+    void fail(Error error) const { fail(std::make_exception_ptr(std::move(error))); }
 
     bool isDone() const { return m_resolver->state->done(); }
 

@@ -9,8 +9,8 @@ namespace platform {
 // Queues `work` on the main thread. Any thread. Does nothing if the application object is gone by then.
 void dispatchToMain(std::function<void()> work);
 
-// The same, held weakly: `work` does not run if `context` (an object of the main thread) is destroyed before. Call
-// it only while `context` is certain to be alive.
+// The same, held weakly: `work` does not run if `context` (an object of the main thread) is destroyed before.
+// Call it only while `context` is certain to be alive.
 void dispatchToMain(QObject* context, std::function<void()> work);
 
 bool isMainThread();

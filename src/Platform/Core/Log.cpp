@@ -35,9 +35,13 @@ void write(LogSink sink, const QString& line) {
 
 } // namespace
 
-void logLine(const QString& line) { write(LogSink::platform, line); }
+void logLine(const QString& line) {
+    write(LogSink::platform, line);
+}
 
-void printLine(const QString& line) { write(LogSink::standardOutput, line); }
+void printLine(const QString& line) {
+    write(LogSink::standardOutput, line);
+}
 
 void setLogHandler(LogHandler handler) {
     auto& shared = state();

@@ -9,7 +9,9 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 
-nanoseconds steadyNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
+nanoseconds steadyNow() {
+    return std::chrono::steady_clock::now().time_since_epoch();
+}
 
 class EventLoopTimer : public Timer {
 public:
@@ -55,7 +57,9 @@ WallTime SystemClock::now() const {
     return std::chrono::time_point_cast<std::chrono::microseconds>(std::chrono::system_clock::now());
 }
 
-nanoseconds SystemClock::monotonic() const { return steadyNow(); }
+nanoseconds SystemClock::monotonic() const {
+    return steadyNow();
+}
 
 std::unique_ptr<Timer> SystemClock::repeat(milliseconds interval, std::function<void()> tick) {
     return std::make_unique<EventLoopTimer>(interval, true, std::move(tick));

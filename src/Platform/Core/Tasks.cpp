@@ -18,9 +18,13 @@ QCoro::Task<void> watch(QCoro::Task<void> task, const char* name) {
 
 } // namespace
 
-void startTask(QCoro::Task<void> task, const char* name) { watch(std::move(task), name); }
+void startTask(QCoro::Task<void> task, const char* name) {
+    watch(std::move(task), name);
+}
 
-QString errorText(const std::exception& error) { return QString::fromUtf8(error.what()); }
+QString errorText(const std::exception& error) {
+    return QString::fromUtf8(error.what());
+}
 
 QString errorText(const std::exception_ptr& error) {
     try {

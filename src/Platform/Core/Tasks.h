@@ -8,8 +8,8 @@
 
 namespace platform {
 
-// Runs a background task that nobody awaits. What escapes it is logged as "[Task] <name>: <text>"; a cancelled
-// operation is no failure. `name` is a literal.
+// Runs a background task that nobody awaits. What escapes it is logged as "[Task] <name>: <text>"; a
+// cancelled operation is no failure. `name` is a literal.
 void startTask(QCoro::Task<void> task, const char* name);
 
 // The text of an exception for a log line or the user.

@@ -15,9 +15,10 @@ public:
         : m_values(std::move(values)) {}
 
     // The file named by the environment variable `overrideVariable` if set, else the first that exists of
-    // <dir of the executable>/<fileName> and <dir>/../share/<shareFolder>/<fileName>. A missing or unreadable file,
-    // and a value that is no string, is absent.
-    static ApplicationInfo load(const QString& fileName, const QString& shareFolder, const char* overrideVariable);
+    // <dir of the executable>/<fileName> and <dir>/../share/<shareFolder>/<fileName>. A missing or unreadable
+    // file, and a value that is no string, is absent.
+    static ApplicationInfo load(const QString& fileName, const QString& shareFolder,
+                                const char* overrideVariable);
     static ApplicationInfo fromJson(const QByteArray& json);
 
     std::optional<QString> string(const QString& key) const;

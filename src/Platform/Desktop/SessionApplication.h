@@ -8,8 +8,8 @@
 
 namespace platform {
 
-// The program on the session bus, as org.freedesktop.Application: links and activation of later starts arrive here.
-// Main thread.
+// The program on the session bus, as org.freedesktop.Application: links and activation of later starts arrive
+// here. Main thread.
 class SessionApplication : public QObject {
     Q_OBJECT
 

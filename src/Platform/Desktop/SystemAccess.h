@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QString>
 #include <QCoroTask>
+#include <QString>
 
 #include <memory>
 
@@ -14,11 +14,13 @@ class SystemAccess {
 public:
     virtual ~SystemAccess() = default;
 
-    // Opens an address in what the user has chosen for it; a system settings address opens the nearest page of the
-    // running desktop. False when nothing could be started, with one log line.
+    // Opens an address in what the user has chosen for it; a system settings address opens the nearest page
+    // of the running desktop. False when nothing could be started, with one log line.
     virtual bool open(const QString& address) = 0;
     // This desktop guards the microphone at the sound server, so a program always may try.
-    virtual MicrophoneAuthorization microphoneAuthorization() const { return MicrophoneAuthorization::authorized; }
+    virtual MicrophoneAuthorization microphoneAuthorization() const {
+        return MicrophoneAuthorization::authorized;
+    }
     // Asks the user when nothing is determined yet.
     virtual QCoro::Task<bool> requestMicrophoneAccess() { co_return true; }
     virtual bool screenCaptureAllowed() const { return true; }

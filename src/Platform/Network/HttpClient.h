@@ -18,8 +18,9 @@ struct HttpHeader {
     QByteArray value;
 };
 
-// A request leaves with exactly these headers besides those of the transport (Host, Content-Length, Connection,
-// User-Agent, Accept-*): no Content-Type, Cookie or Authorization of the library's own. `url` is already encoded.
+// A request leaves with exactly these headers besides those of the transport (Host, Content-Length,
+// Connection, User-Agent, Accept-*): no Content-Type, Cookie or Authorization of the library's own. `url` is
+// already encoded.
 struct HttpRequest {
     QByteArray method;
     QUrl url;
@@ -44,7 +45,17 @@ struct HttpResponse {
 
 class HttpError : public std::runtime_error {
 public:
-    enum class Kind { timedOut, hostNotFound, cannotConnect, connectionLost, tlsFailed, proxyFailed, notHttp, tooLarge, other };
+    enum class Kind {
+        timedOut,
+        hostNotFound,
+        cannotConnect,
+        connectionLost,
+        tlsFailed,
+        proxyFailed,
+        notHttp,
+        tooLarge,
+        other
+    };
 
     HttpError(Kind kind, const QString& text)
         : std::runtime_error(text.toStdString())
@@ -55,9 +66,10 @@ private:
     Kind m_kind;
 };
 
-// One HTTP session. Redirects are not followed: a 3xx answer is an answer, so a bearer token never reaches another
-// host. Proxy and host name are looked up anew for each request. Certificates are verified against the system's
-// store, or against the file that the environment variable SSL_CERT_FILE names, as OpenSSL programs do.
+// One HTTP session. Redirects are not followed: a 3xx answer is an answer, so a bearer token never reaches
+// another host. Proxy and host name are looked up anew for each request. Certificates are verified against
+// the system's store, or against the file that the environment variable SSL_CERT_FILE names, as OpenSSL
+// programs do.
 class HttpClient {
 public:
     virtual ~HttpClient() = default;

@@ -15,8 +15,19 @@ namespace platform {
 
 class WebSocketError : public std::runtime_error {
 public:
-    enum class Kind { notConnected, cancelled, timedOut, hostNotFound, cannotConnect, connectionLost, tlsFailed, proxyFailed,
-                      upgradeRefused, tooLarge, protocol };
+    enum class Kind {
+        notConnected,
+        cancelled,
+        timedOut,
+        hostNotFound,
+        cannotConnect,
+        connectionLost,
+        tlsFailed,
+        proxyFailed,
+        upgradeRefused,
+        tooLarge,
+        protocol
+    };
 
     WebSocketError(Kind kind, const QString& text)
         : std::runtime_error(text.toStdString())
@@ -32,9 +43,9 @@ struct WebSocketMessage {
     QByteArray payload;
 };
 
-// One WebSocket connection, from resume() to its end; never reused. Everything runs on the main thread unless said
-// otherwise; the network itself on the process's one network thread. Handlers are queued to the main thread and are
-// not called any more once the task is destroyed.
+// One WebSocket connection, from resume() to its end; never reused. Everything runs on the main thread unless
+// said otherwise; the network itself on the process's one network thread. Handlers are queued to the main
+// thread and are not called any more once the task is destroyed.
 class WebSocketTask : public QObject {
     Q_OBJECT
 
@@ -54,10 +65,11 @@ public:
     virtual void resume() = 0;
     // Closes with the code if open, drops the connection otherwise. Sends under way fail with `cancelled`.
     virtual void cancel(int closeCode) = 0;
-    // Any thread. Frames leave in the order of the calls, of all threads. `done` runs on the network thread, or on
-    // the caller's if the task cannot send any more: keep it short and hop.
+    // Any thread. Frames leave in the order of the calls, of all threads. `done` runs on the network thread,
+    // or on the caller's if the task cannot send any more: keep it short and hop.
     virtual void send(Payload kind, QByteArray payload, DoneHandler done) = 0;
-    // Arms one receive; the next one only after its handler ran. Messages wait, within a bound, until asked for.
+    // Arms one receive; the next one only after its handler ran. Messages wait, within a bound, until asked
+    // for.
     virtual void receive(ReceiveHandler handler) = 0;
     // `pong` reports the answer, or an error when the connection ends before one came.
     virtual void sendPing(DoneHandler pong) = 0;
@@ -72,13 +84,14 @@ Q_SIGNALS:
     void completed(std::optional<platform::WebSocketError> error);
 };
 
-// Makes tasks. Proxy and host name are looked up anew for each; certificate and host name are verified as HttpClient
-// does. The upgrade request carries no cookie, no subprotocol and no header beyond RFC 6455's.
+// Makes tasks. Proxy and host name are looked up anew for each; certificate and host name are verified as
+// HttpClient does. The upgrade request carries no cookie, no subprotocol and no header beyond RFC 6455's.
 class WebSocketFactory {
 public:
     virtual ~WebSocketFactory() = default;
 
-    // `maxMessageBytes` bounds one incoming message; a larger one ends the connection with `tooLarge` (close 1009).
+    // `maxMessageBytes` bounds one incoming message; a larger one ends the connection with `tooLarge` (close
+    // 1009).
     virtual std::unique_ptr<WebSocketTask> makeTask(QUrl url, qint64 maxMessageBytes) = 0;
 };
 

@@ -8,8 +8,8 @@
 
 namespace platform {
 
-// The per-user defaults: keyed strings, numbers, booleans and byte blocks. Main thread. A write is on disk when the
-// call returns; a value of another kind reads as absent.
+// The per-user defaults: keyed strings, numbers, booleans and byte blocks. Main thread. A write is on disk
+// when the call returns; a value of another kind reads as absent.
 class DefaultsStore {
 public:
     virtual ~DefaultsStore() = default;

@@ -36,20 +36,19 @@ public:
 
     // Never prompts and never waits longer than a few seconds.
     virtual Reading read(const QString& service, const QString& name) = 0;
-    // Replaces. A locked collection is unlocked by one prompt for all writes of one action; until then the value is
-    // served from memory.
+    // Replaces. A locked collection is unlocked by one prompt for all writes of one action; until then the
+    // value is served from memory.
     virtual Status write(const QString& service, const QString& name, const QByteArray& value) = 0;
     // ok when an item was there.
     virtual Status erase(const QString& service, const QString& name) = 0;
 
 Q_SIGNALS:
-    // The collection was unlocked, or the service came (back): what could not be read before may be readable now.
+    // The collection was unlocked, or the service came (back): what could not be read before may be readable
+    // now.
     void unlocked();
 };
 
 // The Secret Service of the session bus, by libsecret.
 std::unique_ptr<SecretStore> makeSecretServiceStore();
-// In memory, for tests; `setStatus` makes it locked, refused or absent.
-class MemorySecretStore;
 
 } // namespace platform

@@ -1,0 +1,1 @@
+#include "FakeWebSocket.h"
