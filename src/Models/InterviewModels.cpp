@@ -1,1 +1,85 @@
 #include "InterviewModels.h"
+
+#include "Json.h"
+
+#include <QRegularExpression>
+
+#include <array>
+
+namespace {
+
+constexpr std::array<const char*, 7> statusNames{
+    "idle", "waitingForQuestions", "startingAudio", "connecting", "streaming", "paused", "error"};
+
+// The elements of a topic; nothing unless it is an array of objects throughout.
+const boost::json::array* questionObjects(const boost::json::value& value) {
+    const auto* elements = value.if_array();
+    const bool usable =
+        elements && std::ranges::all_of(*elements, [](const auto& element) { return element.is_object(); });
+    return usable ? elements : nullptr;
+}
+
+} // namespace
+
+QString rawValue(InterviewStatus status) {
+    return QString::fromLatin1(statusNames[static_cast<size_t>(status)]);
+}
+
+std::optional<InterviewStatus> interviewStatus(const QString& rawValue) {
+    const auto found =
+        std::ranges::find_if(statusNames, [&](const char* name) { return rawValue == QLatin1String(name); });
+    if (found == statusNames.end()) {
+        return std::nullopt;
+    }
+    return static_cast<InterviewStatus>(found - statusNames.begin());
+}
+
+QList<InterviewQuestion> InterviewQuestion::parse(const boost::json::object& object) {
+    QList<InterviewQuestion> result;
+    for (const auto& [topic, value] : object) {
+        const auto* elements = questionObjects(value);
+        if (!elements) {
+            continue;
+        }
+        for (const auto& element : *elements) {
+            const auto question = json::stringOrNothing(element.get_object(), "question");
+            if (question) {
+                const auto justification = json::stringOrNothing(element.get_object(), "justification");
+                result.append({.topic = json::toQString(topic),
+                               .question = *question,
+                               .justification = justification.value_or(QString())});
+            }
+        }
+    }
+    return result;
+}
+
+QList<InterviewPlanTopic> InterviewPlanTopic::parse(const boost::json::object& object) {
+    QList<InterviewPlanTopic> result;
+    for (const auto& [topic, value] : object) {
+        const auto* elements = questionObjects(value);
+        if (!elements) {
+            continue;
+        }
+        InterviewPlanTopic entry;
+        entry.topic = json::toQString(topic);
+        for (const auto& element : *elements) {
+            if (const auto question = json::stringOrNothing(element.get_object(), "question")) {
+                entry.questions.append(*question);
+            }
+        }
+        result.append(std::move(entry));
+    }
+    return result;
+}
+
+QString InterviewQuestion::cleanDisplayText(const QString& text) {
+    // Unicode properties: the no-break spaces that people paste are white space too.
+    constexpr auto unicode = QRegularExpression::UseUnicodePropertiesOption;
+    static const QRegularExpression bracketedNote(QStringLiteral(R"(\s*\[[^\]]*\])"), unicode);
+    static const QRegularExpression emptyParentheses(QStringLiteral(R"(\s*\(\s*\))"), unicode);
+    static const QRegularExpression blanks(QStringLiteral(R"(\s{2,})"), unicode);
+    auto clean = text;
+    clean.remove(bracketedNote).remove(emptyParentheses).replace(blanks, QStringLiteral(" "));
+    return clean.trimmed();
+}

@@ -1,1 +1,112 @@
 #include "SessionApplication.h"
+
+#include "Log.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusVariant>
+#include <QVariantMap>
+
+namespace platform {
+
+namespace {
+
+constexpr auto interfaceName = "org.freedesktop.Application";
+constexpr int activationTimeout = 5000; // ms
+
+QString objectPath(const QString& applicationId) {
+    auto path = u'/' + applicationId;
+    return path.replace(u'.', u'/').replace(u'-', u'_');
+}
+
+} // namespace
+
+// The exported object: the methods of the Desktop Entry specification's D-Bus activation.
+class SessionApplicationObject : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public Q_SLOTS:
+    Q_SCRIPTABLE void Activate(const QVariantMap&) { Q_EMIT activated(); }
+    Q_SCRIPTABLE void Open(const QStringList& uris, const QVariantMap&) {
+        QList<QUrl> urls;
+        for (const auto& uri : uris) {
+            urls.append(QUrl(uri, QUrl::StrictMode));
+        }
+        Q_EMIT opened(urls);
+    }
+    Q_SCRIPTABLE void ActivateAction(const QString&, const QVariantList&, const QVariantMap&) {
+        Q_EMIT activated();
+    }
+
+Q_SIGNALS:
+    void activated();
+    void opened(QList<QUrl> urls);
+};
+
+namespace {
+
+class BusApplication : public SessionApplication {
+public:
+    explicit BusApplication(QString applicationId)
+        : m_applicationId(std::move(applicationId))
+        , m_bus(QDBusConnection::connectToBus(QDBusConnection::SessionBus,
+                                              QStringLiteral("session-application"))) {
+        connect(&m_object, &SessionApplicationObject::activated, this, &SessionApplication::activated);
+        connect(&m_object, &SessionApplicationObject::opened, this, &SessionApplication::openRequested);
+    }
+
+    ~BusApplication() override {
+        if (m_bus.isConnected()) {
+            m_bus.unregisterService(m_applicationId);
+            m_bus.unregisterObject(objectPath(m_applicationId));
+        }
+        QDBusConnection::disconnectFromBus(QStringLiteral("session-application"));
+    }
+
+    Start start() override {
+        if (!m_bus.isConnected()) {
+            logLine(
+                QStringLiteral("[App] No session bus: links and a second start cannot reach this program"));
+            return Start::noBus;
+        }
+        // The object first and the name last: whoever sees the name finds the object behind it.
+        m_bus.registerObject(objectPath(m_applicationId), &m_object, QDBusConnection::ExportScriptableSlots);
+        auto* bus = m_bus.interface();
+        const auto reply = bus->registerService(m_applicationId, QDBusConnectionInterface::DontQueueService,
+                                                QDBusConnectionInterface::DontAllowReplacement);
+        if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered) {
+            return Start::first;
+        }
+        return activateRunning() ? Start::handedOver : Start::noBus;
+    }
+
+private:
+    bool activateRunning() {
+        auto call = QDBusMessage::createMethodCall(m_applicationId, objectPath(m_applicationId),
+                                                   QLatin1String(interfaceName), QStringLiteral("Activate"));
+        call << QVariantMap();
+        const auto answer = m_bus.call(call, QDBus::Block, activationTimeout);
+        if (answer.type() == QDBusMessage::ErrorMessage) {
+            logLine(
+                QStringLiteral("[App] The running program did not answer: %1").arg(answer.errorMessage()));
+            return false;
+        }
+        return true;
+    }
+
+    QString m_applicationId;
+    QDBusConnection m_bus;
+    SessionApplicationObject m_object;
+};
+
+} // namespace
+
+std::unique_ptr<SessionApplication> makeSessionApplication(const QString& applicationId) {
+    return std::make_unique<BusApplication>(applicationId);
+}
+
+} // namespace platform
+
+#include "SessionApplication.moc"

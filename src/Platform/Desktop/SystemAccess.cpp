@@ -1,1 +1,85 @@
 #include "SystemAccess.h"
+
+#include "Log.h"
+
+#include <QProcess>
+#include <QStandardPaths>
+
+#include <array>
+
+namespace platform {
+
+namespace {
+
+struct SettingsPage {
+    const char* address;
+    const char* desktop; // as XDG_CURRENT_DESKTOP names it; empty for any
+    const char* program;
+    const char* argument;
+};
+
+constexpr auto microphonePage = "x-apple.systempreferences:com.apple.preference.security?Privacy_Microphone";
+constexpr auto screenPage = "x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture";
+
+// The nearest page that each desktop has, best first; a program that is not installed is passed over. Sound
+// is what both addresses are about here: what can be heard, and from which device.
+constexpr std::array settingsPages{
+    SettingsPage{microphonePage, "GNOME", "gnome-control-center", "microphone"},
+    SettingsPage{microphonePage, "KDE", "systemsettings", "kcm_pulseaudio"},
+    SettingsPage{microphonePage, "X-Cinnamon", "cinnamon-settings", "sound"},
+    SettingsPage{microphonePage, "MATE", "mate-volume-control", ""},
+    SettingsPage{microphonePage, "XFCE", "pavucontrol", "--tab=4"},
+    SettingsPage{microphonePage, "", "pavucontrol", "--tab=4"},
+    SettingsPage{microphonePage, "", "pavucontrol-qt", "--tab=4"},
+    SettingsPage{screenPage, "GNOME", "gnome-control-center", "sound"},
+    SettingsPage{screenPage, "KDE", "systemsettings", "kcm_pulseaudio"},
+    SettingsPage{screenPage, "X-Cinnamon", "cinnamon-settings", "sound"},
+    SettingsPage{screenPage, "MATE", "mate-volume-control", ""},
+    SettingsPage{screenPage, "", "pavucontrol", "--tab=3"},
+    SettingsPage{screenPage, "", "pavucontrol-qt", "--tab=3"},
+};
+
+bool startProgram(const QString& program, const QStringList& arguments) {
+    return !QStandardPaths::findExecutable(program).isEmpty() && QProcess::startDetached(program, arguments);
+}
+
+class DesktopAccess : public SystemAccess {
+public:
+    bool open(const QString& address) override {
+        const bool opened = address.startsWith(QLatin1String("x-apple.systempreferences:"))
+                                ? openSettings(address)
+                                : startProgram(QStringLiteral("xdg-open"), {address});
+        if (!opened) {
+            logLine(QStringLiteral("[App] Nothing on this desktop opens %1").arg(address));
+        }
+        return opened;
+    }
+
+private:
+    static bool openSettings(const QString& address) {
+        const auto desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':');
+        for (const auto& page : settingsPages) {
+            const auto desktop = QLatin1String(page.desktop);
+            if (address != QLatin1String(page.address) ||
+                (!desktop.isEmpty() && !desktops.contains(desktop))) {
+                continue;
+            }
+            QStringList arguments;
+            if (*page.argument) {
+                arguments.append(QLatin1String(page.argument));
+            }
+            if (startProgram(QLatin1String(page.program), arguments)) {
+                return true;
+            }
+        }
+        return false;
+    }
+};
+
+} // namespace
+
+std::unique_ptr<SystemAccess> makeSystemAccess() {
+    return std::make_unique<DesktopAccess>();
+}
+
+} // namespace platform
