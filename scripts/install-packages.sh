@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Installs the packages of scripts/packages.txt that are missing; does nothing when none is.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+if ! command -v dpkg-query >/dev/null; then
+    echo "This script installs by apt-get, so it needs Debian 12 or a relative of it." >&2
+    echo "Elsewhere install what scripts/packages.txt names and build by cmake --preset release." >&2
+    exit 1
+fi
+
+missing=()
+while read -r package; do
+    [[ -z $package || $package == \#* ]] && continue
+    status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
+    [[ $status == installed ]] || missing+=("$package")
+done <scripts/packages.txt
+((${#missing[@]})) || exit 0
+
+as_root=()
+if [[ $(id -u) != 0 ]]; then
+    as_root=(sudo)
+fi
+echo "Installing: ${missing[*]}"
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
