@@ -1,1 +1,157 @@
 #include "FakeWebSocket.h"
+
+#include <QMetaObject>
+
+using platform::WebSocketError;
+using platform::WebSocketMessage;
+
+namespace {
+
+std::exception_ptr pointerTo(const std::optional<WebSocketError>& error) {
+    return error ? std::make_exception_ptr(*error) : nullptr;
+}
+
+} // namespace
+
+FakeWebSocketPeer::FakeWebSocketPeer(QUrl address, qint64 bound, int taskIdentifier)
+    : url(std::move(address))
+    , maxMessageBytes(bound)
+    , identifier(taskIdentifier) {}
+
+QList<WebSocketMessage> FakeWebSocketPeer::sent() const {
+    const std::lock_guard lock(m_mutex);
+    return m_sent;
+}
+
+QList<QByteArray> FakeWebSocketPeer::sentTexts() const {
+    QList<QByteArray> texts;
+    for (const auto& message : sent()) {
+        if (message.isText) {
+            texts.append(message.payload);
+        }
+    }
+    return texts;
+}
+
+QList<QByteArray> FakeWebSocketPeer::sentBinaries() const {
+    QList<QByteArray> binaries;
+    for (const auto& message : sent()) {
+        if (!message.isText) {
+            binaries.append(message.payload);
+        }
+    }
+    return binaries;
+}
+
+void FakeWebSocketPeer::open() {
+    m_httpStatus = 101;
+    if (m_task) {
+        Q_EMIT m_task->opened();
+    }
+}
+
+void FakeWebSocketPeer::close(int code) {
+    if (m_task) {
+        Q_EMIT m_task->closed(code);
+    }
+}
+
+void FakeWebSocketPeer::complete(std::optional<WebSocketError> error, int httpStatus) {
+    if (httpStatus != 0) {
+        m_httpStatus = httpStatus;
+    }
+    if (m_task) {
+        Q_EMIT m_task->completed(std::move(error));
+    }
+}
+
+void FakeWebSocketPeer::failReceive(const WebSocketError& error) {
+    m_receiveError = std::make_exception_ptr(error);
+    pump();
+}
+
+void FakeWebSocketPeer::breakConnection() {
+    const WebSocketError lost(ErrorKind::connectionLost, QStringLiteral("The connection was lost."));
+    failReceive(lost);
+    close(1006);
+    complete(lost);
+}
+
+void FakeWebSocketPeer::answerPings() {
+    settlePings(nullptr);
+}
+
+void FakeWebSocketPeer::failPings(const WebSocketError& error) {
+    settlePings(std::make_exception_ptr(error));
+}
+
+void FakeWebSocketPeer::settlePings(const std::exception_ptr& error) {
+    for (const auto& pong : std::exchange(m_pings, {})) {
+        if (m_task) {
+            pong(error);
+        }
+    }
+}
+
+void FakeWebSocketPeer::setSendError(std::optional<WebSocketError> error) {
+    const std::lock_guard lock(m_mutex);
+    m_sendError = std::move(error);
+}
+
+void FakeWebSocketPeer::deliver(WebSocketMessage message) {
+    m_incoming.push_back(std::move(message));
+    pump();
+}
+
+void FakeWebSocketPeer::pump() {
+    while (m_task && m_receive && !m_incoming.empty()) {
+        auto message = std::move(m_incoming.front());
+        m_incoming.pop_front();
+        std::exchange(m_receive, nullptr)(std::move(message), nullptr);
+    }
+    if (m_task && m_receive && m_receiveError) {
+        std::exchange(m_receive, nullptr)(std::nullopt, m_receiveError);
+    }
+}
+
+FakeWebSocketTask::FakeWebSocketTask(std::shared_ptr<FakeWebSocketPeer> peer)
+    : m_peer(std::move(peer)) {
+    m_peer->m_task = this;
+}
+
+void FakeWebSocketTask::cancel(int closeCode) {
+    m_peer->m_cancelCode = closeCode;
+}
+
+void FakeWebSocketTask::send(Payload kind, QByteArray payload, DoneHandler done) {
+    std::optional<WebSocketError> error;
+    {
+        const std::lock_guard lock(m_peer->m_mutex);
+        error = m_peer->m_sendError;
+        if (!error) {
+            m_peer->m_sent.append({kind == Payload::text, std::move(payload)});
+        }
+    }
+    done(pointerTo(error));
+}
+
+void FakeWebSocketTask::receive(ReceiveHandler handler) {
+    m_peer->m_receive = std::move(handler);
+    QMetaObject::invokeMethod(
+        this, [peer = m_peer] { peer->pump(); }, Qt::QueuedConnection);
+}
+
+void FakeWebSocketTask::sendPing(DoneHandler pong) {
+    ++m_peer->m_pingCount;
+    m_peer->m_pings.push_back(std::move(pong));
+    if (m_peer->m_answersPings) {
+        QMetaObject::invokeMethod(
+            this, [peer = m_peer] { peer->answerPings(); }, Qt::QueuedConnection);
+    }
+}
+
+std::unique_ptr<platform::WebSocketTask> FakeWebSocketFactory::makeTask(QUrl url, qint64 maxMessageBytes) {
+    const auto identifier = static_cast<int>(m_peers.size()) + 1;
+    m_peers.push_back(std::make_shared<FakeWebSocketPeer>(std::move(url), maxMessageBytes, identifier));
+    return std::make_unique<FakeWebSocketTask>(m_peers.back());
+}
