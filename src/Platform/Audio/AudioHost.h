@@ -99,7 +99,15 @@ public:
     virtual QCoro::Task<QList<AudioEndpoint>> outputs() = 0;
 };
 
-// PulseAudio, or PipeWire in its place, by libpulse. `server` empty: the user's own.
-std::unique_ptr<AudioHost> makePulseAudioHost(const QString& server = {});
+// How the program shows itself in the sound server's mixer.
+struct AudioClientIdentity {
+    QString name; // empty: the application's name
+    QString id;   // reverse-domain form
+    QString iconName;
+};
+
+// PulseAudio, or PipeWire in its place, by libpulse. `server` empty: the user's own. Streams outlive their
+// host; an operation still under way when the host goes away throws OperationCancelled.
+std::unique_ptr<AudioHost> makePulseAudioHost(const QString& server = {}, AudioClientIdentity identity = {});
 
 } // namespace platform

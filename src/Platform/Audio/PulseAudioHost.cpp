@@ -1,0 +1,107 @@
+#include "PulseCapture.h"
+#include "PulseQuery.h"
+
+#include <QObject>
+
+namespace platform {
+
+namespace {
+
+// Ends a session under way with its host. The sessions live in coroutines, which may outlive the host.
+template<typename Session>
+QMetaObject::Connection tie(const QObject& host, Session& session) {
+    return QObject::connect(&host, &QObject::destroyed, session.lifetime(), [&session] { session.cancel(); });
+}
+
+QCoro::Task<PulseInventory> readInventory(PulseSettings settings, const QObject* host) {
+    auto query = std::make_unique<PulseQuery>(settings);
+    tie(*host, *query);
+    query->start();
+    auto inventory = co_await query->result();
+    co_return inventory;
+}
+
+QCoro::Task<std::unique_ptr<AudioStream>> startCapture(PulseCapture::Kind kind, PulseSettings settings,
+                                                       const QObject* host,
+                                                       SystemStreamConfiguration configuration,
+                                                       AudioStreamHandlers handlers) {
+    auto capture = std::make_unique<PulseCapture>(kind, settings, configuration, std::move(handlers));
+    const auto tied = tie(*host, *capture);
+    capture->start();
+    co_await capture->started();
+    QObject::disconnect(tied);
+    std::unique_ptr<AudioStream> stream = std::move(capture);
+    co_return stream;
+}
+
+AudioEndpoint endpoint(uint32_t index, const QString& name) {
+    return {QString::number(index), name};
+}
+
+class PulseAudioHost final : public AudioHost {
+public:
+    explicit PulseAudioHost(PulseSettings settings)
+        : m_settings(std::move(settings)) {}
+
+    QCoro::Task<AudioSurvey> survey() override {
+        const auto inventory = co_await readInventory(m_settings, &m_lifetime);
+        co_return AudioSurvey{.outputs = static_cast<int>(inventory.sinks.size()),
+                              .playingStreams = inventory.playingStreams};
+    }
+
+    QCoro::Task<std::unique_ptr<AudioStream>> startSystemStream(SystemStreamConfiguration configuration,
+                                                                AudioStreamHandlers handlers) override {
+        return startCapture(PulseCapture::Kind::systemOutput, m_settings, &m_lifetime, configuration,
+                            std::move(handlers));
+    }
+
+    QCoro::Task<std::optional<AudioEndpoint>> defaultInput() override {
+        const auto inventory = co_await readInventory(m_settings, &m_lifetime);
+        std::optional<AudioEndpoint> result;
+        if (const auto* source = inventory.microphone()) {
+            result = endpoint(source->index, source->description);
+        }
+        co_return result;
+    }
+
+    QCoro::Task<std::unique_ptr<AudioStream>> startMicrophoneStream(AudioStreamHandlers handlers) override {
+        return startCapture(PulseCapture::Kind::microphone, m_settings, &m_lifetime, {}, std::move(handlers));
+    }
+
+    QCoro::Task<QList<AudioEndpoint>> inputs() override {
+        const auto inventory = co_await readInventory(m_settings, &m_lifetime);
+        QList<AudioEndpoint> result;
+        for (const auto& source : inventory.sources) {
+            if (!source.isMonitor()) {
+                result.append(endpoint(source.index, source.description));
+            }
+        }
+        co_return result;
+    }
+
+    QCoro::Task<QList<AudioEndpoint>> outputs() override {
+        const auto inventory = co_await readInventory(m_settings, &m_lifetime);
+        QList<AudioEndpoint> result;
+        for (const auto& sink : inventory.sinks) {
+            result.append(endpoint(sink.index, sink.description));
+        }
+        co_return result;
+    }
+
+private:
+    const PulseSettings m_settings;
+    // Its end is the host's.
+    QObject m_lifetime;
+};
+
+} // namespace
+
+std::unique_ptr<AudioHost> makePulseAudioHost(const QString& server, AudioClientIdentity identity) {
+    return makePulseAudioHost(PulseSettings{.server = server, .identity = std::move(identity)});
+}
+
+std::unique_ptr<AudioHost> makePulseAudioHost(PulseSettings settings) {
+    return std::make_unique<PulseAudioHost>(std::move(settings));
+}
+
+} // namespace platform

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Completion.h"
+#include "PulseInventory.h"
+#include "PulseSession.h"
+
+namespace platform {
+
+// One look at the server's devices.
+class PulseQuery final : public PulseSession {
+public:
+    using PulseSession::PulseSession;
+    ~PulseQuery() override;
+
+    const Completion<PulseInventory>& result() const { return m_result; }
+    void cancel() override;
+
+private:
+    void connected() override;
+    void release() override;
+    void failed(const AudioError& error) override;
+    void finish(const PulseInventory& inventory);
+
+    PulseInventoryReader m_reader;
+    Completion<PulseInventory> m_result;
+};
+
+} // namespace platform
