@@ -61,7 +61,14 @@ Q_SIGNALS:
     void pendingEmailChanged();
 
 private:
+    class Operation;
+
     void restoreFromKeychain();
+    std::optional<platform::Secret> clientToken() const;
+    // Deletes the stored identity and forgets the JWT. Tasks that began before do not take effect any more.
+    void forgetIdentity();
+    void setIdentity(State state, std::optional<QString> pendingSignInId,
+                     std::optional<QString> pendingEmail);
 
     ClerkClient& m_client;
     KeychainService& m_keychain;
@@ -69,5 +76,9 @@ private:
     State m_state;
     std::optional<QString> m_pendingSignInId;
     std::optional<QString> m_pendingEmail;
+    // In memory only.
     std::optional<platform::Secret> m_cachedJWT;
+    // Raised with every change of identity: what a task of an earlier one brings home is dropped.
+    quint64 m_generation = 0;
+    int m_startingSignIns = 0;
 };

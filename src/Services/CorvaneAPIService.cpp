@@ -1,1 +1,116 @@
 #include "CorvaneAPIService.h"
+
+#include "ClerkAuthService.h"
+#include "Completion.h"
+#include "Json.h"
+
+namespace {
+
+constexpr auto timeout = std::chrono::seconds(60);
+constexpr int unauthorizedStatus = 401;
+constexpr int conflictStatus = 409;
+constexpr int noHttpStatus = -1;
+
+std::string textOf(APIError::Kind kind, int status) {
+    switch (kind) {
+    case APIError::httpError:
+        return "HTTP error " + std::to_string(status);
+    case APIError::invalidConfiguration:
+        return "Invalid API configuration";
+    case APIError::unauthorized:
+        break;
+    }
+    return "Unauthorized — please sign in again.";
+}
+
+bool isSuccess(int status) {
+    // A conflict says that this machine's session exists already.
+    return (status >= 200 && status <= 299) || status == conflictStatus;
+}
+
+void ensureAlive(const QPointer<CorvaneAPIService>& service) {
+    if (!service) {
+        throw platform::OperationCancelled();
+    }
+}
+
+} // namespace
+
+APIError::APIError(Kind kind, int status)
+    : std::runtime_error(textOf(kind, status))
+    , m_kind(kind)
+    , m_status(status) {}
+
+CorvaneAPIService::CorvaneAPIService(QString baseURL, ClerkAuthService* auth, platform::HttpClient& http,
+                                     QString machineId)
+    : m_baseURL(std::move(baseURL))
+    , m_auth(auth)
+    , m_http(http)
+    , m_machineId(std::move(machineId)) {}
+
+void CorvaneAPIService::setBaseURL(const QString& baseURL) {
+    if (m_baseURL != baseURL) {
+        m_baseURL = baseURL;
+        Q_EMIT baseURLChanged();
+    }
+}
+
+QCoro::Task<void> CorvaneAPIService::ensureMachineSession() {
+    const QPointer<CorvaneAPIService> self(this);
+    const auto body = json::serialize(
+        boost::json::object{{"session_id", json::toJson(getMachineId())},
+                            {"metadata", {{"client", "corvane-interview-assistant-native"}}}});
+    auto status = co_await attempt(body);
+    if (status == unauthorizedStatus) {
+        ensureAlive(self);
+        if (m_auth) {
+            m_auth->invalidateCachedJWT();
+        }
+        status = co_await attempt(body);
+        if (status == unauthorizedStatus) {
+            throw APIError(APIError::unauthorized);
+        }
+    }
+    if (!isSuccess(status)) {
+        throw APIError(APIError::httpError, status);
+    }
+}
+
+QCoro::Task<int> CorvaneAPIService::attempt(QByteArray body) {
+    const QPointer<CorvaneAPIService> self(this);
+    auto request = co_await makeRequest(QStringLiteral("/api/interview-sessions"), "POST", std::move(body),
+                                        "application/json");
+    ensureAlive(self);
+    try {
+        const auto response = co_await m_http.execute(std::move(request));
+        co_return response.status;
+    } catch (const platform::HttpError& error) {
+        if (error.kind() == platform::HttpError::Kind::notHttp) {
+            throw APIError(APIError::httpError, noHttpStatus);
+        }
+        throw;
+    }
+}
+
+QCoro::Task<platform::HttpRequest> CorvaneAPIService::makeRequest(QString path, QByteArray method,
+                                                                  QByteArray body, QByteArray contentType) {
+    const QUrl url(m_baseURL + path, QUrl::StrictMode);
+    const bool isWeb = url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http");
+    if (m_baseURL.isEmpty() || !url.isValid() || !isWeb || url.host().isEmpty()) {
+        throw APIError(APIError::invalidConfiguration);
+    }
+    if (!m_auth) {
+        throw ClerkAuthService::Error(ClerkAuthService::Error::notSignedIn);
+    }
+    platform::HttpRequest request;
+    request.method = std::move(method);
+    request.url = url;
+    request.timeout = timeout;
+    const auto token = co_await m_auth->getFreshJWT();
+    request.headers.append({"Authorization", "Bearer " + token.reveal().toUtf8()});
+    if (!contentType.isEmpty()) {
+        request.headers.append({"Content-Type", contentType});
+    }
+    request.body = std::move(body);
+    co_return request;
+}

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "HttpClient.h"
+#include "Secret.h"
+
+#include <optional>
+
+// The client token of a sign-in service's answer: the Authorization header, with or without "Bearer ", or
+// else the first cookie named __client. Nothing when the answer has neither.
+std::optional<platform::Secret> extractClientToken(const platform::HttpResponse& response);
