@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include <boost/json/value.hpp>
+
 // What happens to system audio while it is captured.
 enum class AudioCaptureMode {
     vad,          // utterances, cut by the detector
@@ -23,6 +25,9 @@ struct VadConfig {
     float noiseGateThreshold;     // RMS below which a hop is silence whatever its peak
     int maxRecordingDurationSecs; // seconds after the onset at which a segment is cut
 
+    // Strict: throws DecodingError (Json.h), also for a number that its field cannot hold.
+    static VadConfig fromJson(const boost::json::value& json);
+    boost::json::object toJson() const;
     bool operator==(const VadConfig&) const = default;
 };
 

@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <optional>
+#include <string>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -47,7 +48,8 @@ public:
 private:
     void openDatabase();
     void runMigrations();
-    bool exec(const QString& sql);
+    // True unless SQLite reports an error, which is logged.
+    bool exec(const std::string& sql);
     sqlite3_stmt* prepare(const char* sql);
 
     sqlite3* m_db = nullptr;

@@ -1,0 +1,117 @@
+#include "DefaultsText.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLocale>
+#include <QStringDecoder>
+
+#include <cmath>
+
+namespace platform::defaultstext {
+
+namespace {
+
+constexpr QLatin1StringView encodedStart("@base64(");
+constexpr QLatin1StringView encodedEnd(")");
+
+bool isEncoded(const QString& text) {
+    return text.startsWith(encodedStart) && text.endsWith(encodedEnd);
+}
+
+// A JSON object or array on one line.
+bool isDocument(const QString& text) {
+    if (!text.startsWith(u'{') && !text.startsWith(u'[')) {
+        return false;
+    }
+    const auto isControl = [](QChar character) { return character < u' '; };
+    return std::ranges::none_of(text, isControl) && !QJsonDocument::fromJson(text.toUtf8()).isNull();
+}
+
+bool isQuoted(const QString& text) {
+    return text.size() >= 2 && text.startsWith(u'"') && text.endsWith(u'"');
+}
+
+// As a JSON string: quotes, escapes, no line breaks.
+QString quote(const QString& value) {
+    const auto array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    return QString::fromUtf8(array.mid(1, array.size() - 2));
+}
+
+QString unquote(const QString& text) {
+    const auto document = QJsonDocument::fromJson('[' + text.toUtf8() + ']');
+    const auto values = document.array();
+    // By hand, quotes are often put around a text whose own quotes and backslashes were left as they are.
+    return values.size() == 1 && values.at(0).isString() ? values.at(0).toString()
+                                                         : text.mid(1, text.size() - 2);
+}
+
+} // namespace
+
+QString fromString(const QString& value) {
+    const auto isControl = [](QChar character) { return character < u' '; };
+    const bool plain = value == value.trimmed() && !isQuoted(value) &&
+                       std::ranges::none_of(value, isControl) && toString(value);
+    return plain ? value : quote(value);
+}
+
+QString fromBoolean(bool value) {
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+QString fromInteger(qint64 value) {
+    return QString::number(value);
+}
+
+QString fromReal(double value) {
+    const auto text = QString::number(value, 'g', QLocale::FloatingPointShortest);
+    return toInteger(text) ? text + QStringLiteral(".0") : text;
+}
+
+QString fromData(const QByteArray& value) {
+    QStringDecoder decode(QStringDecoder::Utf8);
+    const QString text = decode(value);
+    return !decode.hasError() && isDocument(text)
+               ? text
+               : encodedStart + QString::fromLatin1(value.toBase64()) + encodedEnd;
+}
+
+std::optional<QString> toString(const QString& text) {
+    if (isQuoted(text)) {
+        return unquote(text);
+    }
+    const bool otherKind = isEncoded(text) || isDocument(text) || toBoolean(text) || toReal(text);
+    return otherKind ? std::nullopt : std::optional(text);
+}
+
+std::optional<bool> toBoolean(const QString& text) {
+    for (const bool value : {true, false}) {
+        if (text.compare(fromBoolean(value), Qt::CaseInsensitive) == 0) {
+            return value;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<qint64> toInteger(const QString& text) {
+    bool valid = false;
+    const auto value = text.toLongLong(&valid);
+    return valid ? std::optional(value) : std::nullopt;
+}
+
+std::optional<double> toReal(const QString& text) {
+    bool valid = false;
+    const auto value = text.toDouble(&valid);
+    return valid && std::isfinite(value) ? std::optional(value) : std::nullopt;
+}
+
+std::optional<QByteArray> toData(const QString& text) {
+    if (isEncoded(text)) {
+        const auto encoded = QStringView(text).sliced(encodedStart.size()).chopped(encodedEnd.size());
+        const auto decoded =
+            QByteArray::fromBase64Encoding(encoded.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+        return decoded ? std::optional(*decoded) : std::nullopt;
+    }
+    return isDocument(text) ? std::optional(text.toUtf8()) : std::nullopt;
+}
+
+} // namespace platform::defaultstext
