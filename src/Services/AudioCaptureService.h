@@ -38,13 +38,18 @@ public:
     quint32 sampleRate() const; // Hz
 
     // Throws CaptureError or platform::AudioError. A start while running, in any mode, is skipped and
-    // succeeds.
+    // succeeds; while another start is under way it is skipped and ends as that one does. A stop meanwhile
+    // wins: the start throws platform::OperationCancelled.
     QCoro::Task<void> startCapture(AudioCaptureMode mode, VadConfig vadConfig);
+    // Every sample of the capture that is not yet delivered is lost, an open utterance too.
     void stopSystemCapture();
+    // As startCapture. The system's default input, whatever the settings name.
     QCoro::Task<void> startMicrophoneCapture();
     void stopMicrophoneCapture();
 
+    // Whether system audio can be captured.
     QCoro::Task<bool> checkPermission();
+    // Empty, with a log line, when no sound server answers.
     QCoro::Task<QList<AudioDevice>> getInputDevices();
     QCoro::Task<QList<AudioDevice>> getOutputDevices();
 
@@ -63,6 +68,11 @@ Q_SIGNALS:
     // On the system audio thread. `at` is in milliseconds since the Unix epoch.
     void candidateSpeechStarted();
     void candidateSpeechStopped(qint64 at);
+
+    // A stream ended by itself. Main thread, when what belongs to it has been stopped: the end of the system
+    // stream stops the microphone too, that of the microphone nothing else.
+    void systemStreamFailed(const QString& reason);
+    void microphoneFailed(const QString& reason);
 
 private:
     class Private;

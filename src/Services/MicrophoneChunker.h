@@ -1,1 +1,36 @@
 #pragma once
+
+#include "WAVEncoder.h"
+
+#include <functional>
+#include <span>
+#include <vector>
+
+// Cuts mono samples into WAV files of 80 ms. One thread at a time.
+class MicrophoneChunker {
+public:
+    MicrophoneChunker(uint32_t sampleRate, std::function<void(const QByteArray& wav)> emitChunk);
+
+    // Emits what is waiting at the old rate as a shorter file: no file mixes rates. The number of files.
+    int setSampleRate(uint32_t sampleRate);
+    // Emits as many whole chunks as there are. The number of files.
+    int append(std::span<const float> samples);
+
+    uint32_t sampleRate() const { return m_micSampleRate; } // Hz
+    size_t chunkSamples() const { return m_micChunkSamples; }
+    size_t waitingSamples() const { return m_micAccum.size(); }
+
+private:
+    void emitFile(std::span<const float> samples);
+
+    uint32_t m_micSampleRate;
+    size_t m_micChunkSamples;
+    std::vector<float> m_micAccum; // always less than a chunk
+    std::function<void(const QByteArray& wav)> m_emitChunk;
+    WAVEncoder m_wavEncoder;
+};
+
+// The samples in 80 ms, rounded down.
+constexpr size_t chunkLength(uint32_t sampleRate) {
+    return static_cast<size_t>(sampleRate) * 80 / 1000;
+}

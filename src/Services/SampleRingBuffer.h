@@ -1,1 +1,25 @@
 #pragma once
+
+#include <cstddef>
+#include <mutex>
+#include <span>
+#include <vector>
+
+// Keeps the newest samples of a stream until they are drained. Any thread; the lock is held only to copy.
+class SampleRingBuffer {
+public:
+    explicit SampleRingBuffer(size_t capacity);
+
+    // What exceeds the capacity pushes the oldest samples out.
+    void append(std::span<const float> samples);
+    // Replaces the content of `samples` with up to `count` of the oldest.
+    void drain(size_t count, std::vector<float>& samples);
+    size_t size() const;
+    void clear();
+
+private:
+    mutable std::mutex m_ringBufferLock;
+    std::vector<float> m_samples;
+    size_t m_start = 0; // index of the oldest
+    size_t m_size = 0;
+};

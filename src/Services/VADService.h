@@ -1,1 +1,70 @@
 #pragma once
+
+#include "AudioModels.h"
+#include "Clock.h"
+#include "WAVEncoder.h"
+
+#include <functional>
+#include <optional>
+#include <span>
+#include <vector>
+
+// An energy detector on fixed hops of mono samples: marks the onset and the end of speech, and cuts
+// utterances. One thread at a time; the callbacks are called from within processSamples, on its thread.
+class VADService {
+public:
+    // `sampleRate` only goes into the header of the files: the thresholds count hops.
+    VADService(VadConfig config, uint32_t sampleRate, const platform::Clock& clock);
+
+    // Set before the first samples. Without onSpeechDetected no audio is kept.
+    std::function<void(const QByteArray& wav)>
+        onSpeechDetected;                // a segment that counts, directly after its end
+    std::function<void()> onSpeechStart; // the onset, before it is known whether the segment will count
+    std::function<void()> onSpeechEnd;   // only of a segment that counts
+
+    // Any number of samples, full scale -1 to 1.
+    void processSamples(std::span<const float> samples);
+
+    bool isSpeaking() const { return m_isSpeaking; }
+    // Samples that wait for the rest of their hop.
+    size_t pendingCount() const { return m_pendingSamples.size(); }
+
+private:
+    using Hop = std::span<const float>;
+
+    // The hops before the onset: the newest `preSpeechChunks`, in a circle.
+    class PreSpeechBuffer {
+    public:
+        PreSpeechBuffer(size_t hops, size_t hopSize);
+        void append(Hop hop);
+        void appendTo(std::vector<float>& samples) const; // oldest first
+        void clear();
+
+    private:
+        std::vector<float> m_samples;
+        size_t m_hopSize;
+        size_t m_capacity;  // hops
+        size_t m_next = 0;  // where the next hop goes
+        size_t m_count = 0; // hops
+    };
+
+    void processHop(Hop hop);
+    void handleSpeech(Hop hop);
+    void handleSilence(Hop hop);
+    void finalizeSpeech();
+    void keep(Hop hop);
+    bool isTooLong() const;
+
+    const VadConfig m_config;
+    const size_t m_hopSize;
+    const uint32_t m_sampleRate; // Hz
+    const platform::Clock& m_clock;
+    WAVEncoder m_wavEncoder;
+    bool m_isSpeaking = false;
+    int m_speechChunks = 0;
+    int m_silenceCounter = 0;
+    PreSpeechBuffer m_preSpeechBuffer;
+    std::vector<float> m_speechBuffer;
+    std::optional<platform::WallTime> m_recordingStartTime;
+    std::vector<float> m_pendingSamples; // always less than a hop
+};

@@ -1,1 +1,109 @@
 #include "SystemAudioViewModel.h"
+
+#include "AudioCaptureService.h"
+#include "Dispatch.h"
+#include "Log.h"
+#include "SystemAccess.h"
+#include "Tasks.h"
+#include "WebSocketService.h"
+
+#include <QPointer>
+
+namespace {
+
+constexpr quint8 systemAudioFlag = 0x01;
+
+} // namespace
+
+SystemAudioViewModel::SystemAudioViewModel(AudioCaptureService& audioCapture, WebSocketService& webSocket,
+                                           platform::SystemAccess& systemAccess)
+    : m_audioCapture(audioCapture)
+    , m_webSocket(webSocket)
+    , m_systemAccess(systemAccess) {
+    setupSubscriptions();
+}
+
+SystemAudioViewModel::~SystemAudioViewModel() {
+    disconnect(m_utterances);
+}
+
+void SystemAudioViewModel::setupSubscriptions() {
+    const auto follow = [this] {
+        if (std::exchange(m_isCapturing, m_audioCapture.isCapturing()) != m_isCapturing) {
+            Q_EMIT isCapturingChanged();
+        }
+    };
+    follow();
+    connect(&m_audioCapture, &AudioCaptureService::isCapturingChanged, this, follow);
+
+    // Emitted on the audio thread, where this object may already be going away: the service, which waits for
+    // its threads, is the context, and the object is looked at on the main thread only. Who owns a chunk is
+    // decided when it is made, so that one that an interview has sent is not sent again after its end.
+    m_utterances = connect(
+        &m_audioCapture, &AudioCaptureService::speechDetected, &m_audioCapture,
+        [self = QPointer(this), owned = m_interviewOwnsAudio](const QByteArray& wav) {
+            if (*owned) {
+                return;
+            }
+            platform::dispatchToMain([self, wav] {
+                if (self && !self->interviewOwnsAudio()) {
+                    self->handleSpeechDetected(wav);
+                }
+            });
+        },
+        Qt::DirectConnection);
+
+    connect(&m_audioCapture, &AudioCaptureService::recordingProgress, this, [this](int seconds) {
+        if (std::exchange(m_recordingElapsed, seconds) != seconds) {
+            Q_EMIT recordingElapsedChanged();
+        }
+    });
+}
+
+void SystemAudioViewModel::handleSpeechDetected(const QByteArray& wav) {
+    platform::startTask(sendUtterance(wav), "SystemAudioViewModel.sendUtterance");
+}
+
+QCoro::Task<void> SystemAudioViewModel::sendUtterance(QByteArray wav) {
+    try {
+        co_await m_webSocket.sendBinary(std::move(wav), systemAudioFlag);
+    } catch (const platform::OperationCancelled&) {
+    } catch (const std::exception& error) {
+        platform::logLine(
+            QStringLiteral("[SystemAudio] sendBinary failed: %1").arg(platform::errorText(error)));
+    }
+}
+
+void SystemAudioViewModel::startCapture() {
+    platform::startTask(runStart(), "SystemAudioViewModel.startCapture");
+}
+
+QCoro::Task<void> SystemAudioViewModel::runStart() {
+    const QPointer self(this);
+    const bool granted = co_await m_audioCapture.checkPermission();
+    if (!self) {
+        co_return;
+    }
+    if (std::exchange(m_permissionGranted, granted) != granted) {
+        Q_EMIT permissionGrantedChanged();
+    }
+    if (!granted) {
+        m_systemAccess.open(
+            QStringLiteral("x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture"));
+        co_return;
+    }
+    QString failure;
+    try {
+        co_await m_audioCapture.startCapture(AudioCaptureMode::vad, interviewVadConfig);
+        co_return;
+    } catch (const platform::OperationCancelled&) {
+        // Stopped by the user meanwhile.
+        co_return;
+    } catch (const std::exception& error) {
+        failure = platform::errorText(error);
+    }
+    if (self && m_error != failure) {
+        m_error = failure;
+        Q_EMIT errorChanged();
+    }
+}

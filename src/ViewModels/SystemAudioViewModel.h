@@ -1,1 +1,76 @@
 #pragma once
+
+#include <QCoroTask>
+#include <QObject>
+#include <QString>
+
+#include <atomic>
+#include <memory>
+#include <optional>
+
+class AudioCaptureService;
+class WebSocketService;
+
+namespace platform {
+class SystemAccess;
+}
+
+// Listens to system audio without an interview: each utterance goes to the backend as one frame. Main thread.
+class SystemAudioViewModel : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool isCapturing READ isCapturing NOTIFY isCapturingChanged)
+    Q_PROPERTY(QString transcription READ transcription NOTIFY transcriptionChanged)
+    Q_PROPERTY(QString aiResponse READ aiResponse NOTIFY aiResponseChanged)
+    Q_PROPERTY(QString error READ errorText NOTIFY errorChanged)
+    Q_PROPERTY(int recordingElapsed READ recordingElapsed NOTIFY recordingElapsedChanged)
+    Q_PROPERTY(bool permissionGranted READ permissionGranted NOTIFY permissionGrantedChanged)
+
+public:
+    SystemAudioViewModel(AudioCaptureService& audioCapture, WebSocketService& webSocket,
+                         platform::SystemAccess& systemAccess);
+    ~SystemAudioViewModel() override;
+
+    bool isCapturing() const { return m_isCapturing; }
+    QString transcription() const { return m_transcription; }
+    QString aiResponse() const { return m_aiResponse; }
+    // Why the last failed start failed; stays when a later one succeeds.
+    const std::optional<QString>& error() const { return m_error; }
+    QString errorText() const { return m_error.value_or(QString()); }
+    int recordingElapsed() const { return m_recordingElapsed; } // s
+    bool permissionGranted() const { return m_permissionGranted; }
+
+    // While an interview forwards the chunks itself, this model sends nothing.
+    bool interviewOwnsAudio() const { return *m_interviewOwnsAudio; }
+    void setInterviewOwnsAudio(bool owns) { *m_interviewOwnsAudio = owns; }
+
+    // Returns at once. There is no stop here: stop the capture service.
+    void startCapture();
+
+Q_SIGNALS:
+    void isCapturingChanged();
+    void transcriptionChanged();
+    void aiResponseChanged();
+    void errorChanged();
+    void recordingElapsedChanged();
+    void permissionGrantedChanged();
+
+private:
+    void setupSubscriptions();
+    void handleSpeechDetected(const QByteArray& wav);
+    QCoro::Task<void> sendUtterance(QByteArray wav);
+    QCoro::Task<void> runStart();
+
+    AudioCaptureService& m_audioCapture;
+    WebSocketService& m_webSocket;
+    platform::SystemAccess& m_systemAccess;
+    bool m_isCapturing = false;
+    QString m_transcription;
+    QString m_aiResponse;
+    std::optional<QString> m_error;
+    int m_recordingElapsed = 0;
+    bool m_permissionGranted = false;
+    // Read by the audio thread as well.
+    const std::shared_ptr<std::atomic<bool>> m_interviewOwnsAudio =
+        std::make_shared<std::atomic<bool>>(false);
+    QMetaObject::Connection m_utterances;
+};

@@ -1,1 +1,138 @@
 #include "FakeAudioHost.h"
+
+using namespace platform;
+
+class FakeAudioHost::Stream : public AudioStream {
+public:
+    explicit Stream(std::shared_ptr<Channel> channel)
+        : m_channel(std::move(channel)) {}
+    ~Stream() override {
+        const std::lock_guard lock(m_channel->mutex);
+        m_channel->open = false;
+    }
+
+private:
+    std::shared_ptr<Channel> m_channel;
+};
+
+std::unique_ptr<AudioStream> FakeAudioHost::Source::start(AudioStreamHandlers handlers) {
+    auto channel = std::make_shared<Channel>();
+    channel->handlers = std::move(handlers);
+    ++opened;
+    const std::lock_guard lock(m_mutex);
+    m_channel = channel;
+    return std::make_unique<Stream>(std::move(channel));
+}
+
+std::shared_ptr<FakeAudioHost::Channel> FakeAudioHost::Source::current() const {
+    const std::lock_guard lock(m_mutex);
+    return m_channel.lock();
+}
+
+bool FakeAudioHost::Source::push(const AudioBuffer& buffer) {
+    const auto channel = current();
+    if (!channel) {
+        return false;
+    }
+    const std::lock_guard lock(channel->mutex);
+    if (channel->open) {
+        channel->handlers.buffer(buffer);
+    }
+    return channel->open;
+}
+
+void FakeAudioHost::Source::fail(const QString& reason) {
+    if (const auto channel = current()) {
+        const auto handler = std::exchange(channel->handlers.stoppedWithError, nullptr);
+        if (handler) {
+            handler(reason);
+        }
+    }
+}
+
+void FakeAudioHost::release() {
+    m_held = false;
+    for (const auto& waiting : std::exchange(m_waiting, {})) {
+        waiting.resolve();
+    }
+}
+
+QCoro::Task<void> FakeAudioHost::gate() {
+    if (m_held) {
+        Completion<void> released;
+        m_waiting.push_back(released);
+        co_await std::move(released);
+    }
+}
+
+bool FakeAudioHost::pushSystem(std::span<const float> interleaved, uint32_t channels) {
+    AudioBuffer buffer;
+    buffer.description = AudioStreamDescription{48000.0, channels, 32, true};
+    buffer.data = std::as_bytes(interleaved).data();
+    buffer.length = interleaved.size_bytes();
+    return m_system.push(buffer);
+}
+
+bool FakeAudioHost::pushMicrophone(std::span<const float> interleaved, double sampleRate, uint32_t channels) {
+    AudioBuffer buffer;
+    buffer.description = AudioStreamDescription{sampleRate, channels, 32, true};
+    buffer.data = std::as_bytes(interleaved).data();
+    buffer.length = interleaved.size_bytes();
+    return m_microphone.push(buffer);
+}
+
+bool FakeAudioHost::pushMicrophone(std::span<const int16_t> interleaved, double sampleRate,
+                                   uint32_t channels) {
+    AudioBuffer buffer;
+    buffer.description = AudioStreamDescription{sampleRate, channels, 16, false};
+    buffer.data = std::as_bytes(interleaved).data();
+    buffer.length = interleaved.size_bytes();
+    return m_microphone.push(buffer);
+}
+
+QCoro::Task<AudioSurvey> FakeAudioHost::survey() {
+    co_await gate();
+    if (surveyError) {
+        throw AudioError(*surveyError);
+    }
+    co_return surveyResult;
+}
+
+QCoro::Task<std::unique_ptr<AudioStream>>
+FakeAudioHost::startSystemStream(SystemStreamConfiguration configuration, AudioStreamHandlers handlers) {
+    m_systemStarts.push_back(configuration);
+    co_await gate();
+    if (systemError) {
+        throw AudioError(*systemError);
+    }
+    co_return m_system.start(std::move(handlers));
+}
+
+QCoro::Task<std::optional<AudioEndpoint>> FakeAudioHost::defaultInput() {
+    co_await gate();
+    co_return input;
+}
+
+QCoro::Task<std::unique_ptr<AudioStream>> FakeAudioHost::startMicrophoneStream(AudioStreamHandlers handlers) {
+    co_await gate();
+    if (microphoneError) {
+        throw AudioError(*microphoneError);
+    }
+    co_return m_microphone.start(std::move(handlers));
+}
+
+QCoro::Task<QList<AudioEndpoint>> FakeAudioHost::inputs() {
+    co_await gate();
+    if (listError) {
+        throw AudioError(*listError);
+    }
+    co_return inputList;
+}
+
+QCoro::Task<QList<AudioEndpoint>> FakeAudioHost::outputs() {
+    co_await gate();
+    if (listError) {
+        throw AudioError(*listError);
+    }
+    co_return outputList;
+}

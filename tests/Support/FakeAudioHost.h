@@ -1,1 +1,90 @@
 #pragma once
+
+#include "AudioHost.h"
+#include "Completion.h"
+
+#include <initializer_list>
+#include <mutex>
+#include <span>
+#include <vector>
+
+// A sound server of a test's own. Operations run on the main thread; buffers are pushed by any thread and
+// their handler runs on it, one at a time for each stream, as with the real one.
+class FakeAudioHost : public platform::AudioHost {
+public:
+    // The answers of the next operations. An error set here is thrown instead.
+    platform::AudioSurvey surveyResult{1, 0};
+    std::optional<platform::AudioEndpoint> input =
+        platform::AudioEndpoint{QStringLiteral("1"), QStringLiteral("Test microphone")};
+    QList<platform::AudioEndpoint> inputList;
+    QList<platform::AudioEndpoint> outputList;
+    std::optional<platform::AudioError> surveyError;
+    std::optional<platform::AudioError> listError;
+    std::optional<platform::AudioError> systemError;
+    std::optional<platform::AudioError> microphoneError;
+
+    // From now on every operation waits until release().
+    void hold() { m_held = true; }
+    void release();
+    int waitingOperations() const { return static_cast<int>(m_waiting.size()); }
+
+    // All system streams asked for, and how many of each kind were opened.
+    const std::vector<platform::SystemStreamConfiguration>& systemStarts() const { return m_systemStarts; }
+    int systemStreamsOpened() const { return m_system.opened; }
+    int microphoneStreamsOpened() const { return m_microphone.opened; }
+    bool systemRuns() const { return m_system.current() != nullptr; }
+    bool microphoneRuns() const { return m_microphone.current() != nullptr; }
+
+    // False when no stream runs. Any thread.
+    bool pushSystem(const platform::AudioBuffer& buffer) { return m_system.push(buffer); }
+    bool pushSystem(std::span<const float> interleaved, uint32_t channels = 1);
+    bool pushMicrophone(const platform::AudioBuffer& buffer) { return m_microphone.push(buffer); }
+    bool pushMicrophone(std::span<const float> interleaved, double sampleRate = 48000.0,
+                        uint32_t channels = 1);
+    bool pushMicrophone(std::span<const int16_t> interleaved, double sampleRate, uint32_t channels);
+
+    // The stream ends by itself. Main thread.
+    void failSystem(const QString& reason) { m_system.fail(reason); }
+    void failMicrophone(const QString& reason) { m_microphone.fail(reason); }
+
+    QCoro::Task<platform::AudioSurvey> survey() override;
+    QCoro::Task<std::unique_ptr<platform::AudioStream>>
+    startSystemStream(platform::SystemStreamConfiguration configuration,
+                      platform::AudioStreamHandlers handlers) override;
+    QCoro::Task<std::optional<platform::AudioEndpoint>> defaultInput() override;
+    QCoro::Task<std::unique_ptr<platform::AudioStream>>
+    startMicrophoneStream(platform::AudioStreamHandlers handlers) override;
+    QCoro::Task<QList<platform::AudioEndpoint>> inputs() override;
+    QCoro::Task<QList<platform::AudioEndpoint>> outputs() override;
+
+private:
+    // A stream's destructor waits for the handler under way; a handler may itself end its stream.
+    struct Channel {
+        std::recursive_mutex mutex;
+        platform::AudioStreamHandlers handlers;
+        bool open = true;
+    };
+    class Stream;
+
+    // The newest stream of one kind.
+    class Source {
+    public:
+        std::unique_ptr<platform::AudioStream> start(platform::AudioStreamHandlers handlers);
+        std::shared_ptr<Channel> current() const;
+        bool push(const platform::AudioBuffer& buffer);
+        void fail(const QString& reason);
+        int opened = 0;
+
+    private:
+        mutable std::mutex m_mutex;
+        std::weak_ptr<Channel> m_channel;
+    };
+
+    QCoro::Task<void> gate();
+
+    bool m_held = false;
+    std::vector<platform::Completion<void>> m_waiting;
+    std::vector<platform::SystemStreamConfiguration> m_systemStarts;
+    Source m_system;
+    Source m_microphone;
+};

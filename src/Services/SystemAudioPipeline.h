@@ -1,0 +1,49 @@
+#pragma once
+
+#include "AudioHost.h"
+#include "SampleRingBuffer.h"
+#include "VADService.h"
+
+#include <atomic>
+
+// What happens to the buffers of one system capture: down-mix, ring buffer, detector, and the chunks that a
+// timer takes out. One object for each capture, so that a buffer that is late finds its own end, not the next
+// start.
+class SystemAudioPipeline {
+public:
+    // Called on the stream's thread, except `chunk`.
+    struct Events {
+        std::function<void(const QByteArray& wav)> utterance; // mode vad
+        std::function<void()> speechStarted;
+        std::function<void(qint64 at)> speechStopped;     // ms since the Unix epoch
+        std::function<void(const QByteArray& wav)> chunk; // mode rawStreaming, on the thread of drain()
+    };
+
+    // `sampleRate` in Hz, of every buffer of this capture.
+    SystemAudioPipeline(AudioCaptureMode mode, VadConfig vadConfig, uint32_t sampleRate,
+                        const platform::Clock& clock, Events events);
+
+    // On the stream's thread, one buffer at a time.
+    void handle(const platform::AudioBuffer& buffer);
+    // Takes the samples of 80 ms, or what there is, and emits them. When ticks were late and two full chunks
+    // or more are waiting it takes a second one, so that the delay does not stay.
+    void drain();
+    // From now on buffers and drains do nothing. Any thread.
+    void stop();
+
+private:
+    void logFrame(std::span<const float> mono, size_t floats, uint32_t channels) const;
+
+    const AudioCaptureMode m_captureMode;
+    const uint32_t m_sampleRate;
+    const size_t m_drainSize;
+    Events m_events;
+    std::atomic<bool> m_stopFlag = false;
+    VADService m_vadService;
+    SampleRingBuffer m_ringBuffer;
+    std::vector<float> m_continuousBuffer;
+    std::vector<float> m_mono;
+    std::vector<float> m_drained;
+    WAVEncoder m_wavEncoder;
+    int m_sckAudioFrameCount = 0;
+};
