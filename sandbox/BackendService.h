@@ -1,0 +1,121 @@
+// The backend: the REST call that makes a session, and the links that use it.
+#pragma once
+
+#include "Agenda.h"
+#include "Faults.h"
+#include "Http.h"
+#include "InterviewRecord.h"
+#include "Ledger.h"
+#include "Tokens.h"
+
+#include <boost/json/object.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace sandbox {
+
+class InterviewLink;
+
+// How the server words that it has lost a session; it has no message type of its own for that.
+enum class LossWording { sessionNotFound, sessionIdNotFound, notFoundSession };
+
+// A session that the REST call made, keyed by the program's machine id.
+struct BackendSession {
+    // A link has used it before.
+    bool known = false;
+    // Empty when no interview runs.
+    std::string interviewId;
+    // The server lost the interview; the program may not know yet.
+    bool interviewLost = false;
+};
+
+struct FrameCounts {
+    std::uint64_t total = 0;
+    // Sent before the session was confirmed.
+    std::uint64_t beforeSession = 0;
+    // Sent with no interview running.
+    std::uint64_t withoutInterview = 0;
+    // On their way when the interview ended, or after the server lost session or interview.
+    std::uint64_t late = 0;
+    // Not a stream byte and a sound file as they must be.
+    std::uint64_t bad = 0;
+};
+
+struct Manners {
+    // Between the messages of a scripted answer.
+    std::chrono::milliseconds pace{120};
+    // An assessment at least after so much sound; 0 for none but after the candidate's answers.
+    std::chrono::milliseconds assessmentEvery{20'000};
+    // Keep every sample of every interview.
+    bool keepSamples = false;
+};
+
+// Network thread only.
+class BackendService {
+public:
+    BackendService(Agenda& agenda, Faults& faults, Ledger& ledger, const TokenMint& mint);
+
+    HttpReply answer(const HttpRequest& request);
+
+    void dropLinks();
+    void closeLinks(std::uint16_t code, const std::string& reason);
+    void silenceLinks();
+    void stopAnsweringPings();
+    // Open links hear of it at once, or with their next command.
+    void forgetSessions(LossWording wording, bool atOnce);
+    void forgetInterviews();
+    // To every open link. `kind` is one of "malformed", "unknown_type", "wrong_types", "enormous",
+    // "deeply_nested", "invalid_utf8" and "binary". False for any other.
+    bool misbehave(std::string_view kind);
+    // A text frame of the caller's choice to every open link.
+    void sendText(const std::string& text);
+
+    boost::json::object describe() const;
+    // Null when no such interview has run. An empty id stands for the last one.
+    const InterviewRecord* interview(const std::string& id) const;
+
+    Manners manners;
+
+    // What the links use.
+    Agenda& agenda() { return m_agenda; }
+    Faults& faults() { return m_faults; }
+    Ledger& ledger() { return m_ledger; }
+    FrameCounts& frames() { return m_frames; }
+    BackendSession* session(const std::string& id);
+    InterviewRecord& record(const std::string& interviewId);
+    // Begins the figures of that interview anew.
+    InterviewRecord& startRecord(const std::string& interviewId);
+    std::string lossText(const std::string& sessionId) const;
+    void noteCommand(boost::json::object command);
+    void noteChat(std::string text) { m_lastChat = std::move(text); }
+    void noteClosed(int code) { m_lastCloseCode = code; }
+
+private:
+    HttpReply makeSession(const HttpRequest& request);
+    HttpReply upgrade(const HttpRequest& request);
+    template<typename Action>
+    void forEachLink(Action action);
+
+    Agenda& m_agenda;
+    Faults& m_faults;
+    Ledger& m_ledger;
+    const TokenMint& m_mint;
+    FrameCounts m_frames;
+    std::map<std::string, BackendSession> m_sessions;
+    LossWording m_lossWording = LossWording::sessionNotFound;
+    std::deque<InterviewRecord> m_interviews;
+    std::vector<std::weak_ptr<InterviewLink>> m_links;
+    std::deque<boost::json::object> m_commands;
+    std::string m_lastChat;
+    int m_lastCloseCode = 0;
+    std::uint64_t m_linksOpened = 0;
+    std::uint64_t m_upgradesRefused = 0;
+};
+
+} // namespace sandbox

@@ -1,0 +1,73 @@
+// All parts of the stand-in, put together. Everything but the constructor and the destructor runs on the
+// network thread.
+#pragma once
+
+#include "Agenda.h"
+#include "BackendService.h"
+#include "CertificateAuthority.h"
+#include "Faults.h"
+#include "HttpServer.h"
+#include "Ledger.h"
+#include "Sandbox.h"
+#include "SignInService.h"
+
+#include <boost/asio/ssl/context.hpp>
+
+#include <boost/json/object.hpp>
+
+#include <map>
+#include <string_view>
+
+namespace sandbox {
+
+inline constexpr std::string_view backendHost = "backend.lumetra.test";
+
+class Core {
+public:
+    // Listens on every port when it returns. Throws what hinders it.
+    Core(asio::io_context& context, const Options& options);
+
+    const Addresses& addresses() const { return m_addresses; }
+    boost::json::object state() const;
+    // Ends everything that would keep the network thread busy.
+    void stop();
+
+    void goAway(std::chrono::milliseconds time, bool backendOnly);
+    void comeBack();
+    void useCertificate(CertificateAuthority::Kind kind);
+    // Ends every standing fault, a going away included.
+    void cure();
+    // Writes both sides of the last interview as WAV files; gives their paths.
+    std::vector<std::string> saveSound();
+
+    Faults& faults() { return m_faults; }
+    Ledger& ledger() { return m_ledger; }
+    const Ledger& ledger() const { return m_ledger; }
+    SignInService& signIn() { return m_signIn; }
+    BackendService& backend() { return m_backend; }
+    const BackendService& backend() const { return m_backend; }
+
+private:
+    HttpReply answer(const HttpRequest& request);
+    HttpServer::Tunnel openTunnel(const HttpRequest& request);
+    void fillAddresses();
+
+    std::filesystem::path m_folder;
+    Agenda m_agenda;
+    Faults m_faults;
+    Ledger m_ledger;
+    CertificateAuthority m_authority;
+    std::map<CertificateAuthority::Kind, asio::ssl::context> m_tls;
+    SignInService m_signIn;
+    BackendService m_backend;
+    HttpServer m_https;
+    HttpServer m_http;
+    HttpServer m_proxy;
+    HttpServer m_control;
+    bool m_away = false;
+    // Raised by each going away and coming back, so that an old timer does nothing.
+    unsigned m_absence = 0;
+    Addresses m_addresses;
+};
+
+} // namespace sandbox

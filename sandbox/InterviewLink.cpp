@@ -1,0 +1,409 @@
+#include "InterviewLink.h"
+
+#include "InterviewScript.h"
+
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+
+namespace sandbox {
+
+namespace json = boost::json;
+
+namespace {
+
+// Commands that reach a lost session are answered with the loss; the rest is dropped.
+constexpr std::chrono::seconds lateFrames{1};
+constexpr std::chrono::minutes clockTolerance{2};
+constexpr std::size_t pieceBytes = 24;
+
+json::object typed(std::string_view type) {
+    return {{"type", type}};
+}
+json::object stage(std::string_view name) {
+    return {{"type", "processing_status"}, {"stage", name}};
+}
+
+std::string string(const json::object& object, std::string_view key) {
+    return std::string(object.at(key).as_string());
+}
+
+} // namespace
+
+struct InterviewLink::Command {
+    std::string_view type;
+    // The one key besides "type"; empty for none.
+    std::string_view key;
+    json::kind kind;
+    void (InterviewLink::*act)(const json::object&, std::string_view);
+};
+
+const InterviewLink::Command* InterviewLink::findCommand(std::string_view type) {
+    static const std::array<Command, 10> commands{
+        {{"set_session", "session_id", json::kind::string, &InterviewLink::setSession},
+         {"chat", "message", json::kind::string, &InterviewLink::chat},
+         {"interview_id", "id", json::kind::string, &InterviewLink::interviewId},
+         {"active_question", "question", json::kind::string, &InterviewLink::activeQuestion},
+         {"set_follow_ups", "enabled", json::kind::bool_, &InterviewLink::setFollowUps},
+         {"set_english_assessment", "enabled", json::kind::bool_, &InterviewLink::setEnglish},
+         {"new_chat", "", json::kind::null, &InterviewLink::newChat},
+         {"end_interview", "", json::kind::null, &InterviewLink::endInterview},
+         {"candidate_speech_start", "", json::kind::null, &InterviewLink::speechStart},
+         {"candidate_speech_stop", "at", json::kind::int64, &InterviewLink::speechStop}}};
+    const auto* found =
+        std::find_if(commands.begin(), commands.end(), [&](const Command& c) { return c.type == type; });
+    return found == commands.end() ? nullptr : found;
+}
+
+InterviewLink::InterviewLink(BackendService& backend)
+    : m_backend(backend) {}
+
+void InterviewLink::opened(std::shared_ptr<WebSocketPeer> peer) {
+    m_peer = std::move(peer);
+    m_peer->ignoresPings = m_backend.faults().ignorePings;
+    if (m_backend.faults().silent) {
+        m_peer->fallSilent();
+    }
+}
+
+void InterviewLink::closed(int code) {
+    m_peer.reset();
+    giveUpPlanned();
+    m_backend.noteClosed(code);
+}
+
+void InterviewLink::misbehaved(std::string what) {
+    violation(what);
+}
+
+void InterviewLink::violation(const std::string& what) {
+    if (m_violations.insert(what).second) {
+        m_backend.ledger().violation("link: " + what);
+    }
+}
+
+bool InterviewLink::isWellFormed(const json::object& object, const Command& command) {
+    const std::size_t keys = command.key.empty() ? 1 : 2;
+    const auto* value = object.if_contains(command.key);
+    return object.size() == keys &&
+           (command.key.empty() || (value != nullptr && value->kind() == command.kind));
+}
+
+void InterviewLink::text(std::string_view message) {
+    boost::system::error_code error;
+    const json::value value = json::parse(message, error);
+    const auto* object = error ? nullptr : value.if_object();
+    const auto* type = object != nullptr ? object->if_contains("type") : nullptr;
+    const auto* command = type != nullptr && type->is_string() ? findCommand(type->get_string()) : nullptr;
+    if (command == nullptr || !isWellFormed(*object, *command)) {
+        violation(command == nullptr ? "a text frame that is no command"
+                                     : "keys of " + std::string(command->type) + " are not as they must be");
+        sayNow({{"type", "error"}, {"message", "Malformed command"}});
+        return;
+    }
+    m_backend.noteCommand(*object);
+    if (command->type != "set_session") {
+        if (m_sessionId.empty()) {
+            violation(std::string(command->type) + " before the session was set");
+            sayNow({{"type", "error"}, {"message", "Set a session first"}});
+            return;
+        }
+        if (m_backend.session(m_sessionId) == nullptr) {
+            tellLoss();
+            return;
+        }
+    }
+    (this->*command->act)(*object, message);
+}
+
+void InterviewLink::tellLoss() {
+    if (!m_sessionId.empty()) {
+        sayNow({{"type", "error"}, {"message", m_backend.lossText(m_sessionId)}});
+    }
+}
+
+void InterviewLink::setSession(const json::object& object, std::string_view) {
+    m_sessionId = string(object, "session_id");
+    auto* session = m_backend.session(m_sessionId);
+    if (session == nullptr) {
+        tellLoss();
+        return;
+    }
+    json::object answer{{"type", session->known ? "session_resumed" : "set_session"},
+                        {"session_id", m_sessionId}};
+    if (session->known && !session->interviewId.empty()) {
+        answer["interview_id"] = session->interviewId;
+    }
+    session->known = true;
+    session->interviewLost = false;
+    plan({std::move(answer)});
+}
+
+void InterviewLink::chat(const json::object& object, std::string_view) {
+    const auto message = string(object, "message");
+    m_backend.noteChat(message);
+    if (message.starts_with(openingSentence)) {
+        openInterview(message.substr(openingSentence.size()));
+        return;
+    }
+    plan({stage("thinking")});
+    planProse("chat_chunk", chatReply(message));
+    plan({typed("chat_done")});
+}
+
+void InterviewLink::openInterview(const std::string& id) {
+    plan({stage("analyzing"), stage("preparing")});
+    if (!isPlannedInterview(id)) {
+        planProse("chat_chunk", unplannedReply());
+        plan({typed("chat_done")});
+        return;
+    }
+    m_backend.startRecord(id);
+    planProse("chat_chunk", openingReply(id));
+    plan({typed("chat_done"),
+          stage("building_prompt"),
+          stage("processing_questions"),
+          {{"type", "chat_interview_plan"}, {"plan", interviewPlan()}},
+          {{"type", "chat_questions"}, {"questions", interviewQuestions()}}});
+}
+
+void InterviewLink::interviewId(const json::object& object, std::string_view) {
+    const auto id = string(object, "id");
+    if (!isPlannedInterview(id)) {
+        violation("interview_id for an interview without a plan");
+        return;
+    }
+    auto* session = m_backend.session(m_sessionId);
+    session->interviewId = id;
+    session->interviewLost = false;
+    m_backend.record(id).running = true;
+    m_candidateSpeaking = false;
+    plan({typed("request_active_question")});
+}
+
+InterviewRecord* InterviewLink::runningInterview(const char* forWhat) {
+    const auto* session = m_backend.session(m_sessionId);
+    if (session == nullptr || session->interviewId.empty()) {
+        if (session != nullptr && !session->interviewLost && Clock::now() - m_interviewEnded > lateFrames) {
+            violation(std::string(forWhat) + " with no interview running");
+        }
+        return nullptr;
+    }
+    return &m_backend.record(session->interviewId);
+}
+
+void InterviewLink::activeQuestion(const json::object& object, std::string_view) {
+    const auto question = string(object, "question");
+    if (!isInterviewQuestion(question)) {
+        violation("active_question that is no question of the interview");
+    }
+    if (auto* record = runningInterview("active_question")) {
+        record->activeQuestion = question;
+    }
+}
+
+void InterviewLink::setFollowUps(const json::object& object, std::string_view) {
+    if (auto* record = runningInterview("set_follow_ups")) {
+        record->followUps = object.at("enabled").as_bool();
+    }
+}
+
+void InterviewLink::setEnglish(const json::object& object, std::string_view) {
+    const bool enabled = object.at("enabled").as_bool();
+    if (auto* record = runningInterview("set_english_assessment")) {
+        record->english = enabled;
+    }
+    plan({{{"type", "set_english_assessment"}, {"enabled", enabled}, {"session_id", m_sessionId}}});
+}
+
+void InterviewLink::newChat(const json::object&, std::string_view) {
+    giveUpPlanned();
+}
+
+void InterviewLink::endInterview(const json::object&, std::string_view) {
+    auto* session = m_backend.session(m_sessionId);
+    if (auto* record = runningInterview("end_interview")) {
+        record->running = false;
+    }
+    session->interviewId.clear();
+    m_interviewEnded = Clock::now();
+    giveUpPlanned();
+    const auto& faults = m_backend.faults();
+    m_backend.agenda().after(faults.slowness + faults.endAckDelay, [weak = weak_from_this()] {
+        if (const auto link = weak.lock()) {
+            link->sayNow(typed("end_interview_ack"));
+        }
+    });
+}
+
+void InterviewLink::speechStart(const json::object&, std::string_view) {
+    if (auto* record = runningInterview("candidate_speech_start")) {
+        ++record->speechStarts;
+        tellSpeaking(true);
+    }
+}
+
+void InterviewLink::speechStop(const json::object& object, std::string_view text) {
+    const auto at = object.at("at").as_int64();
+    if (text != "{\"at\":" + std::to_string(at) + ",\"type\":\"candidate_speech_stop\"}") {
+        violation("candidate_speech_stop is not written with sorted keys and no blanks");
+    }
+    const std::chrono::milliseconds stop{at};
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    if (stop > now + clockTolerance || stop < now - clockTolerance) {
+        violation("candidate_speech_stop at a time that is not now");
+    }
+    if (auto* record = runningInterview("candidate_speech_stop")) {
+        record->speechStops.push_back(at);
+        tellSpeaking(false);
+        assess("the candidate has finished an answer", "assessment_done");
+    }
+}
+
+void InterviewLink::binary(std::span<const std::uint8_t> message) {
+    auto& frames = m_backend.frames();
+    ++frames.total;
+    const auto* session = m_backend.session(m_sessionId);
+    if (m_sessionId.empty() || (session != nullptr && !session->known)) {
+        ++frames.beforeSession;
+        violation("sound before the session was confirmed");
+        return;
+    }
+    const bool late =
+        session == nullptr || session->interviewLost || Clock::now() - m_interviewEnded <= lateFrames;
+    auto* record = runningInterview("sound");
+    if (record == nullptr) {
+        ++(late ? frames.late : frames.withoutInterview);
+        return;
+    }
+    takeSound(*record, message);
+}
+
+void InterviewLink::takeSound(InterviewRecord& record, std::span<const std::uint8_t> message) {
+    if (message.empty() || message[0] > 1) {
+        ++m_backend.frames().bad;
+        violation("a frame without a stream byte of 0 or 1");
+        return;
+    }
+    std::string fault;
+    auto& stream = record.streams[message[0]];
+    if (!stream.take(message.subspan(1), fault)) {
+        ++m_backend.frames().bad;
+        violation("sound file: " + fault);
+        return;
+    }
+    constexpr std::uint64_t framesPerAcknowledgement = 25;
+    if (++m_framesTaken % framesPerAcknowledgement == 0) {
+        sayNow({{"type", "audio_ack"}, {"frames", m_framesTaken}});
+    }
+    if (message[0] == static_cast<std::uint8_t>(Speaker::candidate)) {
+        followSpeech(record);
+    }
+    const double every = std::chrono::duration<double>(m_backend.manners.assessmentEvery).count();
+    if (every > 0 && record.seconds() - record.secondsAtAssessment >= every) {
+        assess("time has passed", "assessment");
+    }
+}
+
+void InterviewLink::followSpeech(const InterviewRecord& record) {
+    const bool speaking = record.stream(Speaker::candidate).speech().isSpeaking();
+    if (speaking != m_heardSpeaking) {
+        m_heardSpeaking = speaking;
+        tellSpeaking(speaking);
+    }
+}
+
+void InterviewLink::tellSpeaking(bool speaking) {
+    if (speaking != m_candidateSpeaking) {
+        m_candidateSpeaking = speaking;
+        sayNow(typed(speaking ? "candidate_speaking" : "candidate_stopped_speaking"));
+    }
+}
+
+void InterviewLink::assess(const std::string& occasion, std::string_view endType) {
+    auto* record = runningInterview("an assessment");
+    if (record == nullptr || m_assessing) {
+        m_assessAgain = record != nullptr ? occasion : std::string();
+        return;
+    }
+    m_assessing = true;
+    ++record->assessments;
+    record->secondsAtAssessment = record->seconds();
+    record->lastAssessment = writeAssessment(*record, occasion);
+    plan({stage("assessing")});
+    planProse("assessment_chunk", record->lastAssessment);
+    json::object end = describeInterview(*record);
+    end["type"] = endType;
+    end.erase("last_assessment");
+    plan(std::move(end), m_backend.manners.pace, [this] {
+        m_assessing = false;
+        if (const auto again = std::exchange(m_assessAgain, {}); !again.empty()) {
+            assess(again, "assessment_done");
+        }
+    });
+    plan({typed("request_active_question")});
+}
+
+void InterviewLink::sayNow(const json::object& message) {
+    if (m_peer) {
+        m_peer->sendText(json::serialize(message));
+    }
+}
+
+void InterviewLink::plan(json::object message, std::chrono::milliseconds before, std::function<void()> then) {
+    m_planned.push_back({std::move(message), before, std::move(then)});
+    if (!m_saying) {
+        sayNextPlanned();
+    }
+}
+
+void InterviewLink::plan(std::vector<json::object> messages) {
+    for (auto& message : messages) {
+        const bool answersNow = m_planned.empty() && !m_saying;
+        plan(std::move(message), answersNow ? m_backend.faults().slowness : m_backend.manners.pace);
+    }
+}
+
+void InterviewLink::planProse(std::string_view type, std::string_view text) {
+    for (const auto& piece : inPieces(text, pieceBytes)) {
+        plan({{"type", type}, {"text", piece}}, m_backend.manners.pace / 4);
+    }
+}
+
+void InterviewLink::sayNextPlanned() {
+    m_saying = !m_planned.empty();
+    if (!m_saying) {
+        return;
+    }
+    Planned next = std::move(m_planned.front());
+    m_planned.pop_front();
+    const auto before = next.before;
+    m_backend.agenda().after(
+        before, [weak = weak_from_this(), next = std::move(next), generation = m_planGeneration] {
+            const auto link = weak.lock();
+            if (!link || generation != link->m_planGeneration) {
+                return;
+            }
+            link->sayNow(next.message);
+            link->m_saying = false;
+            if (next.then) {
+                next.then();
+            }
+            if (!link->m_saying) {
+                link->sayNextPlanned();
+            }
+        });
+}
+
+void InterviewLink::giveUpPlanned() {
+    ++m_planGeneration;
+    m_planned.clear();
+    m_saying = false;
+    m_assessing = false;
+    m_assessAgain.clear();
+}
+
+} // namespace sandbox

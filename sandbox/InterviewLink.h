@@ -1,0 +1,94 @@
+// One program's link to the backend: its commands, its sound, and what the backend says to it.
+#pragma once
+
+#include "BackendService.h"
+#include "WebSocketPeer.h"
+
+#include <boost/json/object.hpp>
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace sandbox {
+
+// Network thread only.
+class InterviewLink : public WebSocketEndpoint, public std::enable_shared_from_this<InterviewLink> {
+public:
+    explicit InterviewLink(BackendService& backend);
+
+    void opened(std::shared_ptr<WebSocketPeer> peer) override;
+    void text(std::string_view message) override;
+    void binary(std::span<const std::uint8_t> message) override;
+    void closed(int code) override;
+    void misbehaved(std::string what) override;
+
+    // Null once the connection has ended.
+    const std::shared_ptr<WebSocketPeer>& peer() const { return m_peer; }
+    // The program hears that its session is lost, if it had one.
+    void tellLoss();
+    const std::string& sessionId() const { return m_sessionId; }
+
+private:
+    struct Command;
+    struct Planned {
+        boost::json::object message;
+        std::chrono::milliseconds before;
+        std::function<void()> then;
+    };
+    using Clock = std::chrono::steady_clock;
+
+    static const Command* findCommand(std::string_view type);
+    bool isWellFormed(const boost::json::object& object, const Command& command);
+    void setSession(const boost::json::object& object, std::string_view text);
+    void chat(const boost::json::object& object, std::string_view text);
+    void interviewId(const boost::json::object& object, std::string_view text);
+    void activeQuestion(const boost::json::object& object, std::string_view text);
+    void setFollowUps(const boost::json::object& object, std::string_view text);
+    void setEnglish(const boost::json::object& object, std::string_view text);
+    void newChat(const boost::json::object& object, std::string_view text);
+    void endInterview(const boost::json::object& object, std::string_view text);
+    void speechStart(const boost::json::object& object, std::string_view text);
+    void speechStop(const boost::json::object& object, std::string_view text);
+
+    void openInterview(const std::string& id);
+    // The interview that this link's session runs; null, and a violation, when there is none.
+    InterviewRecord* runningInterview(const char* forWhat);
+    void takeSound(InterviewRecord& record, std::span<const std::uint8_t> message);
+    void followSpeech(const InterviewRecord& record);
+    void tellSpeaking(bool speaking);
+    void assess(const std::string& occasion, std::string_view endType);
+
+    // Past everything that is planned.
+    void sayNow(const boost::json::object& message);
+    void plan(boost::json::object message, std::chrono::milliseconds before, std::function<void()> then = {});
+    // In order, at the script's pace.
+    void plan(std::vector<boost::json::object> messages);
+    void planProse(std::string_view type, std::string_view text);
+    void sayNextPlanned();
+    void giveUpPlanned();
+    // Once for each `what` on this link.
+    void violation(const std::string& what);
+
+    BackendService& m_backend;
+    std::shared_ptr<WebSocketPeer> m_peer;
+    std::string m_sessionId;
+    bool m_saying = false;
+    // Raised when what is planned is given up.
+    unsigned m_planGeneration = 0;
+    std::deque<Planned> m_planned;
+    // What the program was told last, and what its sound says.
+    bool m_candidateSpeaking = false;
+    bool m_heardSpeaking = false;
+    bool m_assessing = false;
+    std::string m_assessAgain;
+    Clock::time_point m_interviewEnded{};
+    std::uint64_t m_framesTaken = 0;
+    std::set<std::string> m_violations;
+};
+
+} // namespace sandbox
