@@ -50,6 +50,10 @@ struct WSCommand {
     boost::json::object toJson() const;
 };
 
+// Frames of the detector's marks, keys in ascending order.
+QByteArray candidateSpeechStartFrame();
+QByteArray candidateSpeechStopFrame(qint64 at); // ms since the Unix epoch
+
 enum class WSServerMessageType {
     sessionResumed,
     setSession,
@@ -70,6 +74,18 @@ enum class WSServerMessageType {
     error,
 };
 std::optional<WSServerMessageType> serverMessageType(std::string_view rawValue);
+
+// A server message as it came.
+struct WSServerMessage {
+    QString rawType;
+    std::optional<WSServerMessageType> type; // nothing for a type that nobody here knows
+    boost::json::object object;
+};
+// Nothing for text that is no JSON, no object, or has no string under `type`.
+std::optional<WSServerMessage> parseServerMessage(const QByteArray& text);
+
+// The server has no code for a session that it lost: its words are the whole contract.
+bool isSessionNotFound(const QString& errorMessage);
 
 struct SessionResumedPayload {
     QString sessionId; // empty when the server gave none

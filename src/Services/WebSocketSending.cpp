@@ -1,0 +1,93 @@
+#include "WebSocketServicePrivate.h"
+
+#include "Dispatch.h"
+#include "Json.h"
+#include "Log.h"
+
+using platform::logLine;
+using platform::WebSocketError;
+using platform::WebSocketTask;
+
+namespace {
+
+WebSocketError notConnected() {
+    return {WebSocketError::Kind::notConnected,
+            QStringLiteral("There is no connection to the backend. Check the network, then reconnect.")};
+}
+
+// Resolves the completion on the main thread, whichever thread reports.
+WebSocketTask::DoneHandler resolverOf(platform::Completion<void> sent) {
+    return [sent = std::move(sent)](const std::exception_ptr& error) mutable {
+        platform::dispatchToMain([completion = std::move(sent), error] {
+            if (error) {
+                completion.fail(error);
+            } else {
+                completion.resolve();
+            }
+        });
+    };
+}
+
+QCoro::Task<void> sendText(std::shared_ptr<WebSocketTask> task, QByteArray text) {
+    platform::Completion<void> sent;
+    task->send(WebSocketTask::Payload::text, std::move(text), resolverOf(sent));
+    co_await std::move(sent);
+}
+
+} // namespace
+
+// Throws, after logging the complaint, when there is none.
+std::shared_ptr<WebSocketTask> WebSocketService::Private::taskForSending(const QString& complaint) const {
+    auto task = socket.snapshot().webSocketTask;
+    if (!task) {
+        logLine(complaint);
+        throw notConnected();
+    }
+    return task;
+}
+
+QCoro::Task<void> WebSocketService::send(WSCommand command) {
+    auto task = d->taskForSending(QStringLiteral("[WS] Cannot send — no active WebSocket task"));
+    const auto object = command.toJson();
+    const auto type = json::stringOrNothing(object, "type");
+    logLine(QStringLiteral("[WS] Sending: %1").arg(type.value_or(QStringLiteral("unknown"))));
+    co_await sendText(std::move(task), json::serialize(object));
+}
+
+QCoro::Task<void> WebSocketService::sendCandidateSpeechStart() {
+    auto task = d->taskForSending(QStringLiteral("[WS] sendCandidateSpeechStart: no active WebSocket task"));
+    logLine(QStringLiteral("[WS] Sending: candidate_speech_start"));
+    co_await sendText(std::move(task), candidateSpeechStartFrame());
+}
+
+QCoro::Task<void> WebSocketService::sendCandidateSpeechStop(qint64 at) {
+    auto task = d->taskForSending(QStringLiteral("[WS] sendCandidateSpeechStop: no active WebSocket task"));
+    logLine(QStringLiteral("[WS] Sending: candidate_speech_stop at=%1").arg(at));
+    co_await sendText(std::move(task), candidateSpeechStopFrame(at));
+}
+
+QCoro::Task<void> WebSocketService::sendBinary(QByteArray data, quint8 streamFlag) {
+    platform::Completion<void> sent;
+    sendBinary(std::move(data), streamFlag, resolverOf(sent));
+    co_await std::move(sent);
+}
+
+void WebSocketService::sendBinary(QByteArray data, quint8 streamFlag, SendHandler done) {
+    const auto current = d->socket.snapshot();
+    if (!current.isUsable()) {
+        logLine(QStringLiteral("[WS] sendBinary: no active WebSocket task"));
+        done(std::make_exception_ptr(notConnected()));
+        return;
+    }
+    if (!current.binarySendAllowed) {
+        logLine(QStringLiteral("[WS] sendBinary: blocked (session not confirmed) — dropping %1 bytes")
+                    .arg(data.size()));
+        done(nullptr);
+        return;
+    }
+    QByteArray frame;
+    frame.reserve(data.size() + 1);
+    frame.append(static_cast<char>(streamFlag));
+    frame.append(data);
+    current.webSocketTask->send(WebSocketTask::Payload::binary, std::move(frame), std::move(done));
+}
