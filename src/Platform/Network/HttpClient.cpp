@@ -1,0 +1,47 @@
+#include "HttpClient.h"
+
+#include "HttpExchange.h"
+
+#include <QNetworkCookieJar>
+
+namespace platform {
+
+namespace {
+
+class QtHttpClient : public HttpClient {
+public:
+    explicit QtHttpClient(HttpSessionKind kind) {
+        if (kind == HttpSessionKind::shared) {
+            m_cookies = new QNetworkCookieJar(&m_exchanges);
+        }
+    }
+
+    QCoro::Task<HttpResponse> execute(HttpRequest request) override {
+        auto* exchange = new HttpExchange(std::move(request), m_cookies, &m_exchanges);
+        auto completion = exchange->completion();
+        auto response = co_await std::move(completion);
+        co_return response;
+    }
+
+private:
+    // Owns the requests under way, and the jar.
+    QObject m_exchanges;
+    QNetworkCookieJar* m_cookies = nullptr;
+};
+
+} // namespace
+
+std::optional<QByteArray> HttpResponse::header(const QByteArray& name) const {
+    for (const auto& header : headers) {
+        if (header.name.compare(name, Qt::CaseInsensitive) == 0) {
+            return header.value;
+        }
+    }
+    return std::nullopt;
+}
+
+std::unique_ptr<HttpClient> makeHttpClient(HttpSessionKind kind) {
+    return std::make_unique<QtHttpClient>(kind);
+}
+
+} // namespace platform

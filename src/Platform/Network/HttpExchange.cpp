@@ -1,0 +1,194 @@
+#include "HttpExchange.h"
+
+#include "Dispatch.h"
+#include "HttpErrors.h"
+#include "NetworkText.h"
+#include "TlsRoots.h"
+
+#include <QCoreApplication>
+#include <QNetworkCookieJar>
+#include <QNetworkProxyFactory>
+
+#include <algorithm>
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+// Asks the system for each request; the list that Qt keeps for the application may be hours old.
+class SystemProxies : public QNetworkProxyFactory {
+public:
+    // `chosen` gets the proxy that the request goes through.
+    explicit SystemProxies(QNetworkProxy& chosen)
+        : m_chosen(chosen) {}
+
+    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery& query) override {
+        auto proxies = systemProxyForQuery(query);
+        m_chosen = proxies.isEmpty() ? QNetworkProxy(QNetworkProxy::NoProxy) : proxies.first();
+        return proxies;
+    }
+
+private:
+    QNetworkProxy& m_chosen;
+};
+
+// A body that can be read once. Without it Qt sends the request again, up to three times, when the connection
+// ends before an answer, and the server may have acted on each.
+class BodyOnce : public QIODevice {
+public:
+    BodyOnce(QByteArray bytes, QObject* parent)
+        : QIODevice(parent)
+        , m_bytes(std::move(bytes)) {
+        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
+
+    bool isSequential() const override { return true; }
+    bool seek(qint64) override { return false; } // the way back to the start
+    bool atEnd() const override { return m_position == m_bytes.size(); }
+    qint64 bytesAvailable() const override { return m_bytes.size() - m_position; }
+
+protected:
+    qint64 readData(char* data, qint64 size) override {
+        if (atEnd()) {
+            return -1;
+        }
+        const auto count = std::min(size, bytesAvailable());
+        std::copy_n(m_bytes.constData() + m_position, count, data);
+        m_position += count;
+        return count;
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    QByteArray m_bytes;
+    qint64 m_position = 0;
+};
+
+QByteArray userAgent() {
+    const auto name = QCoreApplication::applicationName();
+    const auto version = QCoreApplication::applicationVersion();
+    return (version.isEmpty() ? name : name + u'/' + version).toUtf8();
+}
+
+// Qt joins repeated Set-Cookie headers with a line break, which no header value can hold itself.
+QList<HttpHeader> wireHeaders(const QNetworkReply& reply) {
+    QList<HttpHeader> headers;
+    for (const auto& [name, value] : reply.rawHeaderPairs()) {
+        for (const auto& line : value.split('\n')) {
+            headers.append({name, line});
+        }
+    }
+    return headers;
+}
+
+} // namespace
+
+HttpExchange::HttpExchange(HttpRequest request, QNetworkCookieJar* cookies, QObject* parent)
+    : QObject(parent)
+    , m_request(std::move(request)) {
+    start(cookies);
+}
+
+HttpExchange::~HttpExchange() {
+    settle([](const auto& completion) { completion.fail(OperationCancelled()); });
+}
+
+void HttpExchange::settle(std::function<void(const Completion<HttpResponse>&)> outcome) {
+    if (std::exchange(m_settled, true)) {
+        return;
+    }
+    m_deadline.stop();
+    m_reply->disconnect(this);
+    m_reply->abort();
+    dispatchToMain([completion = m_completion, outcome = std::move(outcome)] { outcome(completion); });
+    deleteLater();
+}
+
+QNetworkRequest HttpExchange::networkRequest(bool withCookies) const {
+    auto url = m_request.url;
+    url.setUserInfo({}); // would be answered to any server that asks for a password
+    QNetworkRequest request(url);
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    const auto cookies = withCookies ? QNetworkRequest::Automatic : QNetworkRequest::Manual;
+    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, cookies);
+    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, cookies);
+    request.setSslConfiguration(tlsRoots::qtConfiguration());
+    // Uncompressed, so that the bound on the body counts what was sent.
+    request.setRawHeader("Accept-Encoding", "identity");
+    request.setRawHeader("Connection", "close");
+    if (const auto agent = userAgent(); !agent.isEmpty()) {
+        request.setRawHeader("User-Agent", agent);
+    }
+    for (const auto& header : m_request.headers) {
+        request.setRawHeader(header.name, header.value);
+    }
+    return request;
+}
+
+// Always as a custom verb: Qt's own POST adds a Content-Type, and sends the query as a body if there is none.
+QNetworkReply* HttpExchange::send(bool withCookies) {
+    const auto verb = m_request.method.toUpper();
+    auto request = networkRequest(withCookies);
+    if (!m_request.body && verb != "POST" && verb != "PUT" && verb != "PATCH") {
+        return m_manager.sendCustomRequest(request, verb);
+    }
+    const auto body = m_request.body.value_or(QByteArray());
+    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
+    request.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
+    return m_manager.sendCustomRequest(request, verb, new BodyOnce(body, &m_manager));
+}
+
+void HttpExchange::start(QNetworkCookieJar* cookies) {
+    m_manager.setProxyFactory(new SystemProxies(m_proxy));
+    if (cookies) {
+        auto* owner = cookies->parent();
+        m_manager.setCookieJar(cookies);
+        cookies->setParent(owner); // the manager takes it otherwise
+    }
+    m_reply = send(cookies != nullptr);
+    connect(m_reply, &QNetworkReply::sslErrors, this,
+            [this](const QList<QSslError>& errors) { m_sslErrors = errors; });
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, &HttpExchange::takeBody);
+    connect(m_reply, &QNetworkReply::readyRead, this, &HttpExchange::takeBody);
+    connect(m_reply, &QNetworkReply::finished, this, &HttpExchange::finish);
+
+    m_deadline.setSingleShot(true);
+    connect(&m_deadline, &QTimer::timeout, this, [this] {
+        fail(HttpError(HttpError::Kind::timedOut, networkText::timedOut(m_request.url.host())));
+    });
+    m_deadline.start(m_request.timeout);
+}
+
+void HttpExchange::takeBody() {
+    const auto announced = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
+    m_body += m_reply->readAll();
+    if (announced > m_request.maxBodyBytes || m_body.size() > m_request.maxBodyBytes) {
+        fail(HttpError(HttpError::Kind::tooLarge,
+                       networkText::tooLarge(m_request.url.host(), m_request.maxBodyBytes)));
+    }
+}
+
+HttpResponse HttpExchange::response() const {
+    return {.status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
+            .url = m_reply->url(),
+            .headers = wireHeaders(*m_reply),
+            .body = m_body};
+}
+
+void HttpExchange::finish() {
+    if (!isAnswer(*m_reply)) {
+        fail(classify(*m_reply, m_sslErrors, m_proxy));
+        return;
+    }
+    takeBody();
+    settle([answer = response()](const auto& completion) { completion.resolve(answer); });
+}
+
+void HttpExchange::fail(const HttpError& error) {
+    settle([error](const auto& completion) { completion.fail(error); });
+}
+
+} // namespace platform

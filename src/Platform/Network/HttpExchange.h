@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Completion.h"
+#include "HttpClient.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkProxy>
+#include <QNetworkReply>
+#include <QPointer>
+#include <QTimer>
+
+#include <functional>
+
+class QNetworkCookieJar;
+
+namespace platform {
+
+// One request from start to answer, on a network manager of its own: nothing is left over from the request
+// before, be it a kept-alive connection that died in the meantime, a cached name of a user or a proxy.
+class HttpExchange : public QObject {
+    Q_OBJECT
+
+public:
+    // `cookies` may be null: then no cookie is kept or sent.
+    HttpExchange(HttpRequest request, QNetworkCookieJar* cookies, QObject* parent);
+    // The awaiting coroutine gets OperationCancelled, from the event loop, if no answer came before.
+    ~HttpExchange() override;
+
+    // Resolved once, from the event loop; the exchange deletes itself then.
+    const Completion<HttpResponse>& completion() const { return m_completion; }
+
+private:
+    QNetworkRequest networkRequest(bool withCookies) const;
+    void start(QNetworkCookieJar* cookies);
+    QNetworkReply* send(bool withCookies);
+    void takeBody();
+    void finish();
+    void fail(const HttpError& error);
+    // Resumes the awaiting coroutine from the event loop: it may destroy the client, which must not happen
+    // inside a signal of the reply.
+    void settle(std::function<void(const Completion<HttpResponse>&)> outcome);
+    HttpResponse response() const;
+
+    HttpRequest m_request;
+    QNetworkProxy m_proxy = QNetworkProxy::NoProxy;
+    QNetworkAccessManager m_manager;
+    QPointer<QNetworkReply> m_reply;
+    QTimer m_deadline;
+    QByteArray m_body;
+    QList<QSslError> m_sslErrors;
+    Completion<HttpResponse> m_completion;
+    bool m_settled = false;
+};
+
+} // namespace platform

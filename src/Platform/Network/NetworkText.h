@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+
+// Sentences for the user about a connection that failed: one wording for HTTP and WebSocket.
+namespace platform::networkText {
+
+QString hostNotFound(const QString& host);
+QString cannotConnect(const QString& host, const QString& reason);
+QString connectionLost(const QString& host);
+QString timedOut(const QString& host);
+// The certificate was looked at and refused; `reason` is the TLS library's.
+QString certificateRefused(const QString& host, const QString& reason);
+QString tlsFailed(const QString& host, const QString& reason);
+QString proxyFailed(const QString& proxy, const QString& reason);
+QString tooLarge(const QString& host, qint64 limitBytes);
+QString notHttp(const QString& host);
+
+} // namespace platform::networkText
