@@ -1,1 +1,223 @@
 #include "AppDelegate.h"
+
+#include "AudioCaptureService.h"
+#include "ChatsViewModel.h"
+#include "ClerkAuthService.h"
+#include "ClerkClient.h"
+#include "ClerkConfig.h"
+#include "CompletionViewModel.h"
+#include "CorvaneAPIService.h"
+#include "DatabaseService.h"
+#include "InterviewViewModel.h"
+#include "KeychainService.h"
+#include "Log.h"
+#include "MachineId.h"
+#include "SystemAudioViewModel.h"
+#include "Tasks.h"
+#include "WebSocketService.h"
+
+using platform::logLine;
+using platform::startTask;
+
+namespace {
+
+constexpr auto secretServiceName = "com.corvane.interview-assistant";
+constexpr auto devBrowserItem = "clerk_dev_browser_jwt";
+constexpr auto backendUrlKey = "corvane_api_url";
+constexpr auto defaultEndpointKey = "CORVANE_DEFAULT_ENDPOINT";
+constexpr auto analyticsVariable = "POSTHOG_API_KEY";
+
+ClerkConfig clerkConfigOf(const platform::ApplicationInfo& info) {
+    try {
+        return ClerkConfig::fromBundle(info);
+    } catch (const std::exception& error) {
+        throw LaunchError("CLERK_PUBLISHABLE_KEY missing/invalid in Info.plist: " +
+                          std::string(error.what()));
+    }
+}
+
+ClerkClient::DevBrowserStorage storageOn(KeychainService& keychain) {
+    const auto item = QString::fromLatin1(devBrowserItem);
+    return {
+        .load = [&keychain, item] { return keychain.get(item); },
+        .save = [&keychain, item](const platform::Secret& token) { keychain.save(item, token); },
+        .clear = [&keychain, item] { keychain.remove(item); },
+    };
+}
+
+} // namespace
+
+AppDelegate::AppDelegate(PlatformServices platform)
+    : m_platform(std::move(platform)) {}
+
+AppDelegate::~AppDelegate() {
+    QObject::disconnect(m_authCancellable);
+    // Capture ends before the models that its threads report to.
+    if (m_audioCaptureService) {
+        m_audioCaptureService->stopMicrophoneCapture();
+        m_audioCaptureService->stopSystemCapture();
+    }
+}
+
+std::optional<QString> AppDelegate::infoValue(const char* key) const {
+    return m_platform.applicationInfo.string(QLatin1String(key));
+}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    const auto unknown = QStringLiteral("?");
+    logLine(QStringLiteral("==== Corvane Lumetra launched: v%1 (build %2) ====")
+                .arg(infoValue("CFBundleShortVersionString").value_or(unknown),
+                     infoValue("CFBundleVersion").value_or(unknown)));
+    if (!m_platform.systemAccess->screenCaptureAllowed()) {
+        m_platform.systemAccess->requestScreenCapture();
+    }
+    initializeServices();
+    initializeViewModels();
+    autoConnectWebSocket();
+    m_isLaunched = true;
+    if (const auto id = std::exchange(m_pendingDeepLinkInterviewId, QString()); !id.isEmpty()) {
+        handleDeepLinkInterview(id);
+    }
+    m_authCancellable = connect(m_clerkAuthService.get(), &ClerkAuthService::stateChanged, this,
+                                &AppDelegate::followSignedInState);
+    // The subscription delivers the current value first, from the main queue.
+    QMetaObject::invokeMethod(this, &AppDelegate::followSignedInState, Qt::QueuedConnection);
+}
+
+void AppDelegate::initializeServices() {
+    auto& clock = *m_platform.clock;
+    m_databaseService = std::make_unique<DatabaseService>(m_platform.dataFolder, clock);
+    m_keychainService =
+        std::make_unique<KeychainService>(QString::fromLatin1(secretServiceName), *m_platform.secrets);
+    const auto config = clerkConfigOf(m_platform.applicationInfo);
+    m_clerkExecutor = std::make_unique<URLSessionClerkExecutor>(*m_platform.identityHttp);
+    m_clerkClient = std::make_unique<ClerkClient>(config, *m_clerkExecutor, storageOn(*m_keychainService));
+    m_clerkAuthService = std::make_unique<ClerkAuthService>(*m_clerkClient, *m_keychainService, clock);
+    m_apiService =
+        std::make_unique<CorvaneAPIService>(storedBackendUrl(), m_clerkAuthService.get(),
+                                            *m_platform.backendHttp, machineIdOf(*m_platform.defaults));
+    m_webSocketService =
+        std::make_unique<WebSocketService>(*m_platform.webSockets, clock, m_platform.connectivity.get());
+    m_webSocketService->setApiService(m_apiService.get());
+    m_webSocketService->setAuth(m_clerkAuthService.get());
+    m_audioCaptureService = std::make_unique<AudioCaptureService>(*m_platform.audio, clock);
+    if (m_platform.environment.contains(QLatin1String(analyticsVariable))) {
+        m_analyticsService.apiKey =
+            platform::Secret(m_platform.environment.value(QLatin1String(analyticsVariable)));
+    }
+}
+
+void AppDelegate::initializeViewModels() {
+    auto& clock = *m_platform.clock;
+    auto& defaults = *m_platform.defaults;
+    m_completionViewModel = std::make_unique<CompletionViewModel>(*m_webSocketService, *m_apiService,
+                                                                  *m_databaseService, defaults, clock);
+    m_chatsViewModel = std::make_unique<ChatsViewModel>(*m_databaseService);
+    m_interviewViewModel =
+        std::make_unique<InterviewViewModel>(*m_webSocketService, *m_apiService, *m_audioCaptureService,
+                                             *m_platform.systemAccess, defaults, clock);
+    m_interviewViewModel->chatSubmitHandler =
+        [model = QPointer(m_completionViewModel.get())](const QString& text) {
+            if (model) {
+                model->setInput(text);
+                model->submit();
+            }
+        };
+    m_interviewViewModel->onInterviewEnded = [model = QPointer(m_completionViewModel.get())] {
+        if (model) {
+            model->clearAfterInterview();
+        }
+    };
+    m_systemAudioViewModel = std::make_unique<SystemAudioViewModel>(
+        *m_audioCaptureService, *m_webSocketService, *m_platform.systemAccess);
+    m_interviewViewModel->setSystemAudioViewModel(m_systemAudioViewModel.get());
+}
+
+QString AppDelegate::storedBackendUrl() {
+    const auto stored = m_databaseService->getSetting(QString::fromLatin1(backendUrlKey));
+    return stored ? *stored : infoValue(defaultEndpointKey).value_or(QString());
+}
+
+void AppDelegate::autoConnectWebSocket() {
+    const auto baseURL = storedBackendUrl();
+    if (baseURL.isEmpty()) {
+        return;
+    }
+    m_apiService->setBaseURL(baseURL);
+    if (!m_clerkAuthService->isSignedIn()) {
+        return;
+    }
+    startTask(connectWebSocket(baseURL), "connect");
+}
+
+QCoro::Task<void> AppDelegate::connectWebSocket(QString baseURL) {
+    co_await m_webSocketService->connect(baseURL);
+}
+
+void AppDelegate::followSignedInState() {
+    if (m_clerkAuthService->isSignedIn()) {
+        autoConnectWebSocket();
+    } else {
+        m_webSocketService->disconnect();
+    }
+}
+
+void AppDelegate::open(const QList<QUrl>& urls) {
+    if (urls.isEmpty()) {
+        return;
+    }
+    const auto& url = urls.first();
+    if (url.scheme() != QLatin1String("corvane") || url.host() != QLatin1String("interview")) {
+        return;
+    }
+    const auto id = url.path(QUrl::FullyDecoded).section(u'/', -1, -1, QString::SectionSkipEmpty);
+    if (id.isEmpty() || id == QLatin1String("interview")) {
+        return;
+    }
+    logLine(QStringLiteral("[DeepLink] Received interview ID: %1").arg(id));
+    if (m_isLaunched) {
+        handleDeepLinkInterview(id);
+    } else {
+        m_pendingDeepLinkInterviewId = id;
+    }
+}
+
+void AppDelegate::handleDeepLinkInterview(const QString& id) {
+    m_interviewViewModel->setInterviewId(id);
+    if (m_interviewViewModel->status() != InterviewStatus::idle) {
+        return;
+    }
+    if (m_webSocketService->isConnected()) {
+        m_interviewViewModel->startInterviewWithId();
+        return;
+    }
+    logLine(QStringLiteral("[DeepLink] Waiting for WebSocket session…"));
+    waitForSession(id);
+}
+
+void AppDelegate::waitForSession(const QString& id) {
+    m_deepLinkCancellable = std::make_unique<QObject>();
+    const auto proceed = [this, id] {
+        // Only the first event counts. This runs in an event of the context, which must outlive it.
+        auto* wait = m_deepLinkCancellable.release();
+        m_webSocketService->QObject::disconnect(wait);
+        wait->deleteLater();
+        logLine(QStringLiteral("[DeepLink] Session ready — starting interview %1").arg(id));
+        if (m_interviewViewModel->status() == InterviewStatus::idle) {
+            m_interviewViewModel->startInterviewWithId();
+        }
+    };
+    auto* context = m_deepLinkCancellable.get();
+    connect(m_webSocketService.get(), &WebSocketService::sessionFresh, context, proceed,
+            Qt::QueuedConnection);
+    connect(m_webSocketService.get(), &WebSocketService::sessionResumed, context, proceed,
+            Qt::QueuedConnection);
+}
+
+bool AppDelegate::applicationShouldHandleReopen() {
+    return true;
+}
+
+// The database, the link and capture end with the process; shortcuts will have to let go of the keyboard
+// here.
+void AppDelegate::applicationWillTerminate() {}

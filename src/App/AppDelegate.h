@@ -1,1 +1,94 @@
 #pragma once
+
+#include "AnalyticsService.h"
+#include "PlatformServices.h"
+
+#include <QCoroTask>
+#include <QList>
+#include <QObject>
+#include <QUrl>
+
+#include <memory>
+#include <stdexcept>
+
+class AudioCaptureService;
+class ChatsViewModel;
+class ClerkAuthService;
+class ClerkClient;
+class ClerkHTTPExecutor;
+class CompletionViewModel;
+class CorvaneAPIService;
+class DatabaseService;
+class InterviewViewModel;
+class KeychainService;
+class SystemAudioViewModel;
+class WebSocketService;
+
+// The package is broken: the program cannot start. The text says what is wrong.
+class LaunchError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// The composition root: builds every service and view model in a fixed order, wires them, and answers the
+// application's events. Main thread. One instance for the life of the process.
+class AppDelegate : public QObject {
+    Q_OBJECT
+
+public:
+    explicit AppDelegate(PlatformServices platform);
+    ~AppDelegate() override;
+
+    // The launch sequence. Throws LaunchError.
+    void applicationDidFinishLaunching();
+    // Only the first address is looked at: corvane://interview/<id>.
+    void open(const QList<QUrl>& urls);
+    // The program was started or activated again. True: it has come forward.
+    bool applicationShouldHandleReopen();
+    void applicationWillTerminate();
+
+    DatabaseService& databaseService() const { return *m_databaseService; }
+    KeychainService& keychainService() const { return *m_keychainService; }
+    ClerkAuthService& clerkAuthService() const { return *m_clerkAuthService; }
+    CorvaneAPIService& apiService() const { return *m_apiService; }
+    WebSocketService& webSocketService() const { return *m_webSocketService; }
+    AudioCaptureService& audioCaptureService() const { return *m_audioCaptureService; }
+    CompletionViewModel& completionViewModel() const { return *m_completionViewModel; }
+    ChatsViewModel& chatsViewModel() const { return *m_chatsViewModel; }
+    InterviewViewModel& interviewViewModel() const { return *m_interviewViewModel; }
+    SystemAudioViewModel& systemAudioViewModel() const { return *m_systemAudioViewModel; }
+
+private:
+    void initializeServices();
+    void initializeViewModels();
+    void followSignedInState();
+    void autoConnectWebSocket();
+    QCoro::Task<void> connectWebSocket(QString baseURL);
+    void handleDeepLinkInterview(const QString& id);
+    void waitForSession(const QString& id);
+    QString storedBackendUrl();
+    std::optional<QString> infoValue(const char* key) const;
+
+    PlatformServices m_platform;
+
+    std::unique_ptr<DatabaseService> m_databaseService;
+    std::unique_ptr<KeychainService> m_keychainService;
+    std::unique_ptr<ClerkHTTPExecutor> m_clerkExecutor;
+    std::unique_ptr<ClerkClient> m_clerkClient;
+    std::unique_ptr<ClerkAuthService> m_clerkAuthService;
+    std::unique_ptr<CorvaneAPIService> m_apiService;
+    std::unique_ptr<WebSocketService> m_webSocketService;
+    std::unique_ptr<AudioCaptureService> m_audioCaptureService;
+    AnalyticsService m_analyticsService;
+
+    std::unique_ptr<CompletionViewModel> m_completionViewModel;
+    std::unique_ptr<ChatsViewModel> m_chatsViewModel;
+    std::unique_ptr<SystemAudioViewModel> m_systemAudioViewModel;
+    std::unique_ptr<InterviewViewModel> m_interviewViewModel;
+
+    // Outlives nothing: replacing it cancels the wait for a session that a deep link is in.
+    std::unique_ptr<QObject> m_deepLinkCancellable;
+    QMetaObject::Connection m_authCancellable;
+    QString m_pendingDeepLinkInterviewId;
+    bool m_isLaunched = false;
+};

@@ -381,6 +381,20 @@ QCoro::Task<bool> AudioCaptureService::checkPermission() {
     co_return true;
 }
 
+QCoro::Task<AudioCaptureService::Sources> AudioCaptureService::lookForSources() {
+    auto& host = d->host();
+    Sources sources;
+    try {
+        const auto survey = co_await host.survey();
+        sources.system = survey.outputs > 0;
+        const auto input = co_await host.defaultInput();
+        sources.microphone = input.has_value();
+    } catch (const AudioError&) {
+        // Nothing can be captured: that is the answer.
+    }
+    co_return sources;
+}
+
 QCoro::Task<QList<AudioDevice>> AudioCaptureService::getInputDevices() {
     return toDevices(d->host().inputs());
 }

@@ -49,6 +49,12 @@ public:
 
     // Whether system audio can be captured.
     QCoro::Task<bool> checkPermission();
+    // What there is to capture right now; neither, when no sound server answers. Logs nothing.
+    struct Sources {
+        bool system = false;
+        bool microphone = false;
+    };
+    QCoro::Task<Sources> lookForSources();
     // Empty, with a log line, when no sound server answers.
     QCoro::Task<QList<AudioDevice>> getInputDevices();
     QCoro::Task<QList<AudioDevice>> getOutputDevices();

@@ -1,1 +1,255 @@
 #include "CompletionViewModel.h"
+
+#include "CorvaneAPIService.h"
+#include "DatabaseService.h"
+#include "Json.h"
+#include "Tasks.h"
+#include "WebSocketService.h"
+
+#include <boost/json/array.hpp>
+
+#include <QTextBoundaryFinder>
+
+#include <array>
+
+namespace {
+
+struct StageLabel {
+    const char* stage;
+    const char* label;
+};
+
+constexpr std::array processingStageLabels{
+    StageLabel{"analyzing", "Reviewing your request..."},
+    StageLabel{"preparing", "Preparing guidance..."},
+    StageLabel{"building_prompt", "Preparing guidance..."},
+    StageLabel{"processing_questions", "Preparing interview..."},
+    StageLabel{"generating", "Drafting guidance..."},
+    StageLabel{"assessing", "Reviewing the answer..."},
+    StageLabel{"thinking", "Working..."},
+};
+
+QString labelOfStage(const QString& stage) {
+    for (const auto& row : processingStageLabels) {
+        if (stage == QLatin1String(row.stage)) {
+            return QString::fromLatin1(row.label);
+        }
+    }
+    return QStringLiteral("Processing...");
+}
+
+constexpr int titleLength = 50;
+constexpr auto apiEnabledKey = "corvane_api_enabled";
+
+// Counted in characters as people see them, so that no letter is cut from its accent.
+QString titleOf(const QString& reply) {
+    QTextBoundaryFinder boundaries(QTextBoundaryFinder::Grapheme, reply);
+    qsizetype end = 0;
+    for (int count = 0; count < titleLength && end < reply.size(); ++count) {
+        end = boundaries.toNextBoundary();
+        if (end < 0) {
+            end = reply.size();
+        }
+    }
+    return reply.left(end).replace(u'\n', u' ');
+}
+
+} // namespace
+
+CompletionViewModel::CompletionViewModel(WebSocketService& webSocket, CorvaneAPIService& api,
+                                         DatabaseService& database, platform::DefaultsStore& defaults,
+                                         const platform::Clock& clock)
+    : m_webSocket(webSocket)
+    , m_api(api)
+    , m_database(database)
+    , m_defaults(defaults)
+    , m_clock(clock) {
+    setupSubscriptions();
+}
+
+void CompletionViewModel::setupSubscriptions() {
+    auto* source = &m_webSocket;
+    connect(source, &WebSocketService::processingStatus, this,
+            [this](const QString& stage) { setProcessingStatusText(labelOfStage(stage)); });
+    connect(source, &WebSocketService::chatChunk, this, &Self::receiveChatChunk);
+    connect(source, &WebSocketService::chatComplete, this, [this] {
+        setProcessingStatusText(std::nullopt);
+        m_isLoading = false;
+        m_responseStreamComplete = true;
+        saveCurrentConversation();
+    });
+    connect(source, &WebSocketService::assessmentChunk, this, &Self::receiveAssessmentChunk);
+    connect(source, &WebSocketService::assessmentComplete, this, [this] {
+        setProcessingStatusText(std::nullopt);
+        m_isLoading = false;
+        m_assessmentStreamComplete = true;
+        m_isAssessmentStreaming = false;
+    });
+    connect(source, &WebSocketService::interviewQuestions, this,
+            [this] { setProcessingStatusText(std::nullopt); });
+    connect(source, &WebSocketService::candidateSpeaking, this, [this] {
+        m_isCandidateSpeaking = true;
+        m_assessmentIsStale = true;
+    });
+    connect(source, &WebSocketService::candidateStoppedSpeaking, this,
+            [this] { m_isCandidateSpeaking = false; });
+    connect(source, &WebSocketService::endInterviewAck, this, [this] { m_assessmentIsStale = false; });
+    connect(source, &WebSocketService::sessionResumed, this, [this] { m_assessmentIsStale = false; });
+    connect(source, &WebSocketService::sessionFresh, this, [this] { m_assessmentIsStale = false; });
+}
+
+void CompletionViewModel::receiveChatChunk(const QString& text) {
+    setProcessingStatusText(std::nullopt);
+    if (m_responseStreamComplete) {
+        m_response.clear();
+        m_responseStreamComplete = false;
+    }
+    m_response.append(text);
+    Q_EMIT responseChanged();
+}
+
+void CompletionViewModel::receiveAssessmentChunk(const QString& text) {
+    setProcessingStatusText(std::nullopt);
+    if (m_assessmentStreamComplete) {
+        m_assessmentText.clear();
+        m_assessmentStreamComplete = false;
+    }
+    m_isAssessmentStreaming = true;
+    m_assessmentText.append(text);
+    Q_EMIT assessmentTextChanged();
+    if (!m_isCandidateSpeaking) {
+        m_assessmentIsStale = false;
+    }
+}
+
+void CompletionViewModel::submit() {
+    const auto text = m_input.value().trimmed();
+    if (text.isEmpty() && m_attachedFiles.isEmpty()) {
+        return;
+    }
+    if (!m_currentConversationId) {
+        startNewConversation();
+    }
+    m_database.saveMessage({.id = ChatMessage::newID(),
+                            .conversationId = *m_currentConversationId,
+                            .role = MessageRole::user,
+                            .content = text,
+                            .timestamp = m_clock.nowMilliseconds(),
+                            .attachedFiles = encodeAttachments()});
+    m_response.clear();
+    Q_EMIT responseChanged();
+    m_assessmentText.clear();
+    Q_EMIT assessmentTextChanged();
+    setProcessingStatusText(std::nullopt);
+    m_isLoading = true;
+    m_isResponsePopoverOpen = true;
+    setError(std::nullopt);
+    m_input = QString();
+
+    // Read from the store and not from the settings model, so that a change by another tool counts at once.
+    if (m_defaults.boolean(QLatin1String(apiEnabledKey)).value_or(true)) {
+        submitViaCorvane(text);
+    } else {
+        // No provider of the user's own can be chosen yet: say so at once rather than wait for ever.
+        setError(platform::errorText(APIError(APIError::invalidConfiguration)));
+        m_isLoading = false;
+        setAttachedFiles({});
+    }
+}
+
+void CompletionViewModel::submitViaCorvane(const QString& text) {
+    platform::startTask(sendChat(text), "send chat");
+    setAttachedFiles({});
+}
+
+QCoro::Task<void> CompletionViewModel::sendChat(QString text) {
+    const QPointer<CompletionViewModel> self(this);
+    std::optional<QString> failure;
+    try {
+        co_await m_webSocket.send(WSCommand::chat(text));
+    } catch (const std::exception& error) {
+        failure = platform::errorText(error);
+    }
+    if (failure && self) {
+        setError(failure);
+        m_isLoading = false;
+    }
+}
+
+void CompletionViewModel::startNewConversation() {
+    const auto id = Conversation::newID();
+    const auto now = m_clock.nowMilliseconds();
+    m_database.createConversation(
+        {.id = id, .title = QStringLiteral("New Chat"), .createdAt = now, .updatedAt = now});
+    setCurrentConversationId(id);
+    m_response.clear();
+    Q_EMIT responseChanged();
+    m_assessmentText.clear();
+    Q_EMIT assessmentTextChanged();
+    m_assessmentIsStale = false;
+    m_isCandidateSpeaking = false;
+    setError(std::nullopt);
+}
+
+void CompletionViewModel::clearAfterInterview() {
+    m_response.clear();
+    Q_EMIT responseChanged();
+    m_assessmentText.clear();
+    Q_EMIT assessmentTextChanged();
+    setProcessingStatusText(std::nullopt);
+    m_isResponsePopoverOpen = false;
+    m_isLoading = false;
+    m_isAssessmentStreaming = false;
+    setError(std::nullopt);
+    m_input = QString();
+}
+
+void CompletionViewModel::saveCurrentConversation() {
+    if (!m_currentConversationId || m_response.isEmpty()) {
+        return;
+    }
+    m_database.saveMessage({.id = ChatMessage::newID(),
+                            .conversationId = *m_currentConversationId,
+                            .role = MessageRole::assistant,
+                            .content = m_response,
+                            .timestamp = m_clock.nowMilliseconds(),
+                            .attachedFiles = std::nullopt});
+    m_database.updateConversation(*m_currentConversationId, titleOf(m_response));
+}
+
+std::optional<QString> CompletionViewModel::encodeAttachments() const {
+    if (m_attachedFiles.isEmpty()) {
+        return std::nullopt;
+    }
+    boost::json::array files;
+    for (const auto& file : m_attachedFiles) {
+        files.emplace_back(file.toJson());
+    }
+    return QString::fromUtf8(json::serialize(boost::json::value(std::move(files))));
+}
+
+void CompletionViewModel::setAttachedFiles(QList<AttachedFile> files) {
+    if (files != m_attachedFiles) {
+        m_attachedFiles = std::move(files);
+        Q_EMIT attachedFilesChanged();
+    }
+}
+
+void CompletionViewModel::setError(std::optional<QString> error) {
+    if (error != m_error) {
+        m_error = std::move(error);
+        Q_EMIT errorChanged();
+    }
+}
+
+void CompletionViewModel::setProcessingStatusText(std::optional<QString> text) {
+    if (text != m_processingStatusText) {
+        m_processingStatusText = std::move(text);
+        Q_EMIT processingStatusTextChanged();
+    }
+}
+
+void CompletionViewModel::setCurrentConversationId(const QString& id) {
+    m_currentConversationId = id;
+    Q_EMIT currentConversationIdChanged();
+}

@@ -1,1 +1,212 @@
 #pragma once
+
+#include "AudioModels.h"
+#include "Clock.h"
+#include "DefaultsStore.h"
+#include "InterviewModels.h"
+#include "SystemAccess.h"
+#include "WebSocketMessages.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QPointer>
+#include <QProperty>
+
+#include <array>
+#include <functional>
+#include <optional>
+
+class AudioCaptureService;
+class AudioForwarder;
+class CorvaneAPIService;
+class SystemAudioViewModel;
+class WebSocketService;
+
+// Runs one interview at a time: its start by a chat sentence, the plan and the questions, both audio streams,
+// pause, resume, end, and what a lost connection does to it. Built once, used for one interview after the
+// other. Main thread.
+class InterviewViewModel : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString status READ statusName NOTIFY statusChanged)
+    Q_PROPERTY(QString interviewId READ interviewId WRITE setInterviewId NOTIFY interviewIdChanged)
+    Q_PROPERTY(int activeQuestionIndex READ activeQuestionIndex WRITE setActiveQuestionIndex NOTIFY
+                   activeQuestionIndexChanged)
+    Q_PROPERTY(int activePlanTopicIndex READ activePlanTopicIndex WRITE setActivePlanTopicIndex NOTIFY
+                   activePlanTopicIndexChanged)
+    Q_PROPERTY(bool showStopDialog READ showStopDialog WRITE setShowStopDialog NOTIFY showStopDialogChanged)
+    Q_PROPERTY(bool disconnectedDuringInterview READ disconnectedDuringInterview NOTIFY
+                   disconnectedDuringInterviewChanged)
+    Q_PROPERTY(QString errorMessage READ errorMessageText NOTIFY errorMessageChanged)
+    Q_PROPERTY(bool audioUnavailable READ audioUnavailable NOTIFY audioUnavailableChanged)
+    Q_PROPERTY(
+        bool microphoneFallbackActive READ microphoneFallbackActive NOTIFY microphoneFallbackActiveChanged)
+    Q_PROPERTY(bool followUpsEnabled READ followUpsEnabled NOTIFY followUpsEnabledChanged)
+    Q_PROPERTY(
+        bool englishAssessmentEnabled READ englishAssessmentEnabled NOTIFY englishAssessmentEnabledChanged)
+    Q_PROPERTY(bool manualMode READ manualMode WRITE setManualMode NOTIFY manualModeChanged)
+
+public:
+    InterviewViewModel(WebSocketService& webSocket, CorvaneAPIService& api, AudioCaptureService& audioCapture,
+                       platform::SystemAccess& systemAccess, platform::DefaultsStore& defaults,
+                       platform::Clock& clock);
+    ~InterviewViewModel() override;
+
+    // Puts a text into the chat and submits it.
+    std::function<void(QString)> chatSubmitHandler;
+    // Clears what the interview left on show elsewhere.
+    std::function<void()> onInterviewEnded;
+    void setSystemAudioViewModel(SystemAudioViewModel* model);
+
+    InterviewStatus status() const { return m_status; }
+    QString statusName() const { return rawValue(m_status); }
+    QString interviewId() const { return m_interviewId; }
+    void setInterviewId(const QString& id) { m_interviewId = id; }
+    const QList<InterviewQuestion>& questions() const { return m_questions; }
+    int activeQuestionIndex() const { return m_activeQuestionIndex; }
+    void setActiveQuestionIndex(int index) { m_activeQuestionIndex = index; }
+    const QList<InterviewPlanTopic>& interviewPlan() const { return m_interviewPlan; }
+    int activePlanTopicIndex() const { return m_activePlanTopicIndex; }
+    void setActivePlanTopicIndex(int index) { m_activePlanTopicIndex = index; }
+    bool showStopDialog() const { return m_showStopDialog; }
+    void setShowStopDialog(bool show) { m_showStopDialog = show; }
+    bool disconnectedDuringInterview() const { return m_disconnectedDuringInterview; }
+    const std::optional<QString>& errorMessage() const { return m_errorMessage; }
+    QString errorMessageText() const { return m_errorMessage.value_or(QString()); }
+    bool audioUnavailable() const { return m_audioUnavailable; }
+    bool microphoneFallbackActive() const { return m_microphoneFallbackActive; }
+    bool followUpsEnabled() const { return m_followUpsEnabled; }
+    bool englishAssessmentEnabled() const { return m_englishAssessmentEnabled; }
+    bool manualMode() const { return m_manualMode; }
+    // Kept for the next start of the program.
+    void setManualMode(bool on);
+    // The interviewer marks the end of the candidate's speech, not the detector.
+    bool manualModeActive() const {
+        return m_manualMode && m_followUpsEnabled && !m_englishAssessmentEnabled;
+    }
+
+    void startInterviewWithId();
+    void pauseInterview();
+    void resumeInterview();
+    void stopInterview();
+    void retrySystemAudioCapture();
+    void nextQuestion();
+    void sendActiveQuestion();
+    void toggleFollowUps();
+    void toggleEnglishAssessment();
+    // Never throws.
+    QCoro::Task<void> sendManualStop();
+
+    int vadStopSuppressedCount() const { return m_vadStopSuppressedCount; }
+    int manualStopSentCount() const { return m_manualStopSentCount; }
+
+Q_SIGNALS:
+    void statusChanged();
+    void interviewIdChanged();
+    void questionsChanged();
+    void activeQuestionIndexChanged();
+    void interviewPlanChanged();
+    void activePlanTopicIndexChanged();
+    void showStopDialogChanged();
+    void disconnectedDuringInterviewChanged();
+    void errorMessageChanged();
+    void audioUnavailableChanged();
+    void microphoneFallbackActiveChanged();
+    void followUpsEnabledChanged();
+    void englishAssessmentEnabledChanged();
+    void manualModeChanged();
+
+private:
+    // What a background task has to hold to act: the generation of the moment it was started in. Every event
+    // that changes the course of the interview begins a new one, so that a late task of the old course stops
+    // by itself.
+    using Generation = quint64;
+
+    void setupSubscriptions();
+    QCoro::Task<void> requestMicrophone(QString trimmedId);
+    void refuseMicrophone(const QString& message);
+    void beginInterviewSubmission(const QString& id);
+    void beginAudioCapture();
+    QCoro::Task<void> sendInterviewIdAndStart(Generation generation);
+    QCoro::Task<void> startAudioPipeline(Generation generation);
+    void finishAudioStart(bool microphoneRuns, bool systemRuns, const QString& silentMessage);
+    void restartInterviewOnServer();
+    QCoro::Task<void> resendInterviewIdAndStart(Generation generation);
+    QCoro::Task<void> retryCapture(Generation generation);
+    void stopCapture();
+
+    void receiveQuestions(const boost::json::object& object);
+    void receivePlan(const boost::json::object& object);
+    void receiveEndInterviewAck();
+    void receiveDisconnected();
+    void receiveSessionResumed(const SessionResumedPayload& payload);
+    void receiveSessionFresh();
+    void receiveSessionNotFound(const QString& reason);
+    void receiveChatComplete();
+    void receiveCaptureFailure();
+    void watchForSound();
+    QCoro::Task<void> lookForSound();
+    QCoro::Task<void> giveUpWaiting(Generation generation);
+    bool recoversThisInterview() const { return m_disconnectedSerial == m_interviewSerial; }
+
+    void startForwardingAudioToWebSocket();
+    void stopForwardingAudio();
+    void receiveSpeechStop(qint64 at);
+    QCoro::Task<void> sendSpeechStart();
+    QCoro::Task<void> sendSpeechStop(qint64 at);
+    QCoro::Task<void> sendEndInterview();
+    QCoro::Task<void> sendDropped(WSCommand command);
+    QCoro::Task<void> sendMode(bool followUps);
+
+    static QCoro::Task<std::optional<QString>> failureOf(QCoro::Task<void> task);
+    Generation beginGeneration() { return ++m_generation; }
+    void clearPlanAndQuestions();
+    void setErrorMessage(std::optional<QString> message);
+
+    using Self = InterviewViewModel;
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, InterviewStatus, m_status, InterviewStatus::idle,
+                                         &Self::statusChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(Self, QString, m_interviewId, &Self::interviewIdChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, int, m_activeQuestionIndex, 0,
+                                         &Self::activeQuestionIndexChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, int, m_activePlanTopicIndex, 0,
+                                         &Self::activePlanTopicIndexChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_showStopDialog, false, &Self::showStopDialogChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_disconnectedDuringInterview, false,
+                                         &Self::disconnectedDuringInterviewChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_audioUnavailable, false,
+                                         &Self::audioUnavailableChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_microphoneFallbackActive, false,
+                                         &Self::microphoneFallbackActiveChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_followUpsEnabled, false,
+                                         &Self::followUpsEnabledChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_englishAssessmentEnabled, false,
+                                         &Self::englishAssessmentEnabledChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_manualMode, false, &Self::manualModeChanged)
+
+    QList<InterviewQuestion> m_questions;
+    QList<InterviewPlanTopic> m_interviewPlan;
+    std::optional<QString> m_errorMessage;
+
+    WebSocketService& m_webSocket;
+    CorvaneAPIService& m_api;
+    AudioCaptureService& m_audioCapture;
+    platform::SystemAccess& m_systemAccess;
+    platform::DefaultsStore& m_defaults;
+    platform::Clock& m_clock;
+    QPointer<SystemAudioViewModel> m_systemAudioViewModel;
+
+    Generation m_generation = 0;
+    bool m_pausedByDisconnect = false;
+    // Finished interviews whose end the server has not acknowledged yet: their late answers end nothing else.
+    int m_awaitedEndAcks = 0;
+    // Counts the interviews. The serial of the one that a lost connection has paused: its recovery touches no
+    // other.
+    quint64 m_interviewSerial = 0;
+    quint64 m_disconnectedSerial = 0;
+    // Runs while sound that was lost in the middle of the interview is awaited.
+    std::unique_ptr<platform::Timer> m_soundTimer;
+    int m_soundRetries = 0;
+    std::unique_ptr<AudioForwarder> m_forwarder;
+    int m_vadStopSuppressedCount = 0;
+    int m_manualStopSentCount = 0;
+};

@@ -1,0 +1,37 @@
+#include "CorvaneApp.h"
+
+#include "Log.h"
+
+#include <QCoreApplication>
+
+CorvaneApp::CorvaneApp(PlatformServices platform,
+                       std::unique_ptr<platform::SessionApplication> sessionApplication)
+    : m_sessionApplication(std::move(sessionApplication))
+    , m_appDelegate(std::move(platform)) {
+    QObject::connect(m_sessionApplication.get(), &platform::SessionApplication::openRequested, &m_appDelegate,
+                     &AppDelegate::open);
+    QObject::connect(m_sessionApplication.get(), &platform::SessionApplication::activated, &m_appDelegate,
+                     &AppDelegate::applicationShouldHandleReopen);
+}
+
+bool CorvaneApp::launch() {
+    if (m_sessionApplication->start() == platform::SessionApplication::Start::handedOver) {
+        platform::logLine(
+            QStringLiteral("[App] Corvane Lumetra is already running: it has been brought forward"));
+        return false;
+    }
+    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &m_appDelegate,
+                     &AppDelegate::applicationWillTerminate);
+    try {
+        m_appDelegate.applicationDidFinishLaunching();
+    } catch (const LaunchError& error) {
+        platform::logLine(QString::fromUtf8(error.what()));
+        m_exitStatus = 1;
+        return false;
+    }
+    return true;
+}
+
+int CorvaneApp::run() {
+    return launch() ? QCoreApplication::exec() : m_exitStatus;
+}

@@ -1,0 +1,32 @@
+#include "MachineId.h"
+
+#include "MachineIdentifier.h"
+
+#include <QUuid>
+
+namespace {
+
+constexpr auto fallbackKey = "machine_id";
+// Names this program to the keyed hash.
+constexpr auto applicationUuid = "5b0c9d6e3f2a4e71a8c4d1f09e7b6a35";
+
+} // namespace
+
+QString machineIdOf(platform::DefaultsStore& defaults) {
+    return machineIdOf(defaults, platform::machineIdentifier(applicationUuid));
+}
+
+QString machineIdOf(platform::DefaultsStore& defaults, const std::optional<QString>& systemId) {
+    // A kept random id goes on even if the machine has got an id of its own since: the backend knows the old
+    // one.
+    const auto kept = defaults.string(QLatin1String(fallbackKey));
+    if (kept && !kept->isEmpty()) {
+        return *kept;
+    }
+    if (systemId) {
+        return *systemId;
+    }
+    const auto made = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+    defaults.setString(QLatin1String(fallbackKey), made);
+    return made;
+}

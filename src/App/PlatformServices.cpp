@@ -1,0 +1,26 @@
+#include "PlatformServices.h"
+
+#include "SystemClock.h"
+
+#include <QStandardPaths>
+
+PlatformServices PlatformServices::ofThisDesktop() {
+    const auto configuration = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    PlatformServices services;
+    services.applicationInfo =
+        platform::ApplicationInfo::load(QStringLiteral("application-info.json"),
+                                        QStringLiteral("corvane-lumetra"), "CORVANE_APPLICATION_INFO");
+    services.environment = QProcessEnvironment::systemEnvironment();
+    services.dataFolder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    services.clock = std::make_unique<platform::SystemClock>();
+    services.defaults = platform::makeFileDefaultsStore(
+        configuration + QStringLiteral("/com.corvane.interview-assistant/settings.ini"));
+    services.secrets = platform::makeSecretServiceStore();
+    services.identityHttp = platform::makeHttpClient(platform::HttpSessionKind::ephemeral);
+    services.backendHttp = platform::makeHttpClient(platform::HttpSessionKind::shared);
+    services.webSockets = platform::makeWebSocketFactory();
+    services.connectivity = platform::makeConnectivityMonitor();
+    services.audio = platform::makePulseAudioHost();
+    services.systemAccess = platform::makeSystemAccess();
+    return services;
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "ApplicationInfo.h"
+#include "AudioHost.h"
+#include "Clock.h"
+#include "ConnectivityMonitor.h"
+#include "DefaultsStore.h"
+#include "HttpClient.h"
+#include "SecretStore.h"
+#include "SystemAccess.h"
+#include "WebSocketTask.h"
+
+#include <QProcessEnvironment>
+#include <QString>
+
+#include <memory>
+
+// What the program needs of the desktop it runs on, in one bag that only the composition root opens. A test
+// or the guided tour hands in its own.
+struct PlatformServices {
+    platform::ApplicationInfo applicationInfo;
+    QProcessEnvironment environment;
+    QString dataFolder; // the user's data folder; the program makes its own below it
+    std::unique_ptr<platform::Clock> clock;
+    std::unique_ptr<platform::DefaultsStore> defaults;
+    std::unique_ptr<platform::SecretStore> secrets;
+    std::unique_ptr<platform::HttpClient> identityHttp; // keeps no cookies
+    std::unique_ptr<platform::HttpClient> backendHttp;
+    std::unique_ptr<platform::WebSocketFactory> webSockets;
+    std::unique_ptr<platform::ConnectivityMonitor> connectivity;
+    std::unique_ptr<platform::AudioHost> audio;
+    std::unique_ptr<platform::SystemAccess> systemAccess;
+
+    // The real desktop, with the user's own folders.
+    static PlatformServices ofThisDesktop();
+};
