@@ -37,7 +37,7 @@ QList<QByteArray> splitCookies(QByteArray header) {
 
 // The value of a cookie of that name, without its attributes.
 std::optional<QByteArray> cookieValue(const QByteArray& cookie, QByteArrayView name) {
-    const auto pair = cookie.left(cookie.indexOf(';'));
+    const auto pair = cookie.split(';').first();
     const auto separator = pair.indexOf('=');
     if (separator < 0 || QByteArrayView(pair).first(separator).trimmed() != name) {
         return std::nullopt;

@@ -1,0 +1,118 @@
+#include "CorvaneAPIService.h"
+#include "IdentityFixture.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// A signed-in user, and the backend on a network of its own.
+struct BackendFixture : IdentityFixture {
+    FakeHttpClient backend;
+    int tokens = 0;
+    CorvaneAPIService api{QStringLiteral("https://backend.example/base"), signedIn(), backend,
+                          QStringLiteral("machine-1")};
+
+    ClerkAuthService* signedIn() {
+        storeIdentity();
+        launch();
+        http.setHandler([this](const platform::HttpRequest&) {
+            return FakeHttpClient::response(200,
+                                            tokenBody(sessionJWT(clock, 60s, QByteArray::number(++tokens))));
+        });
+        return auth.get();
+    }
+};
+
+} // namespace
+
+class CorvaneAPIServiceTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void asksForThisMachinesSession() {
+        BackendFixture f;
+        f.backend.answer(201, "anything");
+        ::waitFor(f.api.ensureMachineSession());
+        QCOMPARE(f.backend.requests().size(), 1);
+        const auto& request = f.backend.requests().first();
+        QCOMPARE(request.method, "POST");
+        QCOMPARE(request.url.toEncoded(), "https://backend.example/base/api/interview-sessions");
+        QCOMPARE(request.headers.size(), 2);
+        QCOMPARE(headerOf(request, "Authorization"), "Bearer " + sessionJWT(f.clock, 60s, "1"));
+        QCOMPARE(headerOf(request, "Content-Type"), "application/json");
+        QCOMPARE(request.timeout, 60s);
+        const auto expected = json::parse(
+            R"({"metadata":{"client":"corvane-interview-assistant-native"},"session_id":"machine-1"})");
+        QVERIFY(json::parse(*request.body) == expected);
+    }
+
+    void onlyTheStatusCounts_data() {
+        QTest::addColumn<QList<int>>("statuses");
+        QTest::addColumn<QString>("failure");
+        const auto row = [](const char* name, const QList<int>& statuses, const char* failure) {
+            QTest::newRow(name) << statuses << QString::fromUtf8(failure);
+        };
+        row("made", {299}, "");
+        row("exists", {409}, "");
+        row("redirect", {302}, "HTTP error 302");
+        row("server error", {500}, "HTTP error 500");
+        row("new token", {401, 200}, "");
+        row("new token, exists", {401, 409}, "");
+        row("new token, server error", {401, 500}, "HTTP error 500");
+        row("refused twice", {401, 401}, "Unauthorized — please sign in again.");
+    }
+    void onlyTheStatusCounts() {
+        QFETCH(QList<int>, statuses);
+        BackendFixture f;
+        for (const auto status : statuses) {
+            f.backend.answer(status);
+        }
+        f.backend.answer(200); // one request more than expected would take it
+        QTEST(failureOf(f.api.ensureMachineSession()), "failure");
+        QCOMPARE(f.backend.requests().size(), statuses.size());
+        QCOMPARE(f.tokens, static_cast<int>(statuses.size()));
+        QCOMPARE(headerOf(f.backend.requests().last(), "Authorization"),
+                 "Bearer " + sessionJWT(f.clock, 60s, QByteArray::number(statuses.size())));
+        QCOMPARE(f.backend.requests().last().body, f.backend.requests().first().body);
+    }
+
+    void transportErrorsGoToTheCaller() {
+        BackendFixture f;
+        f.backend.fail(platform::HttpError::Kind::timedOut);
+        QVERIFY_EXCEPTION_THROWN(::waitFor(f.api.ensureMachineSession()), platform::HttpError);
+        f.backend.fail(platform::HttpError::Kind::notHttp);
+        QCOMPARE(failureOf(f.api.ensureMachineSession()), QStringLiteral("HTTP error -1"));
+        f.http.setHandler({});
+        f.auth->invalidateCachedJWT();
+        QVERIFY_EXCEPTION_THROWN(::waitFor(f.api.ensureMachineSession()), platform::HttpError);
+        QCOMPARE(f.backend.requests().size(), 2);
+    }
+
+    void anUnusableAddressAsksForNoToken() {
+        BackendFixture f;
+        QSignalSpy changes(&f.api, &CorvaneAPIService::baseURLChanged);
+        for (const auto* url :
+             {"", "backend.example", "https://", "https://a b", "file:///tmp", "https://a:x"}) {
+            f.api.setBaseURL(QString::fromLatin1(url));
+            QCOMPARE(failureOf(f.api.ensureMachineSession()), QStringLiteral("Invalid API configuration"));
+        }
+        QCOMPARE(changes.count(), 6);
+        QCOMPARE(f.tokens, 0);
+        QVERIFY(f.backend.requests().isEmpty());
+    }
+
+    void signedOutNothingIsSent() {
+        BackendFixture f;
+        ::waitFor(f.auth->signOut());
+        QVERIFY_EXCEPTION_THROWN(::waitFor(f.api.ensureMachineSession()), ClerkAuthService::Error);
+        f.auth.reset();
+        QVERIFY_EXCEPTION_THROWN(::waitFor(f.api.ensureMachineSession()), ClerkAuthService::Error);
+        QVERIFY(f.backend.requests().isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(CorvaneAPIServiceTest)
+#include "CorvaneAPIServiceTest.moc"

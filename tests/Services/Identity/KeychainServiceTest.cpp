@@ -1,0 +1,80 @@
+#include "IdentityFixture.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using platform::Secret;
+
+class KeychainServiceTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void savingReplacesTheOneItemOfThisService() {
+        MemorySecretStore store;
+        store.items.insert({QStringLiteral("another"), key}, "theirs");
+        KeychainService keychain(service, store);
+        QVERIFY(!keychain.get(key));
+        keychain.save(key, Secret(QStringLiteral("old")));
+        keychain.save(key, Secret(QStringLiteral("né\uFEFFw")));
+        QCOMPARE(store.items.size(), 2);
+        QCOMPARE(keychain.get(key), Secret(QStringLiteral("né\uFEFFw")));
+        QVERIFY(keychain.remove(key));
+        QVERIFY(!keychain.remove(key));
+        QCOMPARE(store.items.keys(), QList({MemorySecretStore::Key(QStringLiteral("another"), key)}));
+    }
+
+    void onlyUtf8GoesInAndComesOut() {
+        MemorySecretStore store;
+        KeychainService keychain(service, store);
+        store.items.insert({service, key}, "a\xff");
+        QVERIFY(!keychain.get(key));
+        store.items.insert({service, key}, "");
+        QCOMPARE(keychain.get(key), Secret(QLatin1String("")));
+        keychain.save(key, Secret(QStringLiteral("kept")));
+        keychain.save(key, Secret(QString(QChar(0xD800))));
+        QCOMPARE(keychain.get(key), Secret(QStringLiteral("kept")));
+    }
+
+    void aLockedItemIsNotAMissingOne() {
+        MemorySecretStore store;
+        KeychainService keychain(service, store);
+        QSignalSpy unlocked(&keychain, &KeychainService::unlocked);
+        store.items.insert({service, key}, "value");
+        QVERIFY(!keychain.isLocked(key));
+        for (const auto condition : {Status::locked, Status::refused, Status::absent}) {
+            store.setCondition(condition);
+            QVERIFY(!keychain.get(key));
+            QCOMPARE(keychain.isLocked(key), condition == Status::locked);
+        }
+        store.setCondition(Status::ok);
+        QCOMPARE(unlocked.count(), 1);
+        QCOMPARE(keychain.get(key), Secret(QStringLiteral("value")));
+    }
+
+    void aRemovalFromALockedStoreIsMadeUpForAtTheUnlock() {
+        MemorySecretStore store;
+        KeychainService keychain(service, store);
+        const auto other = QStringLiteral("other");
+        store.items.insert({service, key}, "value");
+        store.items.insert({service, other}, "value");
+        store.setCondition(Status::locked);
+        QVERIFY(!keychain.remove(key));
+        QVERIFY(!keychain.isLocked(key));
+        keychain.remove(other);
+        keychain.save(other, Secret(QStringLiteral("newer")));
+        bool wasGone = false;
+        connect(&keychain, &KeychainService::unlocked, this, [&] { wasGone = !keychain.get(key); });
+        store.setCondition(Status::ok);
+        QVERIFY(wasGone);
+        QCOMPARE(store.items.keys(), QList({MemorySecretStore::Key(service, other)}));
+        QCOMPARE(keychain.get(other), Secret(QStringLiteral("newer")));
+    }
+
+private:
+    using Status = platform::SecretStore::Status;
+    const QString service = QStringLiteral("com.corvane.interview-assistant");
+    const QString key = QStringLiteral("clerk_client_token");
+};
+
+QTEST_GUILESS_MAIN(KeychainServiceTest)
+#include "KeychainServiceTest.moc"
