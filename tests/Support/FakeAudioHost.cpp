@@ -52,13 +52,18 @@ void FakeAudioHost::Source::fail(const QString& reason) {
 
 void FakeAudioHost::release() {
     m_held = false;
+    m_resultsHeld = false;
+    releaseWaiting();
+}
+
+void FakeAudioHost::releaseWaiting() {
     for (const auto& waiting : std::exchange(m_waiting, {})) {
         waiting.resolve();
     }
 }
 
-QCoro::Task<void> FakeAudioHost::gate() {
-    if (m_held) {
+QCoro::Task<void> FakeAudioHost::gate(bool held) {
+    if (held) {
         Completion<void> released;
         m_waiting.push_back(released);
         co_await std::move(released);
@@ -91,7 +96,7 @@ bool FakeAudioHost::pushMicrophone(std::span<const int16_t> interleaved, double 
 }
 
 QCoro::Task<AudioSurvey> FakeAudioHost::survey() {
-    co_await gate();
+    co_await gate(m_held);
     if (surveyError) {
         throw AudioError(*surveyError);
     }
@@ -101,28 +106,32 @@ QCoro::Task<AudioSurvey> FakeAudioHost::survey() {
 QCoro::Task<std::unique_ptr<AudioStream>>
 FakeAudioHost::startSystemStream(SystemStreamConfiguration configuration, AudioStreamHandlers handlers) {
     m_systemStarts.push_back(configuration);
-    co_await gate();
+    co_await gate(m_held);
     if (systemError) {
         throw AudioError(*systemError);
     }
-    co_return m_system.start(std::move(handlers));
+    auto stream = m_system.start(std::move(handlers));
+    co_await gate(m_resultsHeld);
+    co_return stream;
 }
 
 QCoro::Task<std::optional<AudioEndpoint>> FakeAudioHost::defaultInput() {
-    co_await gate();
+    co_await gate(m_held);
     co_return input;
 }
 
 QCoro::Task<std::unique_ptr<AudioStream>> FakeAudioHost::startMicrophoneStream(AudioStreamHandlers handlers) {
-    co_await gate();
+    co_await gate(m_held);
     if (microphoneError) {
         throw AudioError(*microphoneError);
     }
-    co_return m_microphone.start(std::move(handlers));
+    auto stream = m_microphone.start(std::move(handlers));
+    co_await gate(m_resultsHeld);
+    co_return stream;
 }
 
 QCoro::Task<QList<AudioEndpoint>> FakeAudioHost::inputs() {
-    co_await gate();
+    co_await gate(m_held);
     if (listError) {
         throw AudioError(*listError);
     }
@@ -130,7 +139,7 @@ QCoro::Task<QList<AudioEndpoint>> FakeAudioHost::inputs() {
 }
 
 QCoro::Task<QList<AudioEndpoint>> FakeAudioHost::outputs() {
-    co_await gate();
+    co_await gate(m_held);
     if (listError) {
         throw AudioError(*listError);
     }

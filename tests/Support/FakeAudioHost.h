@@ -25,7 +25,12 @@ public:
 
     // From now on every operation waits until release().
     void hold() { m_held = true; }
+    // From now on a started stream runs, but who asked for it hears of it at release() only.
+    void holdResults() { m_resultsHeld = true; }
+    // Lets everything go on.
     void release();
+    // Lets the operations that wait now go on, and holds the next ones.
+    void releaseWaiting();
     int waitingOperations() const { return static_cast<int>(m_waiting.size()); }
 
     // All system streams asked for, and how many of each kind were opened.
@@ -42,6 +47,10 @@ public:
     bool pushMicrophone(std::span<const float> interleaved, double sampleRate = 48000.0,
                         uint32_t channels = 1);
     bool pushMicrophone(std::span<const int16_t> interleaved, double sampleRate, uint32_t channels);
+
+    // The handlers of the running stream, to call them when they are no longer expected.
+    platform::AudioStreamHandlers systemHandlers() const { return m_system.current()->handlers; }
+    platform::AudioStreamHandlers microphoneHandlers() const { return m_microphone.current()->handlers; }
 
     // The stream ends by itself. Main thread.
     void failSystem(const QString& reason) { m_system.fail(reason); }
@@ -80,9 +89,10 @@ private:
         std::weak_ptr<Channel> m_channel;
     };
 
-    QCoro::Task<void> gate();
+    QCoro::Task<void> gate(bool held);
 
     bool m_held = false;
+    bool m_resultsHeld = false;
     std::vector<platform::Completion<void>> m_waiting;
     std::vector<platform::SystemStreamConfiguration> m_systemStarts;
     Source m_system;
