@@ -79,9 +79,9 @@ void CoreTest::aClockThatGoesAwayWakesItsSleepers() {
     QVERIFY(sleeping.isReady());
 }
 
-// The main thread is held up for five intervals: the ticks that were missed come right after, and the schedule stays.
-// Without making up the thirtieth tick would be due at 340 ms at the earliest. The best of some tries counts, since a
-// busy machine only ever makes a tick later.
+// The main thread is held up for five intervals: the ticks that were missed come right after, and the
+// schedule stays. Without making up the thirtieth tick would be due at 340 ms at the earliest. The best of
+// some tries counts, since a busy machine only ever makes a tick later.
 void CoreTest::aRepeatingTimerMakesUpForLateTicks() {
     platform::SystemClock clock;
     auto best = std::chrono::nanoseconds::max();

@@ -1,0 +1,110 @@
+#include "TestProgram.h"
+
+#include "Json.h"
+
+#include <QCoreApplication>
+
+namespace {
+
+// A session token that expires an hour after the clock's start.
+QByteArray sessionToken(const platform::Clock& clock, int serial) {
+    const auto encode = [](const QByteArray& part) {
+        return part.toBase64(QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals);
+    };
+    const auto expiry = clock.nowMilliseconds() / 1000 + 3600;
+    return encode(R"({"alg":"none"})") + '.' +
+           encode("{\"exp\":" + QByteArray::number(expiry) + ",\"n\":" + QByteArray::number(serial) + '}') +
+           ".c2ln";
+}
+
+} // namespace
+
+bool FakeSystemAccess::open(const QString& address) {
+    opened.append(address);
+    return true;
+}
+
+platform::ApplicationInfo TestProgram::defaultInfo() {
+    return platform::ApplicationInfo(
+        {{QStringLiteral("CFBundleShortVersionString"), QStringLiteral("1.2")},
+         {QStringLiteral("CFBundleVersion"), QStringLiteral("34")},
+         {QStringLiteral("CLERK_PUBLISHABLE_KEY"), QStringLiteral("pk_live_Y2xlcmsubHVtZXRyYS50ZXN0JA==")},
+         {QStringLiteral("CORVANE_DEFAULT_ENDPOINT"), QStringLiteral("https://backend.lumetra.test")}});
+}
+
+TestProgram::TestProgram(Start start, const platform::ApplicationInfo& info) {
+    PlatformServices services;
+    services.applicationInfo = info;
+    services.dataFolder = folder.path();
+    const auto give = [](auto& place, auto object) {
+        auto* raw = object.get();
+        place = std::move(object);
+        return raw;
+    };
+    clock = give(services.clock, std::make_unique<FakeClock>());
+    services.defaults = platform::makeMemoryDefaultsStore();
+    defaults = services.defaults.get();
+    secrets = give(services.secrets, std::make_unique<MemorySecretStore>());
+    identityHttp = give(services.identityHttp, std::make_unique<FakeHttpClient>());
+    backendHttp = give(services.backendHttp, std::make_unique<FakeHttpClient>());
+    sockets = give(services.webSockets, std::make_unique<FakeWebSocketFactory>());
+    audio = give(services.audio, std::make_unique<FakeAudioHost>());
+    access = give(services.systemAccess, std::make_unique<FakeSystemAccess>());
+    services.connectivity = std::make_unique<platform::ConnectivityMonitor>();
+
+    identityHttp->setHandler([this](const platform::HttpRequest&) {
+        const auto serial = static_cast<int>(identityHttp->requests().size());
+        return FakeHttpClient::response(200, "{\"jwt\":\"" + sessionToken(*clock, serial) + "\"}");
+    });
+    backendHttp->setHandler([](const platform::HttpRequest&) { return FakeHttpClient::response(201); });
+    if (start == Start::signedIn) {
+        const auto service = QStringLiteral("com.corvane.interview-assistant");
+        secrets->write(service, QStringLiteral("clerk_client_token"), "client-token");
+        secrets->write(service, QStringLiteral("clerk_session_id"), "sess_1");
+        secrets->write(service, QStringLiteral("clerk_user_email"), "interviewer@example.com");
+    }
+    app = std::make_unique<AppDelegate>(std::move(services));
+}
+
+void TestProgram::settle() {
+    // Every hop between queues is one round; the longest chain of the program is far shorter.
+    for (int round = 0; round < 30; ++round) {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCoreApplication::processEvents();
+    }
+}
+
+void TestProgram::launch() {
+    app->applicationDidFinishLaunching();
+    settle();
+}
+
+void TestProgram::launchToSession() {
+    launch();
+    peer().open();
+    settle();
+    serverSays(R"({"type":"set_session"})");
+}
+
+void TestProgram::serverSays(const QByteArray& json) {
+    peer().sendText(json);
+    settle();
+}
+
+QList<QByteArray> TestProgram::commands(const QByteArray& type) const {
+    QList<QByteArray> result;
+    for (const auto& text : sockets->last().sentTexts()) {
+        if (type.isEmpty() ||
+            json::requiredString(json::parse(text).as_object(), "type") == QString::fromUtf8(type)) {
+            result.append(text);
+        }
+    }
+    return result;
+}
+
+void TestProgram::startInterview(const QString& id) {
+    interview().setInterviewId(id);
+    interview().startInterviewWithId();
+    settle();
+    serverSays(R"({"type":"chat_interview_plan","plan":{"Design":[{"question":"Why?"}]}})");
+}
