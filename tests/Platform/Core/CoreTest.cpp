@@ -88,6 +88,8 @@ void CoreTest::aRepeatingTimerMakesUpForLateTicks() {
     constexpr auto stall = 50ms;
     int ticks = 0;
     auto least = std::chrono::nanoseconds::max();
+    // A loop that sleeps until something is due, as the program's does.
+    QEventLoop loop;
     const auto start = clock.monotonic();
     const auto timer = clock.repeat(interval, [&] {
         const auto lateness = clock.monotonic() - start - ++ticks * interval;
@@ -97,8 +99,13 @@ void CoreTest::aRepeatingTimerMakesUpForLateTicks() {
         } else if (ticks > 8) {
             least = std::min(least, lateness);
         }
+        if (least < stall / 2) {
+            loop.quit();
+        }
     });
-    QVERIFY(waitUntil([&] { return ticks > 8 && least < stall / 2; }));
+    QTimer::singleShot(5s, &loop, &QEventLoop::quit);
+    loop.exec();
+    QVERIFY2(least < stall / 2, qPrintable(QString::number(least.count())));
 }
 
 void CoreTest::aTimerMayEndItselfInItsTick() {
