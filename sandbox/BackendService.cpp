@@ -73,6 +73,7 @@ HttpReply BackendService::makeSession(const HttpRequest& request) {
     if (verdict != TokenMint::Verdict::good) {
         return refusal(401, "Token: " + std::string(TokenMint::describe(verdict)));
     }
+    noteUnexpectedHeaders(request, {"authorization", "content-type"});
     const auto* type = request.header("content-type");
     const auto id = sessionIdIn(request.body);
     if (request.hasQuery || type == nullptr || *type != "application/json" || !id) {
@@ -84,6 +85,15 @@ HttpReply BackendService::makeSession(const HttpRequest& request) {
                  : refusal(409, "The session exists");
 }
 
+void BackendService::noteUnexpectedHeaders(const HttpRequest& request,
+                                           std::initializer_list<std::string_view> expected) {
+    for (const auto& [name, value] : request.headers) {
+        if (!isTransportHeader(name) && std::find(expected.begin(), expected.end(), name) == expected.end()) {
+            m_ledger.violation(request.path + " with a header " + name);
+        }
+    }
+}
+
 HttpReply BackendService::upgrade(const HttpRequest& request) {
     if (const int status = m_faults.upgrade.take(); status != 0) {
         ++m_upgradesRefused;
@@ -93,11 +103,8 @@ HttpReply BackendService::upgrade(const HttpRequest& request) {
     if (request.method != "GET" || upgradeHeader == nullptr) {
         return refusal(426, "WebSocket only");
     }
-    for (const char* name : {"cookie", "authorization", "sec-websocket-protocol"}) {
-        if (request.header(name) != nullptr) {
-            m_ledger.violation(std::string("upgrade with a header ") + name);
-        }
-    }
+    noteUnexpectedHeaders(
+        request, {"upgrade", "sec-websocket-key", "sec-websocket-version", "sec-websocket-extensions"});
     const auto* token = request.queryItem("token");
     if (token == nullptr || request.query.size() != 1) {
         m_ledger.violation("upgrade whose query is not the token alone");

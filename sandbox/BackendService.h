@@ -99,6 +99,7 @@ public:
 private:
     HttpReply makeSession(const HttpRequest& request);
     HttpReply upgrade(const HttpRequest& request);
+    void noteUnexpectedHeaders(const HttpRequest& request, std::initializer_list<std::string_view> expected);
     template<typename Action>
     void forEachLink(Action action);
 

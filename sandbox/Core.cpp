@@ -70,7 +70,14 @@ HttpReply Core::answer(const HttpRequest& request) {
     const bool isSignIn = SignInService::serves(request.host);
     const bool isBackend =
         request.host == backendHost || request.host == "localhost" || request.host == "127.0.0.1";
-    auto reply = isSignIn ? m_signIn.answer(request) : isBackend ? m_backend.answer(request) : misdirected();
+    HttpReply reply;
+    try {
+        reply = isSignIn ? m_signIn.answer(request) : isBackend ? m_backend.answer(request) : misdirected();
+    } catch (const std::exception& problem) {
+        // A full disk, say: the next request may fare better.
+        m_ledger.request(std::string("internal error: ") + problem.what());
+        reply = HttpReply::json(500, R"({"error":"internal error"})");
+    }
     reply.delay = m_faults.slowness;
     m_ledger.request(request.method + ' ' + request.host + request.path + ' ' + std::to_string(reply.status));
     return reply;
@@ -125,8 +132,13 @@ void Core::goAway(std::chrono::milliseconds time, bool backendOnly) {
 void Core::comeBack() {
     m_away = false;
     ++m_absence;
-    for (auto* server : {&m_https, &m_http, &m_proxy}) {
-        server->listenAgain();
+    try {
+        for (auto* server : {&m_https, &m_http, &m_proxy}) {
+            server->listenAgain();
+        }
+    } catch (const boost::system::system_error&) {
+        // Somebody took a port in the meantime.
+        goAway(std::chrono::milliseconds(200), false);
     }
 }
 

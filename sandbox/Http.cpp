@@ -217,6 +217,12 @@ std::optional<Pairs> parseStrictForm(std::string_view body, std::string& complai
     return pairs;
 }
 
+bool isTransportHeader(std::string_view name) {
+    constexpr std::array<std::string_view, 7> names{
+        "host", "content-length", "connection", "user-agent", "accept", "accept-encoding", "accept-language"};
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
 std::string lowerCased(std::string_view text) {
     std::string result(text);
     std::transform(result.begin(), result.end(), result.begin(),

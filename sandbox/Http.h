@@ -65,4 +65,8 @@ std::optional<Pairs> parseStrictForm(std::string_view body, std::string& complai
 
 std::string lowerCased(std::string_view text);
 
+// Whether the header is one that HTTP stacks add of their own accord: Host, Content-Length, Connection,
+// User-Agent and the Accept family. `name` in lower case.
+bool isTransportHeader(std::string_view name);
+
 } // namespace sandbox

@@ -15,10 +15,9 @@ namespace json = boost::json;
 
 namespace {
 
-// Commands that reach a lost session are answered with the loss; the rest is dropped.
+// Frames that were on their way when the interview ended are no fault.
 constexpr std::chrono::seconds lateFrames{1};
 constexpr std::chrono::minutes clockTolerance{2};
-constexpr std::size_t pieceBytes = 24;
 
 json::object typed(std::string_view type) {
     return {{"type", type}};
@@ -59,7 +58,13 @@ const InterviewLink::Command* InterviewLink::findCommand(std::string_view type) 
 }
 
 InterviewLink::InterviewLink(BackendService& backend)
-    : m_backend(backend) {}
+    : m_backend(backend)
+    , m_voice(std::make_shared<Voice>(backend.agenda(), backend.faults(), backend.manners.pace,
+                                      [this](const json::object& message) {
+                                          if (m_peer) {
+                                              m_peer->sendText(json::serialize(message));
+                                          }
+                                      })) {}
 
 void InterviewLink::opened(std::shared_ptr<WebSocketPeer> peer) {
     m_peer = std::move(peer);
@@ -101,14 +106,14 @@ void InterviewLink::text(std::string_view message) {
     if (command == nullptr || !isWellFormed(*object, *command)) {
         violation(command == nullptr ? "a text frame that is no command"
                                      : "keys of " + std::string(command->type) + " are not as they must be");
-        sayNow({{"type", "error"}, {"message", "Malformed command"}});
+        m_voice->now({{"type", "error"}, {"message", "Malformed command"}});
         return;
     }
     m_backend.noteCommand(*object);
     if (command->type != "set_session") {
         if (m_sessionId.empty()) {
             violation(std::string(command->type) + " before the session was set");
-            sayNow({{"type", "error"}, {"message", "Set a session first"}});
+            m_voice->now({{"type", "error"}, {"message", "Set a session first"}});
             return;
         }
         if (m_backend.session(m_sessionId) == nullptr) {
@@ -121,7 +126,7 @@ void InterviewLink::text(std::string_view message) {
 
 void InterviewLink::tellLoss() {
     if (!m_sessionId.empty()) {
-        sayNow({{"type", "error"}, {"message", m_backend.lossText(m_sessionId)}});
+        m_voice->now({{"type", "error"}, {"message", m_backend.lossText(m_sessionId)}});
     }
 }
 
@@ -139,7 +144,7 @@ void InterviewLink::setSession(const json::object& object, std::string_view) {
     }
     session->known = true;
     session->interviewLost = false;
-    plan({std::move(answer)});
+    m_voice->plan({std::move(answer)});
 }
 
 void InterviewLink::chat(const json::object& object, std::string_view) {
@@ -149,25 +154,25 @@ void InterviewLink::chat(const json::object& object, std::string_view) {
         openInterview(message.substr(openingSentence.size()));
         return;
     }
-    plan({stage("thinking")});
-    planProse("chat_chunk", chatReply(message));
-    plan({typed("chat_done")});
+    m_voice->plan({stage("thinking")});
+    m_voice->planProse("chat_chunk", chatReply(message));
+    m_voice->plan({typed("chat_done")});
 }
 
 void InterviewLink::openInterview(const std::string& id) {
-    plan({stage("analyzing"), stage("preparing")});
+    m_voice->plan({stage("analyzing"), stage("preparing")});
     if (!isPlannedInterview(id)) {
-        planProse("chat_chunk", unplannedReply());
-        plan({typed("chat_done")});
+        m_voice->planProse("chat_chunk", unplannedReply());
+        m_voice->plan({typed("chat_done")});
         return;
     }
     m_backend.startRecord(id);
-    planProse("chat_chunk", openingReply(id));
-    plan({typed("chat_done"),
-          stage("building_prompt"),
-          stage("processing_questions"),
-          {{"type", "chat_interview_plan"}, {"plan", interviewPlan()}},
-          {{"type", "chat_questions"}, {"questions", interviewQuestions()}}});
+    m_voice->planProse("chat_chunk", openingReply(id));
+    m_voice->plan({typed("chat_done"),
+                   stage("building_prompt"),
+                   stage("processing_questions"),
+                   {{"type", "chat_interview_plan"}, {"plan", interviewPlan()}},
+                   {{"type", "chat_questions"}, {"questions", interviewQuestions()}}});
 }
 
 void InterviewLink::interviewId(const json::object& object, std::string_view) {
@@ -181,7 +186,7 @@ void InterviewLink::interviewId(const json::object& object, std::string_view) {
     session->interviewLost = false;
     m_backend.record(id).running = true;
     m_candidateSpeaking = false;
-    plan({typed("request_active_question")});
+    m_voice->plan({typed("request_active_question")});
 }
 
 InterviewRecord* InterviewLink::runningInterview(const char* forWhat) {
@@ -216,7 +221,7 @@ void InterviewLink::setEnglish(const json::object& object, std::string_view) {
     if (auto* record = runningInterview("set_english_assessment")) {
         record->english = enabled;
     }
-    plan({{{"type", "set_english_assessment"}, {"enabled", enabled}, {"session_id", m_sessionId}}});
+    m_voice->plan({{{"type", "set_english_assessment"}, {"enabled", enabled}, {"session_id", m_sessionId}}});
 }
 
 void InterviewLink::newChat(const json::object&, std::string_view) {
@@ -234,7 +239,7 @@ void InterviewLink::endInterview(const json::object&, std::string_view) {
     const auto& faults = m_backend.faults();
     m_backend.agenda().after(faults.slowness + faults.endAckDelay, [weak = weak_from_this()] {
         if (const auto link = weak.lock()) {
-            link->sayNow(typed("end_interview_ack"));
+            link->m_voice->now(typed("end_interview_ack"));
         }
     });
 }
@@ -297,7 +302,7 @@ void InterviewLink::takeSound(InterviewRecord& record, std::span<const std::uint
     }
     constexpr std::uint64_t framesPerAcknowledgement = 25;
     if (++m_framesTaken % framesPerAcknowledgement == 0) {
-        sayNow({{"type", "audio_ack"}, {"frames", m_framesTaken}});
+        m_voice->now({{"type", "audio_ack"}, {"frames", m_framesTaken}});
     }
     if (message[0] == static_cast<std::uint8_t>(Speaker::candidate)) {
         followSpeech(record);
@@ -319,7 +324,7 @@ void InterviewLink::followSpeech(const InterviewRecord& record) {
 void InterviewLink::tellSpeaking(bool speaking) {
     if (speaking != m_candidateSpeaking) {
         m_candidateSpeaking = speaking;
-        sayNow(typed(speaking ? "candidate_speaking" : "candidate_stopped_speaking"));
+        m_voice->now(typed(speaking ? "candidate_speaking" : "candidate_stopped_speaking"));
     }
 }
 
@@ -333,75 +338,22 @@ void InterviewLink::assess(const std::string& occasion, std::string_view endType
     ++record->assessments;
     record->secondsAtAssessment = record->seconds();
     record->lastAssessment = writeAssessment(*record, occasion);
-    plan({stage("assessing")});
-    planProse("assessment_chunk", record->lastAssessment);
+    m_voice->plan({stage("assessing")});
+    m_voice->planProse("assessment_chunk", record->lastAssessment);
     json::object end = describeInterview(*record);
     end["type"] = endType;
     end.erase("last_assessment");
-    plan(std::move(end), m_backend.manners.pace, [this] {
+    m_voice->plan(std::move(end), m_backend.manners.pace, [this] {
         m_assessing = false;
         if (const auto again = std::exchange(m_assessAgain, {}); !again.empty()) {
             assess(again, "assessment_done");
         }
     });
-    plan({typed("request_active_question")});
-}
-
-void InterviewLink::sayNow(const json::object& message) {
-    if (m_peer) {
-        m_peer->sendText(json::serialize(message));
-    }
-}
-
-void InterviewLink::plan(json::object message, std::chrono::milliseconds before, std::function<void()> then) {
-    m_planned.push_back({std::move(message), before, std::move(then)});
-    if (!m_saying) {
-        sayNextPlanned();
-    }
-}
-
-void InterviewLink::plan(std::vector<json::object> messages) {
-    for (auto& message : messages) {
-        const bool answersNow = m_planned.empty() && !m_saying;
-        plan(std::move(message), answersNow ? m_backend.faults().slowness : m_backend.manners.pace);
-    }
-}
-
-void InterviewLink::planProse(std::string_view type, std::string_view text) {
-    for (const auto& piece : inPieces(text, pieceBytes)) {
-        plan({{"type", type}, {"text", piece}}, m_backend.manners.pace / 4);
-    }
-}
-
-void InterviewLink::sayNextPlanned() {
-    m_saying = !m_planned.empty();
-    if (!m_saying) {
-        return;
-    }
-    Planned next = std::move(m_planned.front());
-    m_planned.pop_front();
-    const auto before = next.before;
-    m_backend.agenda().after(
-        before, [weak = weak_from_this(), next = std::move(next), generation = m_planGeneration] {
-            const auto link = weak.lock();
-            if (!link || generation != link->m_planGeneration) {
-                return;
-            }
-            link->sayNow(next.message);
-            link->m_saying = false;
-            if (next.then) {
-                next.then();
-            }
-            if (!link->m_saying) {
-                link->sayNextPlanned();
-            }
-        });
+    m_voice->plan({typed("request_active_question")});
 }
 
 void InterviewLink::giveUpPlanned() {
-    ++m_planGeneration;
-    m_planned.clear();
-    m_saying = false;
+    m_voice->giveUpPlanned();
     m_assessing = false;
     m_assessAgain.clear();
 }

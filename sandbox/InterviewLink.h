@@ -2,13 +2,12 @@
 #pragma once
 
 #include "BackendService.h"
+#include "Voice.h"
 #include "WebSocketPeer.h"
 
 #include <boost/json/object.hpp>
 
 #include <chrono>
-#include <deque>
-#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -35,11 +34,6 @@ public:
 
 private:
     struct Command;
-    struct Planned {
-        boost::json::object message;
-        std::chrono::milliseconds before;
-        std::function<void()> then;
-    };
     using Clock = std::chrono::steady_clock;
 
     static const Command* findCommand(std::string_view type);
@@ -63,24 +57,14 @@ private:
     void tellSpeaking(bool speaking);
     void assess(const std::string& occasion, std::string_view endType);
 
-    // Past everything that is planned.
-    void sayNow(const boost::json::object& message);
-    void plan(boost::json::object message, std::chrono::milliseconds before, std::function<void()> then = {});
-    // In order, at the script's pace.
-    void plan(std::vector<boost::json::object> messages);
-    void planProse(std::string_view type, std::string_view text);
-    void sayNextPlanned();
     void giveUpPlanned();
     // Once for each `what` on this link.
     void violation(const std::string& what);
 
     BackendService& m_backend;
     std::shared_ptr<WebSocketPeer> m_peer;
+    std::shared_ptr<Voice> m_voice;
     std::string m_sessionId;
-    bool m_saying = false;
-    // Raised when what is planned is given up.
-    unsigned m_planGeneration = 0;
-    std::deque<Planned> m_planned;
     // What the program was told last, and what its sound says.
     bool m_candidateSpeaking = false;
     bool m_heardSpeaking = false;

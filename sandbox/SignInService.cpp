@@ -10,10 +10,6 @@ namespace json = boost::json;
 
 namespace {
 
-// Headers that a request may carry besides those of its own table.
-constexpr std::array<std::string_view, 7> transportHeaders{
-    "host", "content-length", "connection", "user-agent", "accept", "accept-encoding", "accept-language"};
-
 HttpReply error(int status, std::string_view code, std::string_view message) {
     const json::object item{
         {"message", message}, {"long_message", message}, {"code", code}, {"meta", json::object()}};
@@ -158,9 +154,8 @@ HttpReply SignInService::violated(const Call& call, const std::string& code, con
 HttpReply SignInService::checkIdentity(Call& call) {
     const auto& request = call.request;
     for (const auto& [name, value] : request.headers) {
-        const bool expected =
-            name == "clerk-publishable-key" || name == "content-type" || name == "cookie" ||
-            std::find(transportHeaders.begin(), transportHeaders.end(), name) != transportHeaders.end();
+        const bool expected = name == "clerk-publishable-key" || name == "content-type" || name == "cookie" ||
+                              isTransportHeader(name);
         if (!expected) {
             m_ledger.violation("sign-in " + request.path + ": header " + name + " is not expected");
         }

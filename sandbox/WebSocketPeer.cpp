@@ -75,6 +75,10 @@ asio::awaitable<void> WebSocketPeer::run() {
         m_endpoint->misbehaved(broken->what);
         close(broken->closeCode, broken->what);
     }
+    if (m_fillerUnderWay) {
+        // The peer did not wait for the end of an enormous frame, and nothing can follow its middle.
+        m_wire->drop();
+    }
     // What is queued, the answer to a close frame above all, still goes out.
     while ((finished || broken) && m_wire->isOpen() && (m_writing || !m_outgoing.empty())) {
         boost::system::error_code ignored;
@@ -217,11 +221,13 @@ asio::awaitable<void> WebSocketPeer::writeFrames() {
             Outgoing next = std::move(m_outgoing.front());
             m_outgoing.pop_front();
             co_await m_wire->write(std::move(next.bytes));
+            m_fillerUnderWay = next.filler > 0;
             while (next.filler > 0) {
                 const auto count = std::min<std::uint64_t>(next.filler, block.size());
                 co_await m_wire->write(block.substr(0, static_cast<std::size_t>(count)));
                 next.filler -= count;
             }
+            m_fillerUnderWay = false;
             m_writing = false;
         }
     } catch (const boost::system::system_error&) {

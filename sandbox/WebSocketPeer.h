@@ -80,6 +80,7 @@ private:
     asio::steady_timer m_silence;
     std::deque<Outgoing> m_outgoing;
     bool m_writing = false;
+    bool m_fillerUnderWay = false;
     bool m_ended = false;
     bool m_silent = false;
     bool m_closeSent = false;

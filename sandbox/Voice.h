@@ -1,0 +1,54 @@
+// What the backend says on one link: in order, at the script's pace.
+#pragma once
+
+#include "Agenda.h"
+#include "Faults.h"
+
+#include <boost/json/object.hpp>
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace sandbox {
+
+// Network thread only. What is planned is forgotten when the voice goes.
+class Voice : public std::enable_shared_from_this<Voice> {
+public:
+    using Say = std::function<void(const boost::json::object&)>;
+
+    // `pace` lies between two planned messages; it may change.
+    Voice(Agenda& agenda, const Faults& faults, const std::chrono::milliseconds& pace, Say say);
+
+    // Past everything that is planned.
+    void now(const boost::json::object& message) { m_say(message); }
+    // `then` runs after the message is said.
+    void plan(boost::json::object message, std::chrono::milliseconds before, std::function<void()> then = {});
+    void plan(std::vector<boost::json::object> messages);
+    // Messages of `type` with pieces of the text under "text".
+    void planProse(std::string_view type, std::string_view text);
+    void giveUpPlanned();
+
+private:
+    struct Planned {
+        boost::json::object message;
+        std::chrono::milliseconds before;
+        std::function<void()> then;
+    };
+
+    void sayNext();
+
+    Agenda& m_agenda;
+    const Faults& m_faults;
+    const std::chrono::milliseconds& m_pace;
+    Say m_say;
+    std::deque<Planned> m_planned;
+    bool m_saying = false;
+    // Raised when what is planned is given up.
+    unsigned m_generation = 0;
+};
+
+} // namespace sandbox

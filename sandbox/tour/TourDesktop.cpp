@@ -1,0 +1,113 @@
+#include "TourDesktop.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QUrl>
+
+#include <stdexcept>
+
+namespace {
+
+constexpr int startTimeout = 10'000; // ms
+
+[[noreturn]] void fail(const QString& text) {
+    throw std::runtime_error(text.toStdString());
+}
+
+QString portOf(const QString& url) {
+    return QString::number(QUrl(url).port());
+}
+
+} // namespace
+
+TourDesktop::TourDesktop() = default;
+
+TourDesktop::~TourDesktop() {
+    stopSandbox();
+}
+
+void TourDesktop::start(const QString& sandboxProgram) {
+    m_sandboxProgram = sandboxProgram;
+    if (!m_session.startBus() || !m_session.startKeyring(QStringLiteral("tour"))) {
+        fail(QStringLiteral("No private session: dbus-daemon or gnome-keyring-daemon did not start."));
+    }
+    m_sound.start();
+    m_sound.useInThisProcess();
+    plugSoundDevices();
+    startSandbox();
+    const auto environment = m_ready.value(QStringLiteral("environment")).toObject();
+    for (auto variable = environment.begin(); variable != environment.end(); ++variable) {
+        qputenv(variable.key().toUtf8().constData(), variable->toString().toUtf8());
+    }
+    qputenv("no_proxy", "127.0.0.1,localhost");
+    qputenv("CORVANE_APPLICATION_INFO", writeApplicationInfo().toUtf8());
+}
+
+void TourDesktop::plugSoundDevices() {
+    m_sound.addSink(QStringLiteral("speakers"));
+    m_sound.addMicrophone(QStringLiteral("headset"),
+                          {.rate = 44100, .channels = 1, .samples = QStringLiteral("s16le")});
+    m_sound.setDefaultSink(QStringLiteral("speakers"));
+    m_sound.setDefaultSource(QStringLiteral("headset"));
+}
+
+void TourDesktop::startSandbox() {
+    QStringList arguments{QStringLiteral("--folder"), filePath(QStringLiteral("sandbox")),
+                          QStringLiteral("--assessment-every"), QStringLiteral("60")};
+    if (!m_ready.isEmpty()) {
+        const auto backend = m_ready.value(QStringLiteral("backend")).toObject();
+        arguments +=
+            {QStringLiteral("--proxy-port"),   portOf(m_ready.value(QStringLiteral("proxy")).toString()),
+             QStringLiteral("--https-port"),   portOf(backend.value(QStringLiteral("tls")).toString()),
+             QStringLiteral("--http-port"),    portOf(backend.value(QStringLiteral("plain")).toString()),
+             QStringLiteral("--control-port"), portOf(m_ready.value(QStringLiteral("control")).toString())};
+    }
+    m_sandbox.setProcessChannelMode(QProcess::SeparateChannels);
+    m_sandbox.setStandardErrorFile(filePath(QStringLiteral("sandbox.log")));
+    m_sandbox.start(m_sandboxProgram, arguments);
+    while (!m_sandbox.canReadLine()) {
+        if (!m_sandbox.waitForReadyRead(startTimeout)) {
+            fail(QStringLiteral("The sandbox did not start: ") + m_sandbox.errorString());
+        }
+    }
+    m_ready = QJsonDocument::fromJson(m_sandbox.readLine()).object();
+    if (!m_ready.value(QStringLiteral("ready")).toBool()) {
+        fail(QStringLiteral("The sandbox said something else than that it is ready."));
+    }
+}
+
+void TourDesktop::stopSandbox() {
+    if (m_sandbox.state() != QProcess::NotRunning) {
+        m_sandbox.terminate();
+        m_sandbox.waitForFinished(startTimeout);
+    }
+}
+
+QString TourDesktop::writeApplicationInfo() {
+    const auto signIn = m_ready.value(QStringLiteral("sign_in")).toObject();
+    const QJsonObject info{
+        {QStringLiteral("CFBundleShortVersionString"), QStringLiteral(CORVANE_VERSION)},
+        {QStringLiteral("CFBundleVersion"), QStringLiteral("1")},
+        {QStringLiteral("CLERK_PUBLISHABLE_KEY"),
+         signIn.value(QStringLiteral("development")).toObject().value(QStringLiteral("publishable_key"))},
+        {QStringLiteral("CORVANE_DEFAULT_ENDPOINT"),
+         m_ready.value(QStringLiteral("backend")).toObject().value(QStringLiteral("url"))},
+    };
+    const auto path = filePath(QStringLiteral("application-info.json"));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(info).toJson()) < 0) {
+        fail(QStringLiteral("Cannot write ") + path);
+    }
+    return path;
+}
+
+QString TourDesktop::speech(const QString& name, const QString& text) {
+    const auto path = filePath(name + QStringLiteral(".wav"));
+    const int status =
+        QProcess::execute(QStringLiteral("espeak-ng"),
+                          {QStringLiteral("-s"), QStringLiteral("170"), QStringLiteral("-w"), path, text});
+    if (status != 0) {
+        fail(QStringLiteral("espeak-ng could not speak."));
+    }
+    return path;
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "PrivateSession.h"
+#include "PrivateSound.h"
+
+#include <QJsonObject>
+#include <QProcess>
+
+// A desktop for the tour alone: folders, a session bus, a secret service and a sound server of its own, and
+// the stand-in for the sign-in service and the backend. Nothing of the user's session is seen or changed.
+// Blocking; throws std::runtime_error.
+class TourDesktop {
+public:
+    TourDesktop();
+    ~TourDesktop();
+
+    // From now on this process and its children live on this desktop.
+    void start(const QString& sandboxProgram);
+    // Starts the stand-in, again after a stop: on the same ports and with the same memory.
+    void startSandbox();
+    void stopSandbox();
+
+    PrivateSound& sound() { return m_sound; }
+    PrivateSession& session() { return m_session; }
+    // The sandbox's own description: addresses, keys, the code.
+    const QJsonObject& sandbox() const { return m_ready; }
+    // Holds all that the programs of this desktop leave behind.
+    QString folder() const { return m_session.folder(); }
+
+    // What is said into the microphone, and what the other side of the call says. Files that libsndfile
+    // reads.
+    SoundPlayback interviewerSays(const QString& file) {
+        return m_sound.playFile(file, QStringLiteral("headset.feed"));
+    }
+    SoundPlayback candidateSays(const QString& file) {
+        return m_sound.playFile(file, QStringLiteral("speakers"));
+    }
+    // Speech of a synthetic voice, as a file. `name` tells the files apart.
+    QString speech(const QString& name, const QString& text);
+    void plugSoundDevices();
+
+private:
+    QString writeApplicationInfo();
+    QString filePath(const QString& name) const { return folder() + u'/' + name; }
+
+    PrivateSession m_session;
+    PrivateSound m_sound;
+    QString m_sandboxProgram;
+    QProcess m_sandbox;
+    QJsonObject m_ready;
+};

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "CorvaneApp.h"
+#include "TourDesktop.h"
+#include "Transcript.h"
+
+#include <QCoroTask>
+#include <QJsonObject>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <stdexcept>
+
+// What was awaited and did not happen.
+class TourFailure : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// One user's way through the program, from the first sign-in to the second start, told as it happens. It
+// drives the program's own classes, by what a user or the desktop would do, and looks at what a user would
+// see.
+class TourScript {
+public:
+    // `fault`: an action of the sandbox that is applied in the middle of the interview and never cured; empty
+    // for none.
+    TourScript(TourDesktop& desktop, Transcript& transcript, QString program, QString fault);
+    ~TourScript();
+
+    // Throws TourFailure, or what the program should never have thrown.
+    QCoro::Task<void> run();
+
+private:
+    using Condition = std::function<bool()>;
+
+    QCoro::Task<void> launch();
+    QCoro::Task<void> signIn();
+    QCoro::Task<void> openLink(QString id);
+    QCoro::Task<void> startInterview();
+    QCoro::Task<void> converse();
+    QCoro::Task<void> workManually();
+    QCoro::Task<void> loseTheLink();
+    QCoro::Task<void> loseTheSession();
+    QCoro::Task<void> loseTheSound();
+    QCoro::Task<void> pauseAndResume();
+    QCoro::Task<void> finish();
+    QCoro::Task<void> startAgain();
+    void checkStore();
+    void checkServer(const QJsonObject& state);
+    void checkSecrecy();
+
+    // Waits until the condition holds; throws TourFailure with `what` after `seconds`.
+    QCoro::Task<void> until(QString what, Condition condition, int seconds = 15);
+    QCoro::Task<void> pause(int milliseconds);
+    QCoro::Task<void> speakUntilHeard(QString question, QString answer);
+    QCoro::Task<QJsonObject> control(QString path, QJsonObject parameters, bool isQuery);
+    QCoro::Task<void> apply(QString action, QJsonObject parameters = {});
+    QCoro::Task<QJsonObject> state();
+    void require(bool holds, const QString& what) const;
+
+    InterviewViewModel& interview();
+    CompletionViewModel& completion();
+
+    TourDesktop& m_desktop;
+    Transcript& m_transcript;
+    QString m_program;
+    QString m_fault;
+    std::unique_ptr<platform::Clock> m_clock;
+    std::unique_ptr<platform::HttpClient> m_http;
+    std::unique_ptr<CorvaneApp> m_app;
+    QStringList m_log;
+    QStringList m_secrets;
+};
