@@ -50,4 +50,18 @@ QString notHttp(const QString& host) {
     return QStringLiteral("The answer of %1 is not HTTP.").arg(host);
 }
 
+QString notWebSocket(const QString& host) {
+    return QStringLiteral("The answer of %1 is not that of a WebSocket server.").arg(host);
+}
+
+QString upgradeRefused(int status, bool webPage) {
+    return webPage ? QStringLiteral("The server answered with a web page (HTTP %1) and opened no connection.")
+                         .arg(status)
+                   : QStringLiteral("The server refused the connection (HTTP %1).").arg(status);
+}
+
+QString protocolBroken(const QString& host, const QString& reason) {
+    return withReason(QStringLiteral("%1 broke the WebSocket protocol").arg(host), reason);
+}
+
 } // namespace platform::networkText

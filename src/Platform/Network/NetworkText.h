@@ -15,5 +15,9 @@ QString tlsFailed(const QString& host, const QString& reason);
 QString proxyFailed(const QString& proxy, const QString& reason);
 QString tooLarge(const QString& host, qint64 limitBytes);
 QString notHttp(const QString& host);
+QString notWebSocket(const QString& host);
+// An answer with a status in place of the upgrade.
+QString upgradeRefused(int status, bool webPage);
+QString protocolBroken(const QString& host, const QString& reason);
 
 } // namespace platform::networkText

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "NetworkThread.h"
+#include "Transport.h"
+#include "WebSocketConnection.h"
+
+#include <memory>
+
+namespace platform {
+
+// Everything before the first byte of a protocol: name lookup, TCP, the way through a proxy, TLS. Network
+// thread.
+class Connector {
+public:
+    using Handler = std::function<void(std::optional<WebSocketError>)>;
+
+    Connector(NetworkThread& thread, Transport& transport, const ConnectPlan& plan);
+
+    // `owner` keeps the connector and what it refers to alive while it works. The transport is ready when the
+    // handler is called without an error.
+    void run(std::shared_ptr<void> owner, Handler handler);
+    // The handler is not called any more.
+    void abandon();
+
+    // For a connection that verifies its peer. Throws WebSocketError if the roots cannot be read.
+    static void trustRoots(asio::ssl::context& context, const QString& rootsFile);
+
+private:
+    void connectNext();
+    void connected(error_code error);
+    void throughProxy();
+    void readProxyAnswer();
+    void proxyAnswered(error_code error);
+    void startTls();
+    void finish(std::optional<WebSocketError> error);
+    WebSocketError unreachable(const std::string& reason) const;
+    WebSocketError tlsFailure(error_code error);
+
+    NetworkThread& m_thread;
+    Transport& m_transport;
+    const ConnectPlan& m_plan;
+    SteadyTimer m_patience;
+    std::shared_ptr<void> m_owner;
+    Handler m_handler;
+    std::vector<std::string> m_addresses;
+    std::size_t m_next = 0;
+    bool m_connecting = false;
+    std::string m_proxyTalk;
+};
+
+} // namespace platform

@@ -1,0 +1,397 @@
+#include "WebSocketConnection.h"
+
+#include "Connector.h"
+#include "NetworkText.h"
+#include "NetworkThread.h"
+#include "Transport.h"
+#include "WebSocketMailbox.h"
+
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/websocket/stream.hpp>
+
+#include <atomic>
+#include <deque>
+#include <optional>
+
+namespace platform {
+
+namespace {
+
+namespace websocket = boost::beast::websocket;
+using Kind = WebSocketError::Kind;
+
+// For the peer to answer a close frame and to end the connection.
+constexpr std::chrono::seconds closeBound{2};
+// Frames up to this size leave in one write; also the size of a TLS record.
+constexpr std::size_t writeBufferBytes = 16 * 1024;
+// A buffer that one large message has blown up is given back.
+constexpr std::size_t keptReadBytes = 256 * 1024;
+
+std::exception_ptr pointer(const WebSocketError& error) {
+    return std::make_exception_ptr(error);
+}
+
+class BeastConnection : public WebSocketConnection, public std::enable_shared_from_this<BeastConnection> {
+public:
+    BeastConnection(NetworkThread& thread, std::shared_ptr<WebSocketMailbox> mailbox)
+        : m_thread(thread)
+        , m_mailbox(std::move(mailbox))
+        , m_bound(thread.context().get_executor()) {}
+
+    void start(ConnectPlan plan) override {
+        post([plan = std::move(plan)](BeastConnection& self) mutable { self.doStart(std::move(plan)); });
+    }
+    void send(WebSocketTask::Payload kind, QByteArray payload, WebSocketTask::DoneHandler done) override;
+    void ping(quint32 id) override {
+        post([id](BeastConnection& self) {
+            self.m_pings.push_back(id);
+            self.pumpPings();
+        });
+    }
+    void resumeReading() override {
+        post([](BeastConnection& self) {
+            if (std::exchange(self.m_readingPaused, false)) {
+                self.read();
+            }
+        });
+    }
+    void cancel(int closeCode) override {
+        m_cancelled = true;
+        post([closeCode](BeastConnection& self) { self.doCancel(closeCode); });
+    }
+
+private:
+    using Stream = websocket::stream<Transport, false>;
+
+    struct Outgoing {
+        WebSocketTask::Payload kind;
+        QByteArray payload;
+        WebSocketTask::DoneHandler done;
+    };
+
+    template<typename Work>
+    void post(Work work) {
+        asio::post(m_thread.context(),
+                   [self = shared_from_this(), work = std::move(work)]() mutable { work(*self); });
+    }
+    // Completion handler of a stream operation: the connection lives until it ran.
+    template<typename... Args>
+    auto bind(void (BeastConnection::*handler)(Args...)) {
+        return [self = shared_from_this(), handler](auto&&... args) {
+            (self.get()->*handler)(std::forward<decltype(args)>(args)...);
+        };
+    }
+
+    void doStart(ConnectPlan plan);
+    void upgrade(std::optional<WebSocketError> error);
+    void upgraded(error_code error);
+    WebSocketError refusal(error_code error);
+    void pump();
+    void written(error_code error, std::size_t);
+    void pumpPings();
+    void pinged(error_code error);
+    void read();
+    void received(error_code error, std::size_t);
+    void controlFrame(websocket::frame_type kind, boost::beast::string_view payload);
+    WebSocketEnd endAfter(error_code error) const;
+    void doCancel(int closeCode);
+    void closed(error_code) { drop(); }
+
+    void armBound(std::chrono::milliseconds bound);
+    void boundReached();
+    void report(WebSocketEnd end);
+    void fail(const WebSocketError& error, int httpStatus = 0);
+    void failSends(const std::exception_ptr& error);
+    void drop();
+    bool isOpen() const { return m_open && !m_reported; }
+
+    NetworkThread& m_thread;
+    const std::shared_ptr<WebSocketMailbox> m_mailbox;
+    SteadyTimer m_bound;
+    // Any thread: sends fail at once when set.
+    std::atomic<bool> m_cancelled = false;
+    std::atomic<bool> m_reported = false;
+
+    ConnectPlan m_plan;
+    std::optional<asio::ssl::context> m_tls;
+    std::optional<Stream> m_stream;
+    std::optional<Connector> m_connector;
+    websocket::response_type m_answer;
+    boost::beast::flat_buffer m_incoming;
+    std::deque<Outgoing> m_outgoing; // the front one is being written while m_writing
+    std::deque<quint32> m_pings;
+    quint32 m_pingSent = 0;
+    bool m_open = false;
+    bool m_writing = false;
+    bool m_pinging = false;
+    bool m_readingPaused = false;
+};
+
+void BeastConnection::send(WebSocketTask::Payload kind, QByteArray payload, WebSocketTask::DoneHandler done) {
+    if (m_cancelled || m_reported) {
+        done(pointer(m_cancelled
+                         ? WebSocketError(Kind::cancelled, QStringLiteral("The connection was closed."))
+                         : WebSocketError(Kind::notConnected, QStringLiteral("There is no connection."))));
+        return;
+    }
+    post([outgoing = Outgoing{kind, std::move(payload), std::move(done)}](BeastConnection& self) mutable {
+        if (self.m_cancelled || self.m_reported) {
+            self.send(outgoing.kind, {}, std::move(outgoing.done));
+            return;
+        }
+        self.m_outgoing.push_back(std::move(outgoing));
+        self.pump();
+    });
+}
+
+void BeastConnection::doStart(ConnectPlan plan) {
+    if (m_cancelled) {
+        return;
+    }
+    m_plan = std::move(plan);
+    m_tls.emplace(asio::ssl::context::tls_client);
+    try {
+        if (m_plan.encrypted) {
+            Connector::trustRoots(*m_tls, m_plan.rootsFile);
+        }
+    } catch (const WebSocketError& error) {
+        fail(error);
+        return;
+    }
+    m_stream.emplace(m_thread.context(), *m_tls);
+    // A weak reference: the stream is part of this object.
+    m_stream->next_layer().onTeardown = [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) {
+            self->armBound(closeBound);
+        }
+    };
+    armBound(m_plan.bound);
+    m_connector.emplace(m_thread, m_stream->next_layer(), m_plan);
+    m_connector->run(shared_from_this(),
+                     [this](std::optional<WebSocketError> error) { upgrade(std::move(error)); });
+}
+
+void BeastConnection::upgrade(std::optional<WebSocketError> error) {
+    if (error) {
+        fail(*error);
+        return;
+    }
+    m_stream->read_message_max(static_cast<std::size_t>(m_plan.maxMessageBytes));
+    m_stream->write_buffer_bytes(writeBufferBytes);
+    m_stream->auto_fragment(false);
+    m_stream->control_callback(
+        [this](auto kind, boost::beast::string_view payload) { controlFrame(kind, payload); });
+    m_stream->async_handshake(m_answer, m_plan.hostHeader.toStdString(), m_plan.target.toStdString(),
+                              bind(&BeastConnection::upgraded));
+}
+
+void BeastConnection::upgraded(error_code error) {
+    if (m_reported || m_cancelled) {
+        drop();
+    } else if (error) {
+        const int status = m_stream->next_layer().answeredStatus();
+        fail(refusal(error), status);
+    } else {
+        m_bound.cancel();
+        m_open = true;
+        m_mailbox->opened();
+        read();
+        pump();
+        pumpPings();
+    }
+}
+
+WebSocketError BeastConnection::refusal(error_code error) {
+    const auto& transport = m_stream->next_layer();
+    const int status = transport.answeredStatus();
+    if (status == 0 || status == 101) {
+        return transport.gotAnything()
+                   ? WebSocketError(Kind::protocol, networkText::notWebSocket(m_plan.hostText()))
+                   : *endAfter(error).error;
+    }
+    const auto type = m_answer[boost::beast::http::field::content_type];
+    const bool webPage = type.find("html") != type.npos;
+    return WebSocketError(Kind::upgradeRefused, networkText::upgradeRefused(status, webPage));
+}
+
+void BeastConnection::pump() {
+    if (!isOpen() || m_writing || m_outgoing.empty()) {
+        return;
+    }
+    m_writing = true;
+    const auto& front = m_outgoing.front();
+    m_stream->text(front.kind == WebSocketTask::Payload::text);
+    m_stream->async_write(
+        asio::buffer(front.payload.constData(), static_cast<std::size_t>(front.payload.size())),
+        bind(&BeastConnection::written));
+}
+
+void BeastConnection::written(error_code error, std::size_t) {
+    m_writing = false;
+    const auto done = std::move(m_outgoing.front().done);
+    m_outgoing.pop_front();
+    if (!error) {
+        pump();
+    } else if (isOpen()) {
+        // What the peer said last may still be there to read, and tells more.
+        armBound(closeBound);
+    }
+    if (done) {
+        done(error ? pointer(
+                         WebSocketError(Kind::connectionLost, networkText::connectionLost(m_plan.hostText())))
+                   : nullptr);
+    }
+}
+
+void BeastConnection::pumpPings() {
+    if (!isOpen() || m_pinging || m_pings.empty()) {
+        return;
+    }
+    m_pinging = true;
+    m_pingSent = m_pings.front();
+    m_pings.pop_front();
+    const auto payload = std::to_string(m_pingSent);
+    m_stream->async_ping(websocket::ping_data(payload.data(), payload.size()),
+                         bind(&BeastConnection::pinged));
+}
+
+void BeastConnection::pinged(error_code error) {
+    m_pinging = false;
+    if (!error) {
+        pumpPings();
+    } else if (isOpen()) {
+        armBound(closeBound);
+    }
+}
+
+void BeastConnection::read() {
+    if (m_open && !m_cancelled) {
+        m_stream->async_read(m_incoming, bind(&BeastConnection::received));
+    }
+}
+
+void BeastConnection::received(error_code error, std::size_t) {
+    if (error) {
+        report(endAfter(error));
+        drop();
+        return;
+    }
+    const auto data = m_incoming.data();
+    WebSocketMessage message{m_stream->got_text(), QByteArray(static_cast<const char*>(data.data()),
+                                                              static_cast<qsizetype>(data.size()))};
+    m_incoming.consume(m_incoming.size());
+    if (m_incoming.capacity() > keptReadBytes) {
+        m_incoming.shrink_to_fit();
+    }
+    m_readingPaused = !m_mailbox->deliver(std::move(message));
+    if (!m_readingPaused) {
+        read();
+    }
+}
+
+// Runs inside the read that came upon the frame: no stream operation may be started from here.
+void BeastConnection::controlFrame(websocket::frame_type kind, boost::beast::string_view payload) {
+    if (kind == websocket::frame_type::pong) {
+        bool isNumber = false;
+        const auto id = QByteArray(payload.data(), static_cast<qsizetype>(payload.size())).toUInt(&isNumber);
+        if (isNumber && id <= m_pingSent) {
+            m_mailbox->pong(id);
+        }
+    } else if (kind == websocket::frame_type::close) {
+        // Beast answers it; nobody needs to wait for the peer to hang up.
+        report(endAfter(websocket::error::closed));
+        armBound(closeBound);
+    }
+}
+
+WebSocketEnd BeastConnection::endAfter(error_code error) const {
+    const auto host = m_plan.hostText();
+    if (error == websocket::error::closed) {
+        const auto code = m_stream->reason().code;
+        return {{}, code == websocket::close_code::none ? 1005 : static_cast<int>(code), 101};
+    }
+    const std::optional<int> code = m_open ? std::optional(1006) : std::nullopt;
+    if (error == websocket::error::message_too_big) {
+        return {WebSocketError(Kind::tooLarge, networkText::tooLarge(host, m_plan.maxMessageBytes)), code};
+    }
+    if (error.category() == make_error_code(websocket::error::bad_opcode).category()) {
+        return {WebSocketError(Kind::protocol,
+                               networkText::protocolBroken(host, QString::fromStdString(error.message()))),
+                code};
+    }
+    return {WebSocketError(Kind::connectionLost, networkText::connectionLost(host)), code};
+}
+
+void BeastConnection::doCancel(int closeCode) {
+    failSends(pointer(WebSocketError(Kind::cancelled, QStringLiteral("The connection was closed."))));
+    m_pings.clear();
+    if (!isOpen()) {
+        drop();
+        return;
+    }
+    m_reported = true;
+    armBound(closeBound);
+    m_stream->async_close(static_cast<websocket::close_code>(closeCode), bind(&BeastConnection::closed));
+}
+
+void BeastConnection::armBound(std::chrono::milliseconds bound) {
+    m_bound.expires_after(bound);
+    m_bound.async_wait([self = shared_from_this()](error_code cancelled) {
+        if (!cancelled) {
+            self->boundReached();
+        }
+    });
+}
+
+void BeastConnection::boundReached() {
+    if (!m_open) {
+        fail(WebSocketError(Kind::timedOut, networkText::timedOut(m_plan.hostText())));
+        return;
+    }
+    report({WebSocketError(Kind::connectionLost, networkText::connectionLost(m_plan.hostText())), 1006});
+    drop();
+}
+
+void BeastConnection::fail(const WebSocketError& error, int httpStatus) {
+    report({error, {}, httpStatus});
+    drop();
+}
+
+void BeastConnection::report(WebSocketEnd end) {
+    if (m_cancelled || m_reported.exchange(true)) {
+        return;
+    }
+    const auto text = end.error ? QString::fromUtf8(end.error->what())
+                                : QStringLiteral("The server closed the connection.");
+    failSends(pointer(WebSocketError(end.error ? end.error->kind() : Kind::notConnected, text)));
+    m_mailbox->ended(std::move(end));
+}
+
+// The one being written keeps its place, for its bytes; its handler goes with the others.
+void BeastConnection::failSends(const std::exception_ptr& error) {
+    auto failed = std::exchange(m_outgoing, {});
+    if (m_writing) {
+        m_outgoing.push_back({failed.front().kind, failed.front().payload, nullptr});
+    }
+    for (const auto& outgoing : failed) {
+        if (outgoing.done) {
+            outgoing.done(error);
+        }
+    }
+}
+
+void BeastConnection::drop() {
+    m_bound.cancel();
+    if (m_connector) {
+        m_connector->abandon();
+    }
+}
+
+} // namespace
+
+std::shared_ptr<WebSocketConnection> WebSocketConnection::make(NetworkThread& thread,
+                                                               std::shared_ptr<WebSocketMailbox> mailbox) {
+    return std::make_shared<BeastConnection>(thread, std::move(mailbox));
+}
+
+} // namespace platform

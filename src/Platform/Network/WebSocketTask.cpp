@@ -1,0 +1,283 @@
+#include "WebSocketTask.h"
+
+#include "Dispatch.h"
+#include "NetworkThread.h"
+#include "TlsRoots.h"
+#include "WebSocketConnection.h"
+#include "WebSocketMailbox.h"
+
+#include <QNetworkProxyFactory>
+#include <QPointer>
+
+#include <atomic>
+#include <deque>
+
+namespace platform {
+
+namespace {
+
+using Kind = WebSocketError::Kind;
+
+// Messages handed over in one turn of the event loop, so that a flood leaves room for the rest.
+constexpr int messagesInATurn = 64;
+
+int nextIdentifier() {
+    static std::atomic<int> last = 0;
+    return ++last;
+}
+
+QByteArray hostHeader(const QUrl& url, const QByteArray& host) {
+    const auto name = host.contains(':') ? '[' + host + ']' : host;
+    return url.port() < 0 ? name : name + ':' + QByteArray::number(url.port());
+}
+
+// The proxy that the system names for this address now. Throws WebSocketError for a kind that carries no
+// WebSocket.
+QNetworkProxy proxyFor(const QUrl& url, bool encrypted) {
+    auto webUrl = url;
+    webUrl.setScheme(encrypted ? QStringLiteral("https") : QStringLiteral("http"));
+    webUrl.setQuery(QString()); // it holds the token
+    for (const auto& proxy : QNetworkProxyFactory::systemProxyForQuery(QNetworkProxyQuery(webUrl))) {
+        switch (proxy.type()) {
+        case QNetworkProxy::NoProxy:
+        case QNetworkProxy::DefaultProxy:
+        case QNetworkProxy::HttpProxy:
+            return proxy;
+        default:
+            break;
+        }
+    }
+    throw WebSocketError(
+        Kind::proxyFailed,
+        QStringLiteral("Only HTTP proxies are supported, and the system names another kind."));
+}
+
+ConnectPlan planFor(const QUrl& url, qint64 maxMessageBytes) {
+    const bool encrypted = url.scheme() == QStringLiteral("wss");
+    if (url.host().isEmpty() || (!encrypted && url.scheme() != QStringLiteral("ws"))) {
+        throw WebSocketError(Kind::cannotConnect, QStringLiteral("The address is none of a WebSocket."));
+    }
+    const auto proxy = proxyFor(url, encrypted);
+    ConnectPlan plan;
+    plan.host = url.host(QUrl::FullyEncoded).toLatin1();
+    plan.port = static_cast<quint16>(url.port(encrypted ? 443 : 80));
+    plan.hostHeader = hostHeader(url, plan.host);
+    plan.target = url.path(QUrl::FullyEncoded).toLatin1();
+    if (plan.target.isEmpty()) {
+        plan.target = "/";
+    }
+    if (url.hasQuery()) {
+        plan.target += '?' + url.query(QUrl::FullyEncoded).toLatin1();
+    }
+    plan.encrypted = encrypted;
+    plan.rootsFile = tlsRoots::overridingFile();
+    plan.maxMessageBytes = maxMessageBytes;
+    if (proxy.type() == QNetworkProxy::HttpProxy) {
+        plan.proxyHost = proxy.hostName().toLatin1();
+        plan.proxyPort = proxy.port();
+        if (!proxy.user().isEmpty()) {
+            plan.proxyCredentials = (proxy.user() + u':' + proxy.password()).toUtf8();
+        }
+    }
+    return plan;
+}
+
+class SocketTask : public WebSocketTask {
+public:
+    SocketTask(std::shared_ptr<NetworkThread> thread, QUrl url, qint64 maxMessageBytes)
+        : m_url(std::move(url))
+        , m_maxMessageBytes(maxMessageBytes)
+        , m_thread(std::move(thread))
+        , m_mailbox(std::make_shared<WebSocketMailbox>([this] { takeMail(); }))
+        , m_connection(WebSocketConnection::make(*m_thread, m_mailbox)) {}
+
+    ~SocketTask() override {
+        m_mailbox->close();
+        if (!m_cancelled) {
+            m_connection->cancel(1001);
+        }
+    }
+
+    int identifier() const override { return m_identifier; }
+    int httpStatus() const override { return m_httpStatus; }
+
+    void resume() override;
+    void cancel(int closeCode) override;
+    void send(Payload kind, QByteArray payload, DoneHandler done) override {
+        m_connection->send(kind, std::move(payload), std::move(done));
+    }
+    void receive(ReceiveHandler handler) override;
+    void sendPing(DoneHandler pong) override;
+
+private:
+    struct Ping {
+        quint32 id;
+        DoneHandler pong;
+    };
+
+    void takeMail();
+    // False: no handler, or no message.
+    bool takeMessage();
+    void finish(const WebSocketEnd& end);
+    void failHandlers();
+    void later(std::function<void()> work) { dispatchToMain(this, std::move(work)); }
+
+    const int m_identifier = nextIdentifier();
+    const QUrl m_url;
+    const qint64 m_maxMessageBytes;
+    // Outlives the connection's use of it.
+    const std::shared_ptr<NetworkThread> m_thread;
+    const std::shared_ptr<WebSocketMailbox> m_mailbox;
+    const std::shared_ptr<WebSocketConnection> m_connection;
+    ReceiveHandler m_receive;
+    std::deque<Ping> m_pings;
+    quint32 m_lastPing = 0;
+    int m_httpStatus = 0;
+    bool m_openedSaid = false;
+    bool m_cancelled = false;
+    // Why nothing can be received or pinged any more.
+    std::optional<WebSocketError> m_over;
+};
+
+void SocketTask::resume() {
+    try {
+        m_connection->start(planFor(m_url, m_maxMessageBytes));
+    } catch (const WebSocketError& error) {
+        m_connection->cancel(1001);
+        later([this, error] { finish({error, {}, 0}); });
+    }
+}
+
+void SocketTask::cancel(int closeCode) {
+    if (std::exchange(m_cancelled, true)) {
+        return;
+    }
+    m_mailbox->close();
+    m_connection->cancel(closeCode);
+    if (!m_over) {
+        m_over.emplace(Kind::cancelled, QStringLiteral("The connection was closed."));
+        later([this] { failHandlers(); });
+    }
+}
+
+void SocketTask::receive(ReceiveHandler handler) {
+    m_receive = std::move(handler);
+    if (m_over) {
+        later([this] { failHandlers(); });
+    } else if (m_mailbox->hasMessage()) {
+        later([this] { takeMail(); });
+    }
+}
+
+void SocketTask::sendPing(DoneHandler pong) {
+    m_pings.push_back({++m_lastPing, std::move(pong)});
+    if (m_over) {
+        later([this] { failHandlers(); });
+    } else {
+        m_connection->ping(m_lastPing);
+    }
+}
+
+// Whatever is called from here may destroy or cancel the task.
+void SocketTask::takeMail() {
+    const QPointer alive(this);
+    const auto goesOn = [&alive] { return alive && !alive->m_over; };
+    if (!goesOn()) {
+        return;
+    }
+    if (!m_openedSaid && m_mailbox->isOpened()) {
+        m_openedSaid = true;
+        m_httpStatus = 101;
+        Q_EMIT opened();
+    }
+    while (goesOn() && !m_pings.empty() && m_pings.front().id <= m_mailbox->lastPong()) {
+        const auto pong = std::move(m_pings.front().pong);
+        m_pings.pop_front();
+        pong(nullptr);
+    }
+    if (!goesOn()) {
+        return;
+    }
+    const auto end = m_mailbox->end(); // asked for before the messages, which all came before it
+    for (int i = 0; i < messagesInATurn && goesOn() && takeMessage(); ++i) {
+    }
+    if (!goesOn()) {
+        return;
+    }
+    if (m_receive && m_mailbox->hasMessage()) {
+        later([this] { takeMail(); });
+    } else if (end) {
+        finish(*end);
+    }
+}
+
+bool SocketTask::takeMessage() {
+    if (!m_receive) {
+        return false;
+    }
+    bool mayReadOn = false;
+    auto message = m_mailbox->takeMessage(mayReadOn);
+    if (mayReadOn) {
+        m_connection->resumeReading();
+    }
+    if (!message) {
+        return false;
+    }
+    const auto handler = std::exchange(m_receive, nullptr);
+    handler(std::move(message), nullptr);
+    return true;
+}
+
+void SocketTask::finish(const WebSocketEnd& end) {
+    if (m_over) {
+        return;
+    }
+    m_over = end.error.value_or(
+        WebSocketError(Kind::notConnected, QStringLiteral("The server closed the connection.")));
+    if (end.httpStatus != 0) {
+        m_httpStatus = end.httpStatus;
+    }
+    const QPointer alive(this);
+    if (end.closeCode) {
+        Q_EMIT closed(*end.closeCode);
+    }
+    if (alive && !m_cancelled) {
+        failHandlers();
+    }
+    if (alive && !m_cancelled) {
+        Q_EMIT completed(end.error);
+    }
+}
+
+void SocketTask::failHandlers() {
+    const auto error = std::make_exception_ptr(*m_over);
+    const auto receive = std::exchange(m_receive, nullptr);
+    const auto pings = std::exchange(m_pings, {});
+    const QPointer alive(this);
+    if (receive) {
+        receive(std::nullopt, error);
+    }
+    for (const auto& ping : pings) {
+        if (alive) {
+            ping.pong(error);
+        }
+    }
+}
+
+class SocketFactory : public WebSocketFactory {
+public:
+    std::unique_ptr<WebSocketTask> makeTask(QUrl url, qint64 maxMessageBytes) override {
+        return std::make_unique<SocketTask>(m_thread, std::move(url), maxMessageBytes);
+    }
+
+private:
+    const std::shared_ptr<NetworkThread> m_thread = NetworkThread::shared();
+};
+
+} // namespace
+
+std::unique_ptr<WebSocketFactory> makeWebSocketFactory() {
+    return std::make_unique<SocketFactory>();
+}
+
+} // namespace platform
