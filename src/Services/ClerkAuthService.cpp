@@ -27,6 +27,9 @@ constexpr std::array staleIdentityCodes{
     QLatin1String("client_state_invalid"),
 };
 
+constexpr auto retryLine =
+    "[ClerkAuth] session_exists on createSignIn — clearing dev-browser token and retrying once";
+
 // A JWT with less time left is replaced.
 constexpr double safetyMarginSeconds = 15;
 
@@ -154,9 +157,7 @@ QCoro::Task<void> ClerkAuthService::startSignIn(QString email) {
     }
     operation.ensureCurrent(Error::signInDidNotComplete);
     if (!result) {
-        platform::logLine(
-            QStringLiteral("[ClerkAuth] session_exists on createSignIn — clearing dev-browser token and "
-                           "retrying once"));
+        platform::logLine(QString::fromUtf8(retryLine));
         m_client.clearDevBrowserToken();
         forgetIdentity();
         operation = Operation(*this);
@@ -228,8 +229,6 @@ QCoro::Task<Secret> ClerkAuthService::getFreshJWT() {
 
 QCoro::Task<void> ClerkAuthService::signOut() {
     const QPointer<ClerkAuthService> self(this);
-    // From here on, not only from the service's answer on: the user has left.
-    ++m_generation;
     if (m_state) {
         try {
             co_await m_client.signOut(m_state->sessionId, clientToken());

@@ -3,7 +3,6 @@
 #include "SecretStore.h"
 
 #include <QObject>
-#include <QSet>
 
 #include <optional>
 
@@ -19,8 +18,7 @@ public:
     // True while the store is locked: what get() does not give may still be there.
     bool isLocked(const QString& key) const;
     void save(const QString& key, const platform::Secret& value);
-    // True when an item was deleted. In a locked store the item is gone for get() at once, and deleted at the
-    // unlock. ("delete" is a keyword.)
+    // True when an item was deleted. ("delete" is a keyword.)
     bool remove(const QString& key);
 
     const QString& serviceName() const { return m_serviceName; }
@@ -32,6 +30,4 @@ Q_SIGNALS:
 private:
     QString m_serviceName;
     platform::SecretStore& m_store;
-    // Removals asked for while the store was locked.
-    QSet<QString> m_owedRemovals;
 };

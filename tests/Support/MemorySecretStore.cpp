@@ -2,48 +2,56 @@
 
 MemorySecretStore::Reading MemorySecretStore::read(const QString& service, const QString& name) {
     const Key key(service, name);
-    if (m_condition == Status::refused) {
-        return {Status::refused, std::nullopt};
+    if (m_condition == Status::absent) {
+        return {Status::absent, m_waiting.value(key)};
     }
-    const auto& values = m_condition == Status::ok ? items : m_memory;
-    const auto found = values.constFind(key);
-    if (found != values.cend()) {
-        return {m_condition == Status::absent ? Status::absent : Status::ok, *found};
+    if (m_condition == Status::locked && m_waiting.contains(key)) {
+        return {m_waiting[key] ? Status::ok : Status::notFound, m_waiting[key]};
     }
-    return {m_condition == Status::ok ? Status::notFound : m_condition, std::nullopt};
+    if (m_condition != Status::ok) {
+        return {m_condition, std::nullopt};
+    }
+    const auto found = items.constFind(key);
+    return found == items.cend() ? Reading{} : Reading{Status::ok, *found};
 }
 
 MemorySecretStore::Status MemorySecretStore::write(const QString& service, const QString& name,
                                                    const QByteArray& value) {
     calls.append(QStringLiteral("write ") + name);
-    if (m_condition != Status::refused) {
-        (m_condition == Status::ok ? items : m_memory)[Key(service, name)] = value;
+    if (m_condition == Status::ok) {
+        items[Key(service, name)] = value;
+    } else if (m_condition != Status::refused) {
+        m_waiting[Key(service, name)] = value;
     }
-    return m_condition;
+    return m_condition == Status::locked ? Status::ok : m_condition;
 }
 
 MemorySecretStore::Status MemorySecretStore::erase(const QString& service, const QString& name) {
     calls.append(QStringLiteral("erase ") + name);
-    if (m_condition == Status::refused) {
-        return Status::refused;
+    const Key key(service, name);
+    const auto status = read(service, name).status;
+    if (m_condition == Status::ok) {
+        items.remove(key);
+    } else if (m_condition == Status::locked) {
+        m_waiting[key] = std::nullopt;
+    } else if (m_condition == Status::absent && m_waiting.remove(key) > 0) {
+        return Status::ok;
     }
-    const auto removed = (m_condition == Status::ok ? items : m_memory).remove(Key(service, name));
-    if (m_condition == Status::locked) {
-        return Status::locked;
-    }
-    return removed > 0 ? Status::ok : Status::notFound;
+    return status;
 }
 
 void MemorySecretStore::setCondition(Status condition) {
     const auto before = std::exchange(m_condition, condition);
-    if (condition != Status::ok || before == Status::ok) {
+    if (condition != Status::ok || (before != Status::locked && before != Status::absent)) {
         return;
     }
-    for (auto item = m_memory.cbegin(); item != m_memory.cend(); ++item) {
-        items.insert(item.key(), item.value());
+    const auto waiting = std::exchange(m_waiting, {});
+    for (auto change = waiting.cbegin(); change != waiting.cend(); ++change) {
+        if (*change) {
+            items[change.key()] = **change;
+        } else {
+            items.remove(change.key());
+        }
     }
-    m_memory.clear();
-    if (before != Status::refused) {
-        Q_EMIT unlocked();
-    }
+    Q_EMIT unlocked();
 }

@@ -9,22 +9,23 @@ class MemorySecretStore : public platform::SecretStore {
     Q_OBJECT
 
 public:
+    using Key = QPair<QString, QString>; // service, name
+
     Reading read(const QString& service, const QString& name) override;
     Status write(const QString& service, const QString& name, const QByteArray& value) override;
     Status erase(const QString& service, const QString& name) override;
 
-    // ok, locked, refused or absent. From locked or absent to ok the values held in memory are stored and
+    // ok, locked, refused or absent. From locked or absent to ok what waited in memory is carried out and
     // unlocked() is emitted.
     void setCondition(Status condition);
 
-    // Past the condition: the stored items by service and name.
-    using Key = QPair<QString, QString>;
+    // Past the condition.
     QMap<Key, QByteArray> items;
     // Every call of write() and erase(), in order: "write name" or "erase name".
     QStringList calls;
 
 private:
     Status m_condition = Status::ok;
-    // Written while the store was locked or absent.
-    QMap<Key, QByteArray> m_memory;
+    // Written, or without a value erased, while the store was locked or absent.
+    QMap<Key, std::optional<QByteArray>> m_waiting;
 };

@@ -131,23 +131,19 @@ private Q_SLOTS:
         QCOMPARE(::waitFor(f.auth->getFreshJWT()), Secret(QStringLiteral("j.w.t")));
     }
 
-    void refusesAnUnfinishedSignIn_data() {
-        QTest::addColumn<QByteArray>("answer");
-        QTest::newRow("second factor")
-            << signInBody("needs_second_factor", R"("created_session_id":"sess_1")");
-        QTest::newRow("no session") << signInBody("complete", R"("identifier":"a")");
-    }
     void refusesAnUnfinishedSignIn() {
-        QFETCH(QByteArray, answer);
-        IdentityFixture f;
-        QCOMPARE(failureOf(f.auth->verifyCode(code)), didNotComplete);
-        QVERIFY(f.http.requests().isEmpty());
-        start(f);
-        f.http.answer(200, answer, withToken("other"));
-        QCOMPARE(failureOf(f.auth->verifyCode(code)), didNotComplete);
-        QVERIFY(!f.auth->isSignedIn());
-        QVERIFY(f.auth->pendingSignInId().has_value());
-        QCOMPARE(f.stored(), identity.first(1));
+        for (const auto& answer : {signInBody("needs_second_factor", R"("created_session_id":"sess_1")"),
+                                   signInBody("complete", R"("identifier":"a")")}) {
+            IdentityFixture f;
+            QCOMPARE(failureOf(f.auth->verifyCode(code)), didNotComplete);
+            QVERIFY(f.http.requests().isEmpty());
+            start(f);
+            f.http.answer(200, answer, withToken("other"));
+            QCOMPARE(failureOf(f.auth->verifyCode(code)), didNotComplete);
+            QVERIFY(!f.auth->isSignedIn());
+            QVERIFY(f.auth->pendingSignInId().has_value());
+            QCOMPARE(f.stored(), identity.first(1));
+        }
     }
 
     void needsTheEmailCodeFactor() {
@@ -197,27 +193,23 @@ private Q_SLOTS:
         }
     }
 
-    void servesTheCachedTokenWhileItIsFresh_data() {
-        QTest::addColumn<QByteArray>("cached");
-        QTest::addColumn<bool>("fetches");
-        const FakeClock clock;
-        QTest::newRow("16 s") << sessionJWT(clock, 16s) << false;
-        QTest::newRow("15 s") << sessionJWT(clock, 15s) << false;
-        QTest::newRow("14 s") << sessionJWT(clock, 14s) << true;
-        QTest::newRow("expired") << sessionJWT(clock, -1s) << true;
-        QTest::newRow("unreadable") << QByteArray("a.b") << true;
-    }
     void servesTheCachedTokenWhileItIsFresh() {
-        QFETCH(QByteArray, cached);
-        QFETCH(bool, fetches);
-        IdentityFixture f;
-        f.storeIdentity();
-        f.launch();
-        f.http.answer(200, tokenBody(cached));
-        ::waitFor(f.auth->getFreshJWT());
-        f.http.answer(200, tokenBody("new"));
-        QCOMPARE(::waitFor(f.auth->getFreshJWT()).reveal().toLatin1(), fetches ? QByteArray("new") : cached);
-        QCOMPARE(f.http.requests().size(), fetches ? 2 : 1);
+        const FakeClock clock;
+        for (const auto& [cached, fetches] : {std::pair(sessionJWT(clock, 16s), false),
+                                              {sessionJWT(clock, 15s), false},
+                                              {sessionJWT(clock, 14s), true},
+                                              {sessionJWT(clock, -1s), true},
+                                              {"a.b", true}}) {
+            IdentityFixture f;
+            f.storeIdentity();
+            f.launch();
+            f.http.answer(200, tokenBody(cached));
+            ::waitFor(f.auth->getFreshJWT());
+            f.http.answer(200, tokenBody("new"));
+            const auto jwt = ::waitFor(f.auth->getFreshJWT()).reveal().toLatin1();
+            QCOMPARE(jwt, fetches ? "new" : cached);
+            QCOMPARE(f.http.requests().size(), fetches ? 2 : 1);
+        }
     }
 
     void aFailedTokenRequestKeepsTheIdentityAndTheCache() {
@@ -255,27 +247,22 @@ private Q_SLOTS:
         QCOMPARE(::waitFor(f.auth->getFreshJWT()).reveal().toLatin1(), late);
     }
 
-    void signsOutWithOrWithoutTheService_data() {
-        QTest::addColumn<int>("status");
-        QTest::newRow("accepted") << 200;
-        QTest::newRow("refused") << 500;
-        QTest::newRow("no network") << 0;
-    }
     void signsOutWithOrWithoutTheService() {
-        QFETCH(int, status);
-        IdentityFixture f(developmentKey);
-        f.storeIdentity();
-        f.put("clerk_dev_browser_jwt", "db");
-        f.launch(developmentKey);
-        if (status) {
-            f.http.answer(status);
-        } else {
-            f.http.fail(platform::HttpError::Kind::cannotConnect);
+        for (const int status : {200, 500, 0}) {
+            IdentityFixture f(developmentKey);
+            f.storeIdentity();
+            f.put("clerk_dev_browser_jwt", "db");
+            f.launch(developmentKey);
+            if (status) {
+                f.http.answer(status);
+            } else {
+                f.http.fail(platform::HttpError::Kind::cannotConnect);
+            }
+            ::waitFor(f.auth->signOut());
+            QCOMPARE(paths(f.http), QByteArrayList{"remove"});
+            QVERIFY(!f.auth->isSignedIn());
+            QVERIFY(f.store.items.isEmpty());
         }
-        ::waitFor(f.auth->signOut());
-        QCOMPARE(paths(f.http), QByteArrayList{"remove"});
-        QVERIFY(!f.auth->isSignedIn());
-        QVERIFY(f.store.items.isEmpty());
     }
 
     void aSignOutWhileSignedOutClearsWhatIsPending() {

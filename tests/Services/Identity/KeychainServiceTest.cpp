@@ -51,25 +51,6 @@ private Q_SLOTS:
         QCOMPARE(keychain.get(key), Secret(QStringLiteral("value")));
     }
 
-    void aRemovalFromALockedStoreIsMadeUpForAtTheUnlock() {
-        MemorySecretStore store;
-        KeychainService keychain(service, store);
-        const auto other = QStringLiteral("other");
-        store.items.insert({service, key}, "value");
-        store.items.insert({service, other}, "value");
-        store.setCondition(Status::locked);
-        QVERIFY(!keychain.remove(key));
-        QVERIFY(!keychain.isLocked(key));
-        keychain.remove(other);
-        keychain.save(other, Secret(QStringLiteral("newer")));
-        bool wasGone = false;
-        connect(&keychain, &KeychainService::unlocked, this, [&] { wasGone = !keychain.get(key); });
-        store.setCondition(Status::ok);
-        QVERIFY(wasGone);
-        QCOMPARE(store.items.keys(), QList({MemorySecretStore::Key(service, other)}));
-        QCOMPARE(keychain.get(other), Secret(QStringLiteral("newer")));
-    }
-
 private:
     using Status = platform::SecretStore::Status;
     const QString service = QStringLiteral("com.corvane.interview-assistant");
