@@ -87,8 +87,9 @@ bool WebSocketPeer::takeFrame() {
         return false;
     }
     Frame frame{bytes[0] & 0x0f, m_bytes.mid(head, size)};
+    auto* data = frame.payload.data();
     for (qsizetype i = 0; i < size; ++i) {
-        frame.payload[i] = static_cast<char>(frame.payload[i] ^ m_bytes[head - 4 + i % 4]);
+        data[i] = static_cast<char>(data[i] ^ bytes[head - 4 + i % 4]);
     }
     m_bytes.remove(0, head + size);
     frames.append(frame);
