@@ -101,9 +101,9 @@ public:
 
 // How the program shows itself in the sound server's mixer.
 struct AudioClientIdentity {
-    QString name; // empty: the application's name
-    QString id;   // reverse-domain form
-    QString iconName;
+    QString name = {}; // empty: the application's name
+    QString id = {};   // reverse-domain form
+    QString iconName = {};
 };
 
 // PulseAudio, or PipeWire in its place, by libpulse. `server` empty: the user's own. Streams outlive their

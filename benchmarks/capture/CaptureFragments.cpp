@@ -1,0 +1,198 @@
+// What capture alone costs, both streams together, for sound-server fragments of several lengths: this
+// program's own streams beside bare `parec` processes, and what the server pays for them. Figures are for a
+// minute. Usage: CaptureFragments [seconds to measure each, 20]
+
+#include "PrivateSound.h"
+#include "ProcessCost.h"
+#include "PulseSettings.h"
+#include "Tasks.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+
+using namespace platform;
+
+namespace {
+
+constexpr int settleSeconds = 2;
+
+void runFor(int seconds) {
+    QEventLoop loop;
+    QTimer::singleShot(seconds * 1000, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+struct Result {
+    ProcessCost capture;
+    ProcessCost server;
+    double buffersPerSecond = 0;
+    int shortChunks = 0;
+};
+
+// When how much arrived, on the stream's thread; read after its end.
+struct Meter {
+    struct Arrival {
+        std::chrono::steady_clock::time_point time;
+        size_t frames;
+    };
+    std::vector<Arrival> arrivals;
+    std::atomic<bool> measuring = false;
+
+    AudioStreamHandlers handlers() {
+        arrivals.reserve(1 << 16);
+        return {
+            .buffer =
+                [this](const AudioBuffer& buffer) {
+                    if (measuring) {
+                        arrivals.push_back({std::chrono::steady_clock::now(), buffer.length / sizeof(float)});
+                    }
+                },
+            .stoppedWithError =
+                [](const QString& reason) { throw std::runtime_error(reason.toStdString()); }};
+    }
+
+    // How many chunks would be short or missing if a timer took up to 80 ms of sound every 80 ms, from the
+    // first chunk on, for the worst of all moments at which that timer may have started.
+    int shortChunks() const {
+        constexpr std::chrono::milliseconds interval{80};
+        constexpr size_t full = 3840;
+        int worst = 0;
+        for (std::chrono::milliseconds phase{0}; phase < interval; ++phase) {
+            int missed = 0;
+            size_t pending = 0;
+            auto tick = arrivals.front().time + phase;
+            for (const auto& arrival : arrivals) {
+                for (; tick < arrival.time; tick += interval) {
+                    missed += pending < full ? 1 : 0;
+                    pending -= std::min(pending, full);
+                }
+                pending += arrival.frames;
+            }
+            worst = std::max(worst, missed);
+        }
+        return worst;
+    }
+};
+
+QCoro::Task<void> startBoth(AudioHost* host, Meter* system, Meter* microphone,
+                            std::vector<std::unique_ptr<AudioStream>>* streams) {
+    auto first = co_await host->startSystemStream({}, system->handlers());
+    streams->push_back(std::move(first));
+    auto second = co_await host->startMicrophoneStream(microphone->handlers());
+    streams->push_back(std::move(second));
+}
+
+Result measureOwn(PrivateSound& sound, int fragment, int seconds) {
+    const auto host = makePulseAudioHost(
+        PulseSettings{.server = sound.address(), .fragment = std::chrono::milliseconds(fragment)});
+    Meter system;
+    Meter microphone;
+    std::vector<std::unique_ptr<AudioStream>> streams;
+    startTask(startBoth(host.get(), &system, &microphone, &streams), "capture");
+    runFor(settleSeconds);
+    if (streams.size() != 2) {
+        throw std::runtime_error("capture did not start");
+    }
+    system.measuring = true;
+    microphone.measuring = true;
+    const auto self = ProcessCost::of(QCoreApplication::applicationPid());
+    const auto server = ProcessCost::of(sound.processId());
+    runFor(seconds);
+    Result result{.capture = ProcessCost::of(QCoreApplication::applicationPid()) - self,
+                  .server = ProcessCost::of(sound.processId()) - server};
+    streams.clear();
+    result.buffersPerSecond =
+        static_cast<double>(system.arrivals.size() + microphone.arrivals.size()) / seconds;
+    result.shortChunks = system.shortChunks();
+    return result;
+}
+
+Result measurePeer(PrivateSound& sound, int fragment, int seconds) {
+    const auto latency = QStringLiteral("--latency-msec=%1").arg(fragment);
+    QProcess system;
+    QProcess microphone;
+    for (auto* each : {&system, &microphone}) {
+        each->setProcessEnvironment(sound.environment());
+        each->setStandardOutputFile(QProcess::nullDevice());
+    }
+    system.start(QStringLiteral("parec"),
+                 {QStringLiteral("--device=candidate.monitor"), latency, QStringLiteral("--format=float32le"),
+                  QStringLiteral("--channels=1"), QStringLiteral("--rate=48000")});
+    microphone.start(QStringLiteral("parec"),
+                     {QStringLiteral("--device=mic"), latency, QStringLiteral("--format=s16le"),
+                      QStringLiteral("--channels=1"), QStringLiteral("--rate=44100")});
+    runFor(settleSeconds);
+    const auto both = [&] {
+        return ProcessCost::of(system.processId()) + ProcessCost::of(microphone.processId());
+    };
+    const auto peers = both();
+    const auto server = ProcessCost::of(sound.processId());
+    runFor(seconds);
+    const Result result{.capture = both() - peers, .server = ProcessCost::of(sound.processId()) - server};
+    for (auto* each : {&system, &microphone}) {
+        each->kill();
+        each->waitForFinished();
+    }
+    return result;
+}
+
+void print(const char* name, int fragment, const Result& result, int seconds) {
+    const auto minute = 60.0 / seconds;
+    std::printf("| %-5s | %2d ms | %5.0f ms | %5.1f | %5.0f ms | %5.1f |", name, fragment,
+                result.capture.milliseconds * minute, static_cast<double>(result.capture.wakeUps) / seconds,
+                result.server.milliseconds * minute, static_cast<double>(result.server.wakeUps) / seconds);
+    if (result.buffersPerSecond > 0) {
+        std::printf(" %5.1f | %2.0f |\n", result.buffersPerSecond, result.shortChunks * minute);
+    } else {
+        std::printf("       |    |\n");
+    }
+    std::fflush(stdout);
+}
+
+// Null sinks as the server makes them by itself: those of the tests work in blocks of 50 ms at most.
+void addDevices(PrivateSound& sound) {
+    sound.loadModule(QStringLiteral("module-null-sink"), {QStringLiteral("sink_name=candidate")});
+    sound.loadModule(QStringLiteral("module-null-sink"),
+                     {QStringLiteral("sink_name=feed"), QStringLiteral("channels=1")});
+    sound.loadModule(QStringLiteral("module-remap-source"),
+                     {QStringLiteral("source_name=mic"), QStringLiteral("master=feed.monitor")});
+    sound.setDefaultSink(QStringLiteral("candidate"));
+    sound.setDefaultSource(QStringLiteral("mic"));
+}
+
+void run(int seconds) {
+    PrivateSound sound;
+    sound.start();
+    sound.useInThisProcess();
+    addDevices(sound);
+    const auto idle = ProcessCost::of(sound.processId());
+    runFor(seconds);
+    const auto rest = ProcessCost::of(sound.processId()) - idle;
+    std::printf("Server alone: %.0f ms a minute, %.1f wake-ups a second.\n\n",
+                rest.milliseconds * 60.0 / seconds, static_cast<double>(rest.wakeUps) / seconds);
+    std::printf("| who | fragment | processor a minute | wake-ups a s | server a minute | its wake-ups a s | "
+                "buffers a s | short chunks a minute |\n|---|---|---|---|---|---|---|---|\n");
+    for (const int fragment : {20, 40, 80}) {
+        print("ours", fragment, measureOwn(sound, fragment, seconds), seconds);
+        print("parec", fragment, measurePeer(sound, fragment, seconds), seconds);
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    try {
+        run(argc > 1 ? std::max(1, std::atoi(argv[1])) : 20);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
+
+struct SoundFormat {
+    quint32 rate = 48000; // Hz
+    quint32 channels = 2;
+    QString samples = QStringLiteral("s16le");
+};
+
+// Something that plays into a sink. Destroying it ends it.
+class SoundPlayback {
+public:
+    explicit SoundPlayback(std::unique_ptr<QProcess> player);
+    ~SoundPlayback();
+    SoundPlayback(SoundPlayback&&) = default;
+    SoundPlayback& operator=(SoundPlayback&&) = default;
+
+    bool isPlaying() const;
+    // Blocks until the end. False after `milliseconds`.
+    bool waitForEnd(int milliseconds);
+
+private:
+    std::unique_ptr<QProcess> m_player;
+};
+
+// A PulseAudio server of its own, in a folder of its own, with null devices only. Every operation blocks
+// until it is done and throws std::runtime_error with the server's words if it fails. The end of this process
+// ends the server and the players too.
+class PrivateSound {
+public:
+    // Starts nothing.
+    PrivateSound();
+    ~PrivateSound();
+
+    void start();
+    // Politely, and at once.
+    void stop();
+    void kill();
+    // A server that is there and does not answer.
+    void freeze();
+    void thaw();
+    bool isRunning() const;
+    qint64 processId() const { return m_server.processId(); }
+
+    // For PULSE_SERVER and for makePulseAudioHost().
+    QString address() const;
+    // The system's environment, with everything that makes a child process use this server.
+    QProcessEnvironment environment() const;
+    // The same for this process.
+    void useInThisProcess() const;
+
+    // Gives the module's number. The names of sinks and sources are their arguments' own.
+    quint32 loadModule(const QString& module, const QStringList& arguments = {});
+    void unloadModule(quint32 number);
+    // A sink that plays to nobody.
+    quint32 addSink(const QString& name, const SoundFormat& format = {});
+    // A source that hears what is played into the sink "<name>.feed", and that is no monitor. The number is
+    // that of the source: unloading it unplugs the microphone.
+    quint32 addMicrophone(const QString& name, const SoundFormat& format = {});
+    void setDefaultSink(const QString& name);
+    void setDefaultSource(const QString& name);
+    // The output of `pactl` with these arguments.
+    QString control(const QStringList& arguments) const;
+
+    // A file that libsndfile reads.
+    SoundPlayback playFile(const QString& path, const QString& sink);
+    // A sine from phase 0, in 32-bit floats, one channel, with `amplitude` of full scale 1.
+    SoundPlayback playTone(const QString& sink, double frequency, double amplitude, double seconds,
+                           quint32 rate = 48000);
+
+private:
+    void spawn(QProcess& process, const QString& program, const QStringList& arguments) const;
+    SoundPlayback play(const QString& sink, const QStringList& arguments);
+
+    QTemporaryDir m_folder;
+    QProcess m_server;
+    int m_tones = 0;
+};
