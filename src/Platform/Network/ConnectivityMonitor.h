@@ -15,7 +15,7 @@ public:
     Q_ENUM(Cause)
 
 Q_SIGNALS:
-    // Main thread. Several changes within a moment come as one.
+    // Main thread. Several changes within half a second come as one, with the first cause of the list above.
     void disturbed(platform::ConnectivityMonitor::Cause cause);
 };
 

@@ -1,0 +1,156 @@
+#include "ConnectivityMonitor.h"
+#include "ClockWatch.h"
+#include "RouteWatch.h"
+#include "WaitFor.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+#include <cstring>
+
+#include <linux/rtnetlink.h>
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using platform::ConnectivityMonitor;
+using Cause = ConnectivityMonitor::Cause;
+using namespace std::chrono_literals;
+
+namespace {
+
+bool hasOwnNetwork = false;
+
+template<typename Body>
+QByteArray netlink(quint16 type, const Body& body, const QByteArray& address = {}) {
+    QByteArray bytes(NLMSG_LENGTH(sizeof body), '\0');
+    std::memcpy(bytes.data() + NLMSG_HDRLEN, &body, sizeof body);
+    if (!address.isEmpty()) {
+        rtattr attribute{static_cast<unsigned short>(RTA_LENGTH(address.size())), IFA_ADDRESS};
+        bytes.append(reinterpret_cast<const char*>(&attribute), sizeof attribute).append(address);
+    }
+    nlmsghdr head{};
+    head.nlmsg_len = static_cast<quint32>(bytes.size());
+    head.nlmsg_type = type;
+    std::memcpy(bytes.data(), &head, sizeof head);
+    return bytes;
+}
+
+QByteArray link(quint16 type, unsigned flags) {
+    ifinfomsg body{};
+    body.ifi_index = 2;
+    body.ifi_flags = flags;
+    return netlink(type, body);
+}
+
+QByteArray address(quint16 type, const QByteArray& bytes) {
+    ifaddrmsg body{};
+    body.ifa_index = 2;
+    return netlink(type, body, bytes);
+}
+
+QByteArray route(quint16 type, unsigned char table, unsigned char kind = RTN_UNICAST) {
+    rtmsg body{};
+    body.rtm_table = table;
+    body.rtm_type = kind;
+    return netlink(type, body);
+}
+
+bool setLoopbackUp(bool up) {
+    const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ifreq request{};
+    std::strncpy(request.ifr_name, "lo", sizeof request.ifr_name - 1);
+    request.ifr_flags = up ? IFF_UP : 0;
+    const bool done = ::ioctl(descriptor, SIOCSIFFLAGS, &request) == 0;
+    ::close(descriptor);
+    return done;
+}
+
+} // namespace
+
+class ConnectivityMonitorTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void clocksTellWhatHappened_data();
+    void clocksTellWhatHappened();
+    void onlyNewsOfTheNetworkCounts();
+    void aChangeOfTheNetworkIsSaidOnce();
+};
+
+void ConnectivityMonitorTest::clocksTellWhatHappened_data() {
+    QTest::addColumn<qint64>("wall"); // how far each clock went, in ms
+    QTest::addColumn<qint64>("monotonic");
+    QTest::addColumn<qint64>("boot");
+    QTest::addColumn<int>("cause"); // -1: nothing happened
+    QTest::newRow("time went by") << qint64(3'600'000) << qint64(3'600'000) << qint64(3'600'000) << -1;
+    QTest::newRow("small correction") << qint64(5'300) << qint64(5'000) << qint64(5'000) << -1;
+    QTest::newRow("slept") << qint64(65'000) << qint64(5'000) << qint64(65'000)
+                           << int(Cause::resumedFromSleep);
+    QTest::newRow("slept, and the clock was wrong")
+        << qint64(3'665'000) << qint64(5'000) << qint64(65'000) << int(Cause::resumedFromSleep);
+    QTest::newRow("set ahead") << qint64(3'605'000) << qint64(5'000) << qint64(5'000)
+                               << int(Cause::wallClockJumped);
+    QTest::newRow("set back") << qint64(-60'000) << qint64(5'000) << qint64(5'000)
+                              << int(Cause::wallClockJumped);
+}
+
+void ConnectivityMonitorTest::clocksTellWhatHappened() {
+    QFETCH(qint64, wall);
+    QFETCH(qint64, monotonic);
+    QFETCH(qint64, boot);
+    QFETCH(int, cause);
+    const platform::ClockReadings start{1'700'000'000s, 1000s, 1500s};
+    platform::ClockWatch watch(start);
+    const platform::ClockReadings later{start.wall + wall * 1ms, start.monotonic + monotonic * 1ms,
+                                        start.boot + boot * 1ms};
+    const auto found = watch.examine(later);
+    QCOMPARE(found ? int(*found) : -1, cause);
+    QVERIFY(!watch.examine(later)); // said once
+}
+
+void ConnectivityMonitorTest::onlyNewsOfTheNetworkCounts() {
+    platform::RouteWatch watch;
+    QVERIFY(watch.isChange(link(RTM_NEWLINK, IFF_UP | IFF_RUNNING)));
+    QVERIFY(!watch.isChange(link(RTM_NEWLINK, IFF_UP | IFF_RUNNING | IFF_PROMISC))); // a scan
+    QVERIFY(watch.isChange(link(RTM_NEWLINK, IFF_UP)));                              // the cable is out
+    QVERIFY(watch.isChange(address(RTM_NEWADDR, "\x0a\x01\x02\x03")));
+    QVERIFY(!watch.isChange(address(RTM_NEWADDR, "\x0a\x01\x02\x03"))); // its life was prolonged
+    QVERIFY(watch.isChange(address(RTM_DELADDR, "\x0a\x01\x02\x03")));
+    QVERIFY(watch.isChange(address(RTM_NEWADDR, "\x0a\x01\x02\x03")));
+    QVERIFY(watch.isChange(route(RTM_NEWROUTE, RT_TABLE_MAIN)));
+    QVERIFY(!watch.isChange(route(RTM_NEWROUTE, RT_TABLE_LOCAL)));
+    QVERIFY(!watch.isChange(route(RTM_NEWROUTE, RT_TABLE_MAIN, RTN_MULTICAST)));
+    // The second message of a datagram counts as the first; half a message is none.
+    QVERIFY(watch.isChange(route(RTM_NEWROUTE, RT_TABLE_LOCAL) + route(RTM_DELROUTE, RT_TABLE_MAIN)));
+    QVERIFY(!watch.isChange(route(RTM_NEWROUTE, RT_TABLE_MAIN).chopped(4)));
+}
+
+void ConnectivityMonitorTest::aChangeOfTheNetworkIsSaidOnce() {
+    const auto monitor = platform::makeConnectivityMonitor();
+    QSignalSpy spy(monitor.get(), &ConnectivityMonitor::disturbed);
+    if (!hasOwnNetwork) {
+        qInfo("no network of our own to change here: what remains is that nothing is said without cause");
+        QVERIFY(!waitUntil([&] { return !spy.isEmpty(); }, 700));
+        return;
+    }
+    QVERIFY(setLoopbackUp(true));
+    QVERIFY(waitUntil([&] { return !spy.isEmpty(); }));
+    QCOMPARE(spy.first().first().value<Cause>(), Cause::networkChanged);
+    QTest::qWait(700);
+    QCOMPARE(spy.size(), 1);
+    QVERIFY(setLoopbackUp(false));
+    QVERIFY(waitUntil([&] { return spy.size() == 2; }));
+}
+
+// In a network of the test's own, which it may change; a container may not allow one.
+int main(int count, char** arguments) {
+    hasOwnNetwork = ::unshare(CLONE_NEWNET) == 0 || ::unshare(CLONE_NEWUSER | CLONE_NEWNET) == 0;
+    QCoreApplication application(count, arguments);
+    ConnectivityMonitorTest test;
+    return QTest::qExec(&test, count, arguments);
+}
+
+#include "ConnectivityMonitorTest.moc"
