@@ -97,7 +97,7 @@ std::optional<std::string> strictDecoded(std::string_view text, std::string& com
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] != '%') {
             if (!isUnreserved(text[i])) {
-                complaint = std::string("form: '") + text[i] + "' is not escaped";
+                complaint.assign("form: '").append(1, text[i]).append("' is not escaped");
                 return std::nullopt;
             }
             result += text[i];
@@ -137,14 +137,15 @@ HttpReply HttpReply::json(int status, std::string body) {
 }
 
 std::string HttpReply::serialize() const {
-    std::string text = "HTTP/1.1 " + std::to_string(status) + ' ' + std::string(reasonFor(status)) + "\r\n";
+    std::string text = "HTTP/1.1 ";
+    text.append(std::to_string(status)).append(" ").append(reasonFor(status)).append("\r\n");
     for (const auto& [name, value] : headers) {
-        text += name + ": " + value + "\r\n";
+        text.append(name).append(": ").append(value).append("\r\n");
     }
     if (status != 101) {
-        text += "Content-Length: " + std::to_string(body.size()) + "\r\n";
+        text.append("Content-Length: ").append(std::to_string(body.size())).append("\r\n");
     }
-    return text + "\r\n" + body;
+    return text.append("\r\n").append(body);
 }
 
 std::optional<HttpRequest> parseHead(std::string_view head) {
