@@ -114,19 +114,17 @@ Result measureOwn(PrivateSound& sound, int fragment, int seconds) {
 }
 
 Result measurePeer(PrivateSound& sound, int fragment, int seconds) {
-    const auto latency = QStringLiteral("--latency-msec=%1").arg(fragment);
-    QProcess system;
-    QProcess microphone;
-    for (auto* each : {&system, &microphone}) {
-        each->setProcessEnvironment(sound.environment());
-        each->setStandardOutputFile(QProcess::nullDevice());
-    }
-    system.start(QStringLiteral("parec"),
-                 {QStringLiteral("--device=candidate.monitor"), latency, QStringLiteral("--format=float32le"),
-                  QStringLiteral("--channels=1"), QStringLiteral("--rate=48000")});
-    microphone.start(QStringLiteral("parec"),
-                     {QStringLiteral("--device=mic"), latency, QStringLiteral("--format=s16le"),
-                      QStringLiteral("--channels=1"), QStringLiteral("--rate=44100")});
+    const auto start = [&](ChildProcess& peer, const QStringList& arguments) {
+        peer.start(QStringLiteral("parec"),
+                   QStringList{QStringLiteral("--latency-msec=%1").arg(fragment)} + arguments,
+                   sound.environment(), QStringLiteral("/dev/null"));
+    };
+    ChildProcess system;
+    ChildProcess microphone;
+    start(system, {QStringLiteral("--device=candidate.monitor"), QStringLiteral("--format=float32le"),
+                   QStringLiteral("--channels=1"), QStringLiteral("--rate=48000")});
+    start(microphone, {QStringLiteral("--device=mic"), QStringLiteral("--format=s16le"),
+                       QStringLiteral("--channels=1"), QStringLiteral("--rate=44100")});
     runFor(settleSeconds);
     const auto both = [&] {
         return ProcessCost::of(system.processId()) + ProcessCost::of(microphone.processId());
@@ -134,12 +132,7 @@ Result measurePeer(PrivateSound& sound, int fragment, int seconds) {
     const auto peers = both();
     const auto server = ProcessCost::of(sound.processId());
     runFor(seconds);
-    const Result result{.capture = both() - peers, .server = ProcessCost::of(sound.processId()) - server};
-    for (auto* each : {&system, &microphone}) {
-        each->kill();
-        each->waitForFinished();
-    }
-    return result;
+    return {.capture = both() - peers, .server = ProcessCost::of(sound.processId()) - server};
 }
 
 void print(const char* name, int fragment, const Result& result, int seconds) {

@@ -10,8 +10,6 @@
 #include <stdexcept>
 #include <vector>
 
-#include <sys/prctl.h>
-
 namespace {
 
 [[noreturn]] void refuse(const QString& what) {
@@ -23,32 +21,12 @@ QStringList formatArguments(const SoundFormat& format) {
             QStringLiteral("format=%1").arg(format.samples)};
 }
 
-void end(QProcess& process) {
-    if (process.state() != QProcess::NotRunning) {
-        process.kill();
-        process.waitForFinished();
-    }
+QString contents(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : file.errorString();
 }
 
 } // namespace
-
-SoundPlayback::SoundPlayback(std::unique_ptr<QProcess> player)
-    : m_player(std::move(player)) {}
-
-SoundPlayback::~SoundPlayback() {
-    if (m_player) {
-        end(*m_player);
-    }
-}
-
-bool SoundPlayback::isPlaying() const {
-    m_player->waitForFinished(0);
-    return m_player->state() == QProcess::Running;
-}
-
-bool SoundPlayback::waitForEnd(int milliseconds) {
-    return m_player->state() == QProcess::NotRunning || m_player->waitForFinished(milliseconds);
-}
 
 PrivateSound::PrivateSound() {
     if (!m_folder.isValid()) {
@@ -56,31 +34,25 @@ PrivateSound::PrivateSound() {
     }
 }
 
-PrivateSound::~PrivateSound() {
-    end(m_server);
-}
-
 void PrivateSound::start() {
-    const auto socket = m_folder.filePath(QStringLiteral("native"));
-    const auto protocol =
-        QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=%1").arg(socket);
-    m_server.setStandardErrorFile(m_folder.filePath(QStringLiteral("server.log")), QIODevice::Append);
-    spawn(m_server, QStringLiteral("pulseaudio"),
-          {QStringLiteral("-n"), QStringLiteral("--daemonize=no"), QStringLiteral("--use-pid-file=no"),
-           QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--realtime=no"),
-           QStringLiteral("--high-priority=no"), QStringLiteral("-L"), protocol});
+    const auto protocol = QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=%1")
+                              .arg(file(QStringLiteral("native")));
+    const auto log = file(QStringLiteral("server.log"));
+    m_server.start(QStringLiteral("pulseaudio"),
+                   {QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
+                    QStringLiteral("--use-pid-file=no"), QStringLiteral("--exit-idle-time=-1"),
+                    QStringLiteral("--realtime=no"), QStringLiteral("--high-priority=no"),
+                    QStringLiteral("-L"), protocol},
+                   environment(), log);
     const QDeadlineTimer limit(10000);
     while (true) {
-        QProcess question;
-        spawn(question, QStringLiteral("pactl"), {QStringLiteral("info")});
-        if (question.waitForFinished() && question.exitCode() == 0) {
+        try {
+            control({QStringLiteral("info")});
             return;
-        }
-        if (!isRunning() || limit.hasExpired()) {
-            QFile log(m_folder.filePath(QStringLiteral("server.log")));
-            const bool readable = log.open(QIODevice::ReadOnly);
-            refuse(QStringLiteral("The sound server did not start: %1")
-                       .arg(readable ? QString::fromUtf8(log.readAll()) : log.errorString()));
+        } catch (const std::runtime_error&) {
+            if (!isRunning() || limit.hasExpired()) {
+                refuse(QStringLiteral("The sound server did not start: ") + contents(log));
+            }
         }
         QThread::msleep(20);
     }
@@ -88,34 +60,26 @@ void PrivateSound::start() {
 
 void PrivateSound::stop() {
     thaw();
-    m_server.terminate();
-    if (!m_server.waitForFinished(5000)) {
+    m_server.signal(SIGTERM);
+    if (!m_server.waitForEnd(5000)) {
         kill();
     }
 }
 
 void PrivateSound::kill() {
-    end(m_server);
+    m_server.kill();
 }
 
 void PrivateSound::freeze() {
-    if (isRunning()) {
-        ::kill(static_cast<pid_t>(processId()), SIGSTOP);
-    }
+    m_server.signal(SIGSTOP);
 }
 
 void PrivateSound::thaw() {
-    if (isRunning()) {
-        ::kill(static_cast<pid_t>(processId()), SIGCONT);
-    }
-}
-
-bool PrivateSound::isRunning() const {
-    return m_server.state() == QProcess::Running;
+    m_server.signal(SIGCONT);
 }
 
 QString PrivateSound::address() const {
-    return QStringLiteral("unix:") + m_folder.filePath(QStringLiteral("native"));
+    return QStringLiteral("unix:") + file(QStringLiteral("native"));
 }
 
 QProcessEnvironment PrivateSound::environment() const {
@@ -123,7 +87,7 @@ QProcessEnvironment PrivateSound::environment() const {
     result.insert(QStringLiteral("PULSE_SERVER"), address());
     result.insert(QStringLiteral("PULSE_RUNTIME_PATH"), m_folder.path());
     result.insert(QStringLiteral("PULSE_STATE_PATH"), m_folder.path());
-    result.insert(QStringLiteral("PULSE_COOKIE"), m_folder.filePath(QStringLiteral("cookie")));
+    result.insert(QStringLiteral("PULSE_COOKIE"), file(QStringLiteral("cookie")));
     return result;
 }
 
@@ -169,13 +133,15 @@ void PrivateSound::setDefaultSource(const QString& name) {
 }
 
 QString PrivateSound::control(const QStringList& arguments) const {
-    QProcess pactl;
-    spawn(pactl, QStringLiteral("pactl"), arguments);
-    if (!pactl.waitForFinished() || pactl.exitStatus() != QProcess::NormalExit || pactl.exitCode() != 0) {
-        refuse(QStringLiteral("pactl %1: %2")
-                   .arg(arguments.join(u' '), QString::fromUtf8(pactl.readAllStandardError())));
+    const auto output = file(QStringLiteral("pactl.out"));
+    QFile::remove(output);
+    ChildProcess pactl;
+    pactl.start(QStringLiteral("pactl"), arguments, environment(), output);
+    pactl.waitForEnd(10000);
+    if (!pactl.succeeded()) {
+        refuse(QStringLiteral("pactl %1: %2").arg(arguments.join(u' '), contents(output)));
     }
-    return QString::fromUtf8(pactl.readAllStandardOutput());
+    return contents(output);
 }
 
 SoundPlayback PrivateSound::playFile(const QString& path, const QString& sink) {
@@ -191,30 +157,23 @@ SoundPlayback PrivateSound::playTone(const QString& sink, double frequency, doub
         const auto phase = 2.0 * std::numbers::pi * frequency * static_cast<double>(i) / rate;
         samples[i] = static_cast<float>(amplitude * std::sin(phase));
     }
-    QFile file(m_folder.filePath(QStringLiteral("tone%1").arg(m_tones++)));
+    QFile tone(file(QStringLiteral("tone%1").arg(m_tones++)));
     const auto size = static_cast<qint64>(samples.size() * sizeof(float));
-    if (!file.open(QIODevice::WriteOnly) ||
-        file.write(reinterpret_cast<const char*>(samples.data()), size) != size) {
-        refuse(QStringLiteral("The tone could not be written: %1").arg(file.errorString()));
+    if (!tone.open(QIODevice::WriteOnly) ||
+        tone.write(reinterpret_cast<const char*>(samples.data()), size) != size) {
+        refuse(QStringLiteral("The tone could not be written: %1").arg(tone.errorString()));
     }
     return play(sink,
                 {QStringLiteral("--raw"), QStringLiteral("--format=float32le"),
-                 QStringLiteral("--channels=1"), QStringLiteral("--rate=%1").arg(rate), file.fileName()});
+                 QStringLiteral("--channels=1"), QStringLiteral("--rate=%1").arg(rate), tone.fileName()});
 }
 
 // A long buffer: a player that is late because the machine is busy would tear holes into the sound.
 SoundPlayback PrivateSound::play(const QString& sink, const QStringList& arguments) {
-    auto player = std::make_unique<QProcess>();
-    spawn(*player, QStringLiteral("paplay"),
-          QStringList{QStringLiteral("--device=") + sink, QStringLiteral("--latency-msec=1000")} + arguments);
+    auto player = std::make_unique<ChildProcess>();
+    player->start(QStringLiteral("paplay"),
+                  QStringList{QStringLiteral("--device=") + sink, QStringLiteral("--latency-msec=1000")} +
+                      arguments,
+                  environment(), file(QStringLiteral("player.log")));
     return SoundPlayback(std::move(player));
-}
-
-void PrivateSound::spawn(QProcess& process, const QString& program, const QStringList& arguments) const {
-    process.setProcessEnvironment(environment());
-    process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
-    process.start(program, arguments);
-    if (!process.waitForStarted()) {
-        refuse(QStringLiteral("%1: %2").arg(program, process.errorString()));
-    }
 }

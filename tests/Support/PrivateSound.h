@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QProcess>
+#include "ChildProcess.h"
+
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
@@ -17,17 +18,15 @@ struct SoundFormat {
 // Something that plays into a sink. Destroying it ends it.
 class SoundPlayback {
 public:
-    explicit SoundPlayback(std::unique_ptr<QProcess> player);
-    ~SoundPlayback();
-    SoundPlayback(SoundPlayback&&) = default;
-    SoundPlayback& operator=(SoundPlayback&&) = default;
+    explicit SoundPlayback(std::unique_ptr<ChildProcess> player)
+        : m_player(std::move(player)) {}
 
-    bool isPlaying() const;
+    bool isPlaying() const { return m_player->isRunning(); }
     // Blocks until the end. False after `milliseconds`.
-    bool waitForEnd(int milliseconds);
+    bool waitForEnd(int milliseconds) { return m_player->waitForEnd(milliseconds); }
 
 private:
-    std::unique_ptr<QProcess> m_player;
+    std::unique_ptr<ChildProcess> m_player;
 };
 
 // A PulseAudio server of its own, in a folder of its own, with null devices only. Every operation blocks
@@ -37,7 +36,6 @@ class PrivateSound {
 public:
     // Starts nothing.
     PrivateSound();
-    ~PrivateSound();
 
     void start();
     // Politely, and at once.
@@ -46,7 +44,7 @@ public:
     // A server that is there and does not answer.
     void freeze();
     void thaw();
-    bool isRunning() const;
+    bool isRunning() { return m_server.isRunning(); }
     qint64 processId() const { return m_server.processId(); }
 
     // For PULSE_SERVER and for makePulseAudioHost().
@@ -76,10 +74,11 @@ public:
                            quint32 rate = 48000);
 
 private:
-    void spawn(QProcess& process, const QString& program, const QStringList& arguments) const;
     SoundPlayback play(const QString& sink, const QStringList& arguments);
 
+    QString file(const QString& name) const { return m_folder.filePath(name); }
+
     QTemporaryDir m_folder;
-    QProcess m_server;
+    ChildProcess m_server;
     int m_tones = 0;
 };
