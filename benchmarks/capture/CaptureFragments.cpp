@@ -1,6 +1,7 @@
 // What capture alone costs, both streams together, for sound-server fragments of several lengths: this
-// program's own streams beside bare `parec` processes, and what the server pays for them. Figures are for a
-// minute. Usage: CaptureFragments [seconds to measure each, 20]
+// program's own streams beside bare `parec` processes, and what the server pays for them. Figures are medians
+// of several rounds, for on a shared machine the same work takes very different processor time from one
+// moment to the next. Usage: CaptureFragments [seconds to measure each, 20]
 
 #include "PrivateSound.h"
 #include "ProcessCost.h"
@@ -11,16 +12,20 @@
 #include <QEventLoop>
 #include <QTimer>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <stdexcept>
+#include <vector>
 
 using namespace platform;
 
 namespace {
 
-constexpr int settleSeconds = 2;
+constexpr int settleSeconds = 1;
+constexpr int rounds = 5;
 
 void runFor(int seconds) {
     QEventLoop loop;
@@ -57,8 +62,9 @@ struct Meter {
                 [](const QString& reason) { throw std::runtime_error(reason.toStdString()); }};
     }
 
-    // How many chunks would be short or missing if a timer took up to 80 ms of sound every 80 ms, from the
-    // first chunk on, for the worst of all moments at which that timer may have started.
+    // How many chunks would be short or missing if a timer took up to 80 ms of sound every 80 ms, for the
+    // worst of all moments at which that timer may have started. The first second settles how much is in
+    // store.
     int shortChunks() const {
         constexpr std::chrono::milliseconds interval{80};
         constexpr size_t full = 3840;
@@ -69,7 +75,8 @@ struct Meter {
             auto tick = arrivals.front().time + phase;
             for (const auto& arrival : arrivals) {
                 for (; tick < arrival.time; tick += interval) {
-                    missed += pending < full ? 1 : 0;
+                    const bool settled = tick - arrivals.front().time > std::chrono::seconds(1);
+                    missed += settled && pending < full ? 1 : 0;
                     pending -= std::min(pending, full);
                 }
                 pending += arrival.frames;
@@ -135,17 +142,32 @@ Result measurePeer(PrivateSound& sound, int fragment, int seconds) {
     return {.capture = both() - peers, .server = ProcessCost::of(sound.processId()) - server};
 }
 
-void print(const char* name, int fragment, const Result& result, int seconds) {
+template<typename Value>
+double median(std::vector<Result>& results, Value value) {
+    const auto middle = results.begin() + static_cast<std::ptrdiff_t>(results.size() / 2);
+    std::ranges::nth_element(results, middle, {}, value);
+    return static_cast<double>(value(*middle));
+}
+
+// `seconds`: of one round.
+void print(const char* name, int fragment, std::vector<Result>& results, int seconds) {
     const auto minute = 60.0 / seconds;
     std::printf("| %-5s | %2d ms | %5.0f ms | %5.1f | %5.0f ms | %5.1f |", name, fragment,
-                result.capture.milliseconds * minute, static_cast<double>(result.capture.wakeUps) / seconds,
-                result.server.milliseconds * minute, static_cast<double>(result.server.wakeUps) / seconds);
-    if (result.buffersPerSecond > 0) {
-        std::printf(" %5.1f | %2.0f |\n", result.buffersPerSecond, result.shortChunks * minute);
+                median(results, [](const Result& each) { return each.capture.milliseconds; }) * minute,
+                median(results, [](const Result& each) { return each.capture.wakeUps; }) / seconds,
+                median(results, [](const Result& each) { return each.server.milliseconds; }) * minute,
+                median(results, [](const Result& each) { return each.server.wakeUps; }) / seconds);
+    if (results.front().buffersPerSecond > 0) {
+        int missed = 0;
+        for (const auto& each : results) {
+            missed += each.shortChunks;
+        }
+        std::printf(" %5.1f | %2.0f |\n",
+                    median(results, [](const Result& each) { return each.buffersPerSecond; }),
+                    missed * minute / rounds);
     } else {
         std::printf("       |    |\n");
     }
-    std::fflush(stdout);
 }
 
 // Null sinks as the server makes them by itself: those of the tests work in blocks of 50 ms at most.
@@ -159,6 +181,7 @@ void addDevices(PrivateSound& sound) {
     sound.setDefaultSource(QStringLiteral("mic"));
 }
 
+// `seconds`: of one round.
 void run(int seconds) {
     PrivateSound sound;
     sound.start();
@@ -169,11 +192,19 @@ void run(int seconds) {
     const auto rest = ProcessCost::of(sound.processId()) - idle;
     std::printf("Server alone: %.0f ms a minute, %.1f wake-ups a second.\n\n",
                 rest.milliseconds * 60.0 / seconds, static_cast<double>(rest.wakeUps) / seconds);
+    std::map<int, std::vector<Result>> own;
+    std::map<int, std::vector<Result>> peer;
+    for (int round = 0; round < rounds; ++round) {
+        for (const int fragment : {20, 40, 80}) {
+            own[fragment].push_back(measureOwn(sound, fragment, seconds));
+            peer[fragment].push_back(measurePeer(sound, fragment, seconds));
+        }
+    }
     std::printf("| who | fragment | processor a minute | wake-ups a s | server a minute | its wake-ups a s | "
                 "buffers a s | short chunks a minute |\n|---|---|---|---|---|---|---|---|\n");
     for (const int fragment : {20, 40, 80}) {
-        print("ours", fragment, measureOwn(sound, fragment, seconds), seconds);
-        print("parec", fragment, measurePeer(sound, fragment, seconds), seconds);
+        print("ours", fragment, own[fragment], seconds);
+        print("parec", fragment, peer[fragment], seconds);
     }
 }
 
@@ -182,7 +213,7 @@ void run(int seconds) {
 int main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
     try {
-        run(argc > 1 ? std::max(1, std::atoi(argv[1])) : 20);
+        run(std::max(2, (argc > 1 ? std::atoi(argv[1]) : 20) / rounds));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
         return EXIT_FAILURE;

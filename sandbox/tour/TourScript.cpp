@@ -109,7 +109,7 @@ QCoro::Task<void> TourScript::apply(QString action, QJsonObject parameters) {
 }
 
 QCoro::Task<QJsonObject> TourScript::state() {
-    const auto answer = co_await control(QStringLiteral("/state"), {}, true);
+    const auto answer = co_await control(QStringLiteral("/state"), QJsonObject(), true);
     co_return answer;
 }
 
@@ -121,7 +121,7 @@ QCoro::Task<void> TourScript::run() {
     if (!m_fault.isEmpty()) {
         m_transcript.chapter(QStringLiteral("A fault that stays"));
         m_transcript.say(sandbox, m_fault);
-        co_await apply(m_fault);
+        co_await apply(m_fault, QJsonObject());
     }
     co_await workManually();
     co_await loseTheLink();
@@ -280,7 +280,7 @@ QCoro::Task<void> TourScript::workManually() {
 
 QCoro::Task<void> TourScript::loseTheLink() {
     m_transcript.chapter(QStringLiteral("The link drops"));
-    co_await apply(QStringLiteral("drop"));
+    co_await apply(QStringLiteral("drop"), QJsonObject());
     co_await until(QStringLiteral("the interview pauses"),
                    [this] { return interview().status() == InterviewStatus::paused; });
     require(interview().disconnectedDuringInterview(), QStringLiteral("the loss is shown"));
@@ -293,8 +293,10 @@ QCoro::Task<void> TourScript::loseTheLink() {
 
 QCoro::Task<void> TourScript::loseTheSession() {
     m_transcript.chapter(QStringLiteral("The backend forgets the session"));
-    co_await apply(QStringLiteral("forget-sessions"), {{QStringLiteral("wording"), QStringLiteral("id")}});
-    co_await apply(QStringLiteral("drop"));
+    QJsonObject wording;
+    wording.insert(QStringLiteral("wording"), QStringLiteral("id"));
+    co_await apply(QStringLiteral("forget-sessions"), wording);
+    co_await apply(QStringLiteral("drop"), QJsonObject());
     co_await until(QStringLiteral("the interview pauses"),
                    [this] { return interview().status() == InterviewStatus::paused; });
     co_await until(QStringLiteral("the interview is set up again on the server"),

@@ -55,7 +55,7 @@ private:
     QCoro::Task<void> pause(int milliseconds);
     QCoro::Task<void> speakUntilHeard(QString question, QString answer);
     QCoro::Task<QJsonObject> control(QString path, QJsonObject parameters, bool isQuery);
-    QCoro::Task<void> apply(QString action, QJsonObject parameters = {});
+    QCoro::Task<void> apply(QString action, QJsonObject parameters);
     QCoro::Task<QJsonObject> state();
     void require(bool holds, const QString& what) const;
 

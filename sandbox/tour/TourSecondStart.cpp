@@ -58,8 +58,8 @@ void TourScript::checkSecrecy() {
     require(!log.contains(QLatin1String("eyJ")), QStringLiteral("no token in the log"));
     int files = 0;
     for (const auto* folder : {"config", "data", "cache", "state"}) {
-        QDirIterator entries(m_desktop.folder() + u'/' + QLatin1String(folder),
-                             QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        QDirIterator entries(m_desktop.folder() + u'/' + QLatin1String(folder), QDir::Files | QDir::Hidden,
+                             QDirIterator::Subdirectories);
         while (entries.hasNext()) {
             QFile file(entries.next());
             if (!file.fileName().contains(QLatin1String("corvane"))) {

@@ -114,12 +114,13 @@ void WebSocketService::Private::attemptReconnect() {
             setReconnectCountdown(wait);
         }
     });
-    reconnectTask = clock.repeat(1s, [this, remaining = wait]() mutable { countDown(--remaining); });
+    secondsToReconnect = wait;
+    reconnectTask = clock.repeat(1s, [this] { countDown(); });
 }
 
-void WebSocketService::Private::countDown(int remaining) {
-    setReconnectCountdown(remaining);
-    if (remaining == 0) {
+void WebSocketService::Private::countDown() {
+    setReconnectCountdown(--secondsToReconnect);
+    if (secondsToReconnect == 0) {
         cancelReconnectTask();
         platform::startTask(performConnect(), "reconnect");
     }

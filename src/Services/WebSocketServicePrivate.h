@@ -61,7 +61,7 @@ public:
     void handleDisconnect(int identifier);
     void lose(int identifier);
     void attemptReconnect();
-    void countDown(int remaining);
+    void countDown();
     bool cancelReconnectTask();
 
     // The session on the server.
@@ -108,7 +108,9 @@ public:
     // Monotonic. When a socket last opened; never cleared.
     std::optional<std::chrono::nanoseconds> connectionTime;
     std::optional<Heartbeat> pingTimer;
+    // The countdown; a tick each second.
     std::unique_ptr<platform::Timer> reconnectTask;
+    int secondsToReconnect = 0;
     bool intentionalDisconnect = false;
     bool isConnecting = false;
     bool didHandleDisconnect = false;

@@ -13,7 +13,7 @@ namespace {
 
 constexpr float fullScale = 32767.0F;
 
-// Comparisons in this form let a NaN take the upper limit, here and in the vector instructions below.
+// A comparison in this form lets a NaN take the upper limit.
 int16_t toInteger(float sample) {
     const float upper = sample < 1.0F ? sample : 1.0F;
     const float clipped = upper > -1.0F ? upper : -1.0F;
@@ -32,35 +32,41 @@ void convertPortable(const float* samples, size_t count, std::byte* out) {
 
 #if defined(__x86_64__)
 
-// minps and maxps give their second operand when either is a NaN.
+// What is too low becomes -32768 or less, by the multiplication or by the conversion's answer to an overflow,
+// and is lifted to -32767 after the saturating packing, where one instruction does it for all. minps gives
+// its second operand when either is a NaN.
 __m128i scaledSse2(const float* samples) {
     const __m128 upper = _mm_min_ps(_mm_loadu_ps(samples), _mm_set1_ps(1.0F));
-    const __m128 clipped = _mm_max_ps(upper, _mm_set1_ps(-1.0F));
-    return _mm_cvttps_epi32(_mm_mul_ps(clipped, _mm_set1_ps(fullScale)));
+    return _mm_cvttps_epi32(_mm_mul_ps(upper, _mm_set1_ps(fullScale)));
 }
 
 void convertSse2(const float* samples, size_t count, std::byte* out) {
     size_t i = 0;
     for (; i + 8 <= count; i += 8) {
         const __m128i packed = _mm_packs_epi32(scaledSse2(samples + i), scaledSse2(samples + i + 4));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 2 * i), packed);
+        const __m128i lifted = _mm_max_epi16(packed, _mm_set1_epi16(-32767));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 2 * i), lifted);
     }
     convertPortable(samples + i, count - i, out + 2 * i);
 }
 
 __attribute__((target("avx2"))) inline __m256i scaledAvx2(const float* samples) {
     const __m256 upper = _mm256_min_ps(_mm256_loadu_ps(samples), _mm256_set1_ps(1.0F));
-    const __m256 clipped = _mm256_max_ps(upper, _mm256_set1_ps(-1.0F));
-    return _mm256_cvttps_epi32(_mm256_mul_ps(clipped, _mm256_set1_ps(fullScale)));
+    return _mm256_cvttps_epi32(_mm256_mul_ps(upper, _mm256_set1_ps(fullScale)));
+}
+
+__attribute__((target("avx2"))) inline void convert16Avx2(const float* samples, std::byte* out) {
+    // The packing works within each half of the register; the permutation puts the quarters in order.
+    const __m256i packed = _mm256_packs_epi32(scaledAvx2(samples), scaledAvx2(samples + 8));
+    const __m256i lifted = _mm256_max_epi16(packed, _mm256_set1_epi16(-32767));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm256_permute4x64_epi64(lifted, 0b11'01'10'00));
 }
 
 __attribute__((target("avx2"))) void convertAvx2(const float* samples, size_t count, std::byte* out) {
     size_t i = 0;
-    for (; i + 16 <= count; i += 16) {
-        // The packing works within each half of the register; the permutation puts the quarters in order.
-        const __m256i packed = _mm256_packs_epi32(scaledAvx2(samples + i), scaledAvx2(samples + i + 8));
-        const __m256i ordered = _mm256_permute4x64_epi64(packed, 0b11'01'10'00);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 2 * i), ordered);
+    for (; i + 32 <= count; i += 32) {
+        convert16Avx2(samples + i, out + 2 * i);
+        convert16Avx2(samples + i + 16, out + 2 * i + 32);
     }
     convertPortable(samples + i, count - i, out + 2 * i);
 }

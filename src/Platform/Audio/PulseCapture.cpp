@@ -77,8 +77,9 @@ void PulseCapture::look() {
 void PulseCapture::follow(const PulseInventory& inventory) {
     const bool system = m_kind == Kind::systemOutput;
     if (const auto place = std::exchange(m_movedTo, std::nullopt); place && system) {
+        // A place that is gone again, or none, is a lost device like any other.
         const auto* source = inventory.source(*place);
-        if (!source || !source->isMonitor()) {
+        if (source && !source->isMonitor()) {
             throw AudioError(
                 AudioError::Kind::notAMonitor,
                 QStringLiteral("The sound server moved the recording of the system's sound to an input."));

@@ -11,10 +11,9 @@ struct PulseSettings {
     // An address as in PULSE_SERVER; empty: the user's own server.
     QString server = {};
     AudioClientIdentity identity = {};
-    // How much sound the server gathers before it sends a block. benchmarks/capture, both streams, processor
-    // time a minute here and in the server: 20 ms 670 and 1180 ms, 40 ms 300 and 740, 80 ms 200 and 300, with
-    // a quarter of the wake-ups. A drain every 80 ms finds short chunks no more often with 80 ms than
-    // with 20.
+    // How much sound the server gathers before it sends a block. benchmarks/capture, both streams, wake-ups a
+    // second here and in the server: 20 ms 100 and 250, 40 ms 50 and 125, 80 ms 25 and 63; processor time
+    // goes with them. A drain every 80 ms finds short chunks no more often with 80 ms than with 20.
     std::chrono::milliseconds fragment{80};
     // From the call of an operation to its result.
     std::chrono::milliseconds answerLimit{5000};

@@ -135,7 +135,8 @@ void SessionApplicationTest::noLinkIsLostBetweenNameAndObject() {
 void SessionApplicationTest::withoutABusTheProgramRuns() {
     QProcess start;
     auto environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent/bus"));
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                       QStringLiteral("unix:path=/nonexistent/bus"));
     start.setProcessEnvironment(environment);
     start.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--second-start")});
     QVERIFY(start.waitForFinished());

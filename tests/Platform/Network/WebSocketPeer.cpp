@@ -92,7 +92,11 @@ bool WebSocketPeer::takeFrame() {
         data[i] = static_cast<char>(data[i] ^ bytes[head - 4 + i % 4]);
     }
     m_bytes.remove(0, head + size);
-    frames.append(frame);
+    if (onFrame) {
+        onFrame(frame);
+    } else {
+        frames.append(frame);
+    }
     react(frame);
     return true;
 }

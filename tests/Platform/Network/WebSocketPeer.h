@@ -25,6 +25,8 @@ public:
     int closeCode() const;
 
     QList<Frame> frames;
+    // Instead of keeping the frame, if set.
+    std::function<void(const Frame&)> onFrame;
     bool echoes = false;
     bool answersPings = true;
     bool answersClose = true;

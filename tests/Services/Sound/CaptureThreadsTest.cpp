@@ -40,13 +40,13 @@ void CaptureThreadsTest::survivesAThousandStartsAndStops() {
     std::jthread system([&](const std::stop_token& stop) {
         for (int i = 0; !stop.stop_requested(); ++i) {
             host.pushSystem(i % 8 == 7 ? silence : speech);
-            std::this_thread::yield();
+            std::this_thread::sleep_for(20us); // lets the main thread in
         }
     });
     std::jthread microphone([&](const std::stop_token& stop) {
         for (int i = 0; !stop.stop_requested(); ++i) {
             host.pushMicrophone(speech, i / 4 % 2 == 0 ? 48000.0 : 44100.0);
-            std::this_thread::yield();
+            std::this_thread::sleep_for(20us); // lets the main thread in
         }
     });
     for (int i = 0; i < 1000; ++i) {
@@ -55,7 +55,7 @@ void CaptureThreadsTest::survivesAThousandStartsAndStops() {
         waitFor(service.startCapture(i % 3 == 0 ? AudioCaptureMode::vad : AudioCaptureMode::rawStreaming,
                                      interviewVadConfig));
         for (const int before = chunks; i % 50 == 0 && chunks == before;) {
-            std::this_thread::yield();
+            std::this_thread::sleep_for(20us); // lets the main thread in
         }
         clock.advance(i % 2 == 0 ? 80ms : 0ms);
         if (i % 7 == 0) {

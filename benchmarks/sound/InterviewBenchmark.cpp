@@ -1,0 +1,62 @@
+// One second of an interview: both streams in fragments of 20 ms through conversion, detector, ring buffer,
+// chunks and files. The time stands for a second of sound: 0.02 % of a core, the limit for detector and
+// encoders, are 200,000 ns.
+#include "MicrophonePipeline.h"
+#include "SystemAudioPipeline.h"
+#include "SystemClock.h"
+#include "TestSignal.h"
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+constexpr size_t second = 48000;
+
+// Detector and the two encoders alone.
+void detectorAndEncoders(benchmark::State& state) {
+    const auto samples = voiceLikeSignal(second);
+    const std::span<const float> all(samples);
+    const platform::SystemClock clock;
+    VADService detector(interviewVadConfig, 48000, clock);
+    const WAVEncoder encoder;
+    for (auto _ : state) {
+        for (size_t at = 0; at < second; at += 960) {
+            detector.processSamples(all.subspan(at, 960));
+        }
+        // 12.5 chunks of either stream.
+        for (size_t i = 0; i < 25; ++i) {
+            auto file = encoder.encode(all.subspan(i * 1840, 3840), 48000, 1);
+            benchmark::DoNotOptimize(file.data());
+        }
+    }
+}
+BENCHMARK(detectorAndEncoders);
+
+void bothStreams(benchmark::State& state) {
+    const auto samples = voiceLikeSignal(second);
+    const std::span<const float> all(samples);
+    const platform::SystemClock clock;
+    qsizetype bytes = 0;
+    const auto count = [&bytes](const QByteArray& wav) { bytes += wav.size(); };
+    SystemAudioPipeline system(AudioCaptureMode::rawStreaming, interviewVadConfig, 48000, clock,
+                               {count, [] {}, [](qint64) {}, count});
+    MicrophonePipeline microphone(48000, {count, [](uint32_t) {}});
+    platform::AudioBuffer buffer;
+    buffer.description = platform::AudioStreamDescription{48000.0, 1, 32, true};
+    buffer.length = 960 * sizeof(float);
+    int fragment = 0;
+    for (auto _ : state) {
+        for (size_t at = 0; at < second; at += 960) {
+            buffer.data = std::as_bytes(all.subspan(at)).data();
+            system.handle(buffer);
+            microphone.handle(buffer);
+            if (++fragment % 4 == 0) {
+                system.drain();
+            }
+        }
+    }
+    benchmark::DoNotOptimize(bytes);
+}
+BENCHMARK(bothStreams);
+
+} // namespace

@@ -1,0 +1,16 @@
+#include "PlainLevel.h"
+
+#include <cmath>
+
+SignalLevel plainLevel(std::span<const float> samples) {
+    float sum = 0;
+    float peak = 0;
+    for (const float sample : samples) {
+        sum += sample * sample;
+        const float magnitude = std::fabs(sample);
+        if (magnitude > peak) {
+            peak = magnitude;
+        }
+    }
+    return {std::sqrt(sum / static_cast<float>(samples.size())), peak};
+}

@@ -1,0 +1,6 @@
+#pragma once
+
+#include "SignalLevel.h"
+
+// The level by one loop over squares and peak.
+SignalLevel plainLevel(std::span<const float> samples);

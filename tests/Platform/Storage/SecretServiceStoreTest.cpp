@@ -1,0 +1,253 @@
+#include "LogCapture.h"
+#include "PrivateSession.h"
+#include "SecretStore.h"
+#include "WaitFor.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusVariant>
+#include <QDBusVirtualObject>
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTest>
+
+using platform::SecretStore;
+using Status = SecretStore::Status;
+
+namespace {
+
+const QString service = QStringLiteral("com.example.test");
+const QString name = QStringLiteral("token");
+const QString password = QStringLiteral("pw");
+
+// Stands where a desktop asks for the keyring's password: counts, and dismisses.
+class DismissingPrompter : public QDBusVirtualObject {
+    Q_OBJECT
+
+public:
+    int count = 0;
+
+    QString introspect(const QString&) const override { return {}; }
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+        if (message.member() != u"BeginPrompting") {
+            return false;
+        }
+        ++count;
+        return connection.send(message.createErrorReply(QDBusError::Failed, QStringLiteral("dismissed")));
+    }
+};
+
+} // namespace
+
+// Against a real keyring on a bus of its own.
+class SecretServiceStoreTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() {
+        QCoreApplication::setApplicationName(QStringLiteral("Corvane Lumetra"));
+        m_session = std::make_unique<PrivateSession>();
+        QVERIFY(m_session->startBus());
+        m_log = std::make_unique<LogCapture>();
+    }
+    void cleanup() {
+        m_store.reset();
+        m_log.reset();
+        QDBusConnection::disconnectFromBus(busName);
+        m_session.reset();
+    }
+
+    void keepsExactlyOneItemOverARestart() {
+        QVERIFY(m_session->startKeyring(password));
+        makeStore();
+        QCOMPARE(read().status, Status::notFound);
+        QCOMPARE(m_store->erase(service, name), Status::notFound);
+        QCOMPARE(m_store->write(service, name, "first"), Status::ok);
+        QCOMPARE(read().value, "first");
+        QCOMPARE(m_store->write(service, name, "second"), Status::ok);
+        QCOMPARE(m_store->write(service, QStringLiteral("other"), "\xff\x00\xc3"_qba), Status::ok);
+        QCOMPARE(m_store->write(QStringLiteral("com.example.else"), name, "theirs"), Status::ok);
+        m_store.reset();
+        QCOMPARE(itemLabels(), QStringList{QStringLiteral("Corvane Lumetra: token")});
+
+        m_session->stopKeyring();
+        QVERIFY(m_session->startKeyring(password));
+        makeStore();
+        QCOMPARE(read().status, Status::ok);
+        QCOMPARE(read().value, "second");
+        QCOMPARE(m_store->read(service, QStringLiteral("other")).value, "\xff\x00\xc3"_qba);
+        QCOMPARE(m_store->erase(service, name), Status::ok);
+        QCOMPARE(read().status, Status::notFound);
+        QVERIFY(waitUntil([this] { return itemLabels().isEmpty(); }));
+        QCOMPARE(m_store->erase(service, name), Status::notFound);
+        QCOMPARE(m_store->read(QStringLiteral("com.example.else"), name).value, "theirs");
+        QCOMPARE(m_log->lines(), QStringList());
+    }
+
+    void aLockedCollectionKeepsItsItemAndTellsOfItsUnlocking() {
+        QVERIFY(m_session->startKeyring(password));
+        makeStore();
+        m_store->write(service, name, "kept");
+        makeStore();
+        QSignalSpy unlocked(m_store.get(), &SecretStore::unlocked);
+        QVERIFY(m_session->lockKeyring());
+        QCOMPARE(read().status, Status::locked);
+        QCOMPARE(m_store->read(service, QStringLiteral("unknown")).status, Status::locked);
+        QVERIFY(m_session->unlockKeyring(password));
+        QVERIFY(waitUntil([&] { return unlocked.count() == 1; }));
+        QCOMPARE(read().value, "kept");
+
+        m_session->stopKeyring();
+        QVERIFY(m_session->startKeyring({}));
+        QVERIFY(waitUntil([this] { return m_log->contains(QStringLiteral("is back")); }));
+        QCOMPARE(read().status, Status::locked);
+        unlocked.clear();
+        QVERIFY(m_session->unlockKeyring(password));
+        QVERIFY(waitUntil([&] { return unlocked.count() == 1; }));
+        QCOMPARE(read().value, "kept");
+    }
+
+    void oneActionMakesOnePrompt() {
+        QVERIFY(m_session->startKeyring(password));
+        DismissingPrompter prompter;
+        QVERIFY(bus().registerVirtualObject(QStringLiteral("/"), &prompter, QDBusConnection::SubPath));
+        QVERIFY(bus().registerService(QStringLiteral("org.gnome.keyring.SystemPrompter")));
+        makeStore();
+        QVERIFY(m_session->lockKeyring());
+        for (const char* item : {"token", "session", "mail"}) {
+            m_store->write(service, QString::fromLatin1(item), item);
+        }
+        QVERIFY(waitUntil([this] { return m_log->contains(QStringLiteral("[Secrets]")); }));
+        QCOMPARE(read().status, Status::ok);
+        QTest::qWait(200);
+        QCOMPARE(prompter.count, 1);
+        QCOMPARE(m_log->lines().size(), 1);
+
+        QVERIFY(m_session->unlockKeyring(password));
+        QVERIFY(waitUntil([this] { return itemLabels().size() == 1; }));
+        makeStore();
+        for (const char* item : {"token", "session", "mail"}) {
+            QCOMPARE(m_store->read(service, QString::fromLatin1(item)).value, item);
+        }
+        QCOMPARE(prompter.count, 1);
+    }
+
+    void aServiceThatDiesIsTakenUpWhenItIsBack() {
+        QVERIFY(m_session->startKeyring(password));
+        makeStore();
+        m_store->write(service, name, "kept");
+        QVERIFY(waitUntil([this] { return itemLabels().size() == 1; }));
+        QSignalSpy unlocked(m_store.get(), &SecretStore::unlocked);
+        m_session->killKeyring();
+        QVERIFY(waitUntil([this] { return m_log->contains(QStringLiteral("went away")); }));
+        QCOMPARE(read().status, Status::locked);
+        QCOMPARE(m_store->write(service, QStringLiteral("new"), "while away"), Status::locked);
+        QCOMPARE(m_store->read(service, QStringLiteral("new")).value, "while away");
+
+        QVERIFY(m_session->startKeyring(password));
+        QVERIFY(waitUntil([&] { return unlocked.count() == 1; }));
+        QCOMPARE(read().value, "kept");
+        makeStore();
+        QCOMPARE(m_store->read(service, QStringLiteral("new")).value, "while away");
+        QCOMPARE(m_log->lines().size(), 2);
+    }
+
+    void withoutAServiceValuesLiveInMemoryAndMoveInWhenOneComes() {
+        makeStore();
+        QCOMPARE(read().status, Status::absent);
+        QCOMPARE(m_store->write(service, name, "memory"), Status::absent);
+        QCOMPARE(read().status, Status::absent);
+        QCOMPARE(read().value, "memory");
+        m_store->write(service, QStringLiteral("gone"), "soon");
+        QCOMPARE(m_store->erase(service, QStringLiteral("gone")), Status::ok);
+        QCOMPARE(m_store->erase(service, QStringLiteral("gone")), Status::absent);
+        QCOMPARE(m_log->count(QStringLiteral("[Secrets] No secret service on this desktop")), 1);
+        QCOMPARE(m_log->lines().size(), 1);
+
+        QSignalSpy unlocked(m_store.get(), &SecretStore::unlocked);
+        QVERIFY(m_session->startKeyring(password));
+        QVERIFY(waitUntil([&] { return unlocked.count() == 1; }));
+        makeStore();
+        QCOMPARE(read().status, Status::ok);
+        QCOMPARE(read().value, "memory");
+        QCOMPARE(m_store->read(service, QStringLiteral("gone")).status, Status::notFound);
+    }
+
+    void withoutABusThereIsNoServiceEither() {
+        m_session->stopBus();
+        makeStore();
+        QCOMPARE(read().status, Status::absent);
+        m_store->write(service, name, "memory");
+        QCOMPARE(read().value, "memory");
+    }
+
+    void aServiceThatDoesNotAnswerDoesNotHoldTheProgramUp() {
+        // The name is taken by someone who never looks at its messages.
+        QVERIFY(bus().registerService(QStringLiteral("org.freedesktop.secrets")));
+        class Silent : public QDBusVirtualObject {
+        public:
+            QString introspect(const QString&) const override { return {}; }
+            bool handleMessage(const QDBusMessage&, const QDBusConnection&) override { return true; }
+        } silent;
+        QVERIFY(bus().registerVirtualObject(QStringLiteral("/"), &silent, QDBusConnection::SubPath));
+        makeStore();
+        QElapsedTimer timer;
+        timer.start();
+        for (int i = 0; i < 4; ++i) {
+            QCOMPARE(read().status, Status::locked);
+        }
+        QCOMPARE(m_store->write(service, name, "memory"), Status::ok);
+        QCOMPARE(read().value, "memory");
+        QVERIFY2(timer.elapsed() < 3500, qPrintable(QString::number(timer.elapsed())));
+    }
+
+private:
+    void makeStore() {
+        m_store.reset(); // carries out what is queued
+        m_store = platform::makeSecretServiceStore();
+    }
+    SecretStore::Reading read() { return m_store->read(service, name); }
+
+    // A connection of this test, beside the store's.
+    QDBusConnection bus() { return QDBusConnection::connectToBus(m_session->busAddress(), busName); }
+    QVariant ask(const QString& path, const QString& interface, const QString& method,
+                 const QVariantList& arguments) {
+        auto message = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.secrets"), path,
+                                                      interface, method);
+        message.setArguments(arguments);
+        return bus().call(message).arguments().value(0);
+    }
+    // The labels of the unlocked items with the service and the name, as another program sees them.
+    QStringList itemLabels() {
+        QDBusArgument attributes;
+        attributes.beginMap(QMetaType(QMetaType::QString), QMetaType(QMetaType::QString));
+        for (const auto& [key, value] :
+             {std::pair(QStringLiteral("service"), service), std::pair(QStringLiteral("account"), name)}) {
+            attributes.beginMapEntry();
+            attributes << key << value;
+            attributes.endMapEntry();
+        }
+        attributes.endMap();
+        const auto found =
+            ask(QStringLiteral("/org/freedesktop/secrets"), QStringLiteral("org.freedesktop.Secret.Service"),
+                QStringLiteral("SearchItems"), {QVariant::fromValue(attributes)});
+        QStringList labels;
+        for (const auto& path : qdbus_cast<QList<QDBusObjectPath>>(found)) {
+            const auto label =
+                ask(path.path(), QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
+                    {QStringLiteral("org.freedesktop.Secret.Item"), QStringLiteral("Label")});
+            labels.append(qvariant_cast<QDBusVariant>(label).variant().toString());
+        }
+        return labels;
+    }
+
+    static inline const QString busName = QStringLiteral("test");
+    std::unique_ptr<PrivateSession> m_session;
+    std::unique_ptr<LogCapture> m_log;
+    std::unique_ptr<SecretStore> m_store;
+};
+
+QTEST_GUILESS_MAIN(SecretServiceStoreTest)
+#include "SecretServiceStoreTest.moc"

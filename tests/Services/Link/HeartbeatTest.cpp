@@ -1,0 +1,90 @@
+#include "Heartbeat.h"
+#include "FakeClock.h"
+
+#include <QTest>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+struct Fixture {
+    FakeClock clock;
+    std::vector<Heartbeat::PongHandler> pings;
+    QStringList failures;
+    std::optional<Heartbeat> heartbeat;
+
+    Fixture() {
+        heartbeat.emplace(
+            clock, [this](Heartbeat::PongHandler pong) { pings.push_back(std::move(pong)); },
+            [this](const QString& reason) {
+                failures.append(reason);
+                heartbeat.reset();
+            });
+    }
+};
+
+} // namespace
+
+class HeartbeatTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void laterPongAnswersAnEarlierPing() {
+        Fixture f;
+        f.clock.advance(30s);
+        f.heartbeat->checkNow();
+        f.pings.at(1)(nullptr);
+        f.clock.advance(30s);
+        QCOMPARE(f.failures, QStringList());
+        QCOMPARE(f.pings.size(), size_t(3));
+    }
+
+    void earlierPongDoesNotAnswerACheck() {
+        Fixture f;
+        f.clock.advance(30s);
+        f.heartbeat->checkNow();
+        f.pings.at(0)(nullptr);
+        f.clock.advance(5s);
+        QCOMPARE(f.failures.size(), 1);
+    }
+
+    void checkRightBeforeATickKeepsItsTime() {
+        Fixture f;
+        f.clock.advance(28s);
+        f.heartbeat->checkNow();
+        f.clock.advance(4s);
+        QCOMPARE(f.failures, QStringList());
+        f.pings.at(0)(nullptr);
+        f.pings.at(1)(nullptr);
+        f.clock.advance(20s);
+        QCOMPARE(f.failures, QStringList());
+    }
+
+    // However often the network changes, the first silence of 5 s ends it.
+    void repeatedDoubtsDoNotPostponeTheEnd() {
+        Fixture f;
+        for (int i = 0; i < 4; ++i) {
+            f.heartbeat->checkNow();
+            f.clock.advance(1s);
+        }
+        QCOMPARE(f.pings.size(), size_t(1));
+        f.pings.at(0)(nullptr);
+        QCOMPARE(f.pings.size(), size_t(2));
+        f.clock.advance(5s);
+        QCOMPARE(f.failures.size(), 1);
+    }
+
+    void errorsAndLateAnswers() {
+        Fixture f;
+        f.clock.advance(30s);
+        f.pings.at(0)(std::make_exception_ptr(std::runtime_error("reset")));
+        QCOMPARE(f.failures, QStringList(QStringLiteral("reset")));
+        f.pings.at(0)(nullptr);
+        f.clock.advance(60s);
+        QCOMPARE(f.failures.size(), 1);
+        QCOMPARE(f.clock.timerCount(), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(HeartbeatTest)
+#include "HeartbeatTest.moc"

@@ -1,0 +1,123 @@
+#pragma once
+
+#include "CorvaneAPIService.h"
+#include "FakeWebSocket.h"
+#include "IdentityFixture.h"
+#include "LogCapture.h"
+#include "Tasks.h"
+#include "WebSocketService.h"
+
+#include <QCoreApplication>
+#include <QSignalSpy>
+
+using namespace std::chrono_literals;
+
+class FakeConnectivityMonitor : public platform::ConnectivityMonitor {
+public:
+    void disturb() { Q_EMIT disturbed(Cause::networkChanged); }
+};
+
+inline const QString backend = QStringLiteral("https://backend.example");
+
+// A signed-in program whose link the test plays against. The sign-in service gives a new token at each
+// request, the backend answers every REST call with `sessionStatus`.
+struct LinkFixture : IdentityFixture {
+    LogCapture log;
+    int tokenRequests = 0;
+    int sessionRequests = 0;
+    int sessionStatus = 201;
+    bool tokensFail = false;
+    FakeConnectivityMonitor monitor;
+    FakeWebSocketFactory sockets;
+    std::unique_ptr<CorvaneAPIService> api;
+    std::unique_ptr<WebSocketService> service;
+
+    LinkFixture() {
+        storeIdentity();
+        launch();
+        http.setHandler([this](const platform::HttpRequest& request) { return answer(request); });
+        api = std::make_unique<CorvaneAPIService>(backend, auth.get(), http, QStringLiteral("machine-1"));
+        service = std::make_unique<WebSocketService>(sockets, clock, &monitor);
+        service->setApiService(api.get());
+        service->setAuth(auth.get());
+    }
+
+    ~LinkFixture() {
+        service.reset();
+        settle();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+    // Lets everything happen that is due now.
+    void settle() { clock.advance(0ms); }
+
+    void connect(const QString& baseURL = backend) {
+        platform::startTask(service->connect(baseURL), "connect");
+        settle();
+    }
+
+    // To an open socket whose handshake was sent.
+    void open() {
+        connect();
+        sockets.last().open();
+        settle();
+    }
+
+    void confirm() { receive(R"({"type":"set_session"})"); }
+
+    void receive(const QByteArray& text) {
+        sockets.last().sendText(text);
+        settle();
+    }
+
+    void breakConnection() {
+        sockets.last().breakConnection();
+        settle();
+    }
+
+    // The observable fields in one line.
+    QString state() const {
+        QStringList words;
+        words << (service->isConnected() ? QStringLiteral("connected") : QStringLiteral("down"));
+        if (service->isReconnecting()) {
+            words << QStringLiteral("reconnecting");
+        }
+        words << QStringLiteral("in %1 attempt %2")
+                     .arg(service->reconnectCountdown())
+                     .arg(service->currentAttempt());
+        if (service->authError()) {
+            words << *service->authError();
+        }
+        return words.join(u' ');
+    }
+
+    // What a frame of sound meets: "sent", "dropped" or "refused".
+    QString audioFate() {
+        const auto before = sockets.count() > 0 ? sockets.last().sentBinaries().size() : 0;
+        bool failed = false;
+        service->sendBinary("x", 0, [&](const std::exception_ptr& error) { failed = error != nullptr; });
+        if (failed) {
+            return QStringLiteral("refused");
+        }
+        return sockets.last().sentBinaries().size() > before ? QStringLiteral("sent")
+                                                             : QStringLiteral("dropped");
+    }
+
+private:
+    FakeHttpClient::Answer answer(const platform::HttpRequest& request) {
+        if (request.url.path().endsWith(QLatin1String("/tokens"))) {
+            ++tokenRequests;
+            if (tokensFail) {
+                return platform::HttpError(platform::HttpError::Kind::hostNotFound,
+                                           QStringLiteral("no such host"));
+            }
+            return FakeHttpClient::response(
+                200, tokenBody(sessionJWT(clock, 60s, QByteArray::number(tokenRequests))));
+        }
+        if (request.url.path() == QLatin1String("/api/interview-sessions")) {
+            ++sessionRequests;
+            return FakeHttpClient::response(sessionStatus);
+        }
+        return FakeHttpClient::response(200, "{}");
+    }
+};

@@ -1,0 +1,212 @@
+#include "LinkFixture.h"
+
+namespace {
+
+const platform::WebSocketError refused(FakeWebSocketPeer::ErrorKind::cannotConnect,
+                                       QStringLiteral("refused"));
+const QString exhausted = QStringLiteral("[WS] Max reconnect attempts reached");
+
+} // namespace
+
+class WebSocketReconnectionTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void oneLossReportedThreeTimes() {
+        LinkFixture link;
+        link.open();
+        link.confirm();
+        QSignalSpy disconnected(link.service.get(), &WebSocketService::disconnected);
+        link.log.clear();
+        link.breakConnection();
+        QCOMPARE(disconnected.count(), 1);
+        QCOMPARE(link.log.lines(),
+                 QStringList({QStringLiteral("[WS] Receive error: The connection was lost."),
+                              QStringLiteral("[WS] Connection closed with code: 1006"),
+                              QStringLiteral("[WS] Task completed with error: The connection was lost."),
+                              QStringLiteral("[WS] Reconnecting in 1 seconds (attempt 1/10)"),
+                              QStringLiteral("[WS] Disconnect already handled — ignoring duplicate"),
+                              QStringLiteral("[WS] Disconnect already handled — ignoring duplicate")}));
+        QCOMPARE(link.state(), QStringLiteral("down reconnecting in 1 attempt 1"));
+        QCOMPARE(link.audioFate(), QStringLiteral("dropped"));
+        link.clock.advance(1s);
+        QCOMPARE(link.sockets.count(), 2);
+        QCOMPARE(link.state(), QStringLiteral("down reconnecting in 0 attempt 1"));
+        link.sockets.last().open();
+        link.settle();
+        QCOMPARE(link.state(), QStringLiteral("connected in 0 attempt 0"));
+        link.receive(R"({"type":"session_resumed"})");
+        link.breakConnection();
+        QCOMPARE(disconnected.count(), 2);
+    }
+
+    void cleanCloseIsALossToo() {
+        LinkFixture link;
+        link.open();
+        link.sockets.last().close(1000);
+        link.sockets.last().complete();
+        link.settle();
+        QVERIFY(!link.log.contains(QStringLiteral("completed with error")));
+        QCOMPARE(link.state(), QStringLiteral("down reconnecting in 1 attempt 1"));
+    }
+
+    void backendThatNeverAnswers() {
+        LinkFixture link;
+        QSignalSpy countdown(link.service.get(), &WebSocketService::reconnectCountdownChanged);
+        link.connect();
+        int attempt = 0;
+        for (const int wait : {1, 2, 4, 8, 16, 30, 30, 30, 30, 30}) {
+            ++attempt;
+            link.sockets.last().complete(refused);
+            link.settle();
+            QCOMPARE(link.state(),
+                     QStringLiteral("down reconnecting in %1 attempt %2").arg(wait).arg(attempt));
+            link.clock.advance(std::chrono::seconds(wait) - 1ms);
+            QCOMPARE(link.service->reconnectCountdown(), 1);
+            QCOMPARE(link.sockets.count(), attempt);
+            link.clock.advance(1ms);
+            QCOMPARE(link.service->reconnectCountdown(), 0);
+            QCOMPARE(link.sockets.count(), attempt + 1);
+        }
+        // Every second of every wait, and every return to 0.
+        QCOMPARE(countdown.count(), 1 + 2 + 4 + 8 + 16 + 5 * 30 + 10);
+        QCOMPARE(link.log.count(exhausted), 0);
+        link.sockets.last().complete(refused);
+        link.settle();
+        link.clock.advance(120s);
+        QCOMPARE(link.log.count(exhausted), 1);
+        QCOMPARE(link.state(), QStringLiteral("down in 0 attempt 10"));
+        QCOMPARE(link.sockets.count(), 11);
+        link.service->manualReconnect();
+        link.settle();
+        QCOMPARE(link.state(), QStringLiteral("down in 0 attempt 0"));
+        QCOMPARE(link.sockets.count(), 12);
+    }
+
+    // The life of the second connection decides about the second wait.
+    void whatClearsTheCount_data() {
+        QTest::addColumn<int>("lifeMilliseconds");
+        QTest::addColumn<bool>("confirmed");
+        QTest::addColumn<QString>("state");
+        const auto first = QStringLiteral("down reconnecting in 1 attempt 1");
+        const auto second = QStringLiteral("down reconnecting in 2 attempt 2");
+        QTest::newRow("short and never confirmed") << 4999 << false << second;
+        QTest::newRow("stable") << 5000 << false << first;
+        QTest::newRow("confirmed, then lost at once") << 0 << true << first;
+    }
+    void whatClearsTheCount() {
+        QFETCH(int, lifeMilliseconds);
+        QFETCH(bool, confirmed);
+        LinkFixture link;
+        link.open();
+        link.breakConnection();
+        link.clock.advance(1s);
+        link.sockets.last().open();
+        link.settle();
+        if (confirmed) {
+            link.confirm();
+        }
+        // Not a matter of the wall clock.
+        link.clock.jump(1h);
+        link.clock.advance(std::chrono::milliseconds(lifeMilliseconds));
+        link.breakConnection();
+        QTEST(link.state(), "state");
+    }
+
+    void failedTriesLongAfterAnOpenStartOver() {
+        LinkFixture link;
+        link.open();
+        link.breakConnection();
+        for (int i = 0; i < 12; ++i) {
+            link.clock.advance(1s);
+            link.clock.advance(5s);
+            link.sockets.last().complete(refused);
+            link.settle();
+            QCOMPARE(link.state(), QStringLiteral("down reconnecting in 1 attempt 1"));
+        }
+    }
+
+    void impatienceDuringACountdown_data() {
+        QTest::addColumn<bool>("byButton");
+        QTest::newRow("the button") << true;
+        QTest::newRow("an address") << false;
+    }
+    void impatienceDuringACountdown() {
+        QFETCH(bool, byButton);
+        LinkFixture link;
+        link.open();
+        link.breakConnection();
+        if (byButton) {
+            link.service->manualReconnect();
+            link.settle();
+            QVERIFY(link.log.contains(QStringLiteral("[WS] Manual reconnect triggered")));
+            QCOMPARE(link.state(), QStringLiteral("down in 0 attempt 0"));
+        } else {
+            link.connect();
+            QCOMPARE(link.state(), QStringLiteral("down reconnecting in 0 attempt 1"));
+        }
+        QCOMPARE(link.sockets.count(), 2);
+        link.clock.advance(10s);
+        QCOMPARE(link.sockets.count(), 2);
+        QVERIFY(!link.log.contains(QStringLiteral("skipping duplicate")));
+    }
+
+    void lossWhileATokenIsMissingIsTheEnd() {
+        LinkFixture link;
+        link.open();
+        link.clock.advance(50s);
+        link.tokensFail = true;
+        link.service->manualReconnect();
+        link.settle();
+        QCOMPARE(link.state(), QStringLiteral("connected in 0 attempt 0 Could not fetch session token"));
+        QSignalSpy disconnected(link.service.get(), &WebSocketService::disconnected);
+        link.breakConnection();
+        link.clock.advance(60s);
+        QCOMPARE(disconnected.count(), 1);
+        QCOMPARE(link.sockets.count(), 1);
+    }
+
+    void unansweredPingIsALoss() {
+        LinkFixture link;
+        link.open();
+        link.confirm();
+        link.clock.advance(90s);
+        QCOMPARE(link.sockets.last().pingCount(), 3);
+        link.sockets.last().setAnswersPings(false);
+        link.clock.advance(30s);
+        QVERIFY(link.service->isConnected());
+        link.clock.advance(30s);
+        QVERIFY(link.log.contains(QStringLiteral("[WS] Ping failed: ")));
+        QCOMPARE(link.state(), QStringLiteral("down reconnecting in 1 attempt 1"));
+        // The silent peer comes back to life: its word opens nothing.
+        link.receive(R"({"type":"set_session"})");
+        QCOMPARE(link.audioFate(), QStringLiteral("dropped"));
+        link.clock.advance(1s);
+        QCOMPARE(link.sockets.count(), 2);
+        QCOMPARE(link.sockets.peer(0).cancelCode(), std::optional(1001));
+    }
+
+    void disturbedLink() {
+        LinkFixture link;
+        link.monitor.disturb();
+        QCOMPARE(link.clock.timerCount(), 0);
+        link.open();
+        link.monitor.disturb();
+        link.clock.advance(6s);
+        QCOMPARE(link.sockets.last().pingCount(), 1);
+        QVERIFY(link.service->isConnected());
+        link.sockets.last().setAnswersPings(false);
+        link.monitor.disturb();
+        link.clock.advance(4999ms);
+        QVERIFY(link.service->isConnected());
+        link.clock.advance(1ms);
+        QCOMPARE(link.state(), QStringLiteral("down reconnecting in 1 attempt 1"));
+        // A countdown is left alone.
+        link.monitor.disturb();
+        link.settle();
+        QCOMPARE(link.sockets.count(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(WebSocketReconnectionTest)
+#include "WebSocketReconnectionTest.moc"

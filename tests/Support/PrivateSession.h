@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QDir>
+#include <QProcess>
+#include <QString>
+#include <QTemporaryDir>
+
+#include <map>
+#include <memory>
+
+// A session of its own: folders in a temporary place, a bus, a secret service. This process and those it
+// starts live in it until it is destroyed, which ends its processes and restores the environment. Nothing is
+// activated by name: who is on the bus was started. Operations that start or wait return false on failure.
+class PrivateSession {
+public:
+    PrivateSession();
+    ~PrivateSession();
+    PrivateSession(const PrivateSession&) = delete;
+    PrivateSession& operator=(const PrivateSession&) = delete;
+
+    bool startBus();
+    void stopBus();
+
+    // GNOME Keyring. The first start makes its login collection, a later one unlocks it; without a password
+    // it stays locked.
+    bool startKeyring(const QString& password);
+    bool lockKeyring();
+    bool unlockKeyring(const QString& password);
+    void stopKeyring();
+    void killKeyring();
+
+    QString busAddress() const;
+    QString folder() const { return m_folder.path(); }
+
+private:
+    void setVariable(const char* name, const QByteArray& value);
+    bool waitForService(const QString& name);
+
+    // The name of the program may hold blanks, which the address of a bus may not.
+    QTemporaryDir m_folder{QDir::tempPath() + QStringLiteral("/session-XXXXXX")};
+    std::map<QByteArray, QByteArray> m_oldVariables;
+    std::unique_ptr<QProcess> m_bus;
+    std::unique_ptr<QProcess> m_keyring;
+};
