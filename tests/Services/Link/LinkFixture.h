@@ -48,8 +48,13 @@ struct LinkFixture : IdentityFixture {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
-    // Lets everything happen that is due now.
-    void settle() { clock.advance(0ms); }
+    // Lets everything happen that is due now, through the event loop's turns that a token, a REST call and a
+    // send take one after the other.
+    void settle() {
+        for (int turn = 0; turn < 8; ++turn) {
+            clock.advance(0ms);
+        }
+    }
 
     void connect(const QString& baseURL = backend) {
         platform::startTask(service->connect(baseURL), "connect");

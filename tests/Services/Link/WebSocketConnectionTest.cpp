@@ -106,21 +106,29 @@ private Q_SLOTS:
         link.open();
         link.confirm();
         QSignalSpy disconnected(link.service.get(), &WebSocketService::disconnected);
-        qDebug() << link.tokenRequests << link.http.requests().size();
-        platform::startTask(link.service->connect(otherBackend), "connect");
-        qDebug() << link.log.lines() << link.tokenRequests;
-        QCOMPARE(link.sockets.count(), 2);
-        QCOMPARE(link.sockets.peer(0).cancelCode(), std::optional(1001));
-        QCOMPARE(link.sockets.last().url.host(), QStringLiteral("other.example"));
-        // The old one's last words, before it goes.
-        QVERIFY(link.sockets.peer(0).isTaskAlive());
-        link.sockets.peer(0).open();
-        link.sockets.peer(0).sendText(R"({"type":"set_session"})");
-        link.sockets.peer(0).breakConnection();
+        link.auth->invalidateCachedJWT();
+        link.http.setHeld(true);
+        link.connect(otherBackend);
+        QCOMPARE(link.audioFate(), QStringLiteral("sent"));
+        link.http.release();
+        // Runs between the replacement and the end of the old task: its last words.
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [&link] {
+                QCOMPARE(link.sockets.count(), 2);
+                QVERIFY(link.sockets.peer(0).isTaskAlive());
+                link.sockets.peer(0).open();
+                link.sockets.peer(0).sendText(R"({"type":"set_session"})");
+                link.sockets.peer(0).breakConnection();
+            },
+            Qt::QueuedConnection);
         link.settle();
         QVERIFY(link.log.contains(QStringLiteral("[WS] Ignoring didOpen for stale task 1 (active: 2)")));
+        QCOMPARE(link.sockets.peer(0).cancelCode(), std::optional(1001));
+        QCOMPARE(link.sockets.last().url.host(), QStringLiteral("other.example"));
         QCOMPARE(link.audioFate(), QStringLiteral("dropped"));
         QCOMPARE(disconnected.count(), 0);
+        link.http.setHeld(false);
         link.sockets.last().open();
         link.settle();
         QCOMPARE(link.state(), QStringLiteral("connected in 0 attempt 0"));
