@@ -233,10 +233,12 @@ QCoro::Task<void> TourScript::speakUntilHeard(QString question, QString answer) 
     if (interview().manualModeActive()) {
         co_return;
     }
-    co_await until(QStringLiteral("an assessment of the answer"), [this, before] {
+    // Named, since g++ 12 destroys the captures of a lambda twice that stands in an awaited call.
+    const Condition assessed = [this, before] {
         return !completion().assessmentText().isEmpty() && completion().assessmentText() != before &&
                !completion().isAssessmentStreaming();
-    });
+    };
+    co_await until(QStringLiteral("an assessment of the answer"), assessed);
     m_transcript.say(program, QStringLiteral("shows the assessment:"));
     m_transcript.quote(completion().assessmentText());
 }
@@ -271,9 +273,10 @@ QCoro::Task<void> TourScript::workManually() {
             QStringLiteral("no assessment before the interviewer's mark"));
     m_transcript.say(interviewer, QStringLiteral("marks the end of the answer"));
     co_await interview().sendManualStop();
-    co_await until(QStringLiteral("an assessment after the interviewer's mark"), [this, before] {
+    const Condition assessed = [this, before] {
         return completion().assessmentText() != before && !completion().isAssessmentStreaming();
-    });
+    };
+    co_await until(QStringLiteral("an assessment after the interviewer's mark"), assessed);
     m_transcript.say(program, QStringLiteral("shows the next assessment"));
     interview().setManualMode(false);
 }

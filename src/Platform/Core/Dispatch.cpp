@@ -5,6 +5,7 @@
 #include <QThread>
 
 #include <memory>
+#include <utility>
 
 #if defined(__SANITIZE_THREAD__)
 extern "C" void __tsan_acquire(void* address);
@@ -28,17 +29,29 @@ void takeOver([[maybe_unused]] void* address) {
 #endif
 }
 
+// The queue's last reference may be the poster's, after the work has run.
+struct Delivery {
+    std::function<void()> work;
+
+    ~Delivery() { takeOver(this); }
+};
+
 } // namespace
 
 void dispatchToMain(QObject* context, std::function<void()> work) {
-    auto shared = std::make_shared<std::function<void()>>(std::move(work));
-    auto* address = shared.get();
+    auto delivery = std::make_shared<Delivery>(std::move(work));
+    auto* address = delivery.get();
     handOver(address);
     QMetaObject::invokeMethod(
         context,
-        [shared = std::move(shared), address] {
+        [delivery = std::move(delivery), address] {
             takeOver(address);
-            (*shared)();
+            {
+                // What the work captured ends on the main thread, where it may resume a coroutine.
+                const auto now = std::exchange(delivery->work, nullptr);
+                now();
+            }
+            handOver(address);
         },
         Qt::QueuedConnection);
 }

@@ -73,14 +73,12 @@ Attributes attributesOf(const QString& service, const QString& name) {
                                               name.toUtf8().constData(), nullptr));
 }
 
-// Replies are delivered here, never into the main thread's loop.
+// Signals for the library's objects go here, never into the main thread's loop.
 class ContextScope {
 public:
     explicit ContextScope(GMainContext* context)
         : m_context(context) {
         g_main_context_push_thread_default(m_context);
-        while (g_main_context_iteration(m_context, FALSE)) {
-        }
     }
     ~ContextScope() { g_main_context_pop_thread_default(m_context); }
     ContextScope(const ContextScope&) = delete;
@@ -97,12 +95,21 @@ struct SecretServiceClient::Session {
     GMainContext* context = g_main_context_new();
     Object<GCancellable> cancellable{g_cancellable_new()};
     Object<SecretService> service;
+    std::atomic<bool> stale = false;
 
     ~Session() {
-        service.reset();
+        release();
+        g_main_context_unref(context);
+    }
+
+    void deliverSignals() {
         while (g_main_context_iteration(context, FALSE)) {
         }
-        g_main_context_unref(context);
+    }
+
+    void release() {
+        service.reset();
+        deliverSignals();
     }
 
     Status open() {
@@ -129,6 +136,11 @@ struct SecretServiceClient::Session {
     template<typename Operation>
     Status attempt(Operation operation, bool mayRepeat = true) {
         const ContextScope scope(context);
+        if (stale.exchange(false)) {
+            // Before its signals: the library stumbles over those of the service's successor.
+            release();
+        }
+        deliverSignals();
         for (;;) {
             const bool reused = service != nullptr;
             if (const auto opened = open(); opened != Status::ok) {
@@ -143,7 +155,7 @@ struct SecretServiceClient::Session {
             if (meaning != Status::absent) {
                 return meaning;
             }
-            service.reset();
+            release();
             if (!reused || !mayRepeat) {
                 return Status::refused;
             }
@@ -195,6 +207,10 @@ SecretServiceClient::~SecretServiceClient() = default;
 
 void SecretServiceClient::cancel() {
     g_cancellable_cancel(m_session->cancellable.get());
+}
+
+void SecretServiceClient::renew() {
+    m_session->stale = true;
 }
 
 SecretStore::Reading SecretServiceClient::lookup(const QString& service, const QString& name) {

@@ -30,6 +30,8 @@ public:
     // ok when the default collection is open, or there is none.
     Status collectionStatus();
 
+    // Any thread: the next call opens a new session, because the service is another one now.
+    void renew();
     // Any thread: a blocked call, and every later one, fails at once.
     void cancel();
 

@@ -184,6 +184,7 @@ void SecretServiceStore::answer(SecretServiceClient& client, const Key& key, Que
 void SecretServiceStore::serviceAppeared() {
     const std::lock_guard lock(m_mutex);
     m_named = true;
+    m_writer.renew();
     if (isGone()) {
         logLine(QStringLiteral("[Secrets] The secret service is back"));
     } else if (isAbsent()) {
@@ -197,6 +198,7 @@ void SecretServiceStore::serviceAppeared() {
 
 void SecretServiceStore::serviceVanished() {
     const std::lock_guard lock(m_mutex);
+    m_writer.renew();
     if (std::exchange(m_named, false)) {
         logLine(QStringLiteral("[Secrets] The secret service went away: what it holds is read again when it"
                                " is back"));

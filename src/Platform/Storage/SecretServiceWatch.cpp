@@ -53,11 +53,13 @@ struct SecretServiceWatch::Subscriptions {
     static void onAppeared(GDBusConnection*, const gchar*, const gchar*, gpointer self) {
         auto* subscriptions = static_cast<Subscriptions*>(self);
         subscriptions->known = true;
+        subscriptions->client.renew();
         subscriptions->events.appeared();
     }
     static void onVanished(GDBusConnection*, const gchar*, gpointer self) {
         auto* subscriptions = static_cast<Subscriptions*>(self);
         subscriptions->known = true;
+        subscriptions->client.renew();
         subscriptions->events.vanished();
     }
     static void onSignal(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GVariant*,

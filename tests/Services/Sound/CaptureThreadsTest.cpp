@@ -35,18 +35,20 @@ void CaptureThreadsTest::survivesAThousandStartsAndStops() {
     QObject::connect(&service, &Service::candidateSpeechStarted, &service, see, Qt::DirectConnection);
     QObject::connect(&service, &Service::candidateSpeechStopped, &service, see, Qt::DirectConnection);
 
+    // Lets the main thread in, which waits for the handlers at each stop.
+    constexpr auto pause = 20us;
     const std::vector<float> speech(2500, 0.2F);
     const std::vector<float> silence(46 * 1024);
     std::jthread system([&](const std::stop_token& stop) {
         for (int i = 0; !stop.stop_requested(); ++i) {
             host.pushSystem(i % 8 == 7 ? silence : speech);
-            std::this_thread::sleep_for(20us); // lets the main thread in
+            std::this_thread::sleep_for(pause);
         }
     });
     std::jthread microphone([&](const std::stop_token& stop) {
         for (int i = 0; !stop.stop_requested(); ++i) {
             host.pushMicrophone(speech, i / 4 % 2 == 0 ? 48000.0 : 44100.0);
-            std::this_thread::sleep_for(20us); // lets the main thread in
+            std::this_thread::sleep_for(pause);
         }
     });
     for (int i = 0; i < 1000; ++i) {
@@ -55,7 +57,7 @@ void CaptureThreadsTest::survivesAThousandStartsAndStops() {
         waitFor(service.startCapture(i % 3 == 0 ? AudioCaptureMode::vad : AudioCaptureMode::rawStreaming,
                                      interviewVadConfig));
         for (const int before = chunks; i % 50 == 0 && chunks == before;) {
-            std::this_thread::sleep_for(20us); // lets the main thread in
+            std::this_thread::yield();
         }
         clock.advance(i % 2 == 0 ? 80ms : 0ms);
         if (i % 7 == 0) {

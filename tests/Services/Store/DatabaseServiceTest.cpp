@@ -76,9 +76,9 @@ private Q_SLOTS:
         QFETCH(QString, text);
         m_database->createConversation({conversationId, text, 1, 2});
         QCOMPARE(m_database->getConversation(conversationId)->title, text);
-        m_clock.setWallTime(platform::WallTime(std::chrono::microseconds(1700000000123900)));
+        m_clock.jump(std::chrono::milliseconds(123));
         m_database->updateConversation(conversationId, text + u'\'');
-        const Conversation expected{conversationId, text + u'\'', 1, 1700000000123};
+        const Conversation expected{conversationId, text + u'\'', 1, m_clock.nowMilliseconds()};
         QCOMPARE(*m_database->getConversation(conversationId), expected);
         m_database->createSystemPrompt(text, text);
         m_database->updateSystemPrompt(1, text + u'2', text + u'3');
@@ -101,7 +101,6 @@ private Q_SLOTS:
             m_database->createConversation({QString::fromLatin1(id), QStringLiteral("New Chat"), time, time});
         }
         QCOMPARE(ids(), QStringLiteral("conv_b conv_c conv_a"));
-        m_clock.setWallTime(platform::WallTime(std::chrono::milliseconds(40)));
         m_database->updateConversation(QStringLiteral("conv_a"), std::nullopt);
         QCOMPARE(ids(), QStringLiteral("conv_a conv_b conv_c"));
         QCOMPARE(m_database->getConversation(QStringLiteral("conv_a"))->title, QStringLiteral("New Chat"));

@@ -1,0 +1,34 @@
+#include "ChatsViewModel.h"
+#include "DatabaseService.h"
+#include "FakeClock.h"
+
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+class ChatsViewModelTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void listsTheConversationsOfTheStartNewestFirst() {
+        const QTemporaryDir folder;
+        FakeClock clock;
+        DatabaseService database(folder.path(), clock);
+        const ChatsViewModel empty(database);
+        const Conversation older{QStringLiteral("conv_a"), QStringLiteral("New Chat"), 1, 10};
+        const Conversation newer{QStringLiteral("conv_b"), QStringLiteral("New Chat"), 1, 20};
+        database.createConversation(older);
+        database.createConversation(newer);
+        QVERIFY(empty.conversations().isEmpty());
+
+        ChatsViewModel model(database);
+        QSignalSpy searchTextChanged(&model, &ChatsViewModel::searchTextChanged);
+        model.setSearchText(QStringLiteral("nothing like it"));
+        model.setSearchText(QStringLiteral("nothing like it"));
+        QCOMPARE(searchTextChanged.count(), 1);
+        QCOMPARE(model.property("conversations").value<QList<Conversation>>(), (QList{newer, older}));
+    }
+};
+
+QTEST_GUILESS_MAIN(ChatsViewModelTest)
+#include "ChatsViewModelTest.moc"
