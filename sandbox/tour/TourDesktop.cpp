@@ -28,7 +28,7 @@ TourDesktop::~TourDesktop() {
 
 void TourDesktop::start(const QString& sandboxProgram) {
     m_sandboxProgram = sandboxProgram;
-    if (!m_session.startBus() || !m_session.startKeyring(QStringLiteral("tour"))) {
+    if (!m_session.startBus() || !startSecrets()) {
         fail(QStringLiteral("No private session: dbus-daemon or gnome-keyring-daemon did not start."));
     }
     m_sound.start();
@@ -41,6 +41,10 @@ void TourDesktop::start(const QString& sandboxProgram) {
     }
     qputenv("no_proxy", "127.0.0.1,localhost");
     qputenv("CORVANE_APPLICATION_INFO", writeApplicationInfo().toUtf8());
+}
+
+bool TourDesktop::startSecrets() {
+    return m_session.startKeyring(QStringLiteral("tour"));
 }
 
 void TourDesktop::plugSoundDevices() {

@@ -19,6 +19,8 @@ public:
     // Starts the stand-in, again after a stop: on the same ports and with the same memory.
     void startSandbox();
     void stopSandbox();
+    // Starts the secret service, again after its end.
+    bool startSecrets();
 
     PrivateSound& sound() { return m_sound; }
     PrivateSession& session() { return m_session; }

@@ -127,6 +127,8 @@ QCoro::Task<void> TourScript::run() {
     co_await loseTheLink();
     co_await loseTheSession();
     co_await loseTheSound();
+    co_await loseTheBackend();
+    co_await loseTheSecrets();
     co_await pauseAndResume();
     co_await finish();
     co_await startAgain();
@@ -314,17 +316,55 @@ QCoro::Task<void> TourScript::loseTheSound() {
     m_transcript.chapter(QStringLiteral("The sound server is killed and comes back"));
     m_desktop.sound().kill();
     co_await until(
-        QStringLiteral("the loss of sound is shown"), [this] { return interview().audioUnavailable(); }, 5);
+        QStringLiteral("the loss of sound is shown"), [this] { return interview().audioUnavailable(); }, 20);
     m_transcript.say(program, interview().errorMessageText());
     m_desktop.sound().start();
     m_desktop.plugSoundDevices();
     const auto back = m_clock->monotonic();
     co_await until(
-        QStringLiteral("sound is captured again"), [this] { return !interview().audioUnavailable(); }, 5);
+        QStringLiteral("sound is captured again"), [this] { return !interview().audioUnavailable(); }, 20);
     m_transcript.say(program,
                      QStringLiteral("captures again, %1 s after the server")
                          .arg(std::chrono::duration<double>(m_clock->monotonic() - back).count(), 0, 'f', 1));
     co_await speakUntilHeard(recording("Front_Right.wav"), recording("Rear_Center.wav"));
+}
+
+QCoro::Task<void> TourScript::loseTheBackend() {
+    m_transcript.chapter(QStringLiteral("The backend and the sign-in service end and come back"));
+    m_desktop.stopSandbox();
+    co_await until(QStringLiteral("the interview pauses"),
+                   [this] { return interview().status() == InterviewStatus::paused; });
+    m_transcript.say(program, QStringLiteral("shows the loss and tries again"));
+    co_await pause(1500);
+    m_desktop.startSandbox();
+    m_transcript.say(sandbox, QStringLiteral("is back, without its sessions"));
+    auto& link = m_app->appDelegate().webSocketService();
+    if (link.authError()) {
+        // No token could be fetched meanwhile: then the user decides when to try again.
+        m_transcript.say(program, *link.authError());
+        m_transcript.say(interviewer, QStringLiteral("asks for a new try"));
+        link.manualReconnect();
+    }
+    co_await until(
+        QStringLiteral("the interview streams again"),
+        [this] { return interview().status() == InterviewStatus::streaming; }, 40);
+    m_transcript.say(program, QStringLiteral("has set the interview up again"));
+    co_await speakUntilHeard(recording("Front_Left.wav"), recording("Side_Left.wav"));
+}
+
+QCoro::Task<void> TourScript::loseTheSecrets() {
+    m_transcript.chapter(QStringLiteral("The secret service is killed and comes back"));
+    auto& auth = m_app->appDelegate().clerkAuthService();
+    m_desktop.session().killKeyring();
+    co_await pause(500);
+    require(auth.isSignedIn() && interview().status() == InterviewStatus::streaming,
+            QStringLiteral("the interview does not mind"));
+    m_transcript.say(program, QStringLiteral("goes on without it"));
+    require(m_desktop.startSecrets(), QStringLiteral("the secret service starts again"));
+    auth.invalidateCachedJWT();
+    const auto token = co_await auth.getFreshJWT();
+    m_secrets.append(token.reveal());
+    m_transcript.say(program, QStringLiteral("has read its tokens from the secret service again"));
 }
 
 QCoro::Task<void> TourScript::pauseAndResume() {

@@ -43,6 +43,8 @@ private:
     QCoro::Task<void> loseTheLink();
     QCoro::Task<void> loseTheSession();
     QCoro::Task<void> loseTheSound();
+    QCoro::Task<void> loseTheBackend();
+    QCoro::Task<void> loseTheSecrets();
     QCoro::Task<void> pauseAndResume();
     QCoro::Task<void> finish();
     QCoro::Task<void> startAgain();
