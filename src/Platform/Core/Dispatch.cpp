@@ -1,10 +1,12 @@
 #include "Dispatch.h"
 
 #include <QCoreApplication>
-#include <QMetaObject>
+#include <QEvent>
+#include <QPointer>
 #include <QThread>
 
 #include <memory>
+#include <optional>
 #include <utility>
 
 #if defined(__SANITIZE_THREAD__)
@@ -16,7 +18,8 @@ namespace platform {
 
 namespace {
 
-// Qt's event queue orders the two sides, but a Qt built without the thread sanitizer does not tell it so.
+// Qt's event queue orders the two sides, but a Qt built without the thread
+// sanitizer does not tell it so.
 void handOver([[maybe_unused]] void* address) {
 #if defined(__SANITIZE_THREAD__)
     __tsan_release(address);
@@ -29,37 +32,71 @@ void takeOver([[maybe_unused]] void* address) {
 #endif
 }
 
-// The queue's last reference may be the poster's, after the work has run.
-struct Delivery {
-    std::function<void()> work;
+// An event of our own, and not a queued call of Qt's, so that each touch of it
+// is on this side of the two above.
+class WorkEvent final : public QEvent {
+public:
+    static constexpr auto kind = static_cast<QEvent::Type>(QEvent::User + 0x0D15);
 
-    ~Delivery() { takeOver(this); }
+    WorkEvent(std::optional<QPointer<QObject>> context, std::function<void()> work)
+        : QEvent(kind)
+        , m_context(std::move(context))
+        , m_work(std::move(work)) {}
+    ~WorkEvent() override { takeOver(this); }
+
+    void run() {
+        if (!m_context || *m_context) {
+            m_work();
+        }
+    }
+
+private:
+    std::optional<QPointer<QObject>> m_context; // weak; without one the work runs in any case
+    std::function<void()> m_work;
 };
+
+// Runs the work on the thread of the application object, whose child it is.
+class Worker final : public QObject {
+public:
+    using QObject::QObject;
+
+protected:
+    bool event(QEvent* event) override {
+        takeOver(event);
+        if (event->type() != WorkEvent::kind) {
+            return QObject::event(event);
+        }
+        static_cast<WorkEvent*>(event)->run();
+        return true;
+    }
+};
+
+QPointer<Worker>& worker() {
+    static QPointer<Worker> instance;
+    return instance;
+}
+
+void makeWorker() {
+    worker() = new Worker(QCoreApplication::instance());
+}
+Q_COREAPP_STARTUP_FUNCTION(makeWorker)
+
+void post(std::optional<QPointer<QObject>> context, std::function<void()> work) {
+    if (auto* receiver = worker().data()) {
+        auto event = std::make_unique<WorkEvent>(std::move(context), std::move(work));
+        handOver(event.get());
+        QCoreApplication::postEvent(receiver, event.release());
+    }
+}
 
 } // namespace
 
 void dispatchToMain(QObject* context, std::function<void()> work) {
-    auto delivery = std::make_shared<Delivery>(std::move(work));
-    auto* address = delivery.get();
-    handOver(address);
-    QMetaObject::invokeMethod(
-        context,
-        [delivery = std::move(delivery), address] {
-            takeOver(address);
-            {
-                // What the work captured ends on the main thread, where it may resume a coroutine.
-                const auto now = std::exchange(delivery->work, nullptr);
-                now();
-            }
-            handOver(address);
-        },
-        Qt::QueuedConnection);
+    post(QPointer<QObject>(context), std::move(work));
 }
 
 void dispatchToMain(std::function<void()> work) {
-    if (auto* application = QCoreApplication::instance()) {
-        dispatchToMain(application, std::move(work));
-    }
+    post(std::nullopt, std::move(work));
 }
 
 bool isMainThread() {
