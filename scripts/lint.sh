@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Static checks: shellcheck over the scripts, cppcheck over the code. Fails on a finding.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+shellcheck run check .ci/run scripts/*.sh
+# Coroutines are beyond this cppcheck: it misses their returns and asks for references that must not be taken.
+cppcheck -j2 --quiet --error-exitcode=1 --enable=warning,portability --library=qt --std=c++20 --inline-suppr \
+    --suppress=internalAstError --suppress=unknownMacro --suppress=missingReturn --suppress=noCopyConstructor \
+    --suppress=noOperatorEq src sandbox
