@@ -20,7 +20,9 @@ PlatformServices PlatformServices::ofThisDesktop() {
     services.backendHttp = platform::makeHttpClient(platform::HttpSessionKind::shared);
     services.webSockets = platform::makeWebSocketFactory();
     services.connectivity = platform::makeConnectivityMonitor();
-    services.audio = platform::makePulseAudioHost();
+    services.audio = platform::makePulseAudioHost({}, {.name = QStringLiteral("Corvane Lumetra"),
+                                                       .id = QStringLiteral("com.corvane.Lumetra"),
+                                                       .iconName = {}});
     services.systemAccess = platform::makeSystemAccess();
     return services;
 }

@@ -8,6 +8,11 @@ namespace platform {
 
 namespace {
 
+// A line break in a value would begin a header of the value's own.
+bool holdsLineBreak(const HttpHeader& header) {
+    return header.value.contains('\n') || header.value.contains('\r');
+}
+
 class QtHttpClient : public HttpClient {
 public:
     explicit QtHttpClient(HttpSessionKind kind) {
@@ -17,6 +22,11 @@ public:
     }
 
     QCoro::Task<HttpResponse> execute(HttpRequest request) override {
+        if (std::ranges::any_of(request.headers, holdsLineBreak)) {
+            throw HttpError(
+                HttpError::Kind::other,
+                QStringLiteral("The request was not sent: one of its headers holds a line break."));
+        }
         auto* exchange = new HttpExchange(std::move(request), m_cookies, &m_exchanges);
         auto completion = exchange->completion();
         auto response = co_await std::move(completion);

@@ -74,7 +74,8 @@ class HttpClient {
 public:
     virtual ~HttpClient() = default;
 
-    // Main thread. Throws HttpError when no complete HTTP answer came; any status is an answer.
+    // Main thread. Throws HttpError when no complete HTTP answer came; any status is an answer. A header with
+    // a line break is not sent.
     virtual QCoro::Task<HttpResponse> execute(HttpRequest request) = 0;
 };
 

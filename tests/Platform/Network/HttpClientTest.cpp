@@ -48,6 +48,7 @@ class HttpClientTest : public QObject {
 private Q_SLOTS:
     void aRequestLeavesAsGiven_data();
     void aRequestLeavesAsGiven();
+    void aHeaderCannotSmuggleAnother();
     void anAnswerComesBackWhole();
     void cookiesStayOutOfAnEphemeralSession();
     void cookiesOfASharedSessionComeBack();
@@ -106,6 +107,17 @@ void HttpClientTest::aRequestLeavesAsGiven() {
     for (const auto& name : headerNamesOf(request)) {
         QVERIFY2(allowed.contains(name), name + " was added");
     }
+}
+
+void HttpClientTest::aHeaderCannotSmuggleAnother() {
+    RawServer server;
+    const auto client = platform::makeHttpClient(HttpSessionKind::ephemeral);
+    for (const QByteArray value : {"a\r\nX-Evil: 1", "a\nX-Evil: 1", "a\r"}) {
+        QVERIFY_EXCEPTION_THROWN(
+            ::waitFor(client->execute(post(server.url(QStringLiteral("http"), "/"), {{"Cookie", value}}))),
+            platform::HttpError);
+    }
+    QVERIFY(server.requests.isEmpty());
 }
 
 void HttpClientTest::anAnswerComesBackWhole() {
