@@ -1,0 +1,199 @@
+#include "SettingsViewModel.h"
+
+#include "Appearance.h"
+#include "ApplicationWindows.h"
+#include "DatabaseService.h"
+#include "DefaultsStore.h"
+#include "Log.h"
+#include "LoginItem.h"
+#include "Tasks.h"
+
+#include <boost/json/array.hpp>
+
+namespace {
+
+QString name(const char* key) {
+    return QLatin1String(key);
+}
+
+// An entry that cannot be read in full counts as absent, and stays as it is until it is saved over.
+template<typename Value, typename Decode>
+std::optional<Value> entry(const platform::DefaultsStore& defaults, const char* key, Decode decode) {
+    const auto bytes = defaults.data(name(key));
+    if (!bytes) {
+        return std::nullopt;
+    }
+    try {
+        return decode(json::parse(*bytes));
+    } catch (const json::DecodingError&) {
+        return std::nullopt;
+    }
+}
+
+template<typename Record>
+std::optional<Record> record(const platform::DefaultsStore& defaults, const char* key) {
+    return entry<Record>(defaults, key,
+                         [](const boost::json::value& value) { return Record::fromJson(value); });
+}
+
+// One bad element empties the list.
+template<typename Record>
+QList<Record> records(const platform::DefaultsStore& defaults, const char* key) {
+    const auto decode = [](const boost::json::value& value) {
+        QList<Record> list;
+        for (const auto& element : json::asArray(value)) {
+            list.append(Record::fromJson(element));
+        }
+        return list;
+    };
+    return entry<QList<Record>>(defaults, key, decode).value_or(QList<Record>());
+}
+
+} // namespace
+
+SettingsViewModel::SettingsViewModel(DatabaseService& database, KeychainService& keychain, Desktop desktop)
+    : m_database(database)
+    , m_keychain(keychain)
+    , m_desktop(desktop) {
+    load();
+}
+
+void SettingsViewModel::load() {
+    const auto& defaults = m_desktop.defaults;
+    m_theme = appTheme(defaults.string(name("theme")).value_or(rawValue(AppTheme::system)))
+                  .value_or(AppTheme::system);
+    // Nothing at all cannot be told from no transparency set.
+    const auto transparency = defaults.real(name("transparency")).value_or(0.0);
+    m_transparency = transparency == 0.0 ? 100.0 : transparency;
+    m_corvaneApiEnabled = defaults.boolean(name("corvane_api_enabled")).value_or(true);
+    m_systemPromptText = defaults.string(name("system_prompt")).value_or(QString());
+    m_selectedSystemPromptId = defaults.integer(name("selected_system_prompt_id"));
+    if (m_selectedSystemPromptId < 1) {
+        m_selectedSystemPromptId.reset();
+    }
+    m_customizable = record<CustomizableState>(defaults, "customizable").value_or(CustomizableState());
+    m_screenshotConfig = record<ScreenshotConfig>(defaults, "screenshot_config").value_or(ScreenshotConfig());
+    m_responseSettings = record<ResponseSettings>(defaults, "response_settings").value_or(ResponseSettings());
+    m_customAiProviders = records<CustomAIProvider>(defaults, "custom_ai_providers");
+    m_selectedAIProvider = record<SelectedProvider>(defaults, "selected_ai_provider");
+    m_customSttProviders = records<CustomSTTProvider>(defaults, "custom_stt_providers");
+    m_selectedSttProvider = record<SelectedProvider>(defaults, "selected_stt_provider");
+    m_selectedAudioDevices =
+        record<SelectedAudioDevices>(defaults, "selected_audio_devices").value_or(SelectedAudioDevices());
+    m_systemPrompts = m_database.getAllSystemPrompts();
+}
+
+void SettingsViewModel::setTheme(AppTheme theme) {
+    const bool changed = std::exchange(m_theme, theme) != theme;
+    // Also for the same choice again: a theme that was stored is applied only when the user picks it.
+    saveTheme();
+    if (changed) {
+        Q_EMIT themeChanged();
+    }
+}
+
+void SettingsViewModel::setTransparency(double percent) {
+    if (std::exchange(m_transparency, percent) != percent) {
+        m_desktop.defaults.setReal(name("transparency"), percent);
+        Q_EMIT transparencyChanged();
+    }
+}
+
+void SettingsViewModel::setScreenshotConfig(const ScreenshotConfig& config) {
+    m_screenshotConfig = config;
+    saveScreenshotConfig();
+    Q_EMIT screenshotConfigChanged();
+}
+
+void SettingsViewModel::setResponseSettings(const ResponseSettings& settings) {
+    m_responseSettings = settings;
+    saveResponseSettings();
+    Q_EMIT responseSettingsChanged();
+}
+
+void SettingsViewModel::setCorvaneApiEnabled(bool enabled) {
+    m_corvaneApiEnabled = enabled;
+    m_desktop.defaults.setBoolean(name("corvane_api_enabled"), enabled);
+    Q_EMIT corvaneApiEnabledChanged();
+}
+
+void SettingsViewModel::setSelectedAudioDevices(const SelectedAudioDevices& devices) {
+    if (m_selectedAudioDevices != devices) {
+        m_selectedAudioDevices = devices;
+        Q_EMIT selectedAudioDevicesChanged();
+    }
+}
+
+void SettingsViewModel::saveTheme() {
+    m_desktop.defaults.setString(name("theme"), rawValue(m_theme));
+    switch (m_theme) {
+    case AppTheme::light:
+        m_desktop.appearance.pick(platform::ColorScheme::light);
+        break;
+    case AppTheme::dark:
+        m_desktop.appearance.pick(platform::ColorScheme::dark);
+        break;
+    case AppTheme::system:
+        m_desktop.appearance.pick(std::nullopt);
+        break;
+    }
+}
+
+template<typename Record>
+void SettingsViewModel::save(const char* key, const Record& record) {
+    m_desktop.defaults.setData(name(key), json::serialize(record.toJson()));
+}
+
+void SettingsViewModel::saveCustomizable() {
+    save("customizable", m_customizable);
+}
+
+void SettingsViewModel::saveScreenshotConfig() {
+    save("screenshot_config", m_screenshotConfig);
+}
+
+void SettingsViewModel::saveResponseSettings() {
+    save("response_settings", m_responseSettings);
+}
+
+void SettingsViewModel::saveAudioDevices() {
+    save("selected_audio_devices", m_selectedAudioDevices);
+}
+
+template<typename Change>
+void SettingsViewModel::changeSwitch(Change change) {
+    change(m_customizable);
+    saveCustomizable();
+    Q_EMIT customizableChanged();
+}
+
+void SettingsViewModel::toggleAppIconVisibility() {
+    changeSwitch([](auto& state) { state.appIcon.isVisible = !state.appIcon.isVisible; });
+    m_desktop.windows.setActivationPolicy(m_customizable.appIcon.isVisible ? ActivationPolicy::regular
+                                                                           : ActivationPolicy::accessory);
+}
+
+void SettingsViewModel::toggleAlwaysOnTop() {
+    changeSwitch([](auto& state) { state.alwaysOnTop.isEnabled = !state.alwaysOnTop.isEnabled; });
+    if (auto* panel = m_desktop.windows.floatingPanel()) {
+        panel->setLevel(m_customizable.alwaysOnTop.isEnabled ? WindowLevel::floating : WindowLevel::normal);
+    }
+}
+
+void SettingsViewModel::toggleContentProtected() {
+    changeSwitch([](auto& state) { state.contentProtected.isEnabled = !state.contentProtected.isEnabled; });
+    m_desktop.windows.setContentProtected(m_customizable.contentProtected.isEnabled);
+}
+
+void SettingsViewModel::toggleAutostart() {
+    changeSwitch([](auto& state) { state.autostart.isEnabled = !state.autostart.isEnabled; });
+    try {
+        if (m_customizable.autostart.isEnabled) {
+            m_desktop.loginItem.registerItem();
+        } else {
+            m_desktop.loginItem.unregisterItem();
+        }
+    } catch (const std::exception& error) {
+        platform::printLine(QStringLiteral("[Settings] Autostart error: ") + platform::errorText(error));
+    }
+}
