@@ -59,6 +59,25 @@ function(corvane_library name)
     corvane_warnings(${name})
 endfunction()
 
+# corvane_qml_module(NAME URI uri SOURCES ... QML_FILES ... RESOURCES ... IMPORTS uris... PUBLIC libs... PRIVATE libs...)
+# A folder of views: the QML files, compiled in, and the C++ beside them. Who shows it links NAME and NAMEplugin.
+function(corvane_qml_module name)
+    cmake_parse_arguments(arg "" "URI" "SOURCES;QML_FILES;RESOURCES;IMPORTS;PUBLIC;PRIVATE" ${ARGN})
+    qt_add_library(${name} STATIC)
+    target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
+    target_link_libraries(${name} PUBLIC Qt6::Qml Qt6::Quick ${arg_PUBLIC} PRIVATE ${arg_PRIVATE})
+    qt_add_qml_module(${name} URI ${arg_URI} VERSION 1.0 RESOURCE_PREFIX /qt/qml SOURCES ${arg_SOURCES}
+        QML_FILES ${arg_QML_FILES} RESOURCES ${arg_RESOURCES} IMPORTS ${arg_IMPORTS})
+    corvane_precompiled(${name})
+    corvane_warnings(${name})
+    # What Qt generates does not keep to our warnings.
+    get_target_property(sources ${name} SOURCES)
+    list(FILTER sources INCLUDE REGEX "qmlcache|qmltyperegistrations|_init.cpp")
+    set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS "-w" SKIP_PRECOMPILE_HEADERS ON)
+    set_source_files_properties(${name}_qmltyperegistrations.cpp
+        "${CMAKE_CURRENT_BINARY_DIR}/${name}_qmltyperegistrations.cpp" PROPERTIES COMPILE_OPTIONS "-w")
+endfunction()
+
 # What the thread sanitizer looks at: the tests with the label "threads".
 add_custom_target(thread-tests)
 

@@ -1,0 +1,45 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// A button that is only a symbol. Its tip is its name.
+T.AbstractButton {
+    id: button
+
+    property string symbol
+    property real symbolSize: 12
+    property color tint: Theme.secondary
+    property string tip
+
+    implicitWidth: 26
+    implicitHeight: 26
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus
+    Accessible.role: Accessible.Button
+    Accessible.name: text !== "" ? text : tip
+    Keys.onReturnPressed: if (enabled) click()
+    Keys.onEnterPressed: if (enabled) click()
+
+    background: Rectangle {
+        radius: 6
+        color: Qt.alpha(Theme.primary, button.down ? 0.14 : button.hovered ? 0.07 : 0)
+
+        FocusRing {
+            shown: button.visualFocus
+            anchors.margins: 0
+            radius: 6
+        }
+    }
+
+    contentItem: Item {
+        Symbol {
+            anchors.centerIn: parent
+            name: button.symbol
+            size: button.symbolSize
+            color: button.tint
+        }
+    }
+
+    Tip {
+        text: button.tip
+    }
+}

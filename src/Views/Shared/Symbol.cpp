@@ -1,0 +1,55 @@
+#include "Symbol.h"
+
+#include <QFile>
+#include <QPainter>
+#include <QSvgRenderer>
+
+namespace {
+
+constexpr double pictureScale = 1.15; // of the letter's size
+
+}
+
+Symbol::Symbol(QQuickItem* parent)
+    : QQuickPaintedItem(parent) {
+    setAntialiasing(true);
+    setImplicitSize(m_size * pictureScale, m_size * pictureScale);
+}
+
+void Symbol::setName(const QString& name) {
+    if (std::exchange(m_name, name) != name) {
+        Q_EMIT nameChanged();
+        update();
+    }
+}
+
+void Symbol::setSize(double size) {
+    if (std::exchange(m_size, size) != size) {
+        setImplicitSize(size * pictureScale, size * pictureScale);
+        Q_EMIT sizeChanged();
+        update();
+    }
+}
+
+void Symbol::setColor(const QColor& color) {
+    if (std::exchange(m_color, color) != color) {
+        Q_EMIT colorChanged();
+        update();
+    }
+}
+
+void Symbol::paint(QPainter* painter) {
+    QFile file(QStringLiteral(":/symbols/") + m_name + QStringLiteral(".svg"));
+    if (m_name.isEmpty()) {
+        return;
+    }
+    if (!file.open(QIODevice::ReadOnly)) {
+        qWarning("No picture for the symbol \"%s\"", qUtf8Printable(m_name));
+        return;
+    }
+    auto picture = file.readAll();
+    // SVG has no notation for a colour's opacity here: the painter has it.
+    picture.replace("currentColor", m_color.name(QColor::HexRgb).toLatin1());
+    painter->setOpacity(m_color.alphaF());
+    QSvgRenderer(picture).render(painter, boundingRect());
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QColor>
+#include <QQuickPaintedItem>
+
+// A small picture by its name, in one colour.
+class Symbol : public QQuickPaintedItem {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(QString name READ name WRITE setName NOTIFY nameChanged)
+    Q_PROPERTY(double size READ size WRITE setSize NOTIFY sizeChanged)
+    Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY colorChanged)
+
+public:
+    explicit Symbol(QQuickItem* parent = nullptr);
+
+    QString name() const { return m_name; }
+    void setName(const QString& name);
+    // The size of a letter that it stands beside; the picture is a little larger.
+    double size() const { return m_size; }
+    void setSize(double size);
+    QColor color() const { return m_color; }
+    void setColor(const QColor& color);
+
+    void paint(QPainter* painter) override;
+
+Q_SIGNALS:
+    void nameChanged();
+    void sizeChanged();
+    void colorChanged();
+
+private:
+    QString m_name;
+    double m_size = 12;
+    QColor m_color = Qt::black;
+};

@@ -1,0 +1,38 @@
+#include "Theme.h"
+
+#include "Appearance.h"
+
+#include <QMetaProperty>
+#include <QQmlEngine>
+
+Theme& Theme::shared() {
+    static Theme theme;
+    return theme;
+}
+
+Theme* Theme::create(QQmlEngine*, QJSEngine*) {
+    QQmlEngine::setObjectOwnership(&shared(), QQmlEngine::CppOwnership);
+    return &shared();
+}
+
+void Theme::follow(platform::Appearance* appearance) {
+    QObject::disconnect(m_following);
+    if (!appearance) {
+        setDark(false);
+        return;
+    }
+    const auto take = [this, appearance] { setDark(appearance->effective() == platform::ColorScheme::dark); };
+    m_following = connect(appearance, &platform::Appearance::effectiveChanged, this, take);
+    take();
+}
+
+void Theme::setDark(bool dark) {
+    if (std::exchange(m_dark, dark) != dark) {
+        Q_EMIT changed();
+    }
+}
+
+QColor Theme::role(const QString& name) const {
+    const auto value = property(name.toLatin1().constData());
+    return value.typeId() == QMetaType::QColor ? value.value<QColor>() : primary();
+}

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <QColor>
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+class QJSEngine;
+class QQmlEngine;
+
+namespace platform {
+class Appearance;
+}
+
+// The colours of every view, by role. One instance for all windows, so that they change together. Main
+// thread.
+class Theme : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+    Q_PROPERTY(bool dark READ isDark NOTIFY changed)
+    Q_PROPERTY(QColor window READ window NOTIFY changed)
+    Q_PROPERTY(QColor control READ control NOTIFY changed)
+    Q_PROPERTY(QColor textField READ textField NOTIFY changed)
+    Q_PROPERTY(QColor separator READ separator NOTIFY changed)
+    Q_PROPERTY(QColor primary READ primary NOTIFY changed)
+    Q_PROPERTY(QColor secondary READ secondary NOTIFY changed)
+    Q_PROPERTY(QColor tertiary READ tertiary NOTIFY changed)
+    Q_PROPERTY(QColor accent READ accent NOTIFY changed)
+    Q_PROPERTY(QColor onAccent READ onAccent NOTIFY changed)
+    Q_PROPERTY(QColor red READ red NOTIFY changed)
+    Q_PROPERTY(QColor orange READ orange NOTIFY changed)
+    Q_PROPERTY(QColor yellow READ yellow NOTIFY changed)
+    Q_PROPERTY(QColor green READ green NOTIFY changed)
+    Q_PROPERTY(QColor material READ material NOTIFY changed)
+    Q_PROPERTY(QColor shadow READ shadow NOTIFY changed)
+    Q_PROPERTY(QColor focus READ focus NOTIFY changed)
+
+public:
+    static Theme& shared();
+    static Theme* create(QQmlEngine* engine, QJSEngine* scripts);
+
+    // Nothing: light. The appearance has to outlive the theme's use.
+    void follow(platform::Appearance* appearance);
+
+    bool isDark() const { return m_dark; }
+    QColor window() const { return pick(0xFFECECEE, 0xFF1E1E20); }
+    QColor control() const { return pick(0xFFFFFFFF, 0xFF3A3A3D); }
+    QColor textField() const { return pick(0xFFFFFFFF, 0xFF2A2A2C); }
+    QColor separator() const { return pick(0xFF6E6E73, 0xFFA0A0A6); }
+    QColor primary() const { return pick(0xFF1D1D1F, 0xFFF2F2F4); }
+    QColor secondary() const { return pick(0xFF5A5A5F, 0xFFB4B4BA); }
+    QColor tertiary() const { return pick(0xFF77777C, 0xFF96969C); }
+    QColor accent() const { return pick(0xFF0A63D1, 0xFF2A6FDB); }
+    QColor onAccent() const { return QColor(Qt::white); }
+    QColor red() const { return pick(0xFFC9281C, 0xFFFF6A61); }
+    QColor orange() const { return pick(0xFFB65408, 0xFFFFA94A); }
+    QColor yellow() const { return pick(0xFFC79A00, 0xFFFFD60A); }
+    QColor green() const { return pick(0xFF1B7F37, 0xFF4CD964); }
+    // What a window's surface is drawn with, at the strength that the settings give.
+    QColor material() const { return pick(0xFFF4F4F6, 0xFF262629); }
+    QColor shadow() const { return QColor(Qt::black); }
+    QColor focus() const { return pick(0xFF3B8BFF, 0xFF6AA8FF); }
+
+    // A role by its name in the presenters' words; primary for an unknown one.
+    Q_INVOKABLE QColor role(const QString& name) const;
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    QColor pick(QRgb light, QRgb dark) const { return QColor::fromRgba(m_dark ? dark : light); }
+    void setDark(bool dark);
+
+    bool m_dark = false;
+    QMetaObject::Connection m_following;
+};
