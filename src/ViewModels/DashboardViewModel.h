@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QObject>
+#include <QProperty>
+
+#include <array>
+
+enum class DashboardPage { dashboard, account, settings, audio, shortcuts };
+
+// Also the title.
+QString rawValue(DashboardPage page);
+inline constexpr std::array allDashboardPages{DashboardPage::dashboard, DashboardPage::account,
+                                              DashboardPage::settings, DashboardPage::audio,
+                                              DashboardPage::shortcuts};
+
+// Which page of the dashboard is open, for the life of the process. Main thread.
+class DashboardViewModel : public QObject {
+    Q_OBJECT
+
+public:
+    DashboardPage selectedPage() const { return m_selectedPage; }
+    void setSelectedPage(DashboardPage page) { m_selectedPage = page; }
+
+Q_SIGNALS:
+    void selectedPageChanged();
+
+private:
+    using Self = DashboardViewModel;
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, DashboardPage, m_selectedPage, DashboardPage::dashboard,
+                                         &Self::selectedPageChanged)
+};
