@@ -1,0 +1,87 @@
+#include "PrivateDisplay.h"
+
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QProcess>
+#include <QThread>
+
+#include <stdexcept>
+
+namespace {
+
+constexpr int patience = 15000; // ms
+
+[[noreturn]] void refuse(const QString& what) {
+    throw std::runtime_error(what.toStdString());
+}
+
+template<typename Condition>
+void await(const QString& what, Condition holds) {
+    const QDeadlineTimer limit(patience);
+    while (!holds()) {
+        if (limit.hasExpired()) {
+            refuse(what);
+        }
+        QThread::msleep(20);
+    }
+}
+
+} // namespace
+
+PrivateDisplay::PrivateDisplay(QSize size) {
+    const auto file = [this](const char* name) { return m_folder.filePath(QLatin1String(name)); };
+    const auto environment = QProcessEnvironment::systemEnvironment();
+    // The server chooses a free number and prints it.
+    m_server.start(QStringLiteral("Xvfb"),
+                   {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-nolisten"),
+                    QStringLiteral("tcp"), QStringLiteral("-noreset"), QStringLiteral("-screen"),
+                    QStringLiteral("0"), QStringLiteral("%1x%2x24").arg(size.width()).arg(size.height())},
+                   environment, file("server"));
+    await(QStringLiteral("No X server: Xvfb did not start."), [&] {
+        QFile output(file("server"));
+        const auto text = output.open(QIODevice::ReadOnly) ? output.readAll() : QByteArray();
+        bool isNumber = false;
+        const auto number = text.contains('\n') ? text.trimmed().split('\n').last().toInt(&isNumber) : 0;
+        m_name = isNumber ? QStringLiteral(":%1").arg(number) : QString();
+        return isNumber;
+    });
+    auto onDisplay = environment;
+    onDisplay.insert(QStringLiteral("DISPLAY"), m_name);
+    m_windowManager.start(QStringLiteral("openbox"), {}, onDisplay, file("openbox"));
+    await(QStringLiteral("No window manager: openbox did not start."), [this] {
+        return run(QStringLiteral("xprop"),
+                   {QStringLiteral("-root"), QStringLiteral("_NET_SUPPORTING_WM_CHECK")})
+            .contains(QLatin1String("window id"));
+    });
+    m_compositor.start(QStringLiteral("picom"), {QStringLiteral("--backend"), QStringLiteral("xrender")},
+                       onDisplay, file("picom"));
+    await(QStringLiteral("No compositor: picom did not start."), [this] {
+        return run(QStringLiteral("xwininfo"), {QStringLiteral("-root"), QStringLiteral("-children")})
+            .contains(QLatin1String("picom"));
+    });
+}
+
+void PrivateDisplay::useInThisProcess() const {
+    qputenv("DISPLAY", m_name.toLatin1());
+    qunsetenv("WAYLAND_DISPLAY");
+}
+
+QString PrivateDisplay::run(const QString& program, const QStringList& arguments) const {
+    QProcess process;
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DISPLAY"), m_name);
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    if (!process.waitForFinished(patience) || process.exitStatus() != QProcess::NormalExit) {
+        refuse(program + QStringLiteral(": ") + process.errorString());
+    }
+    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+}
+
+void PrivateDisplay::capture(const QString& path) const {
+    run(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"), path});
+}
+
+QString PrivateDisplay::xdotool(const QStringList& arguments) const {
+    return run(QStringLiteral("xdotool"), arguments);
+}

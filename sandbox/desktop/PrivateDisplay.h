@@ -1,0 +1,32 @@
+#pragma once
+
+#include "ChildProcess.h"
+
+#include <QSize>
+#include <QString>
+#include <QTemporaryDir>
+
+// An X server of its own without a screen to look at, with a window manager and a compositor. Operations
+// block until it is done and throw std::runtime_error. It ends with this object, or with this process.
+class PrivateDisplay {
+public:
+    // Needs no application object: a QGuiApplication is made after it.
+    explicit PrivateDisplay(QSize size = {1280, 900});
+
+    // For DISPLAY, of this process and its children.
+    QString name() const { return m_name; }
+    void useInThisProcess() const;
+    // The whole screen as it would be seen, into a PNG file.
+    void capture(const QString& path) const;
+    // What `xdotool` prints with these arguments.
+    QString xdotool(const QStringList& arguments) const;
+
+private:
+    QString run(const QString& program, const QStringList& arguments) const;
+
+    QTemporaryDir m_folder;
+    QString m_name;
+    ChildProcess m_server;
+    ChildProcess m_windowManager;
+    ChildProcess m_compositor;
+};

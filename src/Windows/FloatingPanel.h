@@ -1,0 +1,49 @@
+#pragma once
+
+#include "PanelWindow.h"
+
+#include <QQuickView>
+#include <QRegion>
+
+class OverlayBarPresenter;
+
+// The bar's window: without a frame, clear where nothing is drawn, on every workspace. What is not drawn on
+// takes no clicks, whatever the window's height.
+class FloatingPanel : public QQuickView, public PanelWindow {
+    Q_OBJECT
+
+public:
+    static constexpr int panelWidth = 620;
+    static constexpr int barHeight = 48;
+
+    explicit FloatingPanel(OverlayBarPresenter& presenter);
+
+    void orderFrontRegardless() override;
+    void orderOut() override;
+    bool isVisible() const override { return QQuickView::isVisible(); }
+    QRect frame() const override;
+    void setFrame(const QRect& frame) override;
+    void setLevel(WindowLevel level) override;
+    void setActivationPolicy(ActivationPolicy policy) override;
+    void setSharingType(SharingType type) override { m_sharingType = type; }
+    // As asked for: X11 cannot hide a window from capture.
+    SharingType sharingType() const { return m_sharingType; }
+
+    // The middle of the main screen, `offset` below the top of what the desktop leaves free.
+    void positionTopCenter(int offset);
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
+private:
+    void takeShape();
+    void comeBackToAScreen();
+
+    OverlayBarPresenter& m_presenter;
+    int m_height = barHeight; // as the model has it; the window is higher while more is drawn
+    SharingType m_sharingType = SharingType::none;
+    // Where the pointer holds the bar while the window manager offers no moving.
+    std::optional<QPoint> m_dragHold;
+};
