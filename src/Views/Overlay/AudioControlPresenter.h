@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <qqmlregistration.h>
+
+class CompletionViewModel;
+class InterviewViewModel;
+class SettingsViewModel;
+
+// The start control: starts, pauses, resumes and retries an interview, or, without the backend, toggles
+// recording.
+class AudioControlPresenter : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("handed out by the bar")
+    Q_PROPERTY(QString symbol READ symbol NOTIFY changed)
+    Q_PROPERTY(QString text READ text NOTIFY changed)
+    Q_PROPERTY(QString tint READ tint NOTIFY changed)
+    Q_PROPERTY(QString tip READ tip NOTIFY changed)
+    Q_PROPERTY(bool enabled READ enabled NOTIFY changed)
+    // The interview could not be started; the tip says why.
+    Q_PROPERTY(bool failed READ failed NOTIFY changed)
+
+public:
+    AudioControlPresenter(InterviewViewModel& interview, CompletionViewModel& completion,
+                          SettingsViewModel& settings);
+
+    QString symbol() const { return m_face.symbol; } // empty: a spinner
+    QString text() const { return m_face.text; }
+    QString tint() const { return m_face.tint; } // a role of the theme
+    QString tip() const { return m_face.tip; }
+    bool enabled() const { return m_face.enabled; }
+    bool failed() const { return m_face.failed; }
+
+    Q_INVOKABLE void press();
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    struct Face {
+        QString symbol;
+        QString text;
+        QString tint;
+        QString tip;
+        bool enabled = false;
+        bool failed = false;
+        bool operator==(const Face&) const = default;
+    };
+
+    Face interviewFace() const;
+    Face recordingFace() const;
+    void update();
+
+    InterviewViewModel& m_interview;
+    CompletionViewModel& m_completion;
+    SettingsViewModel& m_settings;
+    Face m_face;
+};

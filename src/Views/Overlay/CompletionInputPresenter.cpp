@@ -1,0 +1,81 @@
+#include "CompletionInputPresenter.h"
+
+#include "CompletionViewModel.h"
+#include "InterviewId.h"
+#include "InterviewViewModel.h"
+#include "OverlayViewModel.h"
+#include "StatusLine.h"
+
+CompletionInputPresenter::CompletionInputPresenter(InterviewViewModel& interview,
+                                                   CompletionViewModel& completion, OverlayViewModel& overlay)
+    : m_interview(interview)
+    , m_completion(completion)
+    , m_overlay(overlay) {
+    using Self = CompletionInputPresenter;
+    connect(&interview, &InterviewViewModel::statusChanged, this, &Self::update);
+    connect(&interview, &InterviewViewModel::interviewIdChanged, this, &Self::followInterviewId);
+    connect(&completion, &CompletionViewModel::processingStatusTextChanged, this, &Self::update);
+    connect(&completion, &CompletionViewModel::isLoadingChanged, this, &Self::update);
+    connect(&overlay, &OverlayViewModel::shouldFocusInputChanged, this, &Self::takeFocusRequest);
+    update();
+}
+
+QString CompletionInputPresenter::interviewId() const {
+    return m_interview.interviewId();
+}
+
+void CompletionInputPresenter::setInterviewId(const QString& id) {
+    m_interview.setInterviewId(id);
+}
+
+void CompletionInputPresenter::followInterviewId() {
+    if (const auto id = interviewId::extractUUID(m_interview.interviewId())) {
+        m_interview.setInterviewId(*id); // comes back here with the bare id
+        return;
+    }
+    Q_EMIT interviewIdChanged();
+    update();
+}
+
+QString CompletionInputPresenter::tip() const {
+    return m_face.showError ? QStringLiteral("Enter a valid interview ID")
+                            : QStringLiteral("Paste the interview ID to start");
+}
+
+void CompletionInputPresenter::setIsFocused(bool focused) {
+    if (focused != m_isFocused) {
+        m_isFocused = focused;
+        Q_EMIT isFocusedChanged();
+    }
+}
+
+// A request made while there is no field stays set, and nobody takes it up.
+void CompletionInputPresenter::takeFocusRequest() {
+    if (m_overlay.shouldFocusInput() && m_face.showsField) {
+        setIsFocused(true);
+        m_overlay.setShouldFocusInput(false);
+    }
+}
+
+void CompletionInputPresenter::update() {
+    const auto& line = statusLine(m_interview.status());
+    const auto& stage = m_completion.processingStatusText();
+    const auto id = m_interview.interviewId();
+    Face face{
+        .showsField = !line.running,
+        .showError = !id.trimmed().isEmpty() && !interviewId::isValid(id),
+        .isProcessing = stage || m_completion.isLoading(),
+        .contextText = stage.value_or(QLatin1String(line.label)),
+        .dotColor = QLatin1String(line.dotColor),
+    };
+    if (face != m_face) {
+        m_face = std::move(face);
+        Q_EMIT changed();
+    }
+}
+
+void CompletionInputPresenter::submit() {
+    if (interviewId::isValid(m_interview.interviewId()) && m_interview.status() == InterviewStatus::idle) {
+        m_interview.startInterviewWithId();
+    }
+}

@@ -1,0 +1,69 @@
+import QtQuick
+import Corvane.Shared
+
+// The id field before an interview, the interview's state during one.
+Item {
+    id: view
+
+    required property CompletionInputPresenter presenter
+
+    implicitHeight: 30
+
+    InterviewIdField {
+        anchors.fill: parent
+        visible: view.presenter.showsField
+        presenter: view.presenter
+    }
+
+    Item {
+        id: context
+        anchors.fill: parent
+        visible: !view.presenter.showsField
+        Accessible.role: Accessible.StaticText
+        Accessible.name: view.presenter.contextText
+
+        Item {
+            id: mark
+            anchors.verticalCenter: parent.verticalCenter
+            width: view.presenter.isProcessing ? 14 : 6
+            height: 14
+            Behavior on width { Ease { duration: 200 } }
+
+            Spinner {
+                anchors.centerIn: parent
+                size: 14
+                color: Theme.secondary
+                opacity: view.presenter.isProcessing ? 1 : 0
+                visible: opacity > 0
+                Behavior on opacity { Ease { duration: 200 } }
+            }
+            Rectangle {
+                anchors.centerIn: parent
+                width: 6
+                height: 6
+                radius: 3
+                color: Theme[view.presenter.dotColor]
+                opacity: view.presenter.isProcessing ? 0 : 1
+                Behavior on opacity { Ease { duration: 200 } }
+            }
+        }
+
+        Text {
+            id: words
+            anchors.left: mark.right
+            anchors.leftMargin: 6
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            text: view.presenter.contextText
+            textFormat: Text.PlainText
+            elide: Text.ElideRight
+            color: Theme.primary
+            font.pixelSize: 12
+            font.weight: Font.Medium
+        }
+
+        Tip {
+            text: words.truncated ? view.presenter.contextText : ""
+        }
+    }
+}

@@ -1,0 +1,7 @@
+import QtQuick
+
+// The pace of every change on the bar.
+NumberAnimation {
+    duration: 150
+    easing.type: Easing.InOutQuad
+}

@@ -1,0 +1,73 @@
+import QtQuick
+import QtQuick.Templates as T
+import Corvane.Shared
+
+T.TextField {
+    id: field
+
+    required property CompletionInputPresenter presenter
+
+    text: presenter.interviewId
+    placeholderText: "Interview ID"
+    leftPadding: 10
+    rightPadding: presenter.showError ? 28 : 10
+    verticalAlignment: TextInput.AlignVCenter
+    color: Theme.primary
+    selectionColor: Theme.accent
+    selectedTextColor: Theme.onAccent
+    font.pixelSize: 13
+    activeFocusOnTab: true
+    Accessible.name: placeholderText
+    Accessible.description: presenter.tip
+    onTextEdited: presenter.interviewId = text
+    onAccepted: presenter.submit()
+    onActiveFocusChanged: presenter.isFocused = activeFocus
+
+    background: Rectangle {
+        radius: 6
+        color: Qt.alpha(Theme.textField, 0.6)
+        border.width: 1
+        border.color: field.presenter.showError ? Qt.alpha(Theme.red, 0.3) : Qt.alpha(Theme.separator, 0.15)
+
+        FocusRing {
+            shown: field.activeFocus
+            anchors.margins: 0
+            radius: 6
+        }
+    }
+
+    Text {
+        anchors.fill: parent
+        leftPadding: field.leftPadding
+        visible: field.length === 0 && field.preeditText === ""
+        text: field.placeholderText
+        verticalAlignment: Text.AlignVCenter
+        elide: Text.ElideRight
+        color: Theme.tertiary
+        font: field.font
+        Accessible.ignored: true
+    }
+
+    Symbol {
+        anchors.right: parent.right
+        anchors.rightMargin: 9
+        anchors.verticalCenter: parent.verticalCenter
+        visible: field.presenter.showError
+        name: "exclamationmark.circle.fill"
+        size: 12
+        color: Qt.alpha(Theme.red, 0.6)
+    }
+
+    Tip {
+        text: field.presenter.tip
+    }
+
+    Connections {
+        target: field.presenter
+
+        function onIsFocusedChanged() {
+            if (field.presenter.isFocused)
+                field.forceActiveFocus(Qt.ShortcutFocusReason);
+        }
+    }
+}

@@ -1,0 +1,70 @@
+import QtQuick
+import QtQuick.Templates as T
+import Corvane.Shared
+
+// One of several modes, of which one is active.
+T.AbstractButton {
+    id: segment
+
+    required property string label
+    required property bool active
+    required property bool disabled
+
+    implicitWidth: words.implicitWidth + 20
+    implicitHeight: words.implicitHeight + 8
+    enabled: !disabled
+    opacity: disabled ? 0.35 : 1
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus
+    Accessible.role: Accessible.RadioButton
+    Accessible.name: label
+    Accessible.checkable: true
+    Accessible.checked: active
+    Keys.onReturnPressed: click()
+    Keys.onEnterPressed: click()
+    Behavior on opacity { Ease {} }
+
+    background: Item {
+        Item {
+            anchors.fill: parent
+            opacity: segment.active ? 1 : 0
+            Behavior on opacity { Ease {} }
+
+            SoftShadow {
+                anchors.fill: parent
+                anchors.topMargin: 1
+                strength: 0.12
+                blur: 2
+                radius: 5
+            }
+            Rectangle {
+                anchors.fill: parent
+                radius: 5
+                color: Theme.control
+            }
+        }
+        Rectangle {
+            anchors.fill: parent
+            radius: 5
+            visible: segment.down || (segment.hovered && !segment.active)
+            color: Qt.alpha(Theme.primary, segment.down ? 0.12 : 0.05)
+        }
+        FocusRing {
+            shown: segment.visualFocus
+            anchors.margins: 0
+            radius: 5
+        }
+    }
+
+    contentItem: Text {
+        id: words
+        text: segment.label
+        textFormat: Text.PlainText
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        color: segment.active ? Theme.primary : Theme.secondary
+        font.pixelSize: 11
+        font.weight: Font.Medium
+        Behavior on color { ColorAnimation { duration: 150; easing.type: Easing.InOutQuad } }
+    }
+}

@@ -1,0 +1,252 @@
+#include "AudioControlPresenter.h"
+#include "CompletionInputPresenter.h"
+#include "InterviewId.h"
+#include "InterviewModesPresenter.h"
+#include "OverlayFixture.h"
+#include "Rows.h"
+#include "WsStatusPresenter.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto someId = "3f2b8c64-9d1e-4a57-b0c3-5e8f7a6d2c19";
+constexpr auto questions = R"({"type":"chat_questions","questions":{"Design":[{"question":"Why?"}]}})";
+
+// From idle on.
+void bring(TestProgram& program, InterviewStatus status, const QString& id) {
+    auto& interview = program.interview();
+    interview.setInterviewId(id);
+    if (status == InterviewStatus::idle) {
+        return;
+    }
+    if (status == InterviewStatus::error) {
+        program.access->authorization = platform::MicrophoneAuthorization::denied;
+        interview.startInterviewWithId();
+        program.access->authorization = platform::MicrophoneAuthorization::authorized;
+    } else if (status == InterviewStatus::waitingForQuestions) {
+        interview.startInterviewWithId();
+    } else {
+        if (status == InterviewStatus::startingAudio) {
+            program.audio->hold();
+        }
+        program.startInterview(id);
+        if (status == InterviewStatus::paused) {
+            interview.pauseInterview();
+        }
+    }
+    program.settle();
+    QCOMPARE(interview.status(), status);
+}
+
+} // namespace
+
+class BarControlsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theStartControlFollowsTheInterview_data();
+    void theStartControlFollowsTheInterview();
+    void withoutTheBackendItRecords();
+    void anIdIsTakenOutOfWhatIsPasted_data();
+    void anIdIsTakenOutOfWhatIsPasted();
+    void returnStartsFromIdleOnly();
+    void theFieldTakesTheKeyboardWhileItIsThere();
+    void modesGoOutInOrder_data();
+    void modesGoOutInOrder();
+    void onlyALastingLossShows_data();
+    void onlyALastingLossShows();
+    void theStatusSaysWhatIsWrong();
+};
+
+void BarControlsTest::theStartControlFollowsTheInterview_data() {
+    using enum InterviewStatus;
+    const auto row = rows<InterviewStatus, QString, QString, bool, QString, InterviewStatus, bool>();
+    row("idle", idle, someId, "Start", true, "Start interview", waitingForQuestions, false);
+    row("no id", idle, "abc", "Start", false, "Enter a valid Interview ID first", idle, false);
+    row("version 1", idle, "3f2b8c64-9d1e-1a57-b0c3-5e8f7a6d2c19", "Start", false,
+        "Enter a valid Interview ID first", idle, false);
+    row("waiting", waitingForQuestions, someId, "Starting...", false, "Connecting...", waitingForQuestions,
+        false);
+    row("starting", startingAudio, someId, "Starting...", false, "Connecting...", startingAudio, false);
+    row("streaming", streaming, someId, "Pause", true, "Pause or finish interview", streaming, true);
+    row("paused", paused, someId, "Resume", true, "Resume interview", streaming, false);
+    row("error", error, someId, "Retry", true, "Microphone access required. Open System Settings to allow.",
+        waitingForQuestions, false);
+    row("error without an id", error, "abc", "Retry", false,
+        "Microphone access required. Open System Settings to allow.", error, false);
+}
+
+void BarControlsTest::theStartControlFollowsTheInterview() {
+    const auto [status, id, text, enabled, tip, afterPress, dialog] =
+        currentRow<InterviewStatus, QString, QString, bool, QString, InterviewStatus, bool>();
+    OverlayModels models;
+    AudioControlPresenter control(models.program.interview(), models.program.completion(), *models.settings);
+    bring(models.program, status, id);
+    QCOMPARE(control.text(), text);
+    QCOMPARE(control.enabled(), enabled);
+    QCOMPARE(control.tip(), tip);
+    control.press();
+    models.program.settle();
+    QCOMPARE(models.program.interview().status(), afterPress);
+    QCOMPARE(models.program.interview().showStopDialog(), dialog);
+}
+
+void BarControlsTest::withoutTheBackendItRecords() {
+    OverlayModels models;
+    AudioControlPresenter control(models.program.interview(), models.program.completion(), *models.settings);
+    models.settings->setCorvaneApiEnabled(false);
+    QCOMPARE(control.tip(), "Start Recording");
+    control.press();
+    QVERIFY(models.program.completion().isRecordingAudio());
+    QCOMPARE(control.tip(), "Stop Recording");
+    QCOMPARE(control.tint(), "red");
+}
+
+void BarControlsTest::anIdIsTakenOutOfWhatIsPasted_data() {
+    const QString id = someId;
+    const auto other = QString(id).replace(u'3', u'4');
+    const auto row = rows<QString, QString, bool>();
+    row("bare", id, id, false);
+    row("blanks around it", "\n " + id + " \t", id, false);
+    row("upper case in a link", "corvane://interview/" + id.toUpper() + "?from=mail", id.toUpper(), false);
+    row("the first of two", "not " + other + " but " + id, other, false);
+    row("another version", QString(id).replace("-4", "-1"), QString(id).replace("-4", "-1"), true);
+    row("another variant", QString(id).replace("-b", "-c"), QString(id).replace("-b", "-c"), true);
+    row("no id", " soon ", " soon ", true);
+    row("blanks", "  ", "  ", false);
+}
+
+void BarControlsTest::anIdIsTakenOutOfWhatIsPasted() {
+    const auto [pasted, kept, showsError] = currentRow<QString, QString, bool>();
+    OverlayModels models;
+    CompletionInputPresenter input(models.program.interview(), models.program.completion(), *models.overlay);
+    const QSignalSpy writes(&models.program.interview(), &InterviewViewModel::interviewIdChanged);
+    input.setInterviewId(pasted);
+    QCOMPARE(models.program.interview().interviewId(), kept);
+    QCOMPARE(writes.size(), pasted == kept ? 1 : 2);
+    QCOMPARE(input.showError(), showsError);
+}
+
+void BarControlsTest::returnStartsFromIdleOnly() {
+    OverlayModels models;
+    auto& interview = models.program.interview();
+    CompletionInputPresenter input(interview, models.program.completion(), *models.overlay);
+    bring(models.program, InterviewStatus::error, someId);
+    input.submit();
+    QCOMPARE(interview.status(), InterviewStatus::error);
+    interview.stopInterview();
+    input.setInterviewId("abc");
+    input.submit();
+    QCOMPARE(interview.status(), InterviewStatus::idle);
+    input.setInterviewId(someId);
+    input.submit();
+    QCOMPARE(interview.status(), InterviewStatus::waitingForQuestions);
+    QVERIFY(!input.showsField() && input.isProcessing());
+}
+
+void BarControlsTest::theFieldTakesTheKeyboardWhileItIsThere() {
+    OverlayModels models;
+    CompletionInputPresenter input(models.program.interview(), models.program.completion(), *models.overlay);
+    models.overlay->setShouldFocusInput(true);
+    QVERIFY(input.isFocused() && !models.overlay->shouldFocusInput());
+    input.setIsFocused(false);
+    bring(models.program, InterviewStatus::streaming, someId);
+    models.overlay->setShouldFocusInput(true);
+    QVERIFY(!input.isFocused() && models.overlay->shouldFocusInput());
+}
+
+void BarControlsTest::modesGoOutInOrder_data() {
+    const auto row = rows<QList<int>, QStringList, int>();
+    row("to Assessment", {1}, {"set_follow_ups:true"}, 1);
+    row("to English", {2}, {"set_english_assessment:true"}, 2);
+    row("English to Assessment", {2, 1},
+        {"set_english_assessment:true", "set_english_assessment:false", "set_follow_ups:true"}, 1);
+    row("Assessment to English", {1, 2},
+        {"set_follow_ups:true", "set_follow_ups:false", "set_english_assessment:true"}, 2);
+    row("the active one again", {2, 2}, {"set_english_assessment:true"}, 2);
+    row("back to Transcript", {1, 0}, {"set_follow_ups:true", "set_follow_ups:false"}, 0);
+}
+
+void BarControlsTest::modesGoOutInOrder() {
+    const auto [clicks, sent, active] = currentRow<QList<int>, QStringList, int>();
+    OverlayModels models;
+    auto& program = models.program;
+    InterviewModesPresenter modes(program.interview());
+    program.startInterview(someId);
+    modes.select(1); // nothing to assess yet
+    program.serverSays(questions);
+    for (const auto click : clicks) {
+        modes.select(click);
+        program.settle();
+    }
+    QStringList commands;
+    for (const auto& text : program.commands()) {
+        const auto object = json::parse(text).as_object();
+        if (const auto* enabled = object.if_contains("enabled")) {
+            commands.append(json::requiredString(object, "type") + (enabled->as_bool() ? ":true" : ":false"));
+        }
+    }
+    QCOMPARE(commands, sent);
+    QCOMPARE(modes.active().indexOf(true), active);
+    QCOMPARE(modes.active().count(true), 1);
+    QCOMPARE(modes.manualModeAvailable(), active == 1);
+}
+
+void BarControlsTest::onlyALastingLossShows_data() {
+    const auto row = rows<bool, int, bool>();
+    row("one second", true, 1000, false);
+    row("nearly two", true, 1999, false);
+    row("three seconds", true, 3000, true);
+    row("backend off", false, 3000, false);
+}
+
+void BarControlsTest::onlyALastingLossShows() {
+    const auto [enabled, milliseconds, shows] = currentRow<bool, int, bool>();
+    OverlayModels models;
+    auto& program = models.program;
+    models.settings->setCorvaneApiEnabled(enabled);
+    WsStatusPresenter status(models.webSocket(), *models.settings, models.windows, *program.clock);
+    program.peer().breakConnection();
+    program.settle();
+    program.clock->advance(std::chrono::milliseconds(milliseconds));
+    program.settle();
+    QCOMPARE(status.showIcon(), shows);
+    status.setShowPopover(shows);
+    program.peer().open();
+    program.settle();
+    QVERIFY(models.webSocket().isConnected());
+    QVERIFY(!status.showIcon() && !status.showPopover());
+    // What the drop had begun is over.
+    program.clock->advance(5s);
+    QVERIFY(!status.showIcon());
+}
+
+void BarControlsTest::theStatusSaysWhatIsWrong() {
+    OverlayModels models;
+    auto& program = models.program;
+    WsStatusPresenter status(models.webSocket(), *models.settings, models.windows, *program.clock);
+    QCOMPARE(status.statusText(), "Connection lost");
+    program.peer().breakConnection();
+    program.settle();
+    QCOMPARE(status.statusText(), "Reconnecting");
+    QCOMPARE(status.statusMessage(), "The assistant is trying to reconnect automatically in 1s.");
+    program.clock->advance(1s);
+    program.settle();
+    QCOMPARE(status.statusMessage(), "The assistant is trying to reconnect automatically.");
+
+    const auto attempts = program.sockets->count();
+    status.act();
+    program.settle();
+    QVERIFY(program.sockets->count() > attempts || models.webSocket().currentAttempt() == 0);
+
+    program.peer().complete({}, 401);
+    program.settle();
+    QCOMPARE(status.statusText(), "Sign-in required");
+    QCOMPARE(status.statusMessage(), models.webSocket().authErrorText());
+    status.act();
+    QCOMPARE(models.windows.calls, QStringList("dashboard"));
+}
+
+QTEST_GUILESS_MAIN(BarControlsTest)
+#include "BarControlsTest.moc"
