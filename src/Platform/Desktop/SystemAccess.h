@@ -25,6 +25,9 @@ public:
     virtual QCoro::Task<bool> requestMicrophoneAccess() { co_return true; }
     virtual bool screenCaptureAllowed() const { return true; }
     virtual void requestScreenCapture() {}
+    // Whether a window can be kept out of screen sharing and recording. X11 has no means: whoever reads the
+    // screen reads every window.
+    virtual bool canHideWindowsFromCapture() const { return false; }
 };
 
 std::unique_ptr<SystemAccess> makeSystemAccess();

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+#include <qqmlregistration.h>
+
+class SettingsViewModel;
+
+namespace platform {
+class SystemAccess;
+}
+
+// The page of the program's own settings: theme, transparency and the four switches.
+class AppSettingsPresenter : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("handed out by the dashboard")
+    Q_PROPERTY(QStringList themes READ themes CONSTANT)
+    Q_PROPERTY(int theme READ theme NOTIFY themeChanged)
+    Q_PROPERTY(double transparency READ transparency WRITE setTransparency NOTIFY transparencyChanged)
+    Q_PROPERTY(QString transparencyText READ transparencyText NOTIFY transparencyChanged)
+    Q_PROPERTY(bool showsDockIcon READ showsDockIcon NOTIFY switchesChanged)
+    Q_PROPERTY(bool alwaysOnTop READ alwaysOnTop NOTIFY switchesChanged)
+    Q_PROPERTY(bool contentProtection READ contentProtection NOTIFY switchesChanged)
+    Q_PROPERTY(bool launchesAtLogin READ launchesAtLogin NOTIFY switchesChanged)
+    Q_PROPERTY(QString contentProtectionNote READ contentProtectionNote CONSTANT)
+
+public:
+    AppSettingsPresenter(SettingsViewModel& settings, const platform::SystemAccess& access);
+
+    QStringList themes() const;
+    int theme() const; // an index into themes()
+    Q_INVOKABLE void pickTheme(int index);
+    double transparency() const; // %
+    void setTransparency(double percent);
+    QString transparencyText() const;
+
+    bool showsDockIcon() const;
+    bool alwaysOnTop() const;
+    bool contentProtection() const;
+    bool launchesAtLogin() const;
+    Q_INVOKABLE void toggleDockIcon();
+    Q_INVOKABLE void toggleAlwaysOnTop();
+    Q_INVOKABLE void toggleContentProtection();
+    Q_INVOKABLE void toggleLaunchAtLogin();
+    // What the switch cannot do on this desktop; empty when it can do all. Nobody may believe to be hidden
+    // who is not.
+    QString contentProtectionNote() const;
+
+Q_SIGNALS:
+    void themeChanged();
+    void transparencyChanged();
+    void switchesChanged();
+
+private:
+    SettingsViewModel& m_settings;
+    const platform::SystemAccess& m_access;
+};

@@ -1,0 +1,92 @@
+import QtQuick
+import Corvane.Shared
+
+ScrollPage {
+    id: page
+
+    required property AppSettingsPresenter presenter
+
+    PageHeading {
+        width: parent.width
+        title: "Settings"
+        text: "Customize app appearance and behavior."
+    }
+
+    Column {
+        spacing: 8
+
+        SectionLabel {
+            text: "Theme"
+        }
+        SegmentedPicker {
+            label: "Theme"
+            model: page.presenter.themes
+            currentIndex: page.presenter.theme
+            onPicked: index => page.presenter.pickTheme(index)
+        }
+    }
+
+    Column {
+        width: parent.width
+        spacing: 8
+
+        Item {
+            width: parent.width
+            height: label.height
+
+            SectionLabel {
+                id: label
+                text: "Transparency"
+            }
+            Text {
+                anchors.right: parent.right
+                anchors.baseline: label.baseline
+                text: page.presenter.transparencyText
+                textFormat: Text.PlainText
+                color: Theme.secondary
+                font.family: "monospace"
+                font.pixelSize: 12
+            }
+        }
+        FormSlider {
+            width: parent.width
+            label: "Transparency"
+            from: 20
+            to: 100
+            stepSize: 5
+            value: page.presenter.transparency
+            onMoved: page.presenter.transparency = value
+        }
+    }
+
+    Column {
+        width: parent.width
+        spacing: 12
+
+        SectionLabel {
+            text: "Behavior"
+        }
+        FormSwitch {
+            text: "Show Dock Icon"
+            on: page.presenter.showsDockIcon
+            onClicked: page.presenter.toggleDockIcon()
+        }
+        FormSwitch {
+            text: "Always on Top"
+            on: page.presenter.alwaysOnTop
+            onClicked: page.presenter.toggleAlwaysOnTop()
+        }
+        FormSwitch {
+            width: Math.min(implicitWidth, parent.width)
+            text: "Content Protection"
+            note: page.presenter.contentProtectionNote
+            on: page.presenter.contentProtection
+            onClicked: page.presenter.toggleContentProtection()
+        }
+        FormSwitch {
+            text: "Launch at Login"
+            on: page.presenter.launchesAtLogin
+            onClicked: page.presenter.toggleLaunchAtLogin()
+        }
+    }
+}

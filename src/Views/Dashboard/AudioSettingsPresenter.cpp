@@ -1,0 +1,123 @@
+#include "AudioSettingsPresenter.h"
+
+#include "AudioCaptureService.h"
+#include "SettingsViewModel.h"
+#include "SystemAccess.h"
+#include "Tasks.h"
+
+#include <QPointer>
+
+namespace {
+
+constexpr auto screenRecordingPage =
+    "x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture";
+
+QStringList rowsOf(const QList<AudioDevice>& devices) {
+    QStringList rows{QStringLiteral("Default")};
+    for (const auto& device : devices) {
+        rows.append(device.name);
+    }
+    return rows;
+}
+
+int rowOf(const std::optional<QString>& id, const QList<AudioDevice>& devices) {
+    if (!id) {
+        return 0;
+    }
+    const auto found = std::ranges::find(devices, *id, &AudioDevice::id);
+    return found == devices.end() ? -1 : static_cast<int>(found - devices.begin()) + 1;
+}
+
+std::optional<QString> idOf(int row, const QList<AudioDevice>& devices) {
+    return row < 1 ? std::nullopt : std::optional(devices.at(row - 1).id);
+}
+
+} // namespace
+
+AudioSettingsPresenter::AudioSettingsPresenter(SettingsViewModel& settings, AudioCaptureService& audioCapture,
+                                               platform::SystemAccess& access)
+    : m_settings(settings)
+    , m_audioCapture(audioCapture)
+    , m_access(access) {
+    connect(&settings, &SettingsViewModel::selectedAudioDevicesChanged, this, [this] {
+        m_settings.saveAudioDevices();
+        Q_EMIT inputsChanged();
+        Q_EMIT outputsChanged();
+    });
+}
+
+void AudioSettingsPresenter::appear() {
+    setSetupNotice({});
+    platform::startTask(loadDevices(), "devices");
+}
+
+QCoro::Task<void> AudioSettingsPresenter::loadDevices() {
+    const QPointer<AudioSettingsPresenter> self(this);
+    const auto loading = ++m_loading;
+    auto& audioCapture = m_audioCapture;
+    const auto inputDevices = co_await audioCapture.getInputDevices();
+    const auto outputDevices = co_await audioCapture.getOutputDevices();
+    bool answers = true;
+    if (inputDevices.isEmpty() && outputDevices.isEmpty()) {
+        answers = co_await audioCapture.checkPermission();
+    }
+    if (!self || m_loading != loading) {
+        co_return;
+    }
+    if (std::exchange(m_inputDevices, inputDevices) != inputDevices) {
+        Q_EMIT inputsChanged();
+    }
+    if (std::exchange(m_outputDevices, outputDevices) != outputDevices) {
+        Q_EMIT outputsChanged();
+    }
+    setDevicesNotice(answers ? QString()
+                             : QStringLiteral("No sound server answers. Start PipeWire or PulseAudio, "
+                                              "then open this page again."));
+}
+
+QStringList AudioSettingsPresenter::inputs() const {
+    return rowsOf(m_inputDevices);
+}
+
+int AudioSettingsPresenter::input() const {
+    return rowOf(m_settings.selectedAudioDevices().input, m_inputDevices);
+}
+
+QStringList AudioSettingsPresenter::outputs() const {
+    return rowsOf(m_outputDevices);
+}
+
+int AudioSettingsPresenter::output() const {
+    return rowOf(m_settings.selectedAudioDevices().output, m_outputDevices);
+}
+
+void AudioSettingsPresenter::pickInput(int row) {
+    auto devices = m_settings.selectedAudioDevices();
+    devices.input = idOf(row, m_inputDevices);
+    m_settings.setSelectedAudioDevices(devices);
+}
+
+void AudioSettingsPresenter::pickOutput(int row) {
+    auto devices = m_settings.selectedAudioDevices();
+    devices.output = idOf(row, m_outputDevices);
+    m_settings.setSelectedAudioDevices(devices);
+}
+
+void AudioSettingsPresenter::openSystemSettings() {
+    const bool opened = m_access.open(QString::fromLatin1(screenRecordingPage));
+    setSetupNotice(opened ? QString()
+                          : QStringLiteral("This desktop has no sound settings to open. "
+                                           "Install pavucontrol and try again."));
+}
+
+void AudioSettingsPresenter::setDevicesNotice(const QString& notice) {
+    if (std::exchange(m_devicesNotice, notice) != notice) {
+        Q_EMIT devicesNoticeChanged();
+    }
+}
+
+void AudioSettingsPresenter::setSetupNotice(const QString& notice) {
+    if (std::exchange(m_setupNotice, notice) != notice) {
+        Q_EMIT setupNoticeChanged();
+    }
+}

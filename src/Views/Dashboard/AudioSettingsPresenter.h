@@ -1,0 +1,72 @@
+#pragma once
+
+#include "AudioModels.h"
+
+#include <QCoroTask>
+#include <QList>
+#include <QObject>
+#include <QStringList>
+#include <qqmlregistration.h>
+
+#include <optional>
+
+class AudioCaptureService;
+class SettingsViewModel;
+
+namespace platform {
+class SystemAccess;
+}
+
+// The page of the audio devices. The lists are those of the page's last appearance.
+class AudioSettingsPresenter : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("handed out by the dashboard")
+    Q_PROPERTY(QStringList inputs READ inputs NOTIFY inputsChanged)
+    Q_PROPERTY(int input READ input NOTIFY inputsChanged)
+    Q_PROPERTY(QStringList outputs READ outputs NOTIFY outputsChanged)
+    Q_PROPERTY(int output READ output NOTIFY outputsChanged)
+    Q_PROPERTY(QString devicesNotice READ devicesNotice NOTIFY devicesNoticeChanged)
+    Q_PROPERTY(QString setupNotice READ setupNotice NOTIFY setupNoticeChanged)
+
+public:
+    AudioSettingsPresenter(SettingsViewModel& settings, AudioCaptureService& audioCapture,
+                           platform::SystemAccess& access);
+
+    // The page has come into view: loads the lists.
+    Q_INVOKABLE void appear();
+
+    // The rows of a picker, "Default" first, and the chosen one; -1 when what is stored is not there.
+    QStringList inputs() const;
+    int input() const;
+    QStringList outputs() const;
+    int output() const;
+    Q_INVOKABLE void pickInput(int row);
+    Q_INVOKABLE void pickOutput(int row);
+    // Why there are no devices, and what to do; empty when there are.
+    QString devicesNotice() const { return m_devicesNotice; }
+
+    Q_INVOKABLE void openSystemSettings();
+    // Why nothing opened; empty when something did.
+    QString setupNotice() const { return m_setupNotice; }
+
+Q_SIGNALS:
+    void inputsChanged();
+    void outputsChanged();
+    void devicesNoticeChanged();
+    void setupNoticeChanged();
+
+private:
+    QCoro::Task<void> loadDevices();
+    void setDevicesNotice(const QString& notice);
+    void setSetupNotice(const QString& notice);
+
+    SettingsViewModel& m_settings;
+    AudioCaptureService& m_audioCapture;
+    platform::SystemAccess& m_access;
+    QList<AudioDevice> m_inputDevices;
+    QList<AudioDevice> m_outputDevices;
+    QString m_devicesNotice;
+    QString m_setupNotice;
+    int m_loading = 0; // which loading counts: the last one
+};

@@ -1,0 +1,54 @@
+import QtQuick
+import Corvane.Shared
+
+// The state of the link to the backend, and the way to renew it.
+Rectangle {
+    id: status
+
+    required property CorvaneSetupPresenter presenter
+
+    implicitHeight: 42
+    radius: 8
+    color: Qt.alpha(Theme.secondary, 0.06)
+
+    Row {
+        anchors.left: parent.left
+        anchors.leftMargin: 12
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: 8
+
+        Symbol {
+            anchors.verticalCenter: parent.verticalCenter
+            visible: status.presenter.statusSymbol !== ""
+            name: status.presenter.statusSymbol
+            size: 14
+            color: Theme[status.presenter.statusColor]
+        }
+        Spinner {
+            anchors.verticalCenter: parent.verticalCenter
+            visible: status.presenter.statusSymbol === ""
+            size: 14
+            color: Theme.secondary
+        }
+        Text {
+            anchors.verticalCenter: parent.verticalCenter
+            text: status.presenter.statusText
+            textFormat: Text.PlainText
+            color: Theme[status.presenter.statusColor]
+            font.pixelSize: 13
+            font.weight: Font.Medium
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+    }
+
+    SmallButton {
+        anchors.right: parent.right
+        anchors.rightMargin: 8
+        anchors.verticalCenter: parent.verticalCenter
+        visible: !status.presenter.connected
+        symbol: "arrow.clockwise"
+        text: "Reconnect"
+        onClicked: status.presenter.manualReconnect()
+    }
+}

@@ -1,0 +1,66 @@
+import QtQuick
+import Corvane.Shared
+
+ScrollPage {
+    id: page
+
+    required property CorvaneSetupPresenter presenter
+
+    onAppeared: presenter.loadSettings()
+
+    PageHeading {
+        width: parent.width
+        title: "Connection"
+        text: "Backend URL used for HTTP and WebSocket. Default is production; override for local/UAT."
+    }
+
+    Banner {
+        width: parent.width
+        visible: page.presenter.authError !== ""
+        radius: 8
+        symbol: "shield.trianglebadge.exclamationmark"
+        symbolColor: Theme.orange
+        title: "Session Expired"
+        text: page.presenter.authError
+        fill: Qt.alpha(Theme.orange, 0.1)
+    }
+
+    ConnectionStatus {
+        width: parent.width
+        presenter: page.presenter
+    }
+
+    Column {
+        width: parent.width
+        spacing: 8
+
+        SectionLabel {
+            text: "API base URL"
+        }
+        Row {
+            width: parent.width
+            spacing: 8
+
+            FormTextField {
+                id: field
+                width: save.visible ? parent.width - save.width - parent.spacing : parent.width
+                label: "API base URL"
+                placeholderText: page.presenter.defaultApiUrl
+                inputMethodHints: Qt.ImhUrlCharactersOnly | Qt.ImhNoPredictiveText
+                text: page.presenter.apiUrl
+                onTextEdited: page.presenter.apiUrl = text
+                onAccepted: if (save.visible && save.enabled) save.click()
+            }
+            SmallButton {
+                id: save
+                height: field.height
+                visible: page.presenter.urlDirty
+                enabled: !page.presenter.isSavingUrl
+                busy: page.presenter.isSavingUrl
+                prominent: true
+                text: "Save"
+                onClicked: page.presenter.saveUrl()
+            }
+        }
+    }
+}

@@ -1,0 +1,58 @@
+#include "DashboardPresenter.h"
+
+#include "ApplicationWindows.h"
+#include "DashboardViewModel.h"
+
+#include <QVariantMap>
+
+#include <array>
+
+namespace {
+
+struct Row {
+    DashboardPage page;
+    const char* symbol;
+    const char* view;
+};
+constexpr std::array rows{
+    Row{DashboardPage::dashboard, "house", "setup"},
+    Row{DashboardPage::account, "person.crop.circle", "account"},
+    Row{DashboardPage::settings, "gear", "settings"},
+    Row{DashboardPage::audio, "speaker.wave.2", "audio"},
+};
+
+} // namespace
+
+DashboardPresenter::DashboardPresenter(DashboardViewModel& model, Pages pages, ApplicationWindows& windows,
+                                       const std::optional<QString>& appVersion)
+    : m_model(model)
+    , m_pages(std::move(pages))
+    , m_windows(windows)
+    , m_version(u'v' + appVersion.value_or(QStringLiteral("–"))) {
+    connect(&model, &DashboardViewModel::selectedPageChanged, this, &DashboardPresenter::selectedPageChanged);
+}
+
+QVariantList DashboardPresenter::pages() const {
+    QVariantList list;
+    for (const auto& row : rows) {
+        list.append(QVariantMap{{QStringLiteral("title"), rawValue(row.page)},
+                                {QStringLiteral("symbol"), QLatin1String(row.symbol)},
+                                {QStringLiteral("view"), QLatin1String(row.view)}});
+    }
+    return list;
+}
+
+int DashboardPresenter::selectedPage() const {
+    const auto* found = std::ranges::find(rows, m_model.selectedPage(), &Row::page);
+    return static_cast<int>(found - rows.begin());
+}
+
+void DashboardPresenter::selectPage(int row) {
+    if (row >= 0 && row < static_cast<int>(rows.size())) {
+        m_model.setSelectedPage(rows[static_cast<size_t>(row)].page);
+    }
+}
+
+void DashboardPresenter::quit() {
+    m_windows.terminate();
+}

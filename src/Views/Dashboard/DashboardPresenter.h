@@ -1,0 +1,59 @@
+#pragma once
+
+#include "AppSettingsPresenter.h"
+#include "AudioSettingsPresenter.h"
+#include "AuthGatePresenter.h"
+#include "CorvaneSetupPresenter.h"
+
+#include <QVariantList>
+
+class ApplicationWindows;
+class DashboardViewModel;
+
+// The dashboard: its pages behind the sign-in card, and which of them is open. Main thread.
+class DashboardPresenter : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("handed to the dashboard's window")
+    Q_PROPERTY(AuthGatePresenter* gate READ gate CONSTANT)
+    Q_PROPERTY(AppSettingsPresenter* settings READ settings CONSTANT)
+    Q_PROPERTY(AudioSettingsPresenter* audio READ audio CONSTANT)
+    Q_PROPERTY(CorvaneSetupPresenter* setup READ setup CONSTANT)
+    // {title, symbol, view} of each row of the sidebar.
+    Q_PROPERTY(QVariantList pages READ pages CONSTANT)
+    Q_PROPERTY(int selectedPage READ selectedPage WRITE selectPage NOTIFY selectedPageChanged)
+    Q_PROPERTY(QString version READ version CONSTANT)
+
+public:
+    struct Pages {
+        std::unique_ptr<AuthGatePresenter> gate;
+        std::unique_ptr<AppSettingsPresenter> settings;
+        std::unique_ptr<AudioSettingsPresenter> audio;
+        std::unique_ptr<CorvaneSetupPresenter> setup;
+    };
+
+    // `appVersion`: nothing when the installation does not say.
+    DashboardPresenter(DashboardViewModel& model, Pages pages, ApplicationWindows& windows,
+                       const std::optional<QString>& appVersion);
+
+    AuthGatePresenter* gate() const { return m_pages.gate.get(); }
+    AppSettingsPresenter* settings() const { return m_pages.settings.get(); }
+    AudioSettingsPresenter* audio() const { return m_pages.audio.get(); }
+    CorvaneSetupPresenter* setup() const { return m_pages.setup.get(); }
+    QVariantList pages() const;
+    int selectedPage() const;
+    void selectPage(int row);
+    QString version() const { return m_version; }
+
+    // At once, with no question.
+    Q_INVOKABLE void quit();
+
+Q_SIGNALS:
+    void selectedPageChanged();
+
+private:
+    DashboardViewModel& m_model;
+    Pages m_pages;
+    ApplicationWindows& m_windows;
+    const QString m_version;
+};

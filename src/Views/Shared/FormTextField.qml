@@ -1,0 +1,47 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// A field for one line of text. `label` is its name for those who do not see it.
+T.TextField {
+    id: field
+
+    property string label
+
+    implicitWidth: 200
+    implicitHeight: 28
+    leftPadding: 8
+    rightPadding: 8
+    verticalAlignment: Text.AlignVCenter
+    selectByMouse: true
+    color: Theme.primary
+    selectionColor: Theme.accent
+    selectedTextColor: Theme.onAccent
+    font.pixelSize: 13
+    opacity: enabled ? 1 : 0.5
+    Accessible.name: label
+
+    background: Rectangle {
+        radius: 6
+        color: Theme.textField
+        border.width: 1
+        border.color: Qt.alpha(Theme.separator, 0.45)
+
+        FocusRing {
+            shown: field.activeFocus
+        }
+    }
+
+    Text {
+        x: field.leftPadding
+        width: field.width - field.leftPadding - field.rightPadding
+        height: field.height
+        visible: field.text === "" && field.preeditText === ""
+        text: field.placeholderText
+        textFormat: Text.PlainText
+        verticalAlignment: Text.AlignVCenter
+        elide: Text.ElideRight
+        color: Theme.tertiary
+        font: field.font
+        Accessible.ignored: true
+    }
+}

@@ -1,0 +1,31 @@
+import QtQuick
+
+// The top of a page: its title, and a line on what it is for.
+Column {
+    id: heading
+
+    property alias title: title.text
+    property alias text: line.text
+
+    spacing: 4
+
+    Text {
+        id: title
+        width: parent.width
+        textFormat: Text.PlainText
+        wrapMode: Text.Wrap
+        color: Theme.primary
+        font.pixelSize: 22
+        font.weight: Font.Bold
+        Accessible.role: Accessible.Heading
+        Accessible.name: text
+    }
+    Text {
+        id: line
+        width: parent.width
+        textFormat: Text.PlainText
+        wrapMode: Text.Wrap
+        color: Theme.secondary
+        font.pixelSize: 13
+    }
+}

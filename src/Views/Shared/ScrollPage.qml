@@ -1,0 +1,61 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// A page of the dashboard: a column that scrolls when it does not fit, and keeps what has the keyboard in view.
+Flickable {
+    id: page
+
+    default property alias content: column.data
+    property alias spacing: column.spacing
+    readonly property bool shown: visible && Window.window !== null && Window.window.visible
+    readonly property Item focusItem: Window.activeFocusItem
+
+    // The page has come into view, with its window or within it.
+    signal appeared
+
+    contentHeight: column.implicitHeight + 2 * column.y
+    boundsBehavior: Flickable.StopAtBounds
+    clip: true
+    onShownChanged: if (shown) appeared()
+    onFocusItemChanged: reveal(focusItem)
+
+    function reveal(item) {
+        let ancestor = item;
+        while (ancestor && ancestor !== column) {
+            ancestor = ancestor.parent;
+        }
+        if (!ancestor) {
+            return;
+        }
+        const top = item.mapToItem(contentItem, 0, 0).y - column.y;
+        const bottom = top + item.height + 2 * column.y;
+        if (top < contentY) {
+            contentY = Math.max(0, top);
+        } else if (bottom > contentY + height) {
+            contentY = Math.min(bottom, contentHeight) - height;
+        }
+    }
+
+    Column {
+        id: column
+        x: 24
+        y: 24
+        width: Math.min(page.width - 2 * x, 520)
+        spacing: 24
+    }
+
+    T.ScrollBar.vertical: T.ScrollBar {
+        parent: page
+        anchors.right: page.right
+        height: page.height
+        width: 10
+        padding: 2
+        visible: size < 1
+        focusPolicy: Qt.NoFocus
+
+        contentItem: Rectangle {
+            radius: 3
+            color: Qt.alpha(Theme.separator, 0.45)
+        }
+    }
+}

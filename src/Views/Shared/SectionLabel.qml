@@ -1,0 +1,11 @@
+import QtQuick
+
+// The heading of a section of a page.
+Text {
+    textFormat: Text.PlainText
+    color: Theme.primary
+    font.pixelSize: 13
+    font.weight: Font.DemiBold
+    Accessible.role: Accessible.Heading
+    Accessible.name: text
+}
