@@ -1,5 +1,6 @@
 #include "WindowFactory.h"
 
+#include "DashboardWindowController.h"
 #include "FloatingPanel.h"
 
 namespace {
@@ -8,6 +9,10 @@ class DesktopWindowFactory : public WindowFactory {
 public:
     std::unique_ptr<PanelWindow> makeFloatingPanel(OverlayBarPresenter& presenter) override {
         return std::make_unique<FloatingPanel>(presenter);
+    }
+    std::unique_ptr<DashboardWindow> makeDashboard(DashboardPresenter& presenter,
+                                                   platform::DefaultsStore& defaults) override {
+        return std::make_unique<DashboardWindowController>(presenter, defaults);
     }
 };
 

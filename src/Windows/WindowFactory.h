@@ -1,18 +1,26 @@
 #pragma once
 
+#include "DashboardWindow.h"
 #include "PanelWindow.h"
 
 #include <memory>
 
+class DashboardPresenter;
 class OverlayBarPresenter;
+
+namespace platform {
+class DefaultsStore;
+}
 
 // Makes the program's windows; a test makes its own.
 class WindowFactory {
 public:
     virtual ~WindowFactory() = default;
 
-    // `presenter` outlives the window.
+    // What is handed in outlives the window.
     virtual std::unique_ptr<PanelWindow> makeFloatingPanel(OverlayBarPresenter& presenter) = 0;
+    virtual std::unique_ptr<DashboardWindow> makeDashboard(DashboardPresenter& presenter,
+                                                           platform::DefaultsStore& defaults) = 0;
 };
 
 // Real windows of this desktop. Needs a QGuiApplication.

@@ -27,6 +27,10 @@ class Theme : public QObject {
     Q_PROPERTY(QColor tertiary READ tertiary NOTIFY changed)
     Q_PROPERTY(QColor accent READ accent NOTIFY changed)
     Q_PROPERTY(QColor onAccent READ onAccent NOTIFY changed)
+    // The full-width button, and a button that takes something away.
+    Q_PROPERTY(QColor bar READ bar NOTIFY changed)
+    Q_PROPERTY(QColor barDisabled READ barDisabled NOTIFY changed)
+    Q_PROPERTY(QColor destructive READ destructive NOTIFY changed)
     Q_PROPERTY(QColor red READ red NOTIFY changed)
     Q_PROPERTY(QColor orange READ orange NOTIFY changed)
     Q_PROPERTY(QColor yellow READ yellow NOTIFY changed)
@@ -52,6 +56,9 @@ public:
     QColor tertiary() const { return pick(0xFF77777C, 0xFF96969C); }
     QColor accent() const { return pick(0xFF0A63D1, 0xFF2A6FDB); }
     QColor onAccent() const { return QColor(Qt::white); }
+    QColor bar() const { return pick(0xFF111113, 0xFF000000); }
+    QColor barDisabled() const { return pick(0x99555555, 0x99555555); }
+    QColor destructive() const { return pick(0xFFC9281C, 0xFFB3372F); }
     QColor red() const { return pick(0xFFC9281C, 0xFFFF6A61); }
     QColor orange() const { return pick(0xFFB65408, 0xFFFFA94A); }
     QColor yellow() const { return pick(0xFFC79A00, 0xFFFFD60A); }

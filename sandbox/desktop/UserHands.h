@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QRect>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+class PrivateDisplay;
+
+// A user at the windows of this process: finds a control by what assistive technology calls it, and uses real
+// pointer and key events of the display, which arrive when the event loop runs. Main thread. What cannot be
+// found throws std::runtime_error.
+class UserHands {
+public:
+    explicit UserHands(const PrivateDisplay& display)
+        : m_display(display) {}
+
+    // In pixels of the display. Nothing when no such control is seen.
+    std::optional<QRect> find(const QString& name) const;
+    bool sees(const QString& name) const { return find(name).has_value(); }
+    // Whether it is seen and can be used.
+    bool canUse(const QString& name) const;
+
+    void moveTo(const QString& name) const;
+    void click(const QString& name) const;
+    void clickAt(QPoint place) const;
+    void drag(QPoint from, QPoint to) const;
+    void type(const QString& text) const;
+    // As xdotool names keys: "Return", "ctrl+v".
+    void press(const QString& keys) const;
+
+private:
+    const PrivateDisplay& m_display;
+};

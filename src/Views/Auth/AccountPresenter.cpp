@@ -1,0 +1,38 @@
+#include "AccountPresenter.h"
+
+#include "ClerkAuthService.h"
+#include "Tasks.h"
+
+AccountPresenter::AccountPresenter(ClerkAuthService& auth)
+    : m_auth(auth) {
+    connect(&auth, &ClerkAuthService::stateChanged, this, &AccountPresenter::changed);
+}
+
+QString AccountPresenter::email() const {
+    return m_auth.state() && !m_auth.state()->email.isEmpty() ? m_auth.state()->email : QStringLiteral("—");
+}
+
+void AccountPresenter::signOut() {
+    if (!m_isSigningOut) {
+        platform::startTask(runSignOut(), "sign-out");
+    }
+}
+
+QCoro::Task<void> AccountPresenter::runSignOut() {
+    m_isSigningOut = true;
+    m_errorMessage.clear();
+    Q_EMIT changed();
+    const QPointer self(this);
+    QString failure;
+    try {
+        co_await m_auth.signOut();
+    } catch (const std::exception& error) {
+        failure = platform::errorText(error);
+    }
+    if (!self) {
+        co_return;
+    }
+    m_errorMessage = failure;
+    m_isSigningOut = false;
+    Q_EMIT changed();
+}

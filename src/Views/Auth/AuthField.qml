@@ -1,0 +1,40 @@
+import QtQuick
+import QtQuick.Templates as T
+import Corvane.Shared
+
+// A text field of the sign-in card.
+T.TextField {
+    id: field
+
+    property string label
+
+    leftPadding: 14
+    rightPadding: 14
+    implicitHeight: contentHeight + topPadding + bottomPadding
+    color: Theme.primary
+    selectionColor: Theme.accent
+    selectedTextColor: Theme.onAccent
+    placeholderTextColor: Theme.tertiary
+    selectByMouse: true
+    inputMethodHints: Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase
+    Accessible.name: label
+
+    background: Rectangle {
+        radius: 10
+        color: Theme.textField
+        border.width: field.activeFocus ? 2 : 1
+        border.color: field.activeFocus ? Qt.alpha(Theme.accent, 0.6) : Qt.alpha(Theme.secondary, 0.25)
+    }
+
+    Text {
+        anchors.fill: parent
+        anchors.leftMargin: field.leftPadding
+        anchors.rightMargin: field.rightPadding
+        visible: field.length === 0 && field.preeditText === ""
+        verticalAlignment: Text.AlignVCenter
+        text: field.placeholderText
+        font: field.font
+        color: field.placeholderTextColor
+        elide: Text.ElideRight
+    }
+}

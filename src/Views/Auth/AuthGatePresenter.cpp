@@ -1,0 +1,29 @@
+#include "AuthGatePresenter.h"
+
+#include "ClerkAuthService.h"
+
+AuthGatePresenter::AuthGatePresenter(ClerkAuthService& auth, platform::SystemAccess& systemAccess,
+                                     QString platformSignUpUrl)
+    : m_auth(auth)
+    , m_systemAccess(systemAccess)
+    , m_platformSignUpUrl(std::move(platformSignUpUrl))
+    , m_account(auth) {
+    connect(&auth, &ClerkAuthService::stateChanged, this, &AuthGatePresenter::followState);
+    followState();
+}
+
+bool AuthGatePresenter::isSignedIn() const {
+    return m_auth.isSignedIn();
+}
+
+void AuthGatePresenter::followState() {
+    if (isSignedIn() == !m_signIn) {
+        return;
+    }
+    auto old = std::move(m_signIn);
+    if (!isSignedIn()) {
+        m_signIn.reset(new SignInPresenter(m_auth, m_systemAccess, m_platformSignUpUrl));
+    }
+    // The view lets go of the old one before it goes.
+    Q_EMIT changed();
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "AccountPresenter.h"
+#include "SignInPresenter.h"
+
+// Keeps the dashboard behind the sign-in card. Main thread.
+class AuthGatePresenter : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("handed to the dashboard")
+    Q_PROPERTY(bool isSignedIn READ isSignedIn NOTIFY changed)
+    // A new one each time the card appears; nothing while signed in.
+    Q_PROPERTY(SignInPresenter* signIn READ signIn NOTIFY changed)
+    Q_PROPERTY(AccountPresenter* account READ account CONSTANT)
+
+public:
+    AuthGatePresenter(ClerkAuthService& auth, platform::SystemAccess& systemAccess,
+                      QString platformSignUpUrl);
+
+    bool isSignedIn() const;
+    SignInPresenter* signIn() const { return m_signIn.get(); }
+    AccountPresenter* account() { return &m_account; }
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    void followState();
+
+    struct DeleteLater {
+        void operator()(QObject* object) const { object->deleteLater(); }
+    };
+
+    ClerkAuthService& m_auth;
+    platform::SystemAccess& m_systemAccess;
+    const QString m_platformSignUpUrl;
+    AccountPresenter m_account;
+    // Replaced from within its own work.
+    std::unique_ptr<SignInPresenter, DeleteLater> m_signIn;
+};

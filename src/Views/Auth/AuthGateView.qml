@@ -1,0 +1,22 @@
+import QtQuick
+
+// The content while somebody is signed in, the sign-in card otherwise.
+Item {
+    id: gate
+
+    required property AuthGatePresenter presenter
+    default property Component content
+
+    Loader {
+        anchors.fill: parent
+        active: gate.presenter.isSignedIn
+        sourceComponent: gate.content
+    }
+    Loader {
+        anchors.fill: parent
+        active: gate.presenter.signIn !== null
+        sourceComponent: SignInView {
+            presenter: gate.presenter.signIn
+        }
+    }
+}

@@ -1,0 +1,30 @@
+import QtQuick
+import QtQuick.Templates as T
+import Corvane.Shared
+
+// A quiet button that is only its text.
+T.AbstractButton {
+    id: button
+
+    implicitWidth: label.implicitWidth + 12
+    implicitHeight: label.implicitHeight + 8
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus
+    Accessible.role: Accessible.Button
+    Accessible.name: text
+    Keys.onReturnPressed: click()
+    Keys.onEnterPressed: click()
+
+    background: FocusRing {
+        shown: button.visualFocus
+        radius: 6
+    }
+    contentItem: Text {
+        id: label
+        text: button.text
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        color: button.hovered ? Theme.primary : Theme.secondary
+        font.pixelSize: 13
+    }
+}

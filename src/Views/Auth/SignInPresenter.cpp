@@ -1,0 +1,71 @@
+#include "SignInPresenter.h"
+
+#include "SystemAccess.h"
+#include "Tasks.h"
+
+#include <array>
+
+namespace {
+
+constexpr std::array titles{"Continue to Corvane Platform", "Enter verification code", "No account found"};
+
+}
+
+SignInPresenter::SignInPresenter(ClerkAuthService& auth, platform::SystemAccess& systemAccess,
+                                 QString platformSignUpUrl)
+    : m_model(auth)
+    , m_systemAccess(systemAccess)
+    , m_platformSignUpUrl(std::move(platformSignUpUrl)) {
+    for (const auto signal :
+         {&SignInViewModel::emailChanged, &SignInViewModel::codeChanged, &SignInViewModel::phaseChanged,
+          &SignInViewModel::isBusyChanged, &SignInViewModel::errorMessageChanged}) {
+        connect(&m_model, signal, this, &SignInPresenter::changed);
+    }
+}
+
+QString SignInPresenter::title() const {
+    return QLatin1String(titles[static_cast<size_t>(m_model.phase())]);
+}
+
+void SignInPresenter::setCode(const QString& text) {
+    QString digits;
+    std::ranges::copy_if(text, std::back_inserter(digits), [](QChar sign) { return sign.isDigit(); });
+    digits.truncate(codeLength);
+    if (digits != m_model.code()) {
+        m_model.setCode(digits);
+    } else if (digits != text) {
+        // The field shows something else than the model has.
+        Q_EMIT changed();
+    }
+}
+
+QString SignInPresenter::sentTo() const {
+    return QStringLiteral("Sent to ") + email();
+}
+
+QString SignInPresenter::noAccountText() const {
+    return QStringLiteral(
+               "We couldn't find a Corvane account for<br><b>%1</b>. Sign up on the Corvane Platform, "
+               "then come back here to sign in.")
+        .arg(email().trimmed().toHtmlEscaped());
+}
+
+bool SignInPresenter::canContinue() const {
+    if (isBusy()) {
+        return false;
+    }
+    return m_model.phase() == SignInViewModel::Phase::email ? !email().isEmpty()
+                                                            : code().size() == codeLength;
+}
+
+void SignInPresenter::submit() {
+    if (m_model.phase() == SignInViewModel::Phase::email) {
+        platform::startTask(m_model.submitEmail(), "sign-in");
+    } else if (m_model.phase() == SignInViewModel::Phase::code) {
+        platform::startTask(m_model.submitCode(), "sign-in");
+    }
+}
+
+void SignInPresenter::openPlatform() {
+    m_systemAccess.open(m_platformSignUpUrl);
+}

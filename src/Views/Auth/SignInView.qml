@@ -1,0 +1,205 @@
+import QtQuick
+import Corvane.Shared
+
+// The sign-in card in the middle of the window.
+Rectangle {
+    id: view
+
+    required property SignInPresenter presenter
+    readonly property string phase: presenter ? presenter.phase : ""
+
+    color: Theme.window
+
+    Item {
+        id: card
+        anchors.centerIn: parent
+        width: Math.min(420, parent.width - 80)
+        height: rows.implicitHeight + 88
+
+        SoftShadow {
+            anchors.fill: parent
+            anchors.topMargin: 4
+            anchors.bottomMargin: -4
+            strength: 0.06
+            blur: 20
+            radius: 16
+        }
+
+        Rectangle {
+            anchors.fill: parent
+            radius: 16
+            color: Theme.control
+            border.width: 1
+            border.color: Qt.alpha(Theme.secondary, 0.12)
+        }
+
+        Column {
+            id: rows
+            x: 40
+            y: 44
+            width: parent.width - 80
+            spacing: 28
+
+            Image {
+                anchors.horizontalCenter: parent.horizontalCenter
+                width: 64
+                height: 64
+                sourceSize: Qt.size(64, 64)
+                source: "qrc:/icons/com.corvane.Lumetra.svg"
+            }
+            Text {
+                width: parent.width
+                horizontalAlignment: Text.AlignHCenter
+                text: view.presenter ? view.presenter.title : ""
+                color: Theme.primary
+                font.pixelSize: 22
+                font.weight: Font.Bold
+                wrapMode: Text.Wrap
+            }
+            Loader {
+                width: parent.width
+                sourceComponent: view.phase === "email" ? emailFace : view.phase === "code" ? codeFace : view.phase === "noAccount" ? noAccountFace : null
+            }
+            Text {
+                visible: text !== ""
+                width: parent.width
+                text: view.presenter ? view.presenter.errorMessage : ""
+                textFormat: Text.PlainText
+                color: Theme.red
+                font.pixelSize: 12
+                wrapMode: Text.Wrap
+                Accessible.role: Accessible.AlertMessage
+                Accessible.name: text
+            }
+        }
+    }
+
+    Component {
+        id: emailFace
+
+        Column {
+            spacing: 10
+
+            Text {
+                text: "Email address"
+                color: Theme.primary
+                font.pixelSize: 14
+                font.weight: Font.DemiBold
+            }
+            AuthField {
+                width: parent.width
+                label: "Email address"
+                placeholderText: "Enter your email address"
+                font.pixelSize: 14
+                topPadding: 12
+                bottomPadding: 12
+                text: view.presenter.email
+                onTextEdited: view.presenter.email = text
+                onAccepted: view.presenter.submit()
+                Component.onCompleted: forceActiveFocus()
+            }
+            Item {
+                width: 1
+                height: 8
+            }
+            BarButton {
+                width: parent.width
+                text: "Continue"
+                symbol: "arrowtriangle.right.fill"
+                busy: view.presenter.isBusy
+                enabled: view.presenter.canContinue
+                onClicked: view.presenter.submit()
+            }
+        }
+    }
+
+    Component {
+        id: codeFace
+
+        Column {
+            spacing: 10
+
+            Text {
+                text: "6-digit code"
+                color: Theme.primary
+                font.pixelSize: 14
+                font.weight: Font.DemiBold
+            }
+            Text {
+                width: parent.width
+                text: view.presenter.sentTo
+                textFormat: Text.PlainText
+                elide: Text.ElideMiddle
+                color: Theme.secondary
+                font.pixelSize: 12
+            }
+            AuthField {
+                id: codeField
+                width: parent.width
+                label: "6-digit code"
+                placeholderText: "123456"
+                font.pixelSize: 22
+                font.weight: Font.DemiBold
+                font.letterSpacing: 6
+                topPadding: 14
+                bottomPadding: 14
+                text: view.presenter.code
+                inputMethodHints: Qt.ImhDigitsOnly
+                onTextEdited: {
+                    view.presenter.code = text;
+                    text = Qt.binding(() => view.presenter ? view.presenter.code : "");
+                }
+                onAccepted: view.presenter.submit()
+                Component.onCompleted: forceActiveFocus()
+            }
+            Item {
+                width: 1
+                height: 8
+            }
+            BarButton {
+                width: parent.width
+                text: "Continue"
+                symbol: "arrowtriangle.right.fill"
+                busy: view.presenter.isBusy
+                enabled: view.presenter.canContinue
+                onClicked: view.presenter.submit()
+            }
+            LinkButton {
+                anchors.horizontalCenter: parent.horizontalCenter
+                text: "Use a different email"
+                onClicked: view.presenter.resetToEmail()
+            }
+        }
+    }
+
+    Component {
+        id: noAccountFace
+
+        Column {
+            spacing: 18
+
+            Text {
+                width: parent.width
+                horizontalAlignment: Text.AlignHCenter
+                text: view.presenter.noAccountText
+                textFormat: Text.StyledText
+                color: Theme.secondary
+                font.pixelSize: 14
+                wrapMode: Text.Wrap
+            }
+            BarButton {
+                width: parent.width
+                text: "Open Corvane Platform"
+                symbol: "arrow.up.right.square"
+                symbolSize: 12
+                onClicked: view.presenter.openPlatform()
+                Component.onCompleted: forceActiveFocus()
+            }
+            LinkButton {
+                anchors.horizontalCenter: parent.horizontalCenter
+                text: "Try a different email"
+                onClicked: view.presenter.resetToEmail()
+            }
+        }
+    }
+}

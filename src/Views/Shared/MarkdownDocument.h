@@ -1,0 +1,57 @@
+#pragma once
+
+#include "IncrementalMarkdown.h"
+#include "StreamedText.h"
+
+#include <QColor>
+#include <QPointer>
+#include <QQuickTextDocument>
+#include <QTextCharFormat>
+#include <qqmlregistration.h>
+
+// Fills the document of a TextEdit with inline markdown, either of a fixed `content` or of a `stream`. Only
+// what has changed is replaced, so the rest keeps its layout and its selection.
+class MarkdownDocument : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(
+        QQuickTextDocument* textDocument READ textDocument WRITE setTextDocument NOTIFY textDocumentChanged)
+    Q_PROPERTY(QString content READ content WRITE setContent NOTIFY contentChanged)
+    Q_PROPERTY(StreamedText* stream READ stream WRITE setStream NOTIFY streamChanged)
+    Q_PROPERTY(QColor linkColor READ linkColor WRITE setLinkColor NOTIFY linkColorChanged)
+
+public:
+    using QObject::QObject;
+
+    QQuickTextDocument* textDocument() const { return m_textDocument; }
+    void setTextDocument(QQuickTextDocument* document);
+    QString content() const { return m_content; }
+    void setContent(const QString& content);
+    StreamedText* stream() const { return m_stream; }
+    void setStream(StreamedText* stream);
+    QColor linkColor() const { return m_linkColor; }
+    void setLinkColor(const QColor& color);
+
+    // The address under a position of the document; empty for none.
+    Q_INVOKABLE QString linkAt(int position) const;
+
+Q_SIGNALS:
+    void textDocumentChanged();
+    void contentChanged();
+    void streamChanged();
+    void linkColorChanged();
+    // Around each change of the document.
+    void aboutToEdit();
+    void edited();
+
+private:
+    void update(QStringView source, qsizetype unchanged);
+    void write(qsizetype from);
+    QTextCharFormat formatOf(const InlineRun& run) const;
+
+    QPointer<QQuickTextDocument> m_textDocument;
+    QPointer<StreamedText> m_stream;
+    QString m_content;
+    QColor m_linkColor;
+    IncrementalMarkdown m_markdown;
+};

@@ -1,0 +1,60 @@
+import QtQuick
+
+// A text with inline markdown that can be selected and copied. Give it a `content`, or a `stream` that grows.
+TextEdit {
+    id: edit
+
+    property alias content: markdown.content
+    property alias stream: markdown.stream
+    property var keptSelection: null
+
+    readOnly: true
+    selectByMouse: true
+    selectByKeyboard: true
+    persistentSelection: true
+    activeFocusOnTab: true
+    wrapMode: TextEdit.Wrap
+    textFormat: TextEdit.PlainText
+    color: Theme.primary
+    selectionColor: Theme.accent
+    selectedTextColor: Theme.onAccent
+    font.pixelSize: 15
+    Accessible.role: Accessible.EditableText
+    Accessible.readOnly: true
+
+    Keys.onReturnPressed: {
+        const link = markdown.linkAt(cursorPosition);
+        if (link !== "")
+            linkActivated(link);
+    }
+
+    MarkdownDocument {
+        id: markdown
+        textDocument: edit.textDocument
+        linkColor: Theme.accent
+
+        // A selection that reaches the end would grow with the text.
+        onAboutToEdit: edit.keptSelection = edit.selectionEnd > edit.selectionStart && edit.selectionEnd === edit.length
+                       ? [edit.selectionStart, edit.selectionEnd] : null
+        onEdited: {
+            if (edit.keptSelection !== null)
+                edit.select(edit.keptSelection[0], Math.min(edit.keptSelection[1], edit.length));
+            edit.keptSelection = null;
+        }
+    }
+
+    HoverHandler {
+        cursorShape: edit.hoveredLink !== "" ? Qt.PointingHandCursor : Qt.IBeamCursor
+    }
+
+    PointHandler {
+        id: pointer
+    }
+
+    onActiveFocusChanged: ring.shown = activeFocus && !pointer.active
+
+    FocusRing {
+        id: ring
+        anchors.margins: -5
+    }
+}

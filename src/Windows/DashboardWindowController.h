@@ -1,0 +1,39 @@
+#pragma once
+
+#include "DashboardWindow.h"
+
+#include <QQuickView>
+
+class DashboardPresenter;
+
+namespace platform {
+class DefaultsStore;
+}
+
+// The dashboard's window. Closing it hides it: the program goes on, the frame is remembered, and what the
+// views held in memory is given back until it shows again.
+class DashboardWindowController : public QQuickView, public DashboardWindow {
+    Q_OBJECT
+
+public:
+    DashboardWindowController(DashboardPresenter& presenter, platform::DefaultsStore& defaults);
+    ~DashboardWindowController() override;
+
+    void showWindow() override;
+    void orderOut() override;
+    bool isVisible() const override { return QQuickView::isVisible(); }
+    void setSharingType(SharingType type) override { m_sharingType = type; }
+    SharingType sharingType() const { return m_sharingType; }
+    void setActivationPolicy(ActivationPolicy policy) override;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void restoreFrame();
+    void saveFrame();
+
+    DashboardPresenter& m_presenter;
+    platform::DefaultsStore& m_defaults;
+    SharingType m_sharingType = SharingType::readOnly;
+};
