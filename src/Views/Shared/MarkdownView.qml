@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 
 // A text with inline markdown that can be selected and copied. Give it a `content`, or a `stream` that grows.
 TextEdit {

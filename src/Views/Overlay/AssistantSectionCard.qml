@@ -1,0 +1,68 @@
+import QtQuick
+import Corvane.Overlay
+import Corvane.Shared
+
+// A titled text of the assistant, in its tone: a colour role, "secondary" for a neutral one.
+CardSurface {
+    id: card
+
+    property string title
+    property string symbol
+    property string tone: "secondary"
+    property alias content: words.content
+    property alias stream: words.stream
+    readonly property bool neutral: tone === "secondary"
+    readonly property color ink: Theme.role(tone)
+
+    signal linkActivated(string link)
+
+    implicitHeight: words.y + words.height + 12
+    fill: neutral ? Qt.alpha(Theme.control, 0.5) : Qt.alpha(ink, 0.06)
+    Accessible.role: Accessible.Grouping
+    Accessible.name: title
+
+    // The card's left edge, cut from a rounded rectangle so that it keeps within the corners.
+    Item {
+        visible: !card.neutral
+        width: 3
+        height: parent.height
+        clip: true
+
+        Rectangle {
+            width: 2 * radius
+            height: parent.height
+            radius: card.radius
+            color: Qt.alpha(card.ink, 0.6)
+        }
+    }
+
+    Row {
+        id: header
+        x: 12
+        y: 12
+        spacing: 5
+
+        Symbol {
+            name: card.symbol
+            size: 10
+            color: card.ink
+            anchors.verticalCenter: parent.verticalCenter
+        }
+        Text {
+            text: card.title
+            textFormat: Text.PlainText
+            color: card.ink
+            font.pixelSize: 11
+            font.weight: Font.DemiBold
+        }
+    }
+
+    MarkdownView {
+        id: words
+        x: 12
+        y: header.y + header.height + 6
+        width: card.width - 24
+        Accessible.name: card.title
+        onLinkActivated: link => card.linkActivated(link)
+    }
+}

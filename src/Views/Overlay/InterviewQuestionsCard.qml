@@ -1,0 +1,16 @@
+import QtQuick
+import Corvane.Overlay
+import Corvane.Shared
+
+InterviewInfoCard {
+    id: card
+    noun: "question"
+
+    headline: MarkdownView {
+        content: card.presenter.headline
+        font.pixelSize: 16
+        font.weight: Font.DemiBold
+        Accessible.name: card.presenter.position
+        onLinkActivated: link => card.presenter.openLink(link)
+    }
+}

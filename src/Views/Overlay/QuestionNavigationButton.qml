@@ -1,0 +1,44 @@
+import QtQuick
+import QtQuick.Templates as T
+import Corvane.Overlay
+import Corvane.Shared
+
+T.AbstractButton {
+    id: button
+
+    property string symbol
+
+    implicitWidth: 28
+    implicitHeight: 28
+    opacity: enabled ? 1 : 0.3
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus
+    Accessible.role: Accessible.Button
+    Accessible.name: text
+    Keys.onReturnPressed: click()
+    Keys.onEnterPressed: click()
+
+    background: Rectangle {
+        radius: 6
+        color: Qt.alpha(Theme.control, 0.5)
+
+        Rectangle {
+            anchors.fill: parent
+            radius: parent.radius
+            visible: button.down || button.hovered
+            color: Qt.alpha(Theme.primary, button.down ? 0.14 : 0.07)
+        }
+        FocusRing {
+            shown: button.visualFocus
+        }
+    }
+
+    contentItem: Item {
+        Symbol {
+            anchors.centerIn: parent
+            name: button.symbol
+            size: 12
+            color: Theme.primary
+        }
+    }
+}

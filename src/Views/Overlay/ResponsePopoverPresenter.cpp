@@ -1,0 +1,293 @@
+#include "ResponsePopoverPresenter.h"
+
+#include "CompletionViewModel.h"
+#include "InterviewViewModel.h"
+#include "SettingsViewModel.h"
+#include "SystemAccess.h"
+#include "Tasks.h"
+
+#include <QUrl>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto frameTime = 16ms;
+constexpr double staleOpacity = 0.4;
+constexpr auto captureSettings =
+    "x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture";
+constexpr std::array openableSchemes{"http", "https", "mailto"};
+
+bool isInterviewOn(InterviewStatus status) {
+    return status != InterviewStatus::idle && status != InterviewStatus::error;
+}
+
+// The place that is shown for an index that may be past the end.
+int limited(int index, qsizetype count) {
+    return std::max(0, std::min(index, static_cast<int>(count) - 1));
+}
+
+QString positionText(const char* noun, int index, qsizetype count) {
+    return QStringLiteral("%1 %2 of %3").arg(QLatin1String(noun)).arg(index + 1).arg(count);
+}
+
+} // namespace
+
+ResponsePopoverPresenter::ResponsePopoverPresenter(CompletionViewModel& completion,
+                                                   InterviewViewModel& interview, SettingsViewModel& settings,
+                                                   platform::SystemAccess& systemAccess)
+    : m_completion(completion)
+    , m_interview(interview)
+    , m_settings(settings)
+    , m_systemAccess(systemAccess) {
+    m_frame.setSingleShot(true);
+    m_frame.setTimerType(Qt::PreciseTimer);
+    m_frame.setInterval(frameTime);
+    connect(&m_frame, &QTimer::timeout, this, &ResponsePopoverPresenter::refresh);
+    subscribe();
+    takeResponse();
+    takeAssessment();
+    m_face = face();
+}
+
+void ResponsePopoverPresenter::subscribe() {
+    const auto watchFace = [this](auto* source, auto... notifications) {
+        (connect(source, notifications, this,
+                 [this] {
+                     m_faceOutdated = true;
+                     schedule();
+                 }),
+         ...);
+    };
+    using Completion = CompletionViewModel;
+    using Interview = InterviewViewModel;
+    watchFace(&m_completion, &Completion::isLoadingChanged, &Completion::errorChanged,
+              &Completion::processingStatusTextChanged, &Completion::isAssessmentStreamingChanged,
+              &Completion::assessmentIsStaleChanged);
+    watchFace(&m_interview, &Interview::statusChanged, &Interview::questionsChanged,
+              &Interview::activeQuestionIndexChanged, &Interview::interviewPlanChanged,
+              &Interview::activePlanTopicIndexChanged, &Interview::errorMessageChanged,
+              &Interview::audioUnavailableChanged, &Interview::microphoneFallbackActiveChanged,
+              &Interview::followUpsEnabledChanged, &Interview::englishAssessmentEnabledChanged,
+              &Interview::manualModeChanged);
+    connect(&m_settings, &SettingsViewModel::transparencyChanged, this,
+            &ResponsePopoverPresenter::materialStrengthChanged);
+
+    connect(&m_completion, &Completion::responseChanged, this, [this] {
+        m_responseOutdated = true;
+        schedule();
+    });
+    connect(&m_completion, &Completion::assessmentTextChanged, this, [this] {
+        const auto size = m_completion.assessmentText().size();
+        m_assessmentRestarted = m_assessmentRestarted || size < m_assessmentSeen;
+        m_assessmentSeen = size;
+        m_assessmentOutdated = true;
+        schedule();
+    });
+    // The first piece of a new assessment may be longer than all of the old one.
+    connect(&m_completion, &Completion::isAssessmentStreamingChanged, this, [this] {
+        m_assessmentRestarted = m_assessmentRestarted || m_completion.isAssessmentStreaming();
+    });
+}
+
+void ResponsePopoverPresenter::schedule() {
+    if (!m_frame.isActive()) {
+        m_frame.start();
+    }
+}
+
+void ResponsePopoverPresenter::refresh() {
+    const bool textChanged = m_responseOutdated || m_assessmentOutdated;
+    if (m_responseOutdated) {
+        takeResponse();
+    }
+    if (m_assessmentOutdated) {
+        takeAssessment();
+    }
+    if (m_faceOutdated) {
+        m_faceOutdated = false;
+        auto now = face();
+        if (now != m_face) {
+            m_face = std::move(now);
+            Q_EMIT changed();
+        }
+    }
+    if (textChanged && m_settings.responseSettings().autoScroll) {
+        Q_EMIT scrollToBottomRequested();
+    }
+}
+
+void ResponsePopoverPresenter::takeResponse() {
+    m_responseOutdated = false;
+    const auto text = m_completion.response();
+    const bool wasEmpty = m_note.isEmpty();
+    // A new reply may begin without a word that the old one is over.
+    if (!text.startsWith(m_response)) {
+        m_note.clear();
+        m_response.clear();
+    }
+    const auto more = QStringView(text).sliced(m_response.size());
+    m_note.append(more);
+    m_response += more;
+    m_note.publish();
+    m_faceOutdated = m_faceOutdated || m_note.isEmpty() != wasEmpty;
+}
+
+void ResponsePopoverPresenter::takeAssessment() {
+    m_assessmentOutdated = false;
+    // Let go of before the next piece arrives: a copy held then would make it copy the whole text.
+    const auto text = m_completion.assessmentText();
+    const bool hadText = m_assessment.hasText();
+    if (m_assessmentRestarted) {
+        m_assessmentRestarted = false;
+        m_assessment.clear();
+        m_assessmentTaken = 0;
+    }
+    m_assessment.append(QStringView(text).sliced(m_assessmentTaken));
+    m_assessmentTaken = m_assessmentSeen = text.size();
+    m_faceOutdated = m_faceOutdated || m_assessment.hasText() != hadText;
+}
+
+double ResponsePopoverPresenter::materialStrength() const {
+    return m_settings.transparency() / 100.0;
+}
+
+bool ResponsePopoverPresenter::showsTranscript() const {
+    return !m_interview.followUpsEnabled() && !m_interview.englishAssessmentEnabled();
+}
+
+bool ResponsePopoverPresenter::isStarting() const {
+    const auto status = m_interview.status();
+    return status == InterviewStatus::waitingForQuestions || status == InterviewStatus::startingAudio ||
+           status == InterviewStatus::connecting;
+}
+
+ResponsePopoverPresenter::Face ResponsePopoverPresenter::face() const {
+    Face face;
+    const bool hasQuestions = !m_interview.questions().isEmpty();
+    const auto& stage = m_completion.processingStatusText();
+    face.noteVisible = !m_note.isEmpty() && !hasQuestions;
+    face.assessmentVisible = m_assessment.hasText();
+    face.hasAssistantContent = face.noteVisible || face.assessmentVisible;
+    face.isAssistantWorking =
+        !face.hasAssistantContent && (m_completion.isLoading() || stage || isStarting());
+
+    face.microphoneFallback = m_interview.microphoneFallbackActive();
+    if (!face.microphoneFallback && m_interview.audioUnavailable()) {
+        face.audioWarning = m_interview.errorMessageText();
+    }
+    face.manualSendVisible = m_interview.manualModeActive();
+    face.info = info();
+    face.hasError = m_completion.error().has_value();
+    face.errorText = m_completion.errorText();
+
+    if (showsTranscript() && !m_interview.interviewPlan().isEmpty()) {
+        face.content = QStringLiteral("planQuestions");
+        face.planQuestions = planQuestionsText();
+    } else if (face.hasAssistantContent) {
+        face.content = QStringLiteral("assistant");
+    } else {
+        face.content = face.isAssistantWorking ? QStringLiteral("working") : QStringLiteral("empty");
+    }
+    face.workingText =
+        isStarting() ? QStringLiteral("Connecting...") : stage.value_or(QStringLiteral("Processing..."));
+    face.emptyTitle = hasQuestions ? QStringLiteral("Assessment will appear here")
+                                   : QStringLiteral("Waiting for interview");
+    face.emptyLine = hasQuestions ? QStringLiteral("Notes update after the candidate answers.")
+                                  : QStringLiteral("Start the interview to load questions.");
+    face.assessmentOpacity = m_completion.assessmentIsStale() ? staleOpacity : 1;
+    face.updating = m_completion.isAssessmentStreaming();
+    return face;
+}
+
+ResponsePopoverPresenter::Info ResponsePopoverPresenter::info() const {
+    if (!showsTranscript()) {
+        return m_interview.questions().isEmpty() ? Info{} : questionInfo();
+    }
+    if (!m_interview.interviewPlan().isEmpty()) {
+        return planInfo();
+    }
+    Info gathering;
+    gathering.section = isInterviewOn(m_interview.status()) ? QStringLiteral("gathering") : QString();
+    return gathering;
+}
+
+ResponsePopoverPresenter::Info ResponsePopoverPresenter::planInfo() const {
+    const auto& plan = m_interview.interviewPlan();
+    const auto index = limited(m_interview.activePlanTopicIndex(), plan.size());
+    return {.section = QStringLiteral("plan"),
+            .chip = QStringLiteral("Interview Plan"),
+            .position = positionText("Topic", index, plan.size()),
+            .headline = plan.at(index).displayTopic(),
+            .justification = {},
+            .navigable = plan.size() > 1,
+            .canGoBack = index > 0,
+            .canGoForward = index < plan.size() - 1};
+}
+
+ResponsePopoverPresenter::Info ResponsePopoverPresenter::questionInfo() const {
+    const auto& questions = m_interview.questions();
+    const auto index = limited(m_interview.activeQuestionIndex(), questions.size());
+    const auto& question = questions.at(index);
+    return {.section = QStringLiteral("questions"),
+            .chip = InterviewQuestion::cleanDisplayText(question.topic),
+            .position = positionText("Question", index, questions.size()),
+            .headline = InterviewQuestion::cleanDisplayText(question.question),
+            .justification = InterviewQuestion::cleanDisplayText(question.justification),
+            .navigable = true,
+            .canGoBack = index > 0,
+            .canGoForward = index < questions.size() - 1};
+}
+
+QString ResponsePopoverPresenter::planQuestionsText() const {
+    const auto& plan = m_interview.interviewPlan();
+    QStringList entries;
+    for (const auto& question : plan.at(limited(m_interview.activePlanTopicIndex(), plan.size())).questions) {
+        entries.append(QString::number(entries.size() + 1) + QStringLiteral(". ") + question);
+    }
+    return entries.join(QStringLiteral("\n\n"));
+}
+
+void ResponsePopoverPresenter::retryAudio() {
+    m_interview.retrySystemAudioCapture();
+}
+
+void ResponsePopoverPresenter::openCaptureSettings() {
+    m_systemAccess.open(QLatin1String(captureSettings));
+}
+
+void ResponsePopoverPresenter::goBack() {
+    if (showsTranscript()) {
+        const auto count = m_interview.interviewPlan().size();
+        m_interview.setActivePlanTopicIndex(
+            std::max(0, limited(m_interview.activePlanTopicIndex(), count) - 1));
+    } else if (m_interview.activeQuestionIndex() >= 1) {
+        m_interview.setActiveQuestionIndex(m_interview.activeQuestionIndex() - 1);
+        m_interview.sendActiveQuestion();
+    }
+}
+
+void ResponsePopoverPresenter::goForward() {
+    if (showsTranscript()) {
+        const auto count = m_interview.interviewPlan().size();
+        m_interview.setActivePlanTopicIndex(
+            limited(limited(m_interview.activePlanTopicIndex(), count) + 1, count));
+    } else {
+        m_interview.nextQuestion();
+    }
+}
+
+void ResponsePopoverPresenter::sendManualStop() {
+    platform::startTask(m_interview.sendManualStop(), "mark the end of an answer");
+}
+
+void ResponsePopoverPresenter::openLink(const QString& address) {
+    const auto scheme = QUrl(address).scheme();
+    if (std::ranges::any_of(openableSchemes,
+                            [&](const char* name) { return scheme == QLatin1String(name); })) {
+        m_systemAccess.open(address);
+    }
+}
