@@ -78,6 +78,12 @@ function(corvane_qml_module name)
         "${CMAKE_CURRENT_BINARY_DIR}/${name}_qmltyperegistrations.cpp" PROPERTIES COMPILE_OPTIONS "-w")
 endfunction()
 
+# A program that shows the windows. The modules register their types by objects that a library would drop.
+function(corvane_shows_windows target)
+    target_link_libraries(${target} PRIVATE Windows ViewsAuthplugin ViewsDashboardplugin ViewsOverlayplugin
+        ViewsSharedplugin)
+endfunction()
+
 # What the thread sanitizer looks at: the tests with the label "threads".
 add_custom_target(thread-tests)
 

@@ -7,14 +7,22 @@
 #include "ClerkConfig.h"
 #include "CompletionViewModel.h"
 #include "CorvaneAPIService.h"
+#include "DashboardPresenter.h"
+#include "DashboardViewModel.h"
 #include "DatabaseService.h"
 #include "InterviewViewModel.h"
 #include "KeychainService.h"
 #include "Log.h"
 #include "MachineId.h"
+#include "OverlayBarPresenter.h"
+#include "OverlayViewModel.h"
+#include "SettingsViewModel.h"
 #include "SystemAudioViewModel.h"
 #include "Tasks.h"
+#include "Theme.h"
 #include "WebSocketService.h"
+
+#include <QCoreApplication>
 
 using platform::logLine;
 using platform::startTask;
@@ -25,6 +33,8 @@ constexpr auto secretServiceName = "com.corvane.interview-assistant";
 constexpr auto devBrowserItem = "clerk_dev_browser_jwt";
 constexpr auto backendUrlKey = "corvane_api_url";
 constexpr auto defaultEndpointKey = "CORVANE_DEFAULT_ENDPOINT";
+constexpr auto onboardingVideoKey = "CORVANE_ONBOARDING_VIDEO_URL";
+constexpr auto platformSignUpKey = "CORVANE_PLATFORM_SIGN_UP_URL";
 constexpr auto analyticsVariable = "POSTHOG_API_KEY";
 
 ClerkConfig clerkConfigOf(const platform::ApplicationInfo& info) {
@@ -52,6 +62,7 @@ AppDelegate::AppDelegate(PlatformServices platform)
 
 AppDelegate::~AppDelegate() {
     QObject::disconnect(m_authCancellable);
+    Theme::shared().follow(nullptr);
     // Capture ends before the models that its threads report to.
     if (m_audioCaptureService) {
         m_audioCaptureService->stopMicrophoneCapture();
@@ -73,7 +84,10 @@ void AppDelegate::applicationDidFinishLaunching() {
     }
     initializeServices();
     initializeViewModels();
+    setupFloatingPanel();
+    applyPersistedSettings();
     autoConnectWebSocket();
+    showDashboard();
     m_isLaunched = true;
     if (const auto id = std::exchange(m_pendingDeepLinkInterviewId, QString()); !id.isEmpty()) {
         handleDeepLinkInterview(id);
@@ -110,9 +124,13 @@ void AppDelegate::initializeServices() {
 void AppDelegate::initializeViewModels() {
     auto& clock = *m_platform.clock;
     auto& defaults = *m_platform.defaults;
+    m_settingsViewModel = std::make_unique<SettingsViewModel>(
+        *m_databaseService, *m_keychainService,
+        SettingsViewModel::Desktop{defaults, *m_platform.appearance, *m_platform.loginItem, *this});
     m_completionViewModel = std::make_unique<CompletionViewModel>(*m_webSocketService, *m_apiService,
                                                                   *m_databaseService, defaults, clock);
     m_chatsViewModel = std::make_unique<ChatsViewModel>(*m_databaseService);
+    m_overlayViewModel = std::make_unique<OverlayViewModel>(*m_webSocketService, *m_settingsViewModel, *this);
     m_interviewViewModel =
         std::make_unique<InterviewViewModel>(*m_webSocketService, *m_apiService, *m_audioCaptureService,
                                              *m_platform.systemAccess, defaults, clock);
@@ -123,14 +141,111 @@ void AppDelegate::initializeViewModels() {
                 model->submit();
             }
         };
-    m_interviewViewModel->onInterviewEnded = [model = QPointer(m_completionViewModel.get())] {
-        if (model) {
+    m_interviewViewModel->onInterviewEnded = [model = QPointer(m_completionViewModel.get()),
+                                              overlay = QPointer(m_overlayViewModel.get())] {
+        if (model && overlay) {
             model->clearAfterInterview();
+            overlay->collapsePanel();
         }
     };
     m_systemAudioViewModel = std::make_unique<SystemAudioViewModel>(
         *m_audioCaptureService, *m_webSocketService, *m_platform.systemAccess);
     m_interviewViewModel->setSystemAudioViewModel(m_systemAudioViewModel.get());
+    m_dashboardViewModel = std::make_unique<DashboardViewModel>();
+}
+
+void AppDelegate::setupFloatingPanel() {
+    Theme::shared().follow(m_platform.appearance.get());
+    m_overlayBarPresenter = std::make_unique<OverlayBarPresenter>(
+        *m_completionViewModel, *m_overlayViewModel, *m_interviewViewModel, *m_settingsViewModel,
+        *m_webSocketService, *this, *m_platform.systemAccess, *m_platform.defaults, *m_platform.clock,
+        infoValue(onboardingVideoKey).value_or(QString()));
+    m_floatingPanel = m_platform.windows->makeFloatingPanel(*m_overlayBarPresenter);
+    if (m_clerkAuthService->isSignedIn()) {
+        m_floatingPanel->orderFrontRegardless();
+    }
+}
+
+void AppDelegate::applyPersistedSettings() {
+    const auto& state = m_settingsViewModel->customizable();
+    setContentProtected(state.contentProtected.isEnabled);
+    m_floatingPanel->setLevel(state.alwaysOnTop.isEnabled ? WindowLevel::floating : WindowLevel::normal);
+    setActivationPolicy(state.appIcon.isVisible ? ActivationPolicy::regular : ActivationPolicy::accessory);
+}
+
+void AppDelegate::showPanel() {
+    m_floatingPanel->orderFrontRegardless();
+    m_overlayViewModel->setIsHidden(false);
+}
+
+void AppDelegate::hidePanel() {
+    m_floatingPanel->orderOut();
+    m_overlayViewModel->setIsHidden(true);
+}
+
+void AppDelegate::buildDashboard() {
+    DashboardPresenter::Pages pages;
+    pages.gate = std::make_unique<AuthGatePresenter>(*m_clerkAuthService, *m_platform.systemAccess,
+                                                     infoValue(platformSignUpKey).value_or(QString()));
+    pages.settings = std::make_unique<AppSettingsPresenter>(*m_settingsViewModel, *m_platform.systemAccess);
+    pages.audio = std::make_unique<AudioSettingsPresenter>(*m_settingsViewModel, *m_audioCaptureService,
+                                                           *m_platform.systemAccess);
+    pages.setup =
+        std::make_unique<CorvaneSetupPresenter>(*m_webSocketService, *m_apiService, *m_databaseService,
+                                                infoValue(defaultEndpointKey).value_or(QString()));
+    m_dashboardPresenter = std::make_unique<DashboardPresenter>(
+        *m_dashboardViewModel, std::move(pages), *this, infoValue("CFBundleShortVersionString"));
+    m_dashboardController = m_platform.windows->makeDashboard(*m_dashboardPresenter, *m_platform.defaults);
+    if (!m_settingsViewModel->customizable().appIcon.isVisible) {
+        m_dashboardController->setActivationPolicy(ActivationPolicy::accessory);
+    }
+}
+
+void AppDelegate::showDashboard() {
+    if (!m_dashboardController) {
+        buildDashboard();
+    }
+    m_dashboardController->showWindow();
+}
+
+void AppDelegate::toggleDashboard() {
+    if (m_dashboardController && m_dashboardController->isVisible()) {
+        m_dashboardController->orderOut();
+    } else {
+        showDashboard();
+    }
+}
+
+void AppDelegate::setContentProtected(bool isProtected) {
+    const auto type = isProtected ? SharingType::none : SharingType::readOnly;
+    m_floatingPanel->setSharingType(type);
+    if (m_dashboardController) {
+        m_dashboardController->setSharingType(type);
+    }
+}
+
+void AppDelegate::setActivationPolicy(ActivationPolicy policy) {
+    m_floatingPanel->setActivationPolicy(policy);
+    if (m_dashboardController) {
+        m_dashboardController->setActivationPolicy(policy);
+    }
+}
+
+void AppDelegate::terminate() {
+    QCoreApplication::quit();
+}
+
+void AppDelegate::toggleFloatingPanel() {
+    if (m_floatingPanel->isVisible()) {
+        hidePanel();
+    } else {
+        showPanel();
+    }
+}
+
+void AppDelegate::focusInput() {
+    showPanel();
+    m_overlayViewModel->setShouldFocusInput(true);
 }
 
 QString AppDelegate::storedBackendUrl() {
@@ -156,8 +271,10 @@ QCoro::Task<void> AppDelegate::connectWebSocket(QString baseURL) {
 
 void AppDelegate::followSignedInState() {
     if (m_clerkAuthService->isSignedIn()) {
+        showPanel();
         autoConnectWebSocket();
     } else {
+        hidePanel();
         m_webSocketService->disconnect();
     }
 }
@@ -183,6 +300,7 @@ void AppDelegate::open(const QList<QUrl>& urls) {
 }
 
 void AppDelegate::handleDeepLinkInterview(const QString& id) {
+    showPanel();
     m_interviewViewModel->setInterviewId(id);
     if (m_interviewViewModel->status() != InterviewStatus::idle) {
         return;
@@ -215,6 +333,10 @@ void AppDelegate::waitForSession(const QString& id) {
 }
 
 bool AppDelegate::applicationShouldHandleReopen() {
+    // Started again while launch still runs: the panel shows by itself.
+    if (m_floatingPanel) {
+        showPanel();
+    }
     return true;
 }
 

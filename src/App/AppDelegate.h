@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AnalyticsService.h"
+#include "ApplicationWindows.h"
 #include "PlatformServices.h"
 
 #include <QCoroTask>
@@ -18,9 +19,14 @@ class ClerkClient;
 class ClerkHTTPExecutor;
 class CompletionViewModel;
 class CorvaneAPIService;
+class DashboardPresenter;
+class DashboardViewModel;
 class DatabaseService;
 class InterviewViewModel;
 class KeychainService;
+class OverlayBarPresenter;
+class OverlayViewModel;
+class SettingsViewModel;
 class SystemAudioViewModel;
 class WebSocketService;
 
@@ -32,7 +38,7 @@ public:
 
 // The composition root: builds every service and view model in a fixed order, wires them, and answers the
 // application's events. Main thread. One instance for the life of the process.
-class AppDelegate : public QObject {
+class AppDelegate : public QObject, public ApplicationWindows {
     Q_OBJECT
 
 public:
@@ -47,12 +53,26 @@ public:
     bool applicationShouldHandleReopen();
     void applicationWillTerminate();
 
+    PanelWindow* floatingPanel() const override { return m_floatingPanel.get(); }
+    void showDashboard() override;
+    void setContentProtected(bool isProtected) override;
+    void setActivationPolicy(ActivationPolicy policy) override;
+    void terminate() override;
+    void toggleDashboard();
+    void toggleFloatingPanel();
+    // The bar comes forward and its id field takes the keyboard.
+    void focusInput();
+
     DatabaseService& databaseService() const { return *m_databaseService; }
     KeychainService& keychainService() const { return *m_keychainService; }
     ClerkAuthService& clerkAuthService() const { return *m_clerkAuthService; }
     CorvaneAPIService& apiService() const { return *m_apiService; }
     WebSocketService& webSocketService() const { return *m_webSocketService; }
     AudioCaptureService& audioCaptureService() const { return *m_audioCaptureService; }
+    SettingsViewModel& settingsViewModel() const { return *m_settingsViewModel; }
+    OverlayViewModel& overlayViewModel() const { return *m_overlayViewModel; }
+    DashboardViewModel& dashboardViewModel() const { return *m_dashboardViewModel; }
+    OverlayBarPresenter& overlayBarPresenter() const { return *m_overlayBarPresenter; }
     CompletionViewModel& completionViewModel() const { return *m_completionViewModel; }
     ChatsViewModel& chatsViewModel() const { return *m_chatsViewModel; }
     InterviewViewModel& interviewViewModel() const { return *m_interviewViewModel; }
@@ -61,6 +81,11 @@ public:
 private:
     void initializeServices();
     void initializeViewModels();
+    void setupFloatingPanel();
+    void buildDashboard();
+    void applyPersistedSettings();
+    void showPanel();
+    void hidePanel();
     void followSignedInState();
     void autoConnectWebSocket();
     QCoro::Task<void> connectWebSocket(QString baseURL);
@@ -81,10 +106,19 @@ private:
     std::unique_ptr<AudioCaptureService> m_audioCaptureService;
     AnalyticsService m_analyticsService;
 
+    std::unique_ptr<SettingsViewModel> m_settingsViewModel;
     std::unique_ptr<CompletionViewModel> m_completionViewModel;
     std::unique_ptr<ChatsViewModel> m_chatsViewModel;
     std::unique_ptr<SystemAudioViewModel> m_systemAudioViewModel;
     std::unique_ptr<InterviewViewModel> m_interviewViewModel;
+    std::unique_ptr<OverlayViewModel> m_overlayViewModel;
+    std::unique_ptr<DashboardViewModel> m_dashboardViewModel;
+
+    std::unique_ptr<OverlayBarPresenter> m_overlayBarPresenter;
+    std::unique_ptr<PanelWindow> m_floatingPanel;
+    std::unique_ptr<DashboardPresenter> m_dashboardPresenter;
+    // Made the first time it shows.
+    std::unique_ptr<DashboardWindow> m_dashboardController;
 
     // Outlives nothing: replacing it cancels the wait for a session that a deep link is in.
     std::unique_ptr<QObject> m_deepLinkCancellable;

@@ -2,6 +2,7 @@
 
 #include "SystemClock.h"
 
+#include <QCoreApplication>
 #include <QStandardPaths>
 
 PlatformServices PlatformServices::ofThisDesktop() {
@@ -24,5 +25,10 @@ PlatformServices PlatformServices::ofThisDesktop() {
                                                        .id = QStringLiteral("com.corvane.Lumetra"),
                                                        .iconName = {}});
     services.systemAccess = platform::makeSystemAccess();
+    services.appearance = platform::makeDesktopAppearance();
+    services.loginItem = platform::makeAutostartEntry(
+        configuration + QStringLiteral("/autostart"), QStringLiteral("com.corvane.Lumetra"),
+        QStringLiteral("Corvane Lumetra"), QCoreApplication::applicationFilePath());
+    services.windows = makeWindowFactory();
     return services;
 }

@@ -1,14 +1,17 @@
 #pragma once
 
+#include "Appearance.h"
 #include "ApplicationInfo.h"
 #include "AudioHost.h"
 #include "Clock.h"
 #include "ConnectivityMonitor.h"
 #include "DefaultsStore.h"
 #include "HttpClient.h"
+#include "LoginItem.h"
 #include "SecretStore.h"
 #include "SystemAccess.h"
 #include "WebSocketTask.h"
+#include "WindowFactory.h"
 
 #include <QProcessEnvironment>
 #include <QString>
@@ -30,6 +33,9 @@ struct PlatformServices {
     std::unique_ptr<platform::ConnectivityMonitor> connectivity;
     std::unique_ptr<platform::AudioHost> audio;
     std::unique_ptr<platform::SystemAccess> systemAccess;
+    std::unique_ptr<platform::Appearance> appearance;
+    std::unique_ptr<platform::LoginItem> loginItem;
+    std::unique_ptr<WindowFactory> windows;
 
     // The real desktop, with the user's own folders.
     static PlatformServices ofThisDesktop();

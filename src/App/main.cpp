@@ -1,15 +1,44 @@
 #include "CorvaneApp.h"
 #include "TerminationSignals.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QQuickWindow>
 
 #include <sys/stat.h>
+
+namespace {
+
+// The bar joins every workspace and stays where it is put, which X11 (XWayland on a Wayland desktop) lets a
+// window do. Without any display the interviews still run, by links.
+void choosePlatform() {
+    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+        return;
+    }
+    const bool x11 = qEnvironmentVariableIsSet("DISPLAY");
+    if (x11 || !qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) {
+        qputenv("QT_QPA_PLATFORM", x11 ? "xcb" : "offscreen");
+    }
+}
+
+// The software scene graph starts faster, takes a third of the memory and a quarter of the processor time for
+// windows as small as these, unless the user's own settings ask for another.
+void chooseSceneGraph() {
+    if (!qEnvironmentVariableIsSet("QT_QUICK_BACKEND") && !qEnvironmentVariableIsSet("QSG_RHI_BACKEND")) {
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    }
+}
+
+} // namespace
 
 int main(int argc, char* argv[]) {
     // What the program writes is for its user alone.
     umask(S_IRWXG | S_IRWXO);
-    QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("Corvane Lumetra"));
+    choosePlatform();
+    chooseSceneGraph();
+    QGuiApplication application(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("Corvane Lumetra"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("com.corvane.Lumetra"));
+    QGuiApplication::setQuitOnLastWindowClosed(false);
     platform::quitOnTerminationSignals();
     CorvaneApp app(PlatformServices::ofThisDesktop(),
                    platform::makeSessionApplication(QStringLiteral("com.corvane.Lumetra")));

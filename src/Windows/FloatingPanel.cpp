@@ -28,7 +28,7 @@ FloatingPanel::FloatingPanel(OverlayBarPresenter& presenter)
     setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Overlay/OverlayBarView.qml")));
     create();
     platform::setStaysAbove(*this, true);
-    connect(&presenter, &OverlayBarPresenter::drawnRectsChanged, this, &FloatingPanel::takeShape);
+    connect(&presenter, &OverlayBarPresenter::drawnRegionChanged, this, &FloatingPanel::takeShape);
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, &FloatingPanel::comeBackToAScreen,
             Qt::QueuedConnection);
     positionTopCenter(offsetFromTop);
@@ -73,10 +73,7 @@ void FloatingPanel::positionTopCenter(int offset) {
 }
 
 void FloatingPanel::takeShape() {
-    QRegion drawn;
-    for (const auto& rect : m_presenter.drawnRects()) {
-        drawn += rect.toAlignedRect();
-    }
+    const auto& drawn = m_presenter.drawnRegion();
     const auto needed = std::max(m_height, drawn.boundingRect().bottom() + 1);
     if (needed != height()) {
         resize(panelWidth, needed);

@@ -70,29 +70,12 @@ QCoro::Task<void> FakeAudioHost::gate(bool held) {
     }
 }
 
-bool FakeAudioHost::pushSystem(std::span<const float> interleaved, uint32_t channels) {
+bool FakeAudioHost::Source::push(std::span<const float> samples, double rate, uint32_t channels) {
     AudioBuffer buffer;
-    buffer.description = AudioStreamDescription{48000.0, channels, 32, true};
-    buffer.data = std::as_bytes(interleaved).data();
-    buffer.length = interleaved.size_bytes();
-    return m_system.push(buffer);
-}
-
-bool FakeAudioHost::pushMicrophone(std::span<const float> interleaved, double sampleRate, uint32_t channels) {
-    AudioBuffer buffer;
-    buffer.description = AudioStreamDescription{sampleRate, channels, 32, true};
-    buffer.data = std::as_bytes(interleaved).data();
-    buffer.length = interleaved.size_bytes();
-    return m_microphone.push(buffer);
-}
-
-bool FakeAudioHost::pushMicrophone(std::span<const int16_t> interleaved, double sampleRate,
-                                   uint32_t channels) {
-    AudioBuffer buffer;
-    buffer.description = AudioStreamDescription{sampleRate, channels, 16, false};
-    buffer.data = std::as_bytes(interleaved).data();
-    buffer.length = interleaved.size_bytes();
-    return m_microphone.push(buffer);
+    buffer.description = AudioStreamDescription{rate, channels, 32, true};
+    buffer.data = std::as_bytes(samples).data();
+    buffer.length = samples.size_bytes();
+    return push(buffer);
 }
 
 QCoro::Task<AudioSurvey> FakeAudioHost::survey() {
@@ -130,18 +113,10 @@ QCoro::Task<std::unique_ptr<AudioStream>> FakeAudioHost::startMicrophoneStream(A
     co_return stream;
 }
 
-QCoro::Task<QList<AudioEndpoint>> FakeAudioHost::inputs() {
+QCoro::Task<QList<AudioEndpoint>> FakeAudioHost::listed(QList<AudioEndpoint> list) {
     co_await gate(m_held);
     if (listError) {
         throw AudioError(*listError);
     }
-    co_return inputList;
-}
-
-QCoro::Task<QList<AudioEndpoint>> FakeAudioHost::outputs() {
-    co_await gate(m_held);
-    if (listError) {
-        throw AudioError(*listError);
-    }
-    co_return outputList;
+    co_return list;
 }

@@ -14,10 +14,8 @@ class FakeAudioHost : public platform::AudioHost {
 public:
     // The answers of the next operations. An error set here is thrown instead.
     platform::AudioSurvey surveyResult{1, 0};
-    std::optional<platform::AudioEndpoint> input =
-        platform::AudioEndpoint{QStringLiteral("1"), QStringLiteral("Test microphone")};
+    std::optional<platform::AudioEndpoint> input = platform::AudioEndpoint{"1", "Test microphone"};
     QList<platform::AudioEndpoint> inputList;
-    QList<platform::AudioEndpoint> outputList;
     std::optional<platform::AudioError> surveyError;
     std::optional<platform::AudioError> listError;
     std::optional<platform::AudioError> systemError;
@@ -42,11 +40,13 @@ public:
 
     // False when no stream runs. Any thread.
     bool pushSystem(const platform::AudioBuffer& buffer) { return m_system.push(buffer); }
-    bool pushSystem(std::span<const float> interleaved, uint32_t channels = 1);
+    bool pushSystem(std::span<const float> interleaved, uint32_t channels = 1) {
+        return m_system.push(interleaved, 48000.0, channels);
+    }
     bool pushMicrophone(const platform::AudioBuffer& buffer) { return m_microphone.push(buffer); }
-    bool pushMicrophone(std::span<const float> interleaved, double sampleRate = 48000.0,
-                        uint32_t channels = 1);
-    bool pushMicrophone(std::span<const int16_t> interleaved, double sampleRate, uint32_t channels);
+    bool pushMicrophone(std::span<const float> samples, double sampleRate = 48000.0) {
+        return m_microphone.push(samples, sampleRate, 1);
+    }
 
     // The handlers of the running stream, to call them when they are no longer expected.
     platform::AudioStreamHandlers systemHandlers() const { return m_system.current()->handlers; }
@@ -63,8 +63,8 @@ public:
     QCoro::Task<std::optional<platform::AudioEndpoint>> defaultInput() override;
     QCoro::Task<std::unique_ptr<platform::AudioStream>>
     startMicrophoneStream(platform::AudioStreamHandlers handlers) override;
-    QCoro::Task<QList<platform::AudioEndpoint>> inputs() override;
-    QCoro::Task<QList<platform::AudioEndpoint>> outputs() override;
+    QCoro::Task<QList<platform::AudioEndpoint>> inputs() override { return listed(inputList); }
+    QCoro::Task<QList<platform::AudioEndpoint>> outputs() override { return listed({}); }
 
 private:
     // A stream's destructor waits for the handler under way; a handler may itself end its stream.
@@ -81,6 +81,7 @@ private:
         std::unique_ptr<platform::AudioStream> start(platform::AudioStreamHandlers handlers);
         std::shared_ptr<Channel> current() const;
         bool push(const platform::AudioBuffer& buffer);
+        bool push(std::span<const float> samples, double rate, uint32_t channels);
         void fail(const QString& reason);
         int opened = 0;
 
@@ -90,6 +91,7 @@ private:
     };
 
     QCoro::Task<void> gate(bool held);
+    QCoro::Task<QList<platform::AudioEndpoint>> listed(QList<platform::AudioEndpoint> list);
 
     bool m_held = false;
     bool m_resultsHeld = false;

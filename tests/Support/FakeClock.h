@@ -20,7 +20,6 @@ public:
     void advance(std::chrono::milliseconds span);
     // The wall clock alone jumps; no timer fires.
     void jump(std::chrono::milliseconds span);
-    void setWallTime(platform::WallTime time) { m_wallMicroseconds = time.time_since_epoch().count(); }
     int timerCount() const { return static_cast<int>(m_timers->size()); }
 
 private:

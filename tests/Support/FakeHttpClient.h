@@ -3,6 +3,8 @@
 #include "Completion.h"
 #include "HttpClient.h"
 
+#include <QCoreApplication>
+
 #include <deque>
 #include <functional>
 #include <variant>
@@ -16,22 +18,58 @@ public:
     using Handler = std::function<Answer(const platform::HttpRequest&)>;
 
     // What still waits fails with connectionLost.
-    ~FakeHttpClient() override;
+    ~FakeHttpClient() override {
+        for (const auto& pending : std::exchange(m_pending, {})) {
+            pending.completion.fail(error(platform::HttpError::Kind::connectionLost));
+        }
+    }
 
-    QCoro::Task<platform::HttpResponse> execute(platform::HttpRequest request) override;
+    QCoro::Task<platform::HttpResponse> execute(platform::HttpRequest request) override {
+        m_requests.append(request);
+        platform::Completion<platform::HttpResponse> completion;
+        m_pending.push_back({completion, nextAnswer(request)});
+        if (!m_held) {
+            release(heldCount() - 1);
+        }
+        auto response = co_await std::move(completion);
+        if (response.url.isEmpty()) {
+            response.url = request.url;
+        }
+        co_return response;
+    }
 
     // Appends to the script.
-    void answer(int status, QByteArray body = {}, QList<platform::HttpHeader> headers = {});
-    void fail(platform::HttpError::Kind kind);
+    void answer(int status, QByteArray body = {}, QList<platform::HttpHeader> headers = {}) {
+        m_script.push_back(response(status, std::move(body), std::move(headers)));
+    }
+    void fail(platform::HttpError::Kind kind) { m_script.push_back(error(kind)); }
     // For an Answer of a handler.
-    static Answer response(int status, QByteArray body = {}, QList<platform::HttpHeader> headers = {});
+    static Answer response(int status, QByteArray body = {}, QList<platform::HttpHeader> headers = {}) {
+        return platform::HttpResponse{status, {}, std::move(headers), std::move(body)};
+    }
     void setHandler(Handler handler) { m_handler = std::move(handler); }
 
     // While held, requests take their answers but do not get them before release(). Ending the hold releases
     // them all.
-    void setHeld(bool held);
+    void setHeld(bool held) {
+        m_held = held;
+        while (!m_held && !m_pending.empty()) {
+            release();
+        }
+    }
     // The held request at `index`, the oldest being 0.
-    void release(int index = 0);
+    void release(int index = 0) {
+        const auto position = m_pending.begin() + index;
+        const auto deliver = [pending = std::move(*position)] {
+            if (const auto* failure = std::get_if<platform::HttpError>(&pending.answer)) {
+                pending.completion.fail(*failure);
+            } else {
+                pending.completion.resolve(std::get<platform::HttpResponse>(pending.answer));
+            }
+        };
+        m_pending.erase(position);
+        QMetaObject::invokeMethod(QCoreApplication::instance(), deliver, Qt::QueuedConnection);
+    }
     int heldCount() const { return static_cast<int>(m_pending.size()); }
 
     const QList<platform::HttpRequest>& requests() const { return m_requests; }
@@ -43,8 +81,16 @@ private:
         Answer answer;
     };
 
-    Answer nextAnswer(const platform::HttpRequest& request);
-    static void deliver(Pending pending);
+    static platform::HttpError error(platform::HttpError::Kind kind) { return {kind, "scripted failure"}; }
+
+    Answer nextAnswer(const platform::HttpRequest& request) {
+        if (m_script.empty()) {
+            return m_handler ? m_handler(request) : error(platform::HttpError::Kind::other);
+        }
+        auto next = std::move(m_script.front());
+        m_script.pop_front();
+        return next;
+    }
 
     std::deque<Answer> m_script;
     Handler m_handler;
@@ -54,4 +100,8 @@ private:
 };
 
 // The first header of that name in a request, case-insensitive.
-std::optional<QByteArray> headerOf(const platform::HttpRequest& request, const QByteArray& name);
+inline std::optional<QByteArray> headerOf(const platform::HttpRequest& request, const QByteArray& name) {
+    platform::HttpResponse response;
+    response.headers = request.headers;
+    return response.header(name);
+}

@@ -5,42 +5,15 @@
 using platform::WebSocketError;
 using platform::WebSocketMessage;
 
-namespace {
-
-std::exception_ptr pointerTo(const std::optional<WebSocketError>& error) {
-    return error ? std::make_exception_ptr(*error) : nullptr;
-}
-
-} // namespace
-
-FakeWebSocketPeer::FakeWebSocketPeer(QUrl address, qint64 bound, int taskIdentifier)
-    : url(std::move(address))
-    , maxMessageBytes(bound)
-    , identifier(taskIdentifier) {}
-
-QList<WebSocketMessage> FakeWebSocketPeer::sent() const {
+QList<QByteArray> FakeWebSocketPeer::sent(bool isText) const {
     const std::lock_guard lock(m_mutex);
-    return m_sent;
-}
-
-QList<QByteArray> FakeWebSocketPeer::sentTexts() const {
-    QList<QByteArray> texts;
-    for (const auto& message : sent()) {
-        if (message.isText) {
-            texts.append(message.payload);
+    QList<QByteArray> payloads;
+    for (const auto& message : m_sent) {
+        if (message.isText == isText) {
+            payloads.append(message.payload);
         }
     }
-    return texts;
-}
-
-QList<QByteArray> FakeWebSocketPeer::sentBinaries() const {
-    QList<QByteArray> binaries;
-    for (const auto& message : sent()) {
-        if (!message.isText) {
-            binaries.append(message.payload);
-        }
-    }
-    return binaries;
+    return payloads;
 }
 
 void FakeWebSocketPeer::open() {
@@ -65,32 +38,12 @@ void FakeWebSocketPeer::complete(std::optional<WebSocketError> error, int httpSt
     }
 }
 
-void FakeWebSocketPeer::failReceive(const WebSocketError& error) {
-    m_receiveError = std::make_exception_ptr(error);
-    pump();
-}
-
 void FakeWebSocketPeer::breakConnection() {
-    const WebSocketError lost(ErrorKind::connectionLost, QStringLiteral("The connection was lost."));
-    failReceive(lost);
+    const WebSocketError lost(ErrorKind::connectionLost, "The connection was lost.");
+    m_receiveError = std::make_exception_ptr(lost);
+    pump();
     close(1006);
     complete(lost);
-}
-
-void FakeWebSocketPeer::answerPings() {
-    settlePings(nullptr);
-}
-
-void FakeWebSocketPeer::failPings(const WebSocketError& error) {
-    settlePings(std::make_exception_ptr(error));
-}
-
-void FakeWebSocketPeer::settlePings(const std::exception_ptr& error) {
-    for (const auto& pong : std::exchange(m_pings, {})) {
-        if (m_task) {
-            pong(error);
-        }
-    }
 }
 
 void FakeWebSocketPeer::setSendError(std::optional<WebSocketError> error) {
@@ -132,7 +85,7 @@ void FakeWebSocketTask::send(Payload kind, QByteArray payload, DoneHandler done)
             m_peer->m_sent.append({kind == Payload::text, std::move(payload)});
         }
     }
-    done(pointerTo(error));
+    done(error ? std::make_exception_ptr(*error) : nullptr);
 }
 
 void FakeWebSocketTask::receive(ReceiveHandler handler) {
@@ -143,15 +96,14 @@ void FakeWebSocketTask::receive(ReceiveHandler handler) {
 
 void FakeWebSocketTask::sendPing(DoneHandler pong) {
     ++m_peer->m_pingCount;
-    m_peer->m_pings.push_back(std::move(pong));
     if (m_peer->m_answersPings) {
         QMetaObject::invokeMethod(
-            this, [peer = m_peer] { peer->answerPings(); }, Qt::QueuedConnection);
+            this, [pong] { pong(nullptr); }, Qt::QueuedConnection);
     }
 }
 
-std::unique_ptr<platform::WebSocketTask> FakeWebSocketFactory::makeTask(QUrl url, qint64 maxMessageBytes) {
+std::unique_ptr<platform::WebSocketTask> FakeWebSocketFactory::makeTask(QUrl url, qint64) {
     const auto identifier = static_cast<int>(m_peers.size()) + 1;
-    m_peers.push_back(std::make_shared<FakeWebSocketPeer>(std::move(url), maxMessageBytes, identifier));
+    m_peers.push_back(std::make_shared<FakeWebSocketPeer>(std::move(url), identifier));
     return std::make_unique<FakeWebSocketTask>(m_peers.back());
 }

@@ -18,10 +18,11 @@ public:
     using ErrorKind = platform::WebSocketError::Kind;
 
     const QUrl url;
-    const qint64 maxMessageBytes;
     const int identifier;
 
-    FakeWebSocketPeer(QUrl address, qint64 bound, int taskIdentifier);
+    FakeWebSocketPeer(QUrl address, int taskIdentifier)
+        : url(std::move(address))
+        , identifier(taskIdentifier) {}
 
     // What the program did.
     bool isResumed() const { return m_resumed; }
@@ -30,9 +31,8 @@ public:
     int pingCount() const { return m_pingCount; }
     bool isReceiveArmed() const { return static_cast<bool>(m_receive); }
     // Frames in the order of the calls, of all threads.
-    QList<platform::WebSocketMessage> sent() const;
-    QList<QByteArray> sentTexts() const;
-    QList<QByteArray> sentBinaries() const;
+    QList<QByteArray> sentTexts() const { return sent(true); }
+    QList<QByteArray> sentBinaries() const { return sent(false); }
 
     // What the peer and the network do. Like the real transport, no handler runs within the program's call.
     void open();
@@ -40,14 +40,9 @@ public:
     void sendBinary(const QByteArray& bytes) { deliver({false, bytes}); }
     void close(int code);
     void complete(std::optional<platform::WebSocketError> error = {}, int httpStatus = 0);
-    // Fails the armed receive, or the next one.
-    void failReceive(const platform::WebSocketError& error);
     // A connection cut without a close frame: the receive fails, then close and completion are reported.
     void breakConnection();
-    // When false, pings wait for answerPings() or failPings().
     void setAnswersPings(bool answers) { m_answersPings = answers; }
-    void answerPings();
-    void failPings(const platform::WebSocketError& error);
     // From now on every send fails with this; an empty value ends that. Any thread.
     void setSendError(std::optional<platform::WebSocketError> error);
 
@@ -56,7 +51,7 @@ private:
 
     void deliver(platform::WebSocketMessage message);
     void pump();
-    void settlePings(const std::exception_ptr& error);
+    QList<QByteArray> sent(bool isText) const;
 
     QPointer<FakeWebSocketTask> m_task;
     bool m_resumed = false;
@@ -67,7 +62,6 @@ private:
     platform::WebSocketTask::ReceiveHandler m_receive;
     bool m_answersPings = true;
     int m_pingCount = 0;
-    std::vector<platform::WebSocketTask::DoneHandler> m_pings;
 
     mutable std::mutex m_mutex;
     QList<platform::WebSocketMessage> m_sent;

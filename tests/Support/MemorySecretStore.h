@@ -11,17 +11,66 @@ class MemorySecretStore : public platform::SecretStore {
 public:
     using Key = QPair<QString, QString>; // service, name
 
-    Reading read(const QString& service, const QString& name) override;
-    Status write(const QString& service, const QString& name, const QByteArray& value) override;
-    Status erase(const QString& service, const QString& name) override;
+    Reading read(const QString& service, const QString& name) override {
+        const Key key(service, name);
+        if (m_condition == Status::absent) {
+            return {Status::absent, m_waiting.value(key)};
+        }
+        if (m_condition == Status::locked && m_waiting.contains(key)) {
+            return {m_waiting[key] ? Status::ok : Status::notFound, m_waiting[key]};
+        }
+        if (m_condition != Status::ok) {
+            return {m_condition, std::nullopt};
+        }
+        const auto found = items.constFind(key);
+        return found == items.cend() ? Reading{} : Reading{Status::ok, *found};
+    }
+
+    Status write(const QString& service, const QString& name, const QByteArray& value) override {
+        calls.append("write " + name);
+        if (m_condition == Status::ok) {
+            items[Key(service, name)] = value;
+        } else if (m_condition != Status::refused) {
+            m_waiting[Key(service, name)] = value;
+        }
+        return m_condition == Status::locked ? Status::ok : m_condition;
+    }
+
+    Status erase(const QString& service, const QString& name) override {
+        calls.append("erase " + name);
+        const Key key(service, name);
+        const auto status = read(service, name).status;
+        if (m_condition == Status::ok) {
+            items.remove(key);
+        } else if (m_condition == Status::locked) {
+            m_waiting[key] = std::nullopt;
+        } else if (m_condition == Status::absent && m_waiting.remove(key) > 0) {
+            return Status::ok;
+        }
+        return status;
+    }
 
     // ok, locked, refused or absent. From locked or absent to ok what waited in memory is carried out and
     // unlocked() is emitted.
-    void setCondition(Status condition);
+    void setCondition(Status condition) {
+        const auto before = std::exchange(m_condition, condition);
+        if (condition != Status::ok || (before != Status::locked && before != Status::absent)) {
+            return;
+        }
+        const auto waiting = std::exchange(m_waiting, {});
+        for (auto change = waiting.cbegin(); change != waiting.cend(); ++change) {
+            if (*change) {
+                items[change.key()] = **change;
+            } else {
+                items.remove(change.key());
+            }
+        }
+        Q_EMIT unlocked();
+    }
 
     // Past the condition.
     QMap<Key, QByteArray> items;
-    // Every call of write() and erase(), in order: "write name" or "erase name".
+    // Every call of write() and erase(), in order.
     QStringList calls;
 
 private:

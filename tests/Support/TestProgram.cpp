@@ -19,17 +19,11 @@ QByteArray sessionToken(const platform::Clock& clock, int serial) {
 
 } // namespace
 
-bool FakeSystemAccess::open(const QString& address) {
-    opened.append(address);
-    return true;
-}
-
 platform::ApplicationInfo TestProgram::defaultInfo() {
-    return platform::ApplicationInfo(
-        {{QStringLiteral("CFBundleShortVersionString"), QStringLiteral("1.2")},
-         {QStringLiteral("CFBundleVersion"), QStringLiteral("34")},
-         {QStringLiteral("CLERK_PUBLISHABLE_KEY"), QStringLiteral("pk_live_Y2xlcmsubHVtZXRyYS50ZXN0JA==")},
-         {QStringLiteral("CORVANE_DEFAULT_ENDPOINT"), QStringLiteral("https://backend.lumetra.test")}});
+    return platform::ApplicationInfo({{"CFBundleShortVersionString", "1.2"},
+                                      {"CFBundleVersion", "34"},
+                                      {"CLERK_PUBLISHABLE_KEY", "pk_live_Y2xlcmsubHVtZXRyYS50ZXN0JA=="},
+                                      {"CORVANE_DEFAULT_ENDPOINT", "https://backend.lumetra.test"}});
 }
 
 TestProgram::TestProgram(Start start, const platform::ApplicationInfo& info) {
@@ -50,6 +44,9 @@ TestProgram::TestProgram(Start start, const platform::ApplicationInfo& info) {
     sockets = give(services.webSockets, std::make_unique<FakeWebSocketFactory>());
     audio = give(services.audio, std::make_unique<FakeAudioHost>());
     access = give(services.systemAccess, std::make_unique<FakeSystemAccess>());
+    windows = give(services.windows, std::make_unique<FakeWindowFactory>());
+    loginItem = give(services.loginItem, std::make_unique<FakeLoginItem>());
+    services.appearance = std::make_unique<platform::Appearance>();
     services.connectivity = std::make_unique<platform::ConnectivityMonitor>();
 
     identityHttp->setHandler([this](const platform::HttpRequest&) {
@@ -59,9 +56,9 @@ TestProgram::TestProgram(Start start, const platform::ApplicationInfo& info) {
     backendHttp->setHandler([](const platform::HttpRequest&) { return FakeHttpClient::response(201); });
     if (start == Start::signedIn) {
         const auto service = QStringLiteral("com.corvane.interview-assistant");
-        secrets->write(service, QStringLiteral("clerk_client_token"), "client-token");
-        secrets->write(service, QStringLiteral("clerk_session_id"), "sess_1");
-        secrets->write(service, QStringLiteral("clerk_user_email"), "interviewer@example.com");
+        secrets->write(service, "clerk_client_token", "client-token");
+        secrets->write(service, "clerk_session_id", "sess_1");
+        secrets->write(service, "clerk_user_email", "interviewer@example.com");
     }
     app = std::make_unique<AppDelegate>(std::move(services));
 }
@@ -102,9 +99,31 @@ QList<QByteArray> TestProgram::commands(const QByteArray& type) const {
     return result;
 }
 
-void TestProgram::startInterview(const QString& id) {
+void TestProgram::askForInterview(const QString& id) {
     interview().setInterviewId(id);
     interview().startInterviewWithId();
     settle();
+}
+
+void TestProgram::startInterview(const QString& id) {
+    askForInterview(id);
     serverSays(R"({"type":"chat_interview_plan","plan":{"Design":[{"question":"Why?"}]}})");
+}
+
+void TestProgram::launchToInterview() {
+    launchToSession();
+    startInterview();
+}
+
+void TestProgram::loseLink() {
+    peer().breakConnection();
+    settle();
+}
+
+void TestProgram::reopenLink(const QByteArray& json) {
+    clock->advance(std::chrono::seconds(1));
+    settle();
+    peer().open();
+    settle();
+    serverSays(json);
 }

@@ -5,8 +5,10 @@
 #include "CompletionViewModel.h"
 #include "FakeAudioHost.h"
 #include "FakeClock.h"
+#include "FakeDesktop.h"
 #include "FakeHttpClient.h"
 #include "FakeWebSocket.h"
+#include "FakeWindowFactory.h"
 #include "InterviewViewModel.h"
 #include "LogCapture.h"
 #include "MemorySecretStore.h"
@@ -20,7 +22,10 @@
 
 class FakeSystemAccess : public platform::SystemAccess {
 public:
-    bool open(const QString& address) override;
+    bool open(const QString& address) override {
+        opened.append(address);
+        return true;
+    }
     platform::MicrophoneAuthorization microphoneAuthorization() const override { return authorization; }
     QCoro::Task<bool> requestMicrophoneAccess() override { co_return grantsRequest; }
 
@@ -47,8 +52,16 @@ public:
     void settle();
     // The commands that the program sent on the newest connection, in order, audio left out.
     QList<QByteArray> commands(const QByteArray& type = {}) const;
-    // From idle to streaming, on an open session.
+    // Asks for the interview, on an open session; with the plan in the server's answer it streams.
+    void askForInterview(const QString& id);
     void startInterview(const QString& id = QStringLiteral("abc"));
+    void launchToInterview();
+    // The connection breaks; a second later it is back, and the server speaks first.
+    void loseLink();
+    void reopenLink(const QByteArray& json);
+    // Both captures run; neither does.
+    bool captures() const { return audio->microphoneRuns() && audio->systemRuns(); }
+    bool isSilent() const { return !audio->microphoneRuns() && !audio->systemRuns(); }
 
     InterviewViewModel& interview() { return app->interviewViewModel(); }
     CompletionViewModel& completion() { return app->completionViewModel(); }
@@ -65,5 +78,7 @@ public:
     MemorySecretStore* secrets = nullptr;
     FakeSystemAccess* access = nullptr;
     platform::DefaultsStore* defaults = nullptr;
+    FakeWindowFactory* windows = nullptr;
+    FakeLoginItem* loginItem = nullptr;
     std::unique_ptr<AppDelegate> app;
 };

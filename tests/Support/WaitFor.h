@@ -2,15 +2,13 @@
 
 #include <QCoroTask>
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QEventLoop>
 #include <QTest>
 
 #include <exception>
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <variant>
 
 // Runs the event loop until `condition` holds. False after `milliseconds`.
 template<typename Condition>
@@ -20,30 +18,24 @@ bool waitUntil(Condition condition, int milliseconds = 5000) {
 
 namespace detail {
 
+// What became of a task; it may outlive who waits for it.
 template<typename T>
-QCoro::Task<void> settle(QCoro::Task<T> task, std::shared_ptr<std::optional<T>> result,
-                         std::shared_ptr<std::exception_ptr> error, std::shared_ptr<bool> done) {
-    try {
-        result->emplace(co_await task);
-    } catch (...) {
-        *error = std::current_exception();
-    }
-    *done = true;
-}
+struct Outcome {
+    std::optional<std::conditional_t<std::is_void_v<T>, std::monostate, T>> result;
+    std::exception_ptr error;
+};
 
-inline QCoro::Task<void> settleVoid(QCoro::Task<void> task, std::shared_ptr<std::exception_ptr> error,
-                                    std::shared_ptr<bool> done) {
+template<typename T>
+QCoro::Task<void> settle(QCoro::Task<T> task, std::shared_ptr<Outcome<T>> outcome) {
     try {
-        co_await task;
+        if constexpr (std::is_void_v<T>) {
+            co_await task;
+            outcome->result.emplace();
+        } else {
+            outcome->result.emplace(co_await task);
+        }
     } catch (...) {
-        *error = std::current_exception();
-    }
-    *done = true;
-}
-
-inline void spin(const std::shared_ptr<bool>& done, int milliseconds) {
-    if (!QTest::qWaitFor([done] { return *done; }, milliseconds)) {
-        throw std::runtime_error("waitFor: the task did not finish in time");
+        outcome->error = std::current_exception();
     }
 }
 
@@ -52,23 +44,20 @@ inline void spin(const std::shared_ptr<bool>& done, int milliseconds) {
 // Runs the event loop until the task is done and gives its result or throws what it threw.
 template<typename T>
 T waitFor(QCoro::Task<T> task, int milliseconds = 5000) {
-    auto result = std::make_shared<std::optional<T>>();
-    auto error = std::make_shared<std::exception_ptr>();
-    auto done = std::make_shared<bool>(false);
-    auto running = detail::settle<T>(std::move(task), result, error, done);
-    detail::spin(done, milliseconds);
-    if (*error) {
-        std::rethrow_exception(*error);
+    const auto outcome = std::make_shared<detail::Outcome<T>>();
+    const auto running = detail::settle<T>(std::move(task), outcome);
+    if (!waitUntil([&] { return outcome->result || outcome->error; }, milliseconds)) {
+        throw std::runtime_error("waitFor: the task did not finish in time");
     }
-    return std::move(**result);
+    if (outcome->error) {
+        std::rethrow_exception(outcome->error);
+    }
+    if constexpr (!std::is_void_v<T>) {
+        return std::move(*outcome->result);
+    }
 }
 
+// QCoro's own waitFor is found too, unless this one is no template.
 inline void waitFor(QCoro::Task<void> task, int milliseconds = 5000) {
-    auto error = std::make_shared<std::exception_ptr>();
-    auto done = std::make_shared<bool>(false);
-    auto running = detail::settleVoid(std::move(task), error, done);
-    detail::spin(done, milliseconds);
-    if (*error) {
-        std::rethrow_exception(*error);
-    }
+    ::waitFor<void>(std::move(task), milliseconds);
 }

@@ -1,37 +1,17 @@
 #pragma once
 
 #include "Appearance.h"
-#include "ApplicationWindows.h"
-#include "KeychainService.h"
-#include "LoginItem.h"
+#include "FakeDesktop.h"
 #include "OverlayViewModel.h"
 #include "SettingsViewModel.h"
 #include "TestProgram.h"
 
-// Windows that only remember what was asked of them.
-class FakeWindows : public ApplicationWindows {
-public:
-    PanelWindow* floatingPanel() const override { return nullptr; }
-    void showDashboard() override { calls.append("dashboard"); }
-    void setContentProtected(bool) override {}
-    void setActivationPolicy(ActivationPolicy) override {}
-    void terminate() override { calls.append("terminate"); }
-
-    QStringList calls;
-};
-
-class NoLoginItem : public platform::LoginItem {
-public:
-    void registerItem() override {}
-    void unregisterItem() override {}
-};
-
-// The models that the views stand on, on a program that has launched and has its session.
+// The models that the views stand on, beside a program that has launched and has its session.
 struct OverlayModels {
     TestProgram program;
     FakeWindows windows;
     platform::Appearance appearance;
-    NoLoginItem loginItem;
+    FakeLoginItem loginItem;
     std::unique_ptr<SettingsViewModel> settings;
     std::unique_ptr<OverlayViewModel> overlay;
 

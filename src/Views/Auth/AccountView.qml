@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Auth
 import Corvane.Shared
 
 // Who is signed in, and the way out.

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Auth
 
 // The content while somebody is signed in, the sign-in card otherwise.
 Item {

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Auth
 import QtQuick.Templates as T
 import Corvane.Shared
 

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Auth
 import Corvane.Shared
 
 // The sign-in card in the middle of the window.

@@ -70,9 +70,9 @@ QCoro::Task<void> AudioSettingsPresenter::loadDevices() {
     if (std::exchange(m_outputDevices, outputDevices) != outputDevices) {
         Q_EMIT outputsChanged();
     }
-    setDevicesNotice(answers ? QString()
-                             : QStringLiteral("No sound server answers. Start PipeWire or PulseAudio, "
-                                              "then open this page again."));
+    setDevicesNotice(
+        answers ? QString()
+                : QStringLiteral("No sound server answers. Start PipeWire or PulseAudio and come back."));
 }
 
 QStringList AudioSettingsPresenter::inputs() const {

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Dashboard
 import Corvane.Shared
 
 ScrollPage {

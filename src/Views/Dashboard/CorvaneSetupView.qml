@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Dashboard
 import Corvane.Shared
 
 ScrollPage {
@@ -49,7 +50,7 @@ ScrollPage {
                 inputMethodHints: Qt.ImhUrlCharactersOnly | Qt.ImhNoPredictiveText
                 text: page.presenter.apiUrl
                 onTextEdited: page.presenter.apiUrl = text
-                onAccepted: if (save.visible && save.enabled) save.click()
+                onAccepted: if (page.presenter.urlDirty) page.presenter.saveUrl()
             }
             SmallButton {
                 id: save
@@ -59,7 +60,11 @@ ScrollPage {
                 busy: page.presenter.isSavingUrl
                 prominent: true
                 text: "Save"
-                onClicked: page.presenter.saveUrl()
+                onClicked: {
+                    // The button goes with what there was to save; the keyboard stays on the page.
+                    field.forceActiveFocus();
+                    page.presenter.saveUrl();
+                }
             }
         }
     }

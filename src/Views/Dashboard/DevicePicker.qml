@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Dashboard
 import Corvane.Shared
 
 // A section of the audio page: one device of one kind.

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Dashboard
 import QtQuick.Templates as T
 import Corvane.Shared
 

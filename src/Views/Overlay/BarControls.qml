@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Overlay
 import QtQuick.Layouts
 import Corvane.Shared
 

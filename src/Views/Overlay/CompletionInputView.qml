@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Overlay
 import Corvane.Shared
 
 // The id field before an interview, the interview's state during one.

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Overlay
 import Corvane.Shared
 
 // A question of the bar and its answers. The first answer cancels and has the keyboard.

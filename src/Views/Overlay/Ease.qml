@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Overlay
 
 // The pace of every change on the bar.
 NumberAnimation {

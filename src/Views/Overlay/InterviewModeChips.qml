@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Overlay
 import Corvane.Shared
 
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Overlay
 import Corvane.Shared
 
 // The video's picture: the bar over a conversation.

@@ -1,5 +1,6 @@
 import QtQuick
 import Corvane.Shared
+import Corvane.Overlay
 
 // Root of the floating panel: the bar, and under it a dialog, the response or the onboarding strip.
 FocusScope {

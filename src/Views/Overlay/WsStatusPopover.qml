@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Overlay
 import Corvane.Shared
 
 // Says what is wrong with the link, and offers the way out.

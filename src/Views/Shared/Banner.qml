@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 
 // A notice across the width: a symbol, a title, a line and buttons behind them.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 
 // The plain background of a card.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 
 // A short label on a small rounded ground.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 import QtQuick.Templates as T
 
 // A row of a FormComboBox's list.

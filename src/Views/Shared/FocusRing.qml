@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 
 // Shows where the keyboard is. Fill the control with it.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 import QtQuick.Templates as T
 
 // One choice of a list that opens under it. It shows `row`, nothing for -1, and only asks for a change by

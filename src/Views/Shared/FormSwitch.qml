@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 import QtQuick.Templates as T
 
 // A switch with its label, and an optional line under it. It shows `on` and only asks for a change: clicked()
@@ -18,10 +19,9 @@ T.AbstractButton {
     Accessible.description: note
     Accessible.checkable: true
     Accessible.checked: on
-    Accessible.onToggleAction: click()
-    Accessible.onPressAction: click()
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Accessible.onToggleAction: clicked()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     indicator: Rectangle {
         width: 34

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 import QtQuick.Templates as T
 
 // A field for one line of text. `label` is its name for those who do not see it.

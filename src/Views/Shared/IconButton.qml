@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 import QtQuick.Templates as T
 
 // A button that is only a symbol. Its tip is its name.
@@ -16,8 +17,8 @@ T.AbstractButton {
     focusPolicy: Qt.StrongFocus
     Accessible.role: Accessible.Button
     Accessible.name: text !== "" ? text : tip
-    Keys.onReturnPressed: if (enabled) click()
-    Keys.onEnterPressed: if (enabled) click()
+    Keys.onReturnPressed: if (enabled) clicked()
+    Keys.onEnterPressed: if (enabled) clicked()
 
     background: Rectangle {
         radius: 6

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 
 // The translucent surface that everything of the bar is drawn on. `strength` from 0 to 1.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 
 // A line of explanation; takes no room while it is empty.
 Text {

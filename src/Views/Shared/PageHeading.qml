@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 
 // The top of a page: its title, and a line on what it is for.
 Column {

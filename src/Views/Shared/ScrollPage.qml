@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 import QtQuick.Templates as T
 
 // A page of the dashboard: a column that scrolls when it does not fit, and keeps what has the keyboard in view.
@@ -40,7 +41,7 @@ Flickable {
         id: column
         x: 24
         y: 24
-        width: Math.min(page.width - 2 * x, 520)
+        width: Math.min(page.width - 2 * x, 560)
         spacing: 24
     }
 

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 
 // The heading of a section of a page.
 Text {

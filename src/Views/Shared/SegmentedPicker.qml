@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 import QtQuick.Templates as T
 
 // One choice of a few, side by side. It shows `currentIndex` and only asks for a change by picked(). One stop
@@ -14,8 +15,8 @@ Rectangle {
 
     function step(index) {
         if (index >= 0 && index < segments.count) {
-            picked(index);
             segments.itemAt(index).forceActiveFocus(Qt.TabFocusReason);
+            picked(index);
         }
     }
 
@@ -52,8 +53,7 @@ Rectangle {
                 Accessible.name: text
                 Accessible.checkable: true
                 Accessible.checked: current
-                Accessible.onToggleAction: click()
-                Accessible.onPressAction: click()
+                Accessible.onToggleAction: clicked()
                 Keys.onLeftPressed: picker.step(index - 1)
                 Keys.onRightPressed: picker.step(index + 1)
 

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 import QtQuick.Templates as T
 
 // A small bordered button with an optional symbol or spinner before its text.
@@ -20,8 +21,8 @@ T.AbstractButton {
     Accessible.role: Accessible.Button
     Accessible.name: text
     Accessible.description: tip
-    Keys.onReturnPressed: if (enabled) click()
-    Keys.onEnterPressed: if (enabled) click()
+    Keys.onReturnPressed: if (enabled) clicked()
+    Keys.onEnterPressed: if (enabled) clicked()
 
     background: Rectangle {
         radius: 6

@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 
 // A soft shadow under a rounded rectangle, drawn as rings: `strength` is its opacity, `blur` how far it reaches.
 Item {

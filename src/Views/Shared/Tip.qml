@@ -1,4 +1,5 @@
 import QtQuick
+import Corvane.Shared
 
 // A tooltip for the item it stands in: shown beside the pointer's control after it has rested there.
 Item {

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "WindowFactory.h"
+
+// Windows without a display.
+class FakePanel : public PanelWindow {
+public:
+    void orderFrontRegardless() override { visible = true; }
+    void orderOut() override { visible = false; }
+    bool isVisible() const override { return visible; }
+    QRect frame() const override { return m_frame; }
+    void setFrame(const QRect& frame) override { m_frame = frame; }
+    void setLevel(WindowLevel to) override { level = to; }
+    void setActivationPolicy(ActivationPolicy to) override { policy = to; }
+    void setSharingType(SharingType to) override { sharing = to; }
+
+    bool visible = false;
+    WindowLevel level = WindowLevel::floating;
+    ActivationPolicy policy = ActivationPolicy::regular;
+    SharingType sharing = SharingType::none;
+
+private:
+    QRect m_frame{330, 54, 620, 48};
+};
+
+class FakeDashboard : public DashboardWindow {
+public:
+    void showWindow() override { visible = true; }
+    void orderOut() override { visible = false; }
+    bool isVisible() const override { return visible; }
+    void setSharingType(SharingType) override {}
+    void setActivationPolicy(ActivationPolicy) override {}
+
+    bool visible = false;
+};
+
+class FakeWindowFactory : public WindowFactory {
+public:
+    std::unique_ptr<PanelWindow> makeFloatingPanel(OverlayBarPresenter&) override {
+        auto made = std::make_unique<FakePanel>();
+        panel = made.get();
+        return made;
+    }
+    std::unique_ptr<DashboardWindow> makeDashboard(DashboardPresenter&, platform::DefaultsStore&) override {
+        auto made = std::make_unique<FakeDashboard>();
+        dashboard = made.get();
+        return made;
+    }
+
+    // Of the program that was launched last.
+    FakePanel* panel = nullptr;
+    FakeDashboard* dashboard = nullptr;
+};
