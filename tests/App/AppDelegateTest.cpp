@@ -1,15 +1,15 @@
 #include "ClerkAuthService.h"
 #include "DatabaseService.h"
 #include "MachineId.h"
+#include "Rows.h"
 #include "TestProgram.h"
 
 #include <QTest>
 
 namespace {
 
-QList<QUrl> link(const char* url) {
-    return {QUrl(QString::fromLatin1(url))};
-}
+const QList<QUrl> one{QUrl("corvane://interview/one")};
+const QList<QUrl> two{QUrl("corvane://interview/two")};
 
 } // namespace
 
@@ -17,169 +17,131 @@ class AppDelegateTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void launchSaysItsVersion();
-    void aBrokenPackageDoesNotLaunch();
-    void aSignedInLaunchOpensOneSocketWithOneToken();
-    void noBackendMeansNoConnection();
-    void signingOutAndInMovesTheLink();
-    void linksAreReadStrictly_data();
-    void linksAreReadStrictly();
-    void anEarlyLinkWaitsForLaunchAndSession();
-    void theLaterOfTwoWaitingLinksStarts();
-    void aLinkStartsAtOnceOrNotAtAll();
-    void theMachineIdIsOneStringForEver();
+    void launchSaysItsVersion() {
+        TestProgram program(TestProgram::Start::signedOut);
+        program.launch();
+        QVERIFY(program.log.contains("==== Corvane Lumetra launched: v1.2 (build 34) ===="));
+        QCOMPARE(program.sockets->count(), 0);
+    }
+
+    void aBrokenPackageDoesNotLaunch() {
+        TestProgram program(TestProgram::Start::signedOut, platform::ApplicationInfo());
+        try {
+            program.app->applicationDidFinishLaunching();
+            QFAIL("launched");
+        } catch (const LaunchError& error) {
+            QCOMPARE(error.what(), "CLERK_PUBLISHABLE_KEY missing/invalid in Info.plist: missingBundleKey");
+        }
+    }
+
+    void noBackendMeansNoConnection() {
+        TestProgram program;
+        {
+            DatabaseService database(program.folder.path(), *program.clock);
+            database.setSetting("corvane_api_url", QString());
+        }
+        program.launch();
+        QCOMPARE(program.sockets->count(), 0);
+    }
+
+    void signingOutAndInMovesTheLink() {
+        TestProgram program;
+        program.launchToSession();
+        waitFor(program.app->clerkAuthService().signOut());
+        program.settle();
+        QVERIFY(!program.app->webSocketService().isConnected());
+        QVERIFY(!program.app->webSocketService().isReconnecting());
+        program.clock->advance(std::chrono::minutes(1));
+        QCOMPARE(program.sockets->count(), 1);
+    }
+
+    void linksAreReadStrictly_data() {
+        const auto row = rows<QString, QString>();
+        row("an id", "corvane://interview/abc", "abc");
+        row("the last component", "corvane://interview/a/b", "b");
+        row("a trailing slash", "corvane://interview/a/", "a");
+        row("escaped", "corvane://interview/a%20b", "a b");
+        row("another scheme", "https://interview/abc", "");
+        row("another host", "corvane://meeting/abc", "");
+        row("no path", "corvane://interview", "");
+        row("the word itself", "corvane://interview/interview", "");
+    }
+    void linksAreReadStrictly() {
+        const auto [url, id] = currentRow<QString, QString>();
+        TestProgram program(TestProgram::Start::signedOut);
+        program.launch();
+        program.app->open({QUrl(url), QUrl("corvane://interview/second")});
+        QCOMPARE(program.interview().interviewId(), id);
+        QCOMPARE(program.log.count("[DeepLink] Received interview ID"), id.isEmpty() ? 0 : 1);
+        program.app->open({});
+        // Signed out, a link can start nothing.
+        program.settle();
+        QCOMPARE(program.interview().status(), InterviewStatus::idle);
+    }
+
+    void anEarlyLinkWaitsForLaunchAndSession() {
+        TestProgram program;
+        program.app->open(one);
+        program.app->open(two);
+        program.launchToSession();
+        QCOMPARE(program.interview().interviewId(), "two");
+        QCOMPARE(program.interview().status(), InterviewStatus::waitingForQuestions);
+        QVERIFY(program.log.contains("[DeepLink] Waiting for WebSocket session…"));
+        QCOMPARE(program.log.count("[DeepLink] Session ready — starting interview two"), 1);
+        QCOMPARE(program.commands("chat").size(), 1);
+    }
+
+    void theLaterOfTwoWaitingLinksStarts() {
+        TestProgram program;
+        program.launch();
+        program.app->open(one);
+        program.app->open(two);
+        program.peer().open();
+        program.settle();
+        // Connected, though the session is not confirmed: a third link needs no wait and takes the place of
+        // the second.
+        program.serverSays(R"({"type":"session_resumed"})");
+        QCOMPARE(program.commands("chat").size(), 1);
+        QCOMPARE(program.log.count("Session ready — starting interview"), 1);
+        QVERIFY(program.log.contains("Session ready — starting interview two"));
+        program.serverSays(R"({"type":"set_session"})");
+        QCOMPARE(program.commands("chat").size(), 1);
+    }
+
+    void aLinkStartsAtOnceOrNotAtAll() {
+        TestProgram program;
+        program.launchToSession();
+        program.app->open(one);
+        program.settle();
+        QCOMPARE(program.interview().status(), InterviewStatus::waitingForQuestions);
+        QVERIFY(!program.log.contains("Waiting for WebSocket session"));
+
+        program.app->open(two);
+        program.settle();
+        QCOMPARE(program.interview().interviewId(), "two");
+        QCOMPARE(program.commands("chat").size(), 1);
+    }
+
+    void theMachineIdIsOneStringForEver() {
+        const auto defaults = platform::makeMemoryDefaultsStore();
+        QCOMPARE(machineIdOf(*defaults, "of-the-system"), "of-the-system");
+        const auto made = machineIdOf(*defaults, std::nullopt);
+        QCOMPARE(made.size(), 36);
+        QCOMPARE(machineIdOf(*defaults, std::nullopt), made);
+        QCOMPARE(machineIdOf(*defaults, "of-the-system"), made);
+
+        // One socket with one token; the REST call and the socket name the same machine.
+        TestProgram program;
+        program.launchToSession();
+        QCOMPARE(program.sockets->count(), 1);
+        QCOMPARE(program.identityHttp->requests().size(), 1);
+        const auto body = program.backendHttp->requests().first().body.value();
+        const auto command = program.commands("set_session").first();
+        const auto id = machineIdOf(*program.defaults).toUtf8();
+        QVERIFY(body.contains("\"session_id\":\"" + id + '"'));
+        QVERIFY(command.contains("\"session_id\":\"" + id + '"'));
+    }
 };
-
-void AppDelegateTest::launchSaysItsVersion() {
-    TestProgram program(TestProgram::Start::signedOut);
-    program.launch();
-    QVERIFY(program.log.contains(QStringLiteral("==== Corvane Lumetra launched: v1.2 (build 34) ====")));
-    QCOMPARE(program.sockets->count(), 0);
-
-    TestProgram bare(TestProgram::Start::signedOut,
-                     platform::ApplicationInfo(
-                         {{QStringLiteral("CLERK_PUBLISHABLE_KEY"),
-                           *TestProgram::defaultInfo().string(QStringLiteral("CLERK_PUBLISHABLE_KEY"))}}));
-    bare.launch();
-    QVERIFY(bare.log.contains(QStringLiteral("==== Corvane Lumetra launched: v? (build ?) ====")));
-}
-
-void AppDelegateTest::aBrokenPackageDoesNotLaunch() {
-    TestProgram program(TestProgram::Start::signedOut, platform::ApplicationInfo());
-    QString text;
-    try {
-        program.app->applicationDidFinishLaunching();
-    } catch (const LaunchError& error) {
-        text = QString::fromUtf8(error.what());
-    }
-    QCOMPARE(text, QStringLiteral("CLERK_PUBLISHABLE_KEY missing/invalid in Info.plist: missingBundleKey"));
-}
-
-void AppDelegateTest::aSignedInLaunchOpensOneSocketWithOneToken() {
-    TestProgram program;
-    program.launchToSession();
-    QCOMPARE(program.sockets->count(), 1);
-    QCOMPARE(program.identityHttp->requests().size(), 1);
-    QCOMPARE(program.peer().url.host(), QStringLiteral("backend.lumetra.test"));
-    QVERIFY(program.app->webSocketService().isConnected());
-}
-
-void AppDelegateTest::noBackendMeansNoConnection() {
-    TestProgram program;
-    {
-        DatabaseService database(program.folder.path(), *program.clock);
-        database.setSetting(QStringLiteral("corvane_api_url"), QString());
-    }
-    program.launch();
-    QCOMPARE(program.sockets->count(), 0);
-}
-
-void AppDelegateTest::signingOutAndInMovesTheLink() {
-    TestProgram program;
-    program.launchToSession();
-    waitFor(program.app->clerkAuthService().signOut());
-    program.settle();
-    QVERIFY(!program.app->webSocketService().isConnected());
-    QVERIFY(!program.app->webSocketService().isReconnecting());
-    program.clock->advance(std::chrono::minutes(1));
-    QCOMPARE(program.sockets->count(), 1);
-}
-
-void AppDelegateTest::linksAreReadStrictly_data() {
-    QTest::addColumn<QString>("url");
-    QTest::addColumn<QString>("id");
-    QTest::newRow("an id") << "corvane://interview/abc"
-                           << "abc";
-    QTest::newRow("the last component") << "corvane://interview/a/b"
-                                        << "b";
-    QTest::newRow("a trailing slash") << "corvane://interview/a/"
-                                      << "a";
-    QTest::newRow("escaped") << "corvane://interview/a%20b"
-                             << "a b";
-    QTest::newRow("another scheme") << "https://interview/abc"
-                                    << "";
-    QTest::newRow("another host") << "corvane://meeting/abc"
-                                  << "";
-    QTest::newRow("no path") << "corvane://interview"
-                             << "";
-    QTest::newRow("the word itself") << "corvane://interview/interview"
-                                     << "";
-}
-
-void AppDelegateTest::linksAreReadStrictly() {
-    QFETCH(QString, url);
-    QFETCH(QString, id);
-    TestProgram program(TestProgram::Start::signedOut);
-    program.launch();
-    program.app->open({QUrl(url), QUrl(QStringLiteral("corvane://interview/second"))});
-    QCOMPARE(program.interview().interviewId(), id);
-    QCOMPARE(program.log.count(QStringLiteral("[DeepLink] Received interview ID")), id.isEmpty() ? 0 : 1);
-    program.app->open({});
-    // Signed out, a link can start nothing.
-    program.settle();
-    QCOMPARE(program.interview().status(), InterviewStatus::idle);
-}
-
-void AppDelegateTest::anEarlyLinkWaitsForLaunchAndSession() {
-    TestProgram program;
-    program.app->open(link("corvane://interview/one"));
-    program.app->open(link("corvane://interview/two"));
-    program.launchToSession();
-    QCOMPARE(program.interview().interviewId(), QStringLiteral("two"));
-    QCOMPARE(program.interview().status(), InterviewStatus::waitingForQuestions);
-    QVERIFY(program.log.contains(QStringLiteral("[DeepLink] Waiting for WebSocket session…")));
-    QCOMPARE(program.log.count(QStringLiteral("[DeepLink] Session ready — starting interview two")), 1);
-    QCOMPARE(program.commands("chat").size(), 1);
-}
-
-void AppDelegateTest::theLaterOfTwoWaitingLinksStarts() {
-    TestProgram program;
-    program.launch();
-    program.app->open(link("corvane://interview/one"));
-    program.app->open(link("corvane://interview/two"));
-    program.peer().open();
-    program.settle();
-    // Connected, though the session is not confirmed: a third link needs no wait and takes the place of the
-    // second.
-    program.serverSays(R"({"type":"session_resumed"})");
-    QCOMPARE(program.commands("chat").size(), 1);
-    QCOMPARE(program.log.count(QStringLiteral("Session ready — starting interview")), 1);
-    QVERIFY(program.log.contains(QStringLiteral("Session ready — starting interview two")));
-    program.serverSays(R"({"type":"set_session"})");
-    QCOMPARE(program.commands("chat").size(), 1);
-}
-
-void AppDelegateTest::aLinkStartsAtOnceOrNotAtAll() {
-    TestProgram program;
-    program.launchToSession();
-    program.app->open(link("corvane://interview/one"));
-    program.settle();
-    QCOMPARE(program.interview().status(), InterviewStatus::waitingForQuestions);
-    QVERIFY(!program.log.contains(QStringLiteral("Waiting for WebSocket session")));
-
-    program.app->open(link("corvane://interview/two"));
-    program.settle();
-    QCOMPARE(program.interview().interviewId(), QStringLiteral("two"));
-    QCOMPARE(program.commands("chat").size(), 1);
-}
-
-void AppDelegateTest::theMachineIdIsOneStringForEver() {
-    const auto defaults = platform::makeMemoryDefaultsStore();
-    QCOMPARE(machineIdOf(*defaults, QStringLiteral("of-the-system")), QStringLiteral("of-the-system"));
-    const auto made = machineIdOf(*defaults, std::nullopt);
-    QCOMPARE(made.size(), 36);
-    QCOMPARE(machineIdOf(*defaults, std::nullopt), made);
-    QCOMPARE(machineIdOf(*defaults, QStringLiteral("of-the-system")), made);
-
-    // The REST call and the socket name the same machine.
-    TestProgram program;
-    program.launchToSession();
-    const auto body = program.backendHttp->requests().first().body.value();
-    const auto command = program.commands("set_session").first();
-    const auto id = machineIdOf(*program.defaults).toUtf8();
-    QVERIFY(body.contains("\"session_id\":\"" + id + '"'));
-    QVERIFY(command.contains("\"session_id\":\"" + id + '"'));
-}
 
 QTEST_GUILESS_MAIN(AppDelegateTest)
 #include "AppDelegateTest.moc"

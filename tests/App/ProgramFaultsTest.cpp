@@ -1,5 +1,6 @@
 #include "ClerkAuthService.h"
 #include "Json.h"
+#include "Rows.h"
 #include "Sandbox.h"
 #include "SystemClock.h"
 #include "TestProgram.h"
@@ -8,10 +9,9 @@
 
 using namespace std::chrono_literals;
 
-Q_DECLARE_METATYPE(InterviewStatus)
-
 namespace {
 
+const auto paused = QStringLiteral("[Interview] Disconnected during interview — pausing");
 constexpr auto interviewId = "3f2b8c64-9d1e-4a57-b0c3-5e8f7a6d2c19";
 
 sandbox::Options quickOptions() {
@@ -31,8 +31,8 @@ public:
         qputenv("no_proxy", "127.0.0.1,localhost");
         PlatformServices services;
         services.applicationInfo = platform::ApplicationInfo(
-            {{QStringLiteral("CLERK_PUBLISHABLE_KEY"), QString::fromStdString(addresses.developmentKey)},
-             {QStringLiteral("CORVANE_DEFAULT_ENDPOINT"), QString::fromStdString(addresses.backend)}});
+            {{"CLERK_PUBLISHABLE_KEY", QString::fromStdString(addresses.developmentKey)},
+             {"CORVANE_DEFAULT_ENDPOINT", QString::fromStdString(addresses.backend)}});
         services.dataFolder = folder.path();
         services.clock = std::make_unique<platform::SystemClock>();
         services.defaults = platform::makeMemoryDefaultsStore();
@@ -44,19 +44,22 @@ public:
         monitor = services.connectivity.get();
         services.audio = std::make_unique<FakeAudioHost>();
         services.systemAccess = std::make_unique<FakeSystemAccess>();
+        services.windows = std::make_unique<FakeWindowFactory>();
+        services.loginItem = std::make_unique<FakeLoginItem>();
+        services.appearance = std::make_unique<platform::Appearance>();
         app = std::make_unique<AppDelegate>(std::move(services));
     }
 
     void signIn() {
         app->applicationDidFinishLaunching();
-        ::waitFor(app->clerkAuthService().startSignIn(QStringLiteral("interviewer@example.com")));
-        ::waitFor(app->clerkAuthService().verifyCode(platform::Secret(QStringLiteral("424242"))));
+        ::waitFor(app->clerkAuthService().startSignIn("interviewer@example.com"));
+        ::waitFor(app->clerkAuthService().verifyCode(platform::Secret("424242")));
     }
 
     // Signed in, with a session that the server has confirmed.
     bool connectSession() {
         signIn();
-        return waitUntil([&] { return log.contains(QStringLiteral("[WS] Fresh session confirmed")); });
+        return waitUntil([&] { return log.contains("[WS] Fresh session confirmed"); });
     }
 
     bool startInterview(const char* id = interviewId) {
@@ -85,145 +88,123 @@ class ProgramFaultsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void theInterviewOutlivesTheFault_data();
-    void theInterviewOutlivesTheFault();
-    void aRefusedTokenWaitsForTheUser();
-    void aFailedHandshakeKeepsSoundBack();
-    void aLateEndOfOneInterviewLeavesTheNextAlone();
-};
-
-void ProgramFaultsTest::theInterviewOutlivesTheFault_data() {
-    QTest::addColumn<QStringList>("actions"); // name, or name and JSON parameters
-    QTest::addColumn<QStringList>("lines");
-    QTest::addColumn<bool>("pauses");
-    const auto paused = QStringLiteral("[Interview] Disconnected during interview — pausing");
-    const auto resumed =
-        QStringLiteral("[Interview] Session resumed with active interview — auto-resuming audio");
-    const auto fresh =
-        QStringLiteral("[Interview] Fresh session after disconnect — re-sending interview_id to restart");
-    const auto lost =
-        QStringLiteral("[Interview] Session resumed but server lost interview — re-sending interview_id");
-    const auto row = [](const char* name, QStringList actions, QStringList lines, bool pauses = true) {
-        QTest::newRow(name) << std::move(actions) << std::move(lines) << pauses;
-    };
-    row("dropped link", {"drop"}, {"[WS] Connection closed with code: 1006", paused, resumed});
-    row("closed with a code", {"close {\"code\":4001}"},
-        {"[WS] Connection closed with code: 4001", paused, resumed});
-    row("unanswered ping", {"ignore-pings", "disturb"}, {"[WS] Ping failed: ", paused, resumed});
-    row("silent link", {"silence", "disturb"}, {"[WS] Ping failed: ", paused, resumed});
-    row("refused upgrade", {"refuse-upgrade {\"status\":503}", "drop"},
-        {"503", "[WS] Reconnecting in 2 seconds (attempt 2/10)", resumed});
-    row("unauthorized REST call", {"fail-rest {\"status\":401}", "drop"}, {paused, resumed});
-    row("REST conflict", {"fail-rest {\"status\":409}", "drop"}, {paused, resumed});
-    row("slow answers", {"slow {\"milliseconds\":400}", "drop"}, {paused, resumed});
-    row("forgotten session", {"forget-sessions", "drop"}, {paused, fresh});
-    row("forgotten interview", {"forget-interviews", "drop"}, {paused, lost});
-    row("absence", {"go-away {\"milliseconds\":1500,\"backend_only\":true}"}, {paused, resumed});
-    row("enormous message", {"misbehave {\"kind\":\"enormous\"}"}, {"[WS] Receive error: ", paused, resumed});
-    row("text that is no UTF-8", {"misbehave {\"kind\":\"invalid_utf8\"}"},
-        {"[WS] Receive error: ", paused, resumed});
-    for (const char* wording : {"plain", "id", "reversed"}) {
-        row(wording,
-            {QStringLiteral("forget-sessions {\"wording\":\"%1\",\"at_once\":true}")
-                 .arg(QLatin1String(wording))},
-            {"[WS] Server error: ", "[WS] Session not found — re-creating via API",
-             "[WS] Re-sent set_session after session recovery: ", "[WS] Fresh session confirmed"},
-            false);
-    }
-    for (const char* kind : {"malformed", "unknown_type", "wrong_types", "deeply_nested", "binary"}) {
-        row(kind, {QStringLiteral("misbehave {\"kind\":\"%1\"}").arg(QLatin1String(kind))}, {}, false);
-    }
-}
-
-void ProgramFaultsTest::theInterviewOutlivesTheFault() {
-    QFETCH(QStringList, actions);
-    QFETCH(QStringList, lines);
-    QFETCH(bool, pauses);
-    LiveProgram program;
-    QVERIFY(program.connectSession());
-    QVERIFY(program.startInterview());
-    program.log.clear();
-
-    for (const auto& action : actions) {
-        if (action == QLatin1String("disturb")) {
-            Q_EMIT program.monitor->disturbed(platform::ConnectivityMonitor::Cause::networkChanged);
-            continue;
+    void theInterviewOutlivesTheFault_data() {
+        // The actions, each with its JSON parameters if it has any, and lines of the log.
+        const auto row = rows<QStringList, QStringList>();
+        const auto resumed =
+            QStringLiteral("[Interview] Session resumed with active interview — auto-resuming audio");
+        row("dropped link", {"drop"}, {"[WS] Connection closed with code: 1006", paused, resumed});
+        row("closed with a code", {"close {\"code\":4001}"},
+            {"[WS] Connection closed with code: 4001", paused, resumed});
+        row("unanswered ping", {"ignore-pings", "disturb"}, {"[WS] Ping failed: ", paused, resumed});
+        row("silent link", {"silence", "disturb"}, {"[WS] Ping failed: ", paused, resumed});
+        row("refused upgrade", {"refuse-upgrade {\"status\":503}", "drop"},
+            {"503", "[WS] Reconnecting in 2 seconds (attempt 2/10)", paused, resumed});
+        row("unauthorized REST call", {"fail-rest {\"status\":401}", "drop"}, {paused, resumed});
+        row("REST conflict", {"fail-rest {\"status\":409}", "drop"}, {paused, resumed});
+        row("slow answers", {"slow {\"milliseconds\":400}", "drop"}, {paused, resumed});
+        row("forgotten session", {"forget-sessions", "drop"},
+            {paused, "[Interview] Fresh session after disconnect — re-sending interview_id to restart"});
+        row("forgotten interview", {"forget-interviews", "drop"},
+            {paused, "[Interview] Session resumed but server lost interview — re-sending interview_id"});
+        row("absence", {"go-away {\"milliseconds\":1500,\"backend_only\":true}"}, {paused, resumed});
+        for (const char* kind : {"enormous", "invalid_utf8"}) {
+            row(kind, {QString("misbehave {\"kind\":\"%1\"}").arg(kind)},
+                {"[WS] Receive error: ", paused, resumed});
         }
-        const auto name = action.section(u' ', 0, 0).toStdString();
-        const auto parameters = action.section(u' ', 1).toUtf8();
-        program.sandbox.apply(name, parameters.isEmpty() ? boost::json::object()
-                                                         : json::parse(parameters).as_object());
+        for (const char* kind : {"malformed", "unknown_type", "wrong_types", "deeply_nested", "binary"}) {
+            row(kind, {QString("misbehave {\"kind\":\"%1\"}").arg(kind)}, {});
+        }
+        for (const char* wording : {"plain", "id", "reversed"}) {
+            row(wording, {QString("forget-sessions {\"wording\":\"%1\",\"at_once\":true}").arg(wording)},
+                {"[WS] Server error: ", "[WS] Session not found — re-creating via API",
+                 "[WS] Re-sent set_session after session recovery: ", "[WS] Fresh session confirmed"});
+        }
     }
-    if (pauses) {
-        QVERIFY(program.reaches(InterviewStatus::paused));
-        QVERIFY(program.interview().disconnectedDuringInterview());
-    }
-    QVERIFY(program.reaches(InterviewStatus::streaming));
-    for (const auto& line : lines) {
-        QVERIFY2(waitUntil([&] { return program.log.contains(line); }), qPrintable(line));
-    }
-    QCOMPARE(program.interview().interviewId(), QString::fromLatin1(interviewId));
-    QVERIFY(!program.interview().disconnectedDuringInterview());
-    if (!pauses && !lines.isEmpty()) {
-        // The session came back under the running stream, which takes no part in that.
-        return;
-    }
-    // The link still answers.
-    program.interview().toggleFollowUps();
-    const auto follows = [&] {
-        const auto state = program.sandbox.state();
-        const auto& interviews = state.at("interviews").as_array();
-        return !interviews.empty() && interviews.back().at("follow_ups").as_bool();
-    };
-    QVERIFY(waitUntil(follows));
-    QVERIFY(program.sandbox.violations().empty());
-}
+    void theInterviewOutlivesTheFault() {
+        const auto [actions, lines] = currentRow<QStringList, QStringList>();
+        const bool pauses = lines.contains(paused);
+        LiveProgram program;
+        QVERIFY(program.connectSession() && program.startInterview());
+        program.log.clear();
 
-void ProgramFaultsTest::aRefusedTokenWaitsForTheUser() {
-    LiveProgram program;
-    QVERIFY(program.connectSession());
-    QVERIFY(program.startInterview());
-    program.sandbox.apply("refuse-upgrade", {{"status", 401}});
-    program.sandbox.apply("drop");
-    auto& link = program.app->webSocketService();
-    QVERIFY(waitUntil([&] { return link.authError().has_value(); }));
-    QCOMPARE(link.authErrorText(), QStringLiteral("Authentication failed — please sign in again."));
-    QVERIFY(program.log.contains(QStringLiteral("[WS] Authentication failed (401) — invalidating JWT")));
-    QCOMPARE(program.interview().status(), InterviewStatus::paused);
-    QVERIFY(program.app->clerkAuthService().isSignedIn());
-    link.manualReconnect();
-    QVERIFY(program.reaches(InterviewStatus::streaming));
-    QVERIFY(!link.authError());
-}
+        for (const auto& action : actions) {
+            if (action == QLatin1String("disturb")) {
+                Q_EMIT program.monitor->disturbed(platform::ConnectivityMonitor::Cause::networkChanged);
+                continue;
+            }
+            const auto name = action.section(u' ', 0, 0).toStdString();
+            const auto parameters = action.section(u' ', 1).toUtf8();
+            program.sandbox.apply(name, parameters.isEmpty() ? boost::json::object()
+                                                             : json::parse(parameters).as_object());
+        }
+        if (pauses) {
+            QVERIFY(program.reaches(InterviewStatus::paused));
+            QVERIFY(program.interview().disconnectedDuringInterview());
+        }
+        QVERIFY(program.reaches(InterviewStatus::streaming));
+        for (const auto& line : lines) {
+            QVERIFY2(waitUntil([&] { return program.log.contains(line); }), qPrintable(line));
+        }
+        QCOMPARE(program.interview().interviewId(), QString::fromLatin1(interviewId));
+        QVERIFY(!program.interview().disconnectedDuringInterview());
+        if (!pauses && !lines.isEmpty()) {
+            // The session came back under the running stream, which takes no part in that.
+            return;
+        }
+        // The link still answers.
+        program.interview().toggleFollowUps();
+        const auto follows = [&] {
+            const auto state = program.sandbox.state();
+            const auto& interviews = state.at("interviews").as_array();
+            return !interviews.empty() && interviews.back().at("follow_ups").as_bool();
+        };
+        QVERIFY(waitUntil(follows));
+        QVERIFY(program.sandbox.violations().empty());
+    }
 
-void ProgramFaultsTest::aFailedHandshakeKeepsSoundBack() {
-    LiveProgram program;
-    program.sandbox.apply("fail-rest", {{"status", 500}});
-    program.signIn();
-    QVERIFY(waitUntil([&] {
-        return program.log.contains(QStringLiteral("[WS] Initial session handshake failed: HTTP error 500"));
-    }));
-    auto& link = program.app->webSocketService();
-    QVERIFY(link.isConnected());
-    ::waitFor(link.sendBinary("sound", 0));
-    QVERIFY(program.log.contains(QStringLiteral("blocked (session not confirmed) — dropping 5 bytes")));
-    link.manualReconnect();
-    QVERIFY(waitUntil([&] { return program.log.contains(QStringLiteral("[WS] Fresh session confirmed")); }));
-    QVERIFY(program.startInterview());
-}
+    void aRefusedTokenWaitsForTheUser() {
+        LiveProgram program;
+        QVERIFY(program.connectSession() && program.startInterview());
+        program.sandbox.apply("refuse-upgrade", {{"status", 401}});
+        program.sandbox.apply("drop");
+        auto& link = program.app->webSocketService();
+        QVERIFY(waitUntil([&] { return link.authError().has_value(); }));
+        QCOMPARE(link.authErrorText(), "Authentication failed — please sign in again.");
+        QVERIFY(program.log.contains("[WS] Authentication failed (401) — invalidating JWT"));
+        QCOMPARE(program.interview().status(), InterviewStatus::paused);
+        QVERIFY(program.app->clerkAuthService().isSignedIn());
+        link.manualReconnect();
+        QVERIFY(program.reaches(InterviewStatus::streaming));
+        QVERIFY(!link.authError());
+    }
 
-void ProgramFaultsTest::aLateEndOfOneInterviewLeavesTheNextAlone() {
-    LiveProgram program;
-    QVERIFY(program.connectSession());
-    QVERIFY(program.startInterview());
-    program.sandbox.apply("delay-end-ack", {{"milliseconds", 700}});
-    program.interview().stopInterview();
-    QVERIFY(program.startInterview("7a1d4e90-2c6b-4f38-9e55-0b8c3d7f1a42"));
-    QVERIFY(waitUntil(
-        [&] { return program.log.contains(QStringLiteral("[Interview] End interview ack received")); }));
-    QTest::qWait(50);
-    QCOMPARE(program.interview().status(), InterviewStatus::streaming);
-}
+    void aFailedHandshakeKeepsSoundBack() {
+        LiveProgram program;
+        program.sandbox.apply("fail-rest", {{"status", 500}});
+        program.signIn();
+        QVERIFY(waitUntil(
+            [&] { return program.log.contains("[WS] Initial session handshake failed: HTTP error 500"); }));
+        auto& link = program.app->webSocketService();
+        QVERIFY(link.isConnected());
+        ::waitFor(link.sendBinary("sound", 0));
+        QVERIFY(program.log.contains("blocked (session not confirmed) — dropping 5 bytes"));
+        link.manualReconnect();
+        QVERIFY(waitUntil([&] { return program.log.contains("[WS] Fresh session confirmed"); }));
+        QVERIFY(program.startInterview());
+    }
+
+    void aLateEndOfOneInterviewLeavesTheNextAlone() {
+        LiveProgram program;
+        QVERIFY(program.connectSession() && program.startInterview());
+        program.sandbox.apply("delay-end-ack", {{"milliseconds", 700}});
+        program.interview().stopInterview();
+        QVERIFY(program.startInterview("7a1d4e90-2c6b-4f38-9e55-0b8c3d7f1a42"));
+        QVERIFY(waitUntil([&] { return program.log.contains("[Interview] End interview ack received"); }));
+        QTest::qWait(50);
+        QCOMPARE(program.interview().status(), InterviewStatus::streaming);
+    }
+};
 
 QTEST_GUILESS_MAIN(ProgramFaultsTest)
 #include "ProgramFaultsTest.moc"

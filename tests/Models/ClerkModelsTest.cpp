@@ -4,13 +4,13 @@
 
 namespace {
 
-// What the record gives back as JSON, or the error.
+// What the record gives back as JSON, or "error".
 template<typename Record>
 QByteArray decoded(const QByteArray& text) {
     try {
         return json::serialize(Record::fromJson(json::parse(text)).toJson());
-    } catch (const json::DecodingError& error) {
-        return QByteArray("error: ") + error.what();
+    } catch (const json::DecodingError&) {
+        return "error";
     }
 }
 
@@ -41,71 +41,42 @@ private Q_SLOTS:
         QCOMPARE(decoded<ClerkEmailAddress>(address), address);
     }
 
-    void decodesEnvelopesStrictly_data() {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<bool>("isGood");
-        const auto good = [](const char* name, const QByteArray& text) {
-            QTest::newRow(name) << text << true;
+    void decodesStrictly() {
+        const auto isGood = [](const QByteArray& text) { return decoded<SignInEnvelope>(text) != "error"; };
+        const QByteArray least = R"("id":"a","status":"needs_first_factor")";
+        const auto session = [&](const QByteArray& fields) {
+            return R"({"response":{)" + least + R"(},"client":{"sessions":[{)" + fields + "}]}}";
         };
-        const auto bad = [](const char* name, const QByteArray& text) {
-            QTest::newRow(name) << text << false;
-        };
-        const auto response = [](const char* fields) {
-            return QByteArray(R"({"response":{)") + fields + "}}";
-        };
-        const auto client = [](const char* fields) {
-            return QByteArray(R"({"response":{"id":"a","status":"complete"},"client":{)") + fields + "}}";
-        };
-        const auto session = [client](const char* fields) {
-            return client((QByteArray(R"("sessions":[{)") + fields + "}]").constData());
-        };
-        good("least", response(R"("id":"a","status":"needs_first_factor")"));
-        good("unknown keys", response(R"("id":"a","status":"needs_identifier","x":[1]})"
-                                      R"(,"y":{"z":1)"));
-        good("nulls", response(R"("id":"a","status":"needs_second_factor","identifier":null,)"
-                               R"("supported_first_factors":null,"created_session_id":null)"));
-        good("null client", QByteArray(R"({"response":{"id":"a","status":"complete"},"client":null})"));
-        good("empty client", client(""));
-        good("null in session", session(R"("id":"a","status":"b","last_active_at":null)"));
-        bad("no id", response(R"("status":"complete")"));
-        bad("null id", response(R"("id":null,"status":"complete")"));
-        bad("number as id", response(R"("id":1,"status":"complete")"));
-        bad("unknown status", response(R"("id":"a","status":"Complete")"));
-        bad("no status", response(R"("id":"a")"));
-        bad("factors no array", response(R"("id":"a","status":"complete","supported_first_factors":{})"));
-        bad("factor without strategy",
-            response(R"("id":"a","status":"complete","supported_first_factors":[{}])"));
-        bad("boolean as text", response(R"("id":"a","status":"complete","identifier":false)"));
-        bad("fraction as integer", session(R"("id":"a","status":"b","last_active_at":1.5)"));
-        bad("text as integer", session(R"("id":"a","status":"b","last_active_at":"1")"));
-        bad("boolean as integer", session(R"("id":"a","status":"b","last_active_at":true)"));
-        bad("session without status", session(R"("id":"a")"));
-        bad("bad client sign-in", client(R"("sign_in":{"id":"a","status":""})"));
-        bad("client no object", QByteArray(R"({"response":{"id":"a","status":"complete"},"client":[]})"));
-        bad("no response", QByteArray("{}"));
-        bad("array", QByteArray("[]"));
-    }
-    void decodesEnvelopesStrictly() {
-        QFETCH(QByteArray, text);
-        const auto result = decoded<SignInEnvelope>(text);
-        QFETCH(bool, isGood);
-        QVERIFY2(result.startsWith("error: ") != isGood, result.constData());
-    }
-
-    void decodesTheUnwrappedAnswersStrictly() {
-        QVERIFY(decoded<ClerkTokenResponse>(R"({"object":"token"})").startsWith("error: "));
-        QVERIFY(decoded<ClerkTokenResponse>(R"({"jwt":1})").startsWith("error: "));
-        QCOMPARE(decoded<ClerkAPIError>(R"({"errors":[]})"), R"({"errors":[]})");
-        QVERIFY(decoded<ClerkAPIError>(R"({"errors":null})").startsWith("error: "));
-        QVERIFY(decoded<ClerkAPIError>(R"({"errors":[{"code":"a"}]})").startsWith("error: "));
+        for (const QByteArray more :
+             {"", R"(,"x":[1])", R"(,"identifier":null,"supported_first_factors":null)"}) {
+            QVERIFY2(isGood(R"({"response":{)" + least + more + "}}"), more);
+        }
+        QVERIFY(isGood(R"({"response":{)" + least + R"(},"client":null,"y":{}})"));
+        QVERIFY(isGood(session(R"("id":"a","status":"b","last_active_at":null)")));
+        for (const QByteArray response :
+             {R"("status":"complete")", R"("id":null,"status":"complete")", R"("id":1,"status":"complete")",
+              R"("id":"a","status":"Complete")", R"("id":"a")",
+              R"("id":"a","status":"complete","supported_first_factors":{})",
+              R"("id":"a","status":"complete","supported_first_factors":[{}])",
+              R"("id":"a","status":"complete","identifier":false)"}) {
+            QVERIFY2(!isGood(R"({"response":{)" + response + "}}"), response);
+        }
+        for (const QByteArray value : {"1.5", "\"1\"", "true"}) {
+            QVERIFY2(!isGood(session(R"("id":"a","status":"b","last_active_at":)" + value)), value);
+        }
+        const auto badClient = R"({"response":{)" + least + R"(},"client":[]})";
+        for (const auto& text : QByteArrayList{session(R"("id":"a")"), badClient, "{}", "[]"}) {
+            QVERIFY2(!isGood(text), text);
+        }
+        QCOMPARE(decoded<ClerkTokenResponse>(R"({"jwt":1})"), "error");
+        QCOMPARE(decoded<ClerkAPIError>(R"({"errors":null})"), "error");
+        QCOMPARE(decoded<ClerkAPIError>(R"({"errors":[{"code":"a"}]})"), "error");
     }
 
     void aRefusalSpeaksByItsFirstItemAndIsSearchedWhole() {
-        const ClerkAPIError error({{QStringLiteral("a"), QStringLiteral("first"), std::nullopt},
-                                   {QStringLiteral("b"), QStringLiteral("second"), std::nullopt}});
+        const ClerkAPIError error({{"a", "first", std::nullopt}, {"b", "second", std::nullopt}});
         QCOMPARE(error.what(), "first");
-        QVERIFY(error.hasCode(QStringLiteral("b")));
-        QVERIFY(!error.hasCode(QStringLiteral("second")));
+        QVERIFY(error.hasCode("b") && !error.hasCode("second"));
         QVERIFY(*ClerkAPIError({}).what() != '\0');
     }
 };

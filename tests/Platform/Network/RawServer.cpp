@@ -34,7 +34,6 @@ QUrl RawServer::url(const QString& scheme, const QByteArray& pathAndQuery) const
 void RawServer::incomingConnection(qintptr handle) {
     auto* socket = new QSslSocket(this);
     socket->setSocketDescriptor(handle);
-    ++connections;
     connect(socket, &QSslSocket::readyRead, this, [this, socket] { read(socket); });
     connect(socket, &QSslSocket::disconnected, socket, &QObject::deleteLater);
     if (m_tls) {

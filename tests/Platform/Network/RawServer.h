@@ -22,7 +22,6 @@ public:
     std::function<void(QSslSocket*, const QByteArray& request)> onRequest;
 
     QList<QByteArray> requests;
-    int connections = 0;
 
 protected:
     void incomingConnection(qintptr handle) override;

@@ -1,27 +1,40 @@
 #pragma once
 
-#include <QByteArray>
+#include "RawServer.h"
+#include "Rows.h"
+
+#include <CertificateAuthority.h>
+
 #include <QSslCertificate>
-#include <QSslConfiguration>
 #include <QSslKey>
-#include <QStringList>
 #include <QTemporaryDir>
 
-// A certificate authority made for one test, and server certificates that it signed.
+// A certificate authority made for one test and trusted in it, and a server's side of its certificates.
 class TestCertificates {
 public:
-    enum class Validity { now, past };
+    using Kind = sandbox::CertificateAuthority::Kind;
 
-    TestCertificates();
-    ~TestCertificates();
+    QString authorityFile() const { return m_folder.filePath("ca.pem"); }
+    QSslConfiguration server(const QString& name = "localhost", Kind kind = Kind::sound) const {
+        const auto issued = m_authority.issue({name.toStdString()}, kind);
+        QSslConfiguration configuration;
+        configuration.setLocalCertificate(QSslCertificate(QByteArray::fromStdString(issued.certificate)));
+        configuration.setPrivateKey(QSslKey(QByteArray::fromStdString(issued.key), QSsl::Ec));
+        configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
+        return configuration;
+    }
 
-    // The authority's certificate as a PEM file, for SSL_CERT_FILE.
-    QString authorityFile() const;
-    // A server's side for these DNS names, signed by the authority.
-    QSslConfiguration server(const QStringList& dnsNames, Validity validity = Validity::now) const;
+    // For a data-driven test: what a server shows, and a word of the refusal; empty when it is accepted.
+    static void addRows() {
+        const auto row = rows<Kind, QString>();
+        row("good", Kind::sound, "");
+        row("unknown authority", Kind::unknownIssuer, "issuer certificate");
+        row("another host's", Kind::otherName, "name");
+        row("expired", Kind::expired, "expired");
+    }
 
 private:
-    struct Authority;
-    std::unique_ptr<Authority> m_authority;
     QTemporaryDir m_folder;
+    sandbox::CertificateAuthority m_authority{m_folder.path().toStdString()};
+    EnvironmentOverride m_roots{"SSL_CERT_FILE", authorityFile().toLocal8Bit()};
 };

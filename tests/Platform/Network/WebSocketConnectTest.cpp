@@ -6,132 +6,8 @@
 #include "WebSocketPeer.h"
 #include "WebSocketProbe.h"
 
-#include <QElapsedTimer>
-#include <QTest>
-
 using Kind = platform::WebSocketError::Kind;
 using namespace std::chrono_literals;
-
-// How a connection comes about, and how it does not.
-class WebSocketConnectTest : public QObject {
-    Q_OBJECT
-
-private Q_SLOTS:
-    void theUpgradeRequestIsBare();
-    void refusals_data();
-    void refusals();
-    void certificates_data();
-    void certificates();
-    void theProxyIsLookedUpForEachTask();
-    void failuresOnTheWay_data();
-    void failuresOnTheWay();
-    void aSilentServerTimesOut();
-    void aSilentServerIsLeftAtOnce();
-};
-
-void WebSocketConnectTest::theUpgradeRequestIsBare() {
-    WebSocketServer server;
-    WebSocketProbe probe(server.wsUrl("/api//ws?token=a.b-c_d%2B%3D%26"));
-    QCOMPARE(probe->httpStatus(), 0);
-    probe->resume();
-    QVERIFY(waitUntil([&] { return !probe.said.isEmpty(); }));
-    QCOMPARE(probe.said, QStringList{QStringLiteral("opened")});
-    QCOMPARE(probe->httpStatus(), 101);
-    const auto request = server.requests.first();
-    QVERIFY2(request.startsWith("GET /api//ws?token=a.b-c_d%2B%3D%26 HTTP/1.1\r\n"), request);
-    QCOMPARE(headerOf(request, "host"), server.authority().toLatin1());
-    auto names = headerNamesOf(request);
-    std::ranges::sort(names);
-    QCOMPARE(names, (QList<QByteArray>{"connection", "host", "sec-websocket-key", "sec-websocket-version",
-                                       "upgrade"}));
-}
-
-void WebSocketConnectTest::refusals_data() {
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("text");
-    const auto row = [](const char* name, const QByteArray& reply, int status, Kind kind, const char* text) {
-        QTest::newRow(name) << reply << status << int(kind) << QString::fromLatin1(text);
-    };
-    row("401", "HTTP/1.1 401 Unauthorized\r\nContent-Length: 2\r\n\r\nno", 401, Kind::upgradeRefused,
-        "The server refused the connection (HTTP 401).");
-    row("503 web page",
-        "HTTP/1.1 503 Service Unavailable\r\nContent-Type: text/html\r\nContent-Length: 6\r\n\r\n<html>", 503,
-        Kind::upgradeRefused, "The server answered with a web page (HTTP 503) and opened no connection.");
-    row("200 web page", "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nContent-Length: 0\r\n\r\n", 200,
-        Kind::upgradeRefused, "The server answered with a web page (HTTP 200) and opened no connection.");
-    row("redirect", "HTTP/1.1 302 Found\r\nLocation: /\r\nContent-Length: 0\r\n\r\n", 302,
-        Kind::upgradeRefused, "The server refused the connection (HTTP 302).");
-    row("401 with its body cut off", "HTTP/1.1 401 Unauthorized\r\nContent-Length: 100\r\n\r\nno", 401,
-        Kind::upgradeRefused, "The server refused the connection (HTTP 401).");
-    row("wrong accept key",
-        "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
-        "Sec-WebSocket-Accept: s3pPLMBiTxaQ9kYGzzhZRbK+xOo=\r\n\r\n",
-        101, Kind::protocol, "The answer of localhost is not that of a WebSocket server.");
-    row("not HTTP", "SSH-2.0-OpenSSH_9.2\r\n\r\n", 0, Kind::protocol,
-        "The answer of localhost is not that of a WebSocket server.");
-    row("nothing", "", 0, Kind::connectionLost, "The connection to localhost was lost.");
-}
-
-void WebSocketConnectTest::refusals() {
-    QFETCH(QByteArray, reply);
-    QFETCH(int, status);
-    QFETCH(int, kind);
-    QFETCH(QString, text);
-    RawServer server;
-    server.reply = reply;
-    server.closeAfterReply = true;
-    WebSocketProbe probe(server.url(QStringLiteral("ws")));
-    std::exception_ptr sendFailure;
-    probe->send(WebSocketProbe::Task::Payload::text, "early", [&](std::exception_ptr e) { sendFailure = e; });
-    probe->resume();
-    QVERIFY(waitUntil([&] { return probe.isOver(); }));
-    QCOMPARE(probe.said, QStringList{QStringLiteral("completed")});
-    QCOMPARE(probe->httpStatus(), status);
-    QCOMPARE(int(probe.error->kind()), kind);
-    QCOMPARE(QString::fromUtf8(probe.error->what()), text);
-    QVERIFY(sendFailure);
-}
-
-void WebSocketConnectTest::certificates_data() {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("past");
-    QTest::addColumn<bool>("known");
-    QTest::addColumn<QString>("refusal"); // empty: accepted
-    const auto localhost = QStringLiteral("localhost");
-    QTest::newRow("good") << localhost << false << true << QString();
-    QTest::newRow("unknown authority") << localhost << false << false << QStringLiteral("issuer certificate");
-    QTest::newRow("another host's") << QStringLiteral("other.example") << false << true
-                                    << QStringLiteral("hostname mismatch");
-    QTest::newRow("expired") << localhost << true << true << QStringLiteral("expired");
-}
-
-void WebSocketConnectTest::certificates() {
-    QFETCH(QString, name);
-    QFETCH(bool, past);
-    QFETCH(bool, known);
-    QFETCH(QString, refusal);
-    const TestCertificates certificates;
-    const TestCertificates others;
-    const EnvironmentOverride roots("SSL_CERT_FILE",
-                                    (known ? certificates : others).authorityFile().toLocal8Bit());
-    WebSocketServer server(certificates.server({name}, past ? TestCertificates::Validity::past
-                                                            : TestCertificates::Validity::now));
-    WebSocketProbe probe(server.wsUrl());
-    probe->resume();
-    QVERIFY(waitUntil([&] { return !probe.said.isEmpty(); }));
-    if (refusal.isEmpty()) {
-        QCOMPARE(probe.said, QStringList{QStringLiteral("opened")});
-        return;
-    }
-    QCOMPARE(probe.error.value().kind(), Kind::tlsFailed);
-    const auto text = QString::fromUtf8(probe.error->what());
-    QVERIFY2(text.startsWith(QStringLiteral("The certificate of localhost cannot be trusted: ")),
-             probe.error->what());
-    QVERIFY2(text.contains(refusal), probe.error->what());
-    QCOMPARE(server.requests.size(), 0);
-}
 
 namespace {
 
@@ -149,101 +25,167 @@ void actAsProxy(RawServer& proxy, quint16 port) {
 
 } // namespace
 
-void WebSocketConnectTest::theProxyIsLookedUpForEachTask() {
-    const TestCertificates certificates;
-    const EnvironmentOverride roots("SSL_CERT_FILE", certificates.authorityFile().toLocal8Bit());
-    WebSocketServer server(certificates.server({QStringLiteral("backend.example")}));
-    RawServer first;
-    RawServer second;
-    actAsProxy(first, server.serverPort());
-    actAsProxy(second, server.serverPort());
-    for (auto* proxy : {&first, &second}) {
-        const EnvironmentOverride variable("https_proxy", "http://me:word@" + proxy->authority().toLatin1());
-        // The name is the proxy's to look up; ours finds nothing.
-        WebSocketProbe probe(QUrl(QStringLiteral("wss://backend.example/ws")));
+// How a connection comes about, and how it does not.
+class WebSocketConnectTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theUpgradeRequestIsBare() {
+        WebSocketServer server;
+        WebSocketProbe probe(server.wsUrl("/api//ws?token=a.b-c_d%2B%3D%26"));
+        QCOMPARE(probe->httpStatus(), 0);
         probe->resume();
         QVERIFY(waitUntil([&] { return !probe.said.isEmpty(); }));
-        QCOMPARE(probe.said, QStringList{QStringLiteral("opened")});
-        QCOMPARE(proxy->requests.size(), 1);
-        const auto request = proxy->requests.first();
-        QVERIFY2(request.startsWith("CONNECT backend.example:443 HTTP/1.1\r\n"), request);
-        QCOMPARE(headerOf(request, "proxy-authorization"), "Basic " + QByteArray("me:word").toBase64());
+        QCOMPARE(probe.said, QStringList{"opened"});
+        QCOMPARE(probe->httpStatus(), 101);
+        const auto request = server.requests.first();
+        QVERIFY2(request.startsWith("GET /api//ws?token=a.b-c_d%2B%3D%26 HTTP/1.1\r\n"), request);
+        QCOMPARE(headerOf(request, "host"), server.authority().toLatin1());
+        auto names = headerNamesOf(request);
+        std::ranges::sort(names);
+        QCOMPARE(names, (QList<QByteArray>{"connection", "host", "sec-websocket-key", "sec-websocket-version",
+                                           "upgrade"}));
     }
-}
 
-void WebSocketConnectTest::failuresOnTheWay_data() {
-    QTest::addColumn<QString>("url");
-    QTest::addColumn<QByteArray>("proxyReply"); // null: no proxy
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("text");
-    const auto row = [](const char* name, const char* url, const QByteArray& proxyReply, Kind kind,
-                        const char* text) {
-        QTest::newRow(name) << QString::fromLatin1(url) << proxyReply << int(kind)
-                            << QString::fromLatin1(text);
-    };
-    row("nobody listens", "ws://127.0.0.1:1/", {}, Kind::cannotConnect,
-        "Could not connect to 127.0.0.1: Connection refused.");
-    row("no such name", "wss://nobody.invalid/", {}, Kind::hostNotFound,
-        "The server nobody.invalid was not found. Check the network connection.");
-    row("another scheme", "https://localhost/", {}, Kind::cannotConnect,
-        "The address is none of a WebSocket.");
-    row("proxy wants a password", "ws://backend.example/", "HTTP/1.1 407 Proxy Auth\r\n\r\n",
-        Kind::proxyFailed, "The proxy localhost failed: it asks for a user name and a password.");
-    row("proxy refuses", "wss://backend.example/", "HTTP/1.1 403 Forbidden\r\n\r\n", Kind::proxyFailed,
-        "The proxy localhost failed: it refused the way to the server, HTTP 403.");
-    row("proxy hangs up", "wss://backend.example/", "", Kind::proxyFailed,
-        "The proxy localhost failed: End of file.");
-}
+    void refusals_data() {
+        const auto row = rows<QByteArray, int, Kind, QString>();
+        row("401", "HTTP/1.1 401 Unauthorized\r\nContent-Length: 2\r\n\r\nno", 401, Kind::upgradeRefused,
+            "The server refused the connection (HTTP 401).");
+        row("503 web page",
+            "HTTP/1.1 503 Service Unavailable\r\nContent-Type: text/html\r\nContent-Length: 6\r\n\r\n<html>",
+            503, Kind::upgradeRefused,
+            "The server answered with a web page (HTTP 503) and opened no connection.");
+        row("401 with its body cut off", "HTTP/1.1 401 Unauthorized\r\nContent-Length: 100\r\n\r\nno", 401,
+            Kind::upgradeRefused, "The server refused the connection (HTTP 401).");
+        row("wrong accept key",
+            "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
+            "Sec-WebSocket-Accept: s3pPLMBiTxaQ9kYGzzhZRbK+xOo=\r\n\r\n",
+            101, Kind::protocol, "The answer of localhost is not that of a WebSocket server.");
+        row("not HTTP", "SSH-2.0-OpenSSH_9.2\r\n\r\n", 0, Kind::protocol,
+            "The answer of localhost is not that of a WebSocket server.");
+        row("nothing", "", 0, Kind::connectionLost, "The connection to localhost was lost.");
+    }
+    void refusals() {
+        const auto [reply, status, kind, text] = currentRow<QByteArray, int, Kind, QString>();
+        RawServer server;
+        server.reply = reply;
+        server.closeAfterReply = true;
+        WebSocketProbe probe(server.url("ws"));
+        std::exception_ptr sendFailure;
+        probe->send(WebSocketProbe::Task::Payload::text, "early",
+                    [&](std::exception_ptr e) { sendFailure = e; });
+        probe->resume();
+        QVERIFY(waitUntil([&] { return probe.isOver(); }));
+        QCOMPARE(probe.said, QStringList{"completed"});
+        QCOMPARE(probe->httpStatus(), status);
+        QCOMPARE(probe.error->kind(), kind);
+        QCOMPARE(QString::fromUtf8(probe.error->what()), text);
+        QVERIFY(sendFailure);
+    }
 
-void WebSocketConnectTest::failuresOnTheWay() {
-    QFETCH(QString, url);
-    QFETCH(QByteArray, proxyReply);
-    QFETCH(int, kind);
-    QFETCH(QString, text);
-    RawServer proxy;
-    proxy.reply = proxyReply;
-    proxy.closeAfterReply = true;
-    const auto address = proxyReply.isNull() ? QByteArray() : "http://" + proxy.authority().toLatin1();
-    const EnvironmentOverride plain("http_proxy", address);
-    const EnvironmentOverride encrypted("https_proxy", address);
-    WebSocketProbe probe{QUrl(url)};
-    probe->resume();
-    QVERIFY(waitUntil([&] { return probe.isOver(); }, 20000));
-    QCOMPARE(QString::fromUtf8(probe.error->what()), text);
-    QCOMPARE(int(probe.error->kind()), kind);
-    QCOMPARE(probe->httpStatus(), 0);
-}
+    void certificates_data() { TestCertificates::addRows(); }
+    void certificates() {
+        const auto [certificate, refusal] = currentRow<TestCertificates::Kind, QString>();
+        const TestCertificates certificates;
+        WebSocketServer server(certificates.server("localhost", certificate));
+        WebSocketProbe probe(server.wsUrl());
+        probe->resume();
+        QVERIFY(waitUntil([&] { return !probe.said.isEmpty(); }));
+        if (refusal.isEmpty()) {
+            QCOMPARE(probe.said, QStringList{"opened"});
+            return;
+        }
+        QCOMPARE(probe.error.value().kind(), Kind::tlsFailed);
+        const auto text = QString::fromUtf8(probe.error->what());
+        QVERIFY2(text.startsWith("The certificate of localhost cannot be trusted: "), probe.error->what());
+        QVERIFY2(text.contains(refusal), probe.error->what());
+        QCOMPARE(server.requests.size(), 0);
+    }
 
-void WebSocketConnectTest::aSilentServerTimesOut() {
-    RawServer server;
-    server.onRequest = [](QSslSocket*, const QByteArray&) {};
-    const auto thread = platform::NetworkThread::shared();
-    const auto mailbox = std::make_shared<platform::WebSocketMailbox>([] {});
-    const auto connection = platform::WebSocketConnection::make(*thread, mailbox);
-    connection->start({.host = "127.0.0.1",
-                       .port = server.serverPort(),
-                       .hostHeader = "127.0.0.1",
-                       .target = "/",
-                       .maxMessageBytes = 1,
-                       .bound = 100ms});
-    QVERIFY(waitUntil([&] { return mailbox->end().has_value(); }));
-    QCOMPARE(server.requests.size(), 1);
-    QCOMPARE(mailbox->end()->error.value().kind(), Kind::timedOut);
-}
+    void theProxyIsLookedUpForEachTask() {
+        const TestCertificates certificates;
+        WebSocketServer server(certificates.server("backend.example"));
+        RawServer first;
+        RawServer second;
+        actAsProxy(first, server.serverPort());
+        actAsProxy(second, server.serverPort());
+        for (auto* proxy : {&first, &second}) {
+            const EnvironmentOverride variable("https_proxy",
+                                               "http://me:word@" + proxy->authority().toLatin1());
+            // The name is the proxy's to look up; ours finds nothing.
+            WebSocketProbe probe(QUrl("wss://backend.example/ws"));
+            probe->resume();
+            QVERIFY(waitUntil([&] { return !probe.said.isEmpty(); }));
+            QCOMPARE(probe.said, QStringList{"opened"});
+            QCOMPARE(proxy->requests.size(), 1);
+            const auto request = proxy->requests.first();
+            QVERIFY2(request.startsWith("CONNECT backend.example:443 HTTP/1.1\r\n"), request);
+            QCOMPARE(headerOf(request, "proxy-authorization"), "Basic " + QByteArray("me:word").toBase64());
+        }
+    }
 
-void WebSocketConnectTest::aSilentServerIsLeftAtOnce() {
-    RawServer server;
-    bool hungUp = false;
-    server.onRequest = [&](QSslSocket* socket, const QByteArray&) {
-        connect(socket, &QSslSocket::disconnected, this, [&] { hungUp = true; });
-    };
-    WebSocketProbe probe(server.url(QStringLiteral("ws")));
-    probe->resume();
-    QVERIFY(waitUntil([&] { return !server.requests.isEmpty(); }));
-    probe->cancel(1001);
-    QVERIFY(waitUntil([&] { return hungUp; }, 1000));
-    QCOMPARE(probe.said, QStringList());
-}
+    void failuresOnTheWay_data() {
+        const auto row = rows<QString, QByteArray, Kind, QString>();
+        row("nobody listens", "ws://127.0.0.1:1/", {}, Kind::cannotConnect,
+            "Could not connect to 127.0.0.1: Connection refused.");
+        row("no such name", "wss://nobody.invalid/", {}, Kind::hostNotFound,
+            "The server nobody.invalid was not found. Check the network connection.");
+        row("another scheme", "https://localhost/", {}, Kind::cannotConnect,
+            "The address is none of a WebSocket.");
+        row("proxy wants a password", "ws://backend.example/", "HTTP/1.1 407 Proxy Auth\r\n\r\n",
+            Kind::proxyFailed, "The proxy localhost failed: it asks for a user name and a password.");
+        row("proxy refuses", "wss://backend.example/", "HTTP/1.1 403 Forbidden\r\n\r\n", Kind::proxyFailed,
+            "The proxy localhost failed: it refused the way to the server, HTTP 403.");
+        row("proxy hangs up", "wss://backend.example/", "", Kind::proxyFailed,
+            "The proxy localhost failed: End of file.");
+    }
+    void failuresOnTheWay() {
+        const auto [url, proxyReply, kind, text] = currentRow<QString, QByteArray, Kind, QString>();
+        RawServer proxy;
+        proxy.reply = proxyReply;
+        proxy.closeAfterReply = true;
+        const auto address = proxyReply.isNull() ? QByteArray() : "http://" + proxy.authority().toLatin1();
+        const EnvironmentOverride plain("http_proxy", address);
+        const EnvironmentOverride encrypted("https_proxy", address);
+        WebSocketProbe probe{QUrl(url)};
+        probe->resume();
+        QVERIFY(waitUntil([&] { return probe.isOver(); }, 20000));
+        QCOMPARE(QString::fromUtf8(probe.error->what()), text);
+        QCOMPARE(probe.error->kind(), kind);
+        QCOMPARE(probe->httpStatus(), 0);
+    }
+
+    void aSilentServerTimesOut() {
+        RawServer server;
+        server.onRequest = [](QSslSocket*, const QByteArray&) {};
+        const auto thread = platform::NetworkThread::shared();
+        const auto mailbox = std::make_shared<platform::WebSocketMailbox>([] {});
+        const auto connection = platform::WebSocketConnection::make(*thread, mailbox);
+        connection->start({.host = "127.0.0.1",
+                           .port = server.serverPort(),
+                           .hostHeader = "127.0.0.1",
+                           .target = "/",
+                           .maxMessageBytes = 1,
+                           .bound = 100ms});
+        QVERIFY(waitUntil([&] { return mailbox->end().has_value(); }));
+        QCOMPARE(server.requests.size(), 1);
+        QCOMPARE(mailbox->end()->error.value().kind(), Kind::timedOut);
+    }
+
+    void aSilentServerIsLeftAtOnce() {
+        RawServer server;
+        bool hungUp = false;
+        server.onRequest = [&](QSslSocket* socket, const QByteArray&) {
+            connect(socket, &QSslSocket::disconnected, this, [&] { hungUp = true; });
+        };
+        WebSocketProbe probe(server.url("ws"));
+        probe->resume();
+        QVERIFY(waitUntil([&] { return !server.requests.isEmpty(); }));
+        probe->cancel(1001);
+        QVERIFY(waitUntil([&] { return hungUp; }, 1000));
+        QCOMPARE(probe.said, QStringList());
+    }
+};
 
 QTEST_GUILESS_MAIN(WebSocketConnectTest)
 #include "WebSocketConnectTest.moc"

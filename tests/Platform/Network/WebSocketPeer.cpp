@@ -32,12 +32,6 @@ void WebSocketPeer::send(int opcode, const QByteArray& payload, bool last) {
     m_socket->write(head + payload);
 }
 
-void WebSocketPeer::sendClose(quint16 code) {
-    QByteArray payload(2, '\0');
-    qToBigEndian(code, payload.data());
-    send(close, payload);
-}
-
 void WebSocketPeer::setReading(bool reading) {
     m_socket->setReadBufferSize(reading ? 0 : 1024);
     m_socket->blockSignals(!reading);

@@ -15,7 +15,6 @@ public:
     WebSocketPeer(QSslSocket* socket, const QByteArray& request);
 
     void send(int opcode, const QByteArray& payload, bool last = true);
-    void sendClose(quint16 code);
     void drop() { m_socket->abort(); }
     qint64 unsentBytes() const { return m_socket->bytesToWrite() + m_socket->encryptedBytesToWrite(); }
     void setReading(bool reading);
@@ -46,7 +45,7 @@ class WebSocketServer : public RawServer {
 public:
     explicit WebSocketServer(std::optional<QSslConfiguration> tls = {});
     QUrl wsUrl(const QByteArray& pathAndQuery = "/") const {
-        return url(m_encrypted ? QStringLiteral("wss") : QStringLiteral("ws"), pathAndQuery);
+        return url(m_encrypted ? "wss" : "ws", pathAndQuery);
     }
 
     QList<WebSocketPeer*> peers;

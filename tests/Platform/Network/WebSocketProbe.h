@@ -11,25 +11,26 @@ public:
 
     explicit WebSocketProbe(const QUrl& url, qint64 maxMessageBytes = 1024 * 1024)
         : m_task(m_factory->makeTask(url, maxMessageBytes)) {
-        connect(m_task.get(), &Task::opened, this, [this] { said.append(QStringLiteral("opened")); });
+        connect(m_task.get(), &Task::opened, this, [this] { said.append("opened"); });
         connect(m_task.get(), &Task::closed, this,
                 [this](int code) { said.append(QStringLiteral("closed %1").arg(code)); });
         connect(m_task.get(), &Task::completed, this, [this](std::optional<platform::WebSocketError> end) {
-            said.append(QStringLiteral("completed"));
+            said.append("completed");
             error = std::move(end);
         });
     }
 
     Task* operator->() { return m_task.get(); }
+    Task& operator*() { return *m_task; }
     void destroy() { m_task.reset(); }
-    bool isOver() const { return said.contains(QStringLiteral("completed")); }
+    bool isOver() const { return said.contains("completed"); }
 
     // Receives until the end.
     void receiveAll() {
         m_task->receive(
             [this](std::optional<platform::WebSocketMessage> message, std::exception_ptr failure) {
                 if (failure) {
-                    said.append(QStringLiteral("receive failed"));
+                    said.append("receive failed");
                     return;
                 }
                 messages.append(*message);

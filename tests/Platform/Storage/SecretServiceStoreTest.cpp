@@ -3,15 +3,9 @@
 #include "SecretStore.h"
 #include "WaitFor.h"
 
-#include <QDBusArgument>
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusObjectPath>
-#include <QDBusVariant>
-#include <QDBusVirtualObject>
 #include <QElapsedTimer>
 #include <QSignalSpy>
-#include <QTest>
+#include <QtDBus>
 
 using platform::SecretStore;
 using Status = SecretStore::Status;
@@ -22,20 +16,18 @@ const QString service = QStringLiteral("com.example.test");
 const QString name = QStringLiteral("token");
 const QString password = QStringLiteral("pw");
 
-// Stands where a desktop asks for the keyring's password: counts, and dismisses.
+// Stands where a desktop asks for the keyring's password: counts, and dismisses. Answers nothing else.
 class DismissingPrompter : public QDBusVirtualObject {
-    Q_OBJECT
-
 public:
     int count = 0;
 
     QString introspect(const QString&) const override { return {}; }
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
-        if (message.member() != u"BeginPrompting") {
-            return false;
+        if (message.member() == u"BeginPrompting") {
+            ++count;
+            connection.send(message.createErrorReply(QDBusError::Failed, "dismissed"));
         }
-        ++count;
-        return connection.send(message.createErrorReply(QDBusError::Failed, QStringLiteral("dismissed")));
+        return true;
     }
 };
 
@@ -47,7 +39,7 @@ class SecretServiceStoreTest : public QObject {
 
 private Q_SLOTS:
     void init() {
-        QCoreApplication::setApplicationName(QStringLiteral("Corvane Lumetra"));
+        QCoreApplication::setApplicationName("Corvane Lumetra");
         m_session = std::make_unique<PrivateSession>();
         QVERIFY(m_session->startBus());
         m_log = std::make_unique<LogCapture>();
@@ -67,22 +59,21 @@ private Q_SLOTS:
         QCOMPARE(m_store->write(service, name, "first"), Status::ok);
         QCOMPARE(read().value, "first");
         QCOMPARE(m_store->write(service, name, "second"), Status::ok);
-        QCOMPARE(m_store->write(service, QStringLiteral("other"), "\xff\x00\xc3"_qba), Status::ok);
-        QCOMPARE(m_store->write(QStringLiteral("com.example.else"), name, "theirs"), Status::ok);
+        QCOMPARE(m_store->write(service, "other", "\xff\x00\xc3"_qba), Status::ok);
+        QCOMPARE(m_store->write("com.example.else", name, "theirs"), Status::ok);
         m_store.reset();
-        QCOMPARE(itemLabels(), QStringList{QStringLiteral("Corvane Lumetra: token")});
+        QCOMPARE(itemLabels(), QStringList{"Corvane Lumetra: token"});
 
         m_session->stopKeyring();
         QVERIFY(m_session->startKeyring(password));
         makeStore();
         QCOMPARE(read().status, Status::ok);
         QCOMPARE(read().value, "second");
-        QCOMPARE(m_store->read(service, QStringLiteral("other")).value, "\xff\x00\xc3"_qba);
+        QCOMPARE(m_store->read(service, "other").value, "\xff\x00\xc3"_qba);
         QCOMPARE(m_store->erase(service, name), Status::ok);
         QCOMPARE(read().status, Status::notFound);
         QVERIFY(waitUntil([this] { return itemLabels().isEmpty(); }));
-        QCOMPARE(m_store->erase(service, name), Status::notFound);
-        QCOMPARE(m_store->read(QStringLiteral("com.example.else"), name).value, "theirs");
+        QCOMPARE(m_store->read("com.example.else", name).value, "theirs");
         QCOMPARE(m_log->lines(), QStringList());
     }
 
@@ -94,14 +85,14 @@ private Q_SLOTS:
         QSignalSpy unlocked(m_store.get(), &SecretStore::unlocked);
         QVERIFY(m_session->lockKeyring());
         QCOMPARE(read().status, Status::locked);
-        QCOMPARE(m_store->read(service, QStringLiteral("unknown")).status, Status::locked);
+        QCOMPARE(m_store->read(service, "unknown").status, Status::locked);
         QVERIFY(m_session->unlockKeyring(password));
         QVERIFY(waitUntil([&] { return unlocked.count() == 1; }));
         QCOMPARE(read().value, "kept");
 
         m_session->stopKeyring();
         QVERIFY(m_session->startKeyring({}));
-        QVERIFY(waitUntil([this] { return m_log->contains(QStringLiteral("is back")); }));
+        QVERIFY(waitUntil([this] { return m_log->contains("is back"); }));
         QCOMPARE(read().status, Status::locked);
         unlocked.clear();
         QVERIFY(m_session->unlockKeyring(password));
@@ -112,14 +103,14 @@ private Q_SLOTS:
     void oneActionMakesOnePrompt() {
         QVERIFY(m_session->startKeyring(password));
         DismissingPrompter prompter;
-        QVERIFY(bus().registerVirtualObject(QStringLiteral("/"), &prompter, QDBusConnection::SubPath));
-        QVERIFY(bus().registerService(QStringLiteral("org.gnome.keyring.SystemPrompter")));
+        QVERIFY(bus().registerVirtualObject("/", &prompter, QDBusConnection::SubPath));
+        QVERIFY(bus().registerService("org.gnome.keyring.SystemPrompter"));
         makeStore();
         QVERIFY(m_session->lockKeyring());
         for (const char* item : {"token", "session", "mail"}) {
             m_store->write(service, QString::fromLatin1(item), item);
         }
-        QVERIFY(waitUntil([this] { return m_log->contains(QStringLiteral("[Secrets]")); }));
+        QVERIFY(waitUntil([this] { return m_log->contains("[Secrets]"); }));
         QCOMPARE(read().status, Status::ok);
         QTest::qWait(200);
         QCOMPARE(prompter.count, 1);
@@ -141,16 +132,16 @@ private Q_SLOTS:
         QVERIFY(waitUntil([this] { return itemLabels().size() == 1; }));
         QSignalSpy unlocked(m_store.get(), &SecretStore::unlocked);
         m_session->killKeyring();
-        QVERIFY(waitUntil([this] { return m_log->contains(QStringLiteral("went away")); }));
+        QVERIFY(waitUntil([this] { return m_log->contains("went away"); }));
         QCOMPARE(read().status, Status::locked);
-        QCOMPARE(m_store->write(service, QStringLiteral("new"), "while away"), Status::locked);
-        QCOMPARE(m_store->read(service, QStringLiteral("new")).value, "while away");
+        QCOMPARE(m_store->write(service, "new", "while away"), Status::locked);
+        QCOMPARE(m_store->read(service, "new").value, "while away");
 
         QVERIFY(m_session->startKeyring(password));
         QVERIFY(waitUntil([&] { return unlocked.count() == 1; }));
         QCOMPARE(read().value, "kept");
         makeStore();
-        QCOMPARE(m_store->read(service, QStringLiteral("new")).value, "while away");
+        QCOMPARE(m_store->read(service, "new").value, "while away");
         QCOMPARE(m_log->lines().size(), 2);
     }
 
@@ -160,10 +151,10 @@ private Q_SLOTS:
         QCOMPARE(m_store->write(service, name, "memory"), Status::absent);
         QCOMPARE(read().status, Status::absent);
         QCOMPARE(read().value, "memory");
-        m_store->write(service, QStringLiteral("gone"), "soon");
-        QCOMPARE(m_store->erase(service, QStringLiteral("gone")), Status::ok);
-        QCOMPARE(m_store->erase(service, QStringLiteral("gone")), Status::absent);
-        QCOMPARE(m_log->count(QStringLiteral("[Secrets] No secret service on this desktop")), 1);
+        m_store->write(service, "gone", "soon");
+        QCOMPARE(m_store->erase(service, "gone"), Status::ok);
+        QCOMPARE(m_store->erase(service, "gone"), Status::absent);
+        QCOMPARE(m_log->count("[Secrets] No secret service on this desktop"), 1);
         QCOMPARE(m_log->lines().size(), 1);
 
         QSignalSpy unlocked(m_store.get(), &SecretStore::unlocked);
@@ -172,7 +163,7 @@ private Q_SLOTS:
         makeStore();
         QCOMPARE(read().status, Status::ok);
         QCOMPARE(read().value, "memory");
-        QCOMPARE(m_store->read(service, QStringLiteral("gone")).status, Status::notFound);
+        QCOMPARE(m_store->read(service, "gone").status, Status::notFound);
     }
 
     void withoutABusThereIsNoServiceEither() {
@@ -185,13 +176,9 @@ private Q_SLOTS:
 
     void aServiceThatDoesNotAnswerDoesNotHoldTheProgramUp() {
         // The name is taken by someone who never looks at its messages.
-        QVERIFY(bus().registerService(QStringLiteral("org.freedesktop.secrets")));
-        class Silent : public QDBusVirtualObject {
-        public:
-            QString introspect(const QString&) const override { return {}; }
-            bool handleMessage(const QDBusMessage&, const QDBusConnection&) override { return true; }
-        } silent;
-        QVERIFY(bus().registerVirtualObject(QStringLiteral("/"), &silent, QDBusConnection::SubPath));
+        QVERIFY(bus().registerService("org.freedesktop.secrets"));
+        DismissingPrompter silent;
+        QVERIFY(bus().registerVirtualObject("/", &silent, QDBusConnection::SubPath));
         makeStore();
         QElapsedTimer timer;
         timer.start();
@@ -214,30 +201,20 @@ private:
     QDBusConnection bus() { return QDBusConnection::connectToBus(m_session->busAddress(), busName); }
     QVariant ask(const QString& path, const QString& interface, const QString& method,
                  const QVariantList& arguments) {
-        auto message = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.secrets"), path,
-                                                      interface, method);
+        auto message = QDBusMessage::createMethodCall("org.freedesktop.secrets", path, interface, method);
         message.setArguments(arguments);
         return bus().call(message).arguments().value(0);
     }
     // The labels of the unlocked items with the service and the name, as another program sees them.
     QStringList itemLabels() {
-        QDBusArgument attributes;
-        attributes.beginMap(QMetaType(QMetaType::QString), QMetaType(QMetaType::QString));
-        for (const auto& [key, value] :
-             {std::pair(QStringLiteral("service"), service), std::pair(QStringLiteral("account"), name)}) {
-            attributes.beginMapEntry();
-            attributes << key << value;
-            attributes.endMapEntry();
-        }
-        attributes.endMap();
-        const auto found =
-            ask(QStringLiteral("/org/freedesktop/secrets"), QStringLiteral("org.freedesktop.Secret.Service"),
-                QStringLiteral("SearchItems"), {QVariant::fromValue(attributes)});
+        qDBusRegisterMetaType<QMap<QString, QString>>();
+        const QMap<QString, QString> attributes{{"service", service}, {"account", name}};
+        const auto found = ask("/org/freedesktop/secrets", "org.freedesktop.Secret.Service", "SearchItems",
+                               {QVariant::fromValue(attributes)});
         QStringList labels;
         for (const auto& path : qdbus_cast<QList<QDBusObjectPath>>(found)) {
-            const auto label =
-                ask(path.path(), QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
-                    {QStringLiteral("org.freedesktop.Secret.Item"), QStringLiteral("Label")});
+            const auto label = ask(path.path(), "org.freedesktop.DBus.Properties", "Get",
+                                   {"org.freedesktop.Secret.Item", "Label"});
             labels.append(qvariant_cast<QDBusVariant>(label).variant().toString());
         }
         return labels;

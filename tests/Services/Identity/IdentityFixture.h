@@ -64,10 +64,12 @@ struct IdentityFixture {
         return result;
     }
 
-    void storeIdentity() {
+    // Signed in from the start.
+    void launchSignedIn(const QString& publishableKey = productionKey) {
         put("clerk_client_token", "ct");
         put("clerk_session_id", "sess_1");
         put("clerk_user_email", "a@b.c");
+        launch(publishableKey);
     }
 };
 

@@ -11,16 +11,16 @@ class KeychainServiceTest : public QObject {
 private Q_SLOTS:
     void savingReplacesTheOneItemOfThisService() {
         MemorySecretStore store;
-        store.items.insert({QStringLiteral("another"), key}, "theirs");
+        store.items.insert({"another", key}, "theirs");
         KeychainService keychain(service, store);
         QVERIFY(!keychain.get(key));
-        keychain.save(key, Secret(QStringLiteral("old")));
-        keychain.save(key, Secret(QStringLiteral("né\uFEFFw")));
+        keychain.save(key, Secret("old"));
+        keychain.save(key, Secret("né\uFEFFw"));
         QCOMPARE(store.items.size(), 2);
-        QCOMPARE(keychain.get(key), Secret(QStringLiteral("né\uFEFFw")));
+        QCOMPARE(keychain.get(key), Secret("né\uFEFFw"));
         QVERIFY(keychain.remove(key));
         QVERIFY(!keychain.remove(key));
-        QCOMPARE(store.items.keys(), QList({MemorySecretStore::Key(QStringLiteral("another"), key)}));
+        QCOMPARE(store.items.keys(), QList({MemorySecretStore::Key("another", key)}));
     }
 
     void onlyUtf8GoesInAndComesOut() {
@@ -30,9 +30,9 @@ private Q_SLOTS:
         QVERIFY(!keychain.get(key));
         store.items.insert({service, key}, "");
         QCOMPARE(keychain.get(key), Secret(QLatin1String("")));
-        keychain.save(key, Secret(QStringLiteral("kept")));
+        keychain.save(key, Secret("kept"));
         keychain.save(key, Secret(QString(QChar(0xD800))));
-        QCOMPARE(keychain.get(key), Secret(QStringLiteral("kept")));
+        QCOMPARE(keychain.get(key), Secret("kept"));
     }
 
     void aLockedItemIsNotAMissingOne() {
@@ -48,7 +48,7 @@ private Q_SLOTS:
         }
         store.setCondition(Status::ok);
         QCOMPARE(unlocked.count(), 1);
-        QCOMPARE(keychain.get(key), Secret(QStringLiteral("value")));
+        QCOMPARE(keychain.get(key), Secret("value"));
     }
 
 private:

@@ -78,7 +78,7 @@ private Q_SLOTS:
         Fixture f;
         f.clock.advance(30s);
         f.pings.at(0)(std::make_exception_ptr(std::runtime_error("reset")));
-        QCOMPARE(f.failures, QStringList(QStringLiteral("reset")));
+        QCOMPARE(f.failures, QStringList("reset"));
         f.pings.at(0)(nullptr);
         f.clock.advance(60s);
         QCOMPARE(f.failures.size(), 1);

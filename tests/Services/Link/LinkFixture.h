@@ -12,11 +12,6 @@
 
 using namespace std::chrono_literals;
 
-class FakeConnectivityMonitor : public platform::ConnectivityMonitor {
-public:
-    void disturb() { Q_EMIT disturbed(Cause::networkChanged); }
-};
-
 inline const QString backend = QStringLiteral("https://backend.example");
 
 // A signed-in program whose link the test plays against. The sign-in service gives a new token at each
@@ -27,16 +22,15 @@ struct LinkFixture : IdentityFixture {
     int sessionRequests = 0;
     int sessionStatus = 201;
     bool tokensFail = false;
-    FakeConnectivityMonitor monitor;
+    platform::ConnectivityMonitor monitor;
     FakeWebSocketFactory sockets;
     std::unique_ptr<CorvaneAPIService> api;
     std::unique_ptr<WebSocketService> service;
 
     LinkFixture() {
-        storeIdentity();
-        launch();
+        launchSignedIn();
         http.setHandler([this](const platform::HttpRequest& request) { return answer(request); });
-        api = std::make_unique<CorvaneAPIService>(backend, auth.get(), http, QStringLiteral("machine-1"));
+        api = std::make_unique<CorvaneAPIService>(backend, auth.get(), http, "machine-1");
         service = std::make_unique<WebSocketService>(sockets, clock, &monitor);
         service->setApiService(api.get());
         service->setAuth(auth.get());
@@ -64,10 +58,15 @@ struct LinkFixture : IdentityFixture {
     // To an open socket whose handshake was sent.
     void open() {
         connect();
+        opens();
+    }
+
+    void opens() {
         sockets.last().open();
         settle();
     }
 
+    void disturb() { Q_EMIT monitor.disturbed(platform::ConnectivityMonitor::Cause::networkChanged); }
     void confirm() { receive(R"({"type":"set_session"})"); }
 
     void receive(const QByteArray& text) {
@@ -82,18 +81,12 @@ struct LinkFixture : IdentityFixture {
 
     // The observable fields in one line.
     QString state() const {
-        QStringList words;
-        words << (service->isConnected() ? QStringLiteral("connected") : QStringLiteral("down"));
-        if (service->isReconnecting()) {
-            words << QStringLiteral("reconnecting");
-        }
-        words << QStringLiteral("in %1 attempt %2")
-                     .arg(service->reconnectCountdown())
-                     .arg(service->currentAttempt());
-        if (service->authError()) {
-            words << *service->authError();
-        }
-        return words.join(u' ');
+        return QStringLiteral("%1%2 in %3 attempt %4%5")
+            .arg(service->isConnected() ? "connected" : "down",
+                 service->isReconnecting() ? " reconnecting" : "")
+            .arg(service->reconnectCountdown())
+            .arg(service->currentAttempt())
+            .arg(service->authError() ? u' ' + *service->authError() : QString());
     }
 
     // What a frame of sound meets: "sent", "dropped" or "refused".
@@ -104,8 +97,7 @@ struct LinkFixture : IdentityFixture {
         if (failed) {
             return QStringLiteral("refused");
         }
-        return sockets.last().sentBinaries().size() > before ? QStringLiteral("sent")
-                                                             : QStringLiteral("dropped");
+        return sockets.last().sentBinaries().size() > before ? "sent" : "dropped";
     }
 
 private:
@@ -113,8 +105,7 @@ private:
         if (request.url.path().endsWith(QLatin1String("/tokens"))) {
             ++tokenRequests;
             if (tokensFail) {
-                return platform::HttpError(platform::HttpError::Kind::hostNotFound,
-                                           QStringLiteral("no such host"));
+                return platform::HttpError(platform::HttpError::Kind::hostNotFound, "no such host");
             }
             return FakeHttpClient::response(
                 200, tokenBody(sessionJWT(clock, 60s, QByteArray::number(tokenRequests))));

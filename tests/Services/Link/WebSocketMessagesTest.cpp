@@ -1,114 +1,75 @@
 #include "WebSocketMessages.h"
 #include "Json.h"
 #include "LogCapture.h"
-
-#include <QTest>
+#include "Rows.h"
 
 class WebSocketMessagesTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void commandsOnTheWire_data() {
-        QTest::addColumn<QByteArray>("sorted");
-        QTest::addColumn<QByteArray>("expected");
-        const auto row = [](const WSCommand& command, const char* expected) {
-            QTest::newRow(expected) << json::serializeSorted(command.toJson()) << QByteArray(expected);
-        };
-        row(WSCommand::setSession(QStringLiteral("m-1")), R"({"session_id":"m-1","type":"set_session"})");
-        row(WSCommand::chat(QString::fromUtf8("a \"q\"\n\xe2\x82\xac")),
-            "{\"message\":\"a \\\"q\\\"\\n\xe2\x82\xac\",\"type\":\"chat\"}");
-        row(WSCommand::interviewId(QStringLiteral("i")), R"({"id":"i","type":"interview_id"})");
-        row(WSCommand::activeQuestion(QString()), R"({"question":"","type":"active_question"})");
-        row(WSCommand::setFollowUps(true), R"({"enabled":true,"type":"set_follow_ups"})");
-        row(WSCommand::setEnglishAssessment(false), R"({"enabled":false,"type":"set_english_assessment"})");
-        row(WSCommand::newChat(), R"({"type":"new_chat"})");
-        row(WSCommand::endInterview(), R"({"type":"end_interview"})");
-    }
     void commandsOnTheWire() {
-        QFETCH(QByteArray, sorted);
-        QTEST(sorted, "expected");
-    }
-
-    void speechMarksHaveSortedKeys() {
-        QCOMPARE(candidateSpeechStartFrame(), QByteArray(R"({"type":"candidate_speech_start"})"));
+        const auto wire = [](const WSCommand& command) { return json::serializeSorted(command.toJson()); };
+        QCOMPARE(wire(WSCommand::setSession("m-1")), R"({"session_id":"m-1","type":"set_session"})");
+        QCOMPARE(wire(WSCommand::chat("a\n\u20ac")), "{\"message\":\"a\\n\u20ac\",\"type\":\"chat\"}");
+        QCOMPARE(wire(WSCommand::interviewId("i")), R"({"id":"i","type":"interview_id"})");
+        QCOMPARE(wire(WSCommand::activeQuestion(QString())), R"({"question":"","type":"active_question"})");
+        QCOMPARE(wire(WSCommand::setFollowUps(true)), R"({"enabled":true,"type":"set_follow_ups"})");
+        QCOMPARE(wire(WSCommand::setEnglishAssessment(false)),
+                 R"({"enabled":false,"type":"set_english_assessment"})");
+        QCOMPARE(wire(WSCommand::newChat()), R"({"type":"new_chat"})");
+        QCOMPARE(wire(WSCommand::endInterview()), R"({"type":"end_interview"})");
+        QCOMPARE(candidateSpeechStartFrame(), R"({"type":"candidate_speech_start"})");
         QCOMPARE(candidateSpeechStopFrame(1700000000000),
-                 QByteArray(R"({"at":1700000000000,"type":"candidate_speech_stop"})"));
+                 R"({"at":1700000000000,"type":"candidate_speech_stop"})");
     }
 
     void addressOfTheSocket_data() {
-        QTest::addColumn<QString>("baseURL");
-        QTest::addColumn<QString>("address"); // empty: refused
-        const auto row = [](const char* baseURL, const char* address) {
-            QTest::newRow(baseURL) << QString::fromLatin1(baseURL) << QString::fromLatin1(address);
-        };
-        row("https://b.example", "wss://b.example/ws?token=T");
-        row("http://b.example:8000", "ws://b.example:8000/ws?token=T");
-        row("https://b.example/", "wss://b.example//ws?token=T");
-        row("https://b.example/v1?x=y", "wss://b.example/v1?token=T");
-        row("wss://b.example", "wss://b.example/ws?token=T");
-        row("http://[::1]:80", "ws://[::1]:80/ws?token=T");
-        row("b.example", "");
-        row("HTTPS://b.example", "");
-        row("ftp://b.example", "");
-        row("https://b example", "");
-        row("https://b.example:99999", "");
-        row("https://b.example/%zz", "");
-    }
-    void addressOfTheSocket() {
-        QFETCH(QString, baseURL);
-        QFETCH(QString, address);
-        const LogCapture log;
-        const auto url = webSocketUrl(baseURL, platform::Secret(QStringLiteral("T")));
-        QCOMPARE(url ? QString::fromLatin1(url->toEncoded()) : QString(), address);
-        QCOMPARE(log.lines(),
-                 address.isEmpty() ? QStringList(QStringLiteral("[WS] Invalid URL")) : QStringList());
-    }
-
-    void tokenSurvivesTheQuery() {
-        const auto url = webSocketUrl(QStringLiteral("https://b.example"),
-                                      platform::Secret(QStringLiteral("a+b/c==&d#e%20f g-._~")));
-        QVERIFY(url);
-        QCOMPARE(url->toEncoded(),
-                 QByteArray("wss://b.example/ws?token=a%2Bb%2Fc%3D%3D%26d%23e%2520f%20g-._~"));
-    }
-
-    void malformedTextIsNoMessage_data() {
-        QTest::addColumn<QByteArray>("text");
-        const QList<QByteArray> texts{"",
-                                      "hello",
-                                      "{\"type\":\"chat_done\"",
-                                      "{\"type\":\"chat_done\"} {}",
-                                      "[{\"type\":\"chat_done\"}]",
-                                      "\"chat_done\"",
-                                      "null",
-                                      "{}",
-                                      "{\"type\":17}",
-                                      "{\"type\":null}",
-                                      "{\"Type\":\"chat_done\"}",
-                                      "{\"type\":\"\xff\"}",
-                                      "{\"type\":\"a\",\"x\":" + QByteArray(100'000, '[') + "}"};
-        for (qsizetype i = 0; i < texts.size(); ++i) {
-            QTest::addRow("%lld %s", i, texts[i].left(30).constData()) << texts[i];
+        const auto add = rows<QString, QString>();
+        const auto row = [add](const char* baseURL, const char* address) { add(baseURL, baseURL, address); };
+        row("https://b.example", "wss://b.example/ws");
+        row("http://b.example:8000", "ws://b.example:8000/ws");
+        row("https://b.example/", "wss://b.example//ws");
+        row("https://b.example/v1?x=y", "wss://b.example/v1");
+        row("wss://b.example", "wss://b.example/ws");
+        row("http://[::1]:80", "ws://[::1]:80/ws");
+        for (const char* unusable : {"b.example", "HTTPS://b.example", "ftp://b.example", "https://b example",
+                                     "https://b.example:99999", "https://b.example/%zz"}) {
+            row(unusable, "");
         }
     }
-    void malformedTextIsNoMessage() {
-        QFETCH(QByteArray, text);
-        QVERIFY(!parseServerMessage(text));
+    void addressOfTheSocket() {
+        const auto [baseURL, address] = currentRow<QString, QString>();
+        const LogCapture log;
+        const auto url = webSocketUrl(baseURL, platform::Secret("a+b/c==&d#e%20f g-._~"));
+        QCOMPARE(url.has_value(), !address.isEmpty());
+        if (url) {
+            QCOMPARE(url->toEncoded(), address.toLatin1() + "?token=a%2Bb%2Fc%3D%3D%26d%23e%2520f%20g-._~");
+        }
+        QCOMPARE(log.count("[WS] Invalid URL"), url ? 0 : 1);
     }
 
-    void lostSessionIsToldByWords_data() {
-        QTest::addColumn<QString>("words");
-        QTest::addColumn<bool>("expected");
-        QTest::newRow("plain") << QStringLiteral("Session not found") << true;
-        QTest::newRow("with id") << QStringLiteral("session abc not found") << true;
-        QTest::newRow("turned round") << QStringLiteral("Not found: session") << true;
-        QTest::newRow("capitals") << QStringLiteral("SESSION NOT FOUND") << true;
-        QTest::newRow("expired") << QStringLiteral("session expired") << false;
-        QTest::newRow("something else") << QStringLiteral("question not found") << false;
+    void malformedTextIsNoMessage() {
+        const QByteArrayList texts{"",
+                                   "hello",
+                                   "{\"type\":\"chat_done\"",
+                                   "{\"type\":\"chat_done\"} {}",
+                                   "[{\"type\":\"chat_done\"}]",
+                                   "null",
+                                   "{}",
+                                   "{\"type\":17}",
+                                   "{\"Type\":\"chat_done\"}",
+                                   "{\"type\":\"\xff\"}",
+                                   "{\"type\":\"a\",\"x\":" + QByteArray(100'000, '[') + "}"};
+        for (const auto& text : texts) {
+            QVERIFY2(!parseServerMessage(text), text.left(30));
+        }
     }
+
     void lostSessionIsToldByWords() {
-        QFETCH(QString, words);
-        QTEST(isSessionNotFound(words), "expected");
+        QVERIFY(isSessionNotFound("SESSION abc NOT FOUND"));
+        QVERIFY(isSessionNotFound("Not found: session"));
+        QVERIFY(!isSessionNotFound("session expired"));
+        QVERIFY(!isSessionNotFound("question not found"));
     }
 };
 

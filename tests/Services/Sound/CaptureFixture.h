@@ -4,11 +4,12 @@
 #include "FakeAudioHost.h"
 #include "FakeClock.h"
 #include "LogCapture.h"
+#include "WaitFor.h"
 #include "WavFile.h"
 
-#include <QCoreApplication>
-
 #include <cmath>
+
+using namespace std::chrono_literals;
 
 // A capture service on a sound server and a clock of the test's own, and what it emits.
 struct CaptureFixture {
@@ -22,27 +23,28 @@ struct CaptureFixture {
 
     CaptureFixture() {
         using Service = AudioCaptureService;
-        auto* source = service.get();
-        const auto note = [this](const QString& event) { events.append(event); };
-        QObject::connect(source, &Service::speechDetected, source,
-                         [this](const QByteArray& wav) { systemFiles.append(WavFile(wav)); });
-        QObject::connect(source, &Service::micAudioDetected, source,
-                         [this](const QByteArray& wav) { microphoneFiles.append(WavFile(wav)); });
-        QObject::connect(source, &Service::captureStarted, source,
-                         [note](quint32 rate) { note(QStringLiteral("started %1").arg(rate)); });
-        QObject::connect(source, &Service::captureStopped, source, [note] { note("stopped"); });
-        QObject::connect(source, &Service::candidateSpeechStarted, source, [note] { note("speech"); });
-        QObject::connect(source, &Service::candidateSpeechStopped, source,
-                         [note](qint64 at) { note(QStringLiteral("silence %1").arg(at)); });
-        QObject::connect(source, &Service::systemStreamFailed, source,
-                         [note](const QString& reason) { note("system failed: " + reason); });
-        QObject::connect(source, &Service::microphoneFailed, source,
-                         [note](const QString& reason) { note("microphone failed: " + reason); });
-        QObject::connect(source, &Service::isCapturingChanged, source,
-                         [this, note] { note(service->isCapturing() ? "capturing" : "not capturing"); });
-        QObject::connect(source, &Service::isMicCapturingChanged, source, [this, note] {
-            note(service->isMicCapturing() ? "mic capturing" : "mic not capturing");
-        });
+        on(&Service::speechDetected, [this](const QByteArray& wav) { systemFiles.append(WavFile(wav)); });
+        on(&Service::micAudioDetected,
+           [this](const QByteArray& wav) { microphoneFiles.append(WavFile(wav)); });
+        on(&Service::captureStarted,
+           [this](quint32 rate) { events += QStringLiteral("started %1").arg(rate); });
+        on(&Service::captureStopped, [this] { events += "stopped"; });
+        on(&Service::candidateSpeechStarted, [this] { events += "speech"; });
+        on(&Service::candidateSpeechStopped,
+           [this](qint64 at) { events += QStringLiteral("silence %1").arg(at); });
+        on(&Service::systemStreamFailed,
+           [this](const QString& reason) { events += "system failed: " + reason; });
+        on(&Service::microphoneFailed,
+           [this](const QString& reason) { events += "microphone failed: " + reason; });
+        on(&Service::isCapturingChanged,
+           [this] { events += service->isCapturing() ? "capturing" : "not capturing"; });
+        on(&Service::isMicCapturingChanged,
+           [this] { events += service->isMicCapturing() ? "mic capturing" : "mic not capturing"; });
+    }
+
+    template<typename Signal, typename Slot>
+    void on(Signal signal, Slot slot) {
+        QObject::connect(service.get(), signal, service.get(), slot);
     }
 
     // Until what was queued by what was queued has happened too.
@@ -54,6 +56,20 @@ struct CaptureFixture {
 
     QCoro::Task<void> start(AudioCaptureMode mode = AudioCaptureMode::rawStreaming) {
         return service->startCapture(mode, interviewVadConfig);
+    }
+    QCoro::Task<void> startOne(bool microphone) {
+        return microphone ? service->startMicrophoneCapture() : start();
+    }
+    void stopOne(bool microphone) {
+        microphone ? service->stopMicrophoneCapture() : service->stopSystemCapture();
+    }
+    // What was emitted and logged so far is forgotten.
+    void startBoth() {
+        waitFor(service->startMicrophoneCapture());
+        waitFor(start());
+        settle();
+        events.clear();
+        log.clear();
     }
 };
 

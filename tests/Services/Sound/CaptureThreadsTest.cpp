@@ -13,65 +13,63 @@ class CaptureThreadsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void survivesAThousandStartsAndStops();
-};
+    void survivesAThousandStartsAndStops() {
+        using Service = AudioCaptureService;
+        const LogCapture log;
+        FakeAudioHost host;
+        FakeClock clock;
+        Service service(host, clock);
+        // Between a stop and the next start nothing may come out.
+        std::atomic<bool> isStopped = true;
+        std::atomic<int> lateEvents = 0;
+        std::atomic<int> chunks = 0;
+        const auto see = [&] {
+            ++chunks;
+            lateEvents += isStopped ? 1 : 0;
+        };
+        QObject::connect(&service, &Service::micAudioDetected, &service, see, Qt::DirectConnection);
+        QObject::connect(&service, &Service::speechDetected, &service, see, Qt::DirectConnection);
+        QObject::connect(&service, &Service::candidateSpeechStarted, &service, see, Qt::DirectConnection);
+        QObject::connect(&service, &Service::candidateSpeechStopped, &service, see, Qt::DirectConnection);
 
-void CaptureThreadsTest::survivesAThousandStartsAndStops() {
-    using Service = AudioCaptureService;
-    const LogCapture log;
-    FakeAudioHost host;
-    FakeClock clock;
-    Service service(host, clock);
-    // Between a stop and the next start nothing may come out.
-    std::atomic<bool> isStopped = true;
-    std::atomic<int> lateEvents = 0;
-    std::atomic<int> chunks = 0;
-    const auto see = [&] {
-        ++chunks;
-        lateEvents += isStopped ? 1 : 0;
-    };
-    QObject::connect(&service, &Service::micAudioDetected, &service, see, Qt::DirectConnection);
-    QObject::connect(&service, &Service::speechDetected, &service, see, Qt::DirectConnection);
-    QObject::connect(&service, &Service::candidateSpeechStarted, &service, see, Qt::DirectConnection);
-    QObject::connect(&service, &Service::candidateSpeechStopped, &service, see, Qt::DirectConnection);
-
-    // Lets the main thread in, which waits for the handlers at each stop.
-    constexpr auto pause = 20us;
-    const std::vector<float> speech(2500, 0.2F);
-    const std::vector<float> silence(46 * 1024);
-    std::jthread system([&](const std::stop_token& stop) {
-        for (int i = 0; !stop.stop_requested(); ++i) {
-            host.pushSystem(i % 8 == 7 ? silence : speech);
-            std::this_thread::sleep_for(pause);
-        }
-    });
-    std::jthread microphone([&](const std::stop_token& stop) {
-        for (int i = 0; !stop.stop_requested(); ++i) {
-            host.pushMicrophone(speech, i / 4 % 2 == 0 ? 48000.0 : 44100.0);
-            std::this_thread::sleep_for(pause);
-        }
-    });
-    for (int i = 0; i < 1000; ++i) {
-        isStopped = false;
-        waitFor(service.startMicrophoneCapture());
-        waitFor(service.startCapture(i % 3 == 0 ? AudioCaptureMode::vad : AudioCaptureMode::rawStreaming,
-                                     interviewVadConfig));
-        for (const int before = chunks; i % 50 == 0 && chunks == before;) {
-            std::this_thread::yield();
-        }
-        clock.advance(i % 2 == 0 ? 80ms : 0ms);
-        if (i % 7 == 0) {
-            host.failSystem("gone");
+        // Lets the main thread in, which waits for the handlers at each stop.
+        constexpr auto pause = 20us;
+        const std::vector<float> speech(2500, 0.2F);
+        const std::vector<float> silence(46 * 1024);
+        std::jthread system([&](const std::stop_token& stop) {
+            for (int i = 0; !stop.stop_requested(); ++i) {
+                host.pushSystem(i % 8 == 7 ? silence : speech);
+                std::this_thread::sleep_for(pause);
+            }
+        });
+        std::jthread microphone([&](const std::stop_token& stop) {
+            for (int i = 0; !stop.stop_requested(); ++i) {
+                host.pushMicrophone(speech, i / 4 % 2 == 0 ? 48000.0 : 44100.0);
+                std::this_thread::sleep_for(pause);
+            }
+        });
+        for (int i = 0; i < 1000; ++i) {
+            isStopped = false;
+            waitFor(service.startMicrophoneCapture());
+            waitFor(service.startCapture(i % 3 == 0 ? AudioCaptureMode::vad : AudioCaptureMode::rawStreaming,
+                                         interviewVadConfig));
+            for (const int before = chunks; i % 50 == 0 && chunks == before;) {
+                std::this_thread::yield();
+            }
+            clock.advance(i % 2 == 0 ? 80ms : 0ms);
+            if (i % 7 == 0) {
+                host.failSystem("gone");
+                QCoreApplication::processEvents();
+            }
+            service.stopMicrophoneCapture();
+            service.stopSystemCapture();
+            isStopped = true;
             QCoreApplication::processEvents();
         }
-        service.stopMicrophoneCapture();
-        service.stopSystemCapture();
-        isStopped = true;
-        QCoreApplication::processEvents();
+        QCOMPARE(lateEvents.load(), 0);
+        QVERIFY(!service.isCapturing() && !service.isMicCapturing());
     }
-    QCOMPARE(lateEvents.load(), 0);
-    QVERIFY(!service.isCapturing() && !service.isMicCapturing());
-}
+};
 
 QTEST_GUILESS_MAIN(CaptureThreadsTest)
 #include "CaptureThreadsTest.moc"

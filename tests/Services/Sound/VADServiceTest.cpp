@@ -1,5 +1,6 @@
 #include "VADService.h"
 #include "FakeClock.h"
+#include "Rows.h"
 
 #include <QTest>
 
@@ -13,12 +14,8 @@ namespace {
 constexpr size_t hopSize = 1024;
 using Hop = std::vector<float>;
 
-Hop constantHop(float value) {
-    return Hop(hopSize, value);
-}
-
-Hop clickHop(float background, float peak) {
-    auto hop = constantHop(background);
+Hop clickHop(float peak) {
+    Hop hop(hopSize, 0.0038F);
     hop[500] = -peak;
     return hop;
 }
@@ -27,21 +24,21 @@ Hop clickHop(float background, float peak) {
 Hop hopOf(char letter) {
     switch (letter) {
     case 'S': // speech
-        return constantHop(0.1F);
+        return Hop(hopSize, 0.1F);
     case 'n': // noise above the gate
-        return constantHop(0.005F);
+        return Hop(hopSize, 0.005F);
     case 'c': // a click of RMS 0.004 in noise
-        return clickHop(0.0038F, 0.04F);
+        return clickHop(0.04F);
     case 'r':
-        return constantHop(0.012F);
+        return Hop(hopSize, 0.012F);
     case 'q':
-        return constantHop(std::nextafter(0.012F, 0.0F));
+        return Hop(hopSize, std::nextafter(0.012F, 0.0F));
     case 'p':
-        return clickHop(0.004F, 0.035F);
+        return clickHop(0.035F);
     case 'e':
-        return clickHop(0.004F, std::nextafter(0.035F, 0.0F));
+        return clickHop(std::nextafter(0.035F, 0.0F));
     default:
-        return constantHop(0.0F);
+        return Hop(hopSize);
     }
 }
 
@@ -94,110 +91,80 @@ class VADServiceTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void marksSpeech_data();
-    void marksSpeech();
-    void gatesBeforeItLooksAtThePeak();
-    void letsTheGateItselfPass();
-    void ignoresEverythingWhenDisabled();
-    void cutsTheSameWhateverTheBlocks_data();
-    void cutsTheSameWhateverTheBlocks();
+    void marksSpeech_data() {
+        const auto row = rows<QByteArray, QString>();
+        row("click", "c45.", "<");
+        row("click, then speech", "c45.7S45.", "<<>[52]");
+        row("six do not", "6S45.", "<");
+        row("a pause belongs to the segment", "4S44.3S45.", "<>[96]");
+        row("noise ends speech as silence does", "7S44.n", "<>[52]");
+        row("lead-in is bounded", "40.7S45.", "<>[64]");
+        row("no lead-in after a segment that did not count", "20.6S45.7S45.", "<<>[52]");
+        row("RMS at the threshold", "r", "<");
+        row("RMS just below", "q", "");
+        row("peak at the threshold", "p", "<");
+        row("peak just below", "e", "");
+        row("cut after 180 s", "10STS", "<>[11]");
+        row("speech goes on after the cut", "10ST8S45.", "<>[11]<>[52]");
+        row("too few hops at the cut", "3STS", "<");
+        row("gated silence ends it instead", "10ST45.", "<>[55]");
+        row("time before the onset does not count", "TSt6S45.", "<>[52]");
+    }
+    void marksSpeech() {
+        const auto [script, events] = currentRow<QByteArray, QString>();
+        QCOMPARE(Stage().play(script.constData()), events);
+    }
+
+    void gatesBeforeItLooksAtThePeak() {
+        auto config = interviewVadConfig;
+        config.hopSize = 65536;
+        FakeClock clock;
+        VADService vad(config, 48000, clock);
+        int onsets = 0;
+        vad.onSpeechStart = [&onsets] { ++onsets; };
+        std::vector<float> hop(65536);
+        hop[7] = 0.5F; // RMS 0.00195
+        vad.processSamples(hop);
+        QCOMPARE(onsets, 0);
+        hop[8] = hop[9] = 0.5F; // RMS 0.0034
+        vad.processSamples(hop);
+        QCOMPARE(onsets, 1);
+    }
+
+    void obeysItsConfiguration() {
+        auto config = interviewVadConfig;
+        config.noiseGateThreshold = config.sensitivityRMS;
+        QCOMPARE(Stage(config).play("r"), "<");
+        config.enabled = false;
+        QCOMPARE(Stage(config).play("20S50."), "");
+    }
+
+    void cutsTheSameWhateverTheBlocks() {
+        std::mt19937 random(3);
+        std::uniform_real_distribution<float> voice(-0.5F, 0.5F);
+        std::uniform_real_distribution<float> hush(-0.001F, 0.001F);
+        std::vector<float> samples;
+        for (const auto& [hops, sound] : {std::pair{20, &hush}, {9, &voice}, {46, &hush}}) {
+            std::generate_n(std::back_inserter(samples), hops * 1024, [&] { return (*sound)(random); });
+        }
+        samples.resize(samples.size() + 452);
+
+        const auto segment = std::span<const float>(samples).subspan(8 * hopSize, (12 + 9 + 45) * hopSize);
+        for (const size_t block : {1, 7, 1023, 1024, 1025, 2500, 100'000}) {
+            FakeClock clock;
+            VADService vad(interviewVadConfig, 16000, clock);
+            QByteArray file;
+            vad.onSpeechDetected = [&file](const QByteArray& wav) { file += wav; };
+            for (auto rest = std::span<const float>(samples); !rest.empty();) {
+                const auto head = rest.first(std::min(block, rest.size()));
+                vad.processSamples(head);
+                rest = rest.subspan(head.size());
+            }
+            QVERIFY2(file == WAVEncoder().encode(segment, 16000, 1), qPrintable(QString::number(block)));
+            QCOMPARE(vad.pendingCount(), size_t(452));
+        }
+    }
 };
-
-void VADServiceTest::marksSpeech_data() {
-    QTest::addColumn<QByteArray>("script");
-    QTest::addColumn<QString>("events");
-    const auto row = [](const char* name, const char* script, const char* events) {
-        QTest::newRow(name) << QByteArray(script) << QString::fromLatin1(events);
-    };
-    row("click", "c45.", "<");
-    row("click, then speech", "c45.7S45.", "<<>[52]");
-    row("seven hops count", "7S45.", "<>[52]");
-    row("six do not", "6S45.", "<");
-    row("not yet ended", "7S44.", "<");
-    row("a pause belongs to the segment", "4S44.3S45.", "<>[96]");
-    row("noise ends speech as silence does", "7S44.n", "<>[52]");
-    row("lead-in", "5.7S45.", "<>[57]");
-    row("lead-in is bounded", "40.7S45.", "<>[64]");
-    row("no lead-in right after a segment", "20.7S45.7S45.", "<>[64]<>[52]");
-    row("no lead-in after a segment that did not count", "20.6S45.7S45.", "<<>[52]");
-    row("RMS at the threshold", "r", "<");
-    row("RMS just below", "q", "");
-    row("peak at the threshold", "p", "<");
-    row("peak just below", "e", "");
-    row("cut after 180 s", "10STS", "<>[11]");
-    row("not before", "10StS", "<");
-    row("speech goes on after the cut", "10ST8S45.", "<>[11]<>[52]");
-    row("too few hops at the cut", "3STS", "<");
-    row("cut in noise", "10STn", "<>[11]");
-    row("no cut while gated", "10ST44.", "<");
-    row("gated silence ends it instead", "10ST45.", "<>[55]");
-    row("time before the onset does not count", "TSt6S45.", "<>[52]");
-}
-
-void VADServiceTest::marksSpeech() {
-    QFETCH(QByteArray, script);
-    QTEST(Stage().play(script.constData()), "events");
-}
-
-void VADServiceTest::gatesBeforeItLooksAtThePeak() {
-    auto config = interviewVadConfig;
-    config.hopSize = 65536;
-    FakeClock clock;
-    VADService vad(config, 48000, clock);
-    int onsets = 0;
-    vad.onSpeechStart = [&onsets] { ++onsets; };
-    std::vector<float> hop(65536);
-    hop[7] = 0.5F; // RMS 0.00195
-    vad.processSamples(hop);
-    QCOMPARE(onsets, 0);
-    hop[8] = hop[9] = 0.5F; // RMS 0.0034
-    vad.processSamples(hop);
-    QCOMPARE(onsets, 1);
-}
-
-void VADServiceTest::letsTheGateItselfPass() {
-    auto config = interviewVadConfig;
-    config.noiseGateThreshold = config.sensitivityRMS;
-    QCOMPARE(Stage(config).play("r"), QStringLiteral("<"));
-}
-
-void VADServiceTest::ignoresEverythingWhenDisabled() {
-    auto config = interviewVadConfig;
-    config.enabled = false;
-    QCOMPARE(Stage(config).play("20S50."), QString());
-}
-
-void VADServiceTest::cutsTheSameWhateverTheBlocks_data() {
-    QTest::addColumn<int>("block");
-    for (const int block : {1, 7, 1023, 1024, 1025, 2500, 100'000}) {
-        QTest::addRow("%d", block) << block;
-    }
-}
-
-void VADServiceTest::cutsTheSameWhateverTheBlocks() {
-    QFETCH(int, block);
-    std::mt19937 random(3);
-    std::uniform_real_distribution<float> voice(-0.5F, 0.5F);
-    std::uniform_real_distribution<float> hush(-0.001F, 0.001F);
-    std::vector<float> samples;
-    for (const auto& [hops, sound] : {std::pair{20, &hush}, {9, &voice}, {46, &hush}}) {
-        std::generate_n(std::back_inserter(samples), hops * 1024, [&] { return (*sound)(random); });
-    }
-    samples.resize(samples.size() + 452);
-
-    FakeClock clock;
-    VADService vad(interviewVadConfig, 16000, clock);
-    QByteArray file;
-    vad.onSpeechDetected = [&file](const QByteArray& wav) { file += wav; };
-    for (auto rest = std::span<const float>(samples); !rest.empty();) {
-        const auto head = rest.first(std::min<size_t>(static_cast<size_t>(block), rest.size()));
-        vad.processSamples(head);
-        rest = rest.subspan(head.size());
-    }
-    const auto segment = std::span<const float>(samples).subspan(8 * hopSize, (12 + 9 + 45) * hopSize);
-    QCOMPARE(file, WAVEncoder().encode(segment, 16000, 1));
-    QCOMPARE(vad.pendingCount(), size_t(452));
-}
 
 QTEST_GUILESS_MAIN(VADServiceTest)
 #include "VADServiceTest.moc"

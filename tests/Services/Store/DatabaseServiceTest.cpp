@@ -1,6 +1,7 @@
 #include "DatabaseService.h"
 #include "FakeClock.h"
 #include "LogCapture.h"
+#include "Rows.h"
 
 #include <QDir>
 #include <QFile>
@@ -49,118 +50,96 @@ private Q_SLOTS:
     }
 
     void aSecondStartFindsWhatTheFirstLeft() {
-        m_database->setSetting(QStringLiteral("corvane_api_url"), QStringLiteral("https://a"));
-        m_database->setSetting(QStringLiteral("corvane_api_url"), QString());
+        m_database->setSetting("corvane_api_url", "https://a");
+        m_database->setSetting("corvane_api_url", QString());
         const auto schema = query(m_database->dbPath(), "SELECT name, sql FROM sqlite_master");
         open();
         QCOMPARE(query(m_database->dbPath(), "SELECT name, sql FROM sqlite_master"), schema);
-        QCOMPARE(m_database->getSetting(QStringLiteral("corvane_api_url")), QString());
-        QCOMPARE(m_database->getSetting(QStringLiteral("other")), std::nullopt);
-        for (const auto& table :
-             {QStringLiteral("system_prompts"), QStringLiteral("conversations"), QStringLiteral("messages"),
-              QStringLiteral("interview_sessions"), QStringLiteral("app_settings")}) {
-            QVERIFY2(schema.contains(table + u'|'), qPrintable(table));
-        }
-        QCOMPARE(query(m_database->dbPath(), "PRAGMA journal_mode"), QStringLiteral("wal;"));
+        QCOMPARE(m_database->getSetting("corvane_api_url"), QString());
+        QCOMPARE(m_database->getSetting("other"), std::nullopt);
+        QCOMPARE(query(m_database->dbPath(), "PRAGMA journal_mode"), "wal;");
         QCOMPARE(m_log->lines(), QStringList());
     }
 
-    void anyTextComesBack_data() {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("quotes") << QStringLiteral("it's ''quoted''; DROP TABLE messages; --");
-        QTest::newRow("empty") << QStringLiteral("");
-        QTest::newRow("beyond the first plane") << QString::fromUtf8("日本 🎤");
-        QTest::newRow("long") << QString(200000, u'\'');
-    }
     void anyTextComesBack() {
-        QFETCH(QString, text);
-        m_database->createConversation({conversationId, text, 1, 2});
-        QCOMPARE(m_database->getConversation(conversationId)->title, text);
-        m_clock.jump(std::chrono::milliseconds(123));
-        m_database->updateConversation(conversationId, text + u'\'');
-        const Conversation expected{conversationId, text + u'\'', 1, m_clock.nowMilliseconds()};
-        QCOMPARE(*m_database->getConversation(conversationId), expected);
-        m_database->createSystemPrompt(text, text);
-        m_database->updateSystemPrompt(1, text + u'2', text + u'3');
-        QCOMPARE(m_database->getAllSystemPrompts().at(0).name, text + u'2');
-        QCOMPARE(m_database->getAllSystemPrompts().at(0).prompt, text + u'3');
-        QCOMPARE(m_log->lines(), QStringList());
-    }
-
-    void textThatIsNoneHarmsNothing() {
-        const auto broken = QStringLiteral("a") + QChar(u'\0') + QStringLiteral("b") + QChar(0xd800);
+        for (const auto& text :
+             QStringList{"it's ''quoted''; DROP TABLE messages; --", "", "日本 🎤", QString(200000, u'\'')}) {
+            m_database->createConversation({conversationId, text, 1, 2});
+            QCOMPARE(m_database->getConversation(conversationId)->title, text);
+            m_clock.jump(std::chrono::milliseconds(123));
+            m_database->updateConversation(conversationId, text + u'\'');
+            const Conversation expected{conversationId, text + u'\'', 1, m_clock.nowMilliseconds()};
+            QCOMPARE(*m_database->getConversation(conversationId), expected);
+            m_database->deleteConversation(conversationId);
+            m_database->createSystemPrompt(text, text);
+            const auto id = m_database->getAllSystemPrompts().at(0).id;
+            m_database->updateSystemPrompt(id, text + u'2', text + u'3');
+            QCOMPARE(m_database->getAllSystemPrompts().at(0).name, text + u'2');
+            QCOMPARE(m_database->getAllSystemPrompts().at(0).prompt, text + u'3');
+            m_database->deleteSystemPrompt(id);
+        }
+        // What is no text harms nothing.
+        const auto broken = QString("a") + QChar(u'\0') + QChar(0xd800);
         m_database->createConversation({conversationId, broken, 1, 2});
         QCOMPARE(m_database->getConversation(conversationId)->title.size(), broken.size());
-        m_database->updateConversation(conversationId, broken);
-        QCOMPARE(m_database->getAllConversations().size(), 1);
+        QCOMPARE(m_log->lines(), QStringList());
     }
 
     void conversationsMoveUpWhenTheyAreUpdated() {
         for (const auto& [id, time] :
              {std::pair("conv_a", 10), std::pair("conv_b", 30), std::pair("conv_c", 20)}) {
-            m_database->createConversation({QString::fromLatin1(id), QStringLiteral("New Chat"), time, time});
+            m_database->createConversation({QString::fromLatin1(id), "New Chat", time, time});
         }
-        QCOMPARE(ids(), QStringLiteral("conv_b conv_c conv_a"));
-        m_database->updateConversation(QStringLiteral("conv_a"), std::nullopt);
-        QCOMPARE(ids(), QStringLiteral("conv_a conv_b conv_c"));
-        QCOMPARE(m_database->getConversation(QStringLiteral("conv_a"))->title, QStringLiteral("New Chat"));
-        QCOMPARE(m_database->getConversation(QStringLiteral("conv_a"))->createdAt, 10);
+        QCOMPARE(ids(), "conv_b conv_c conv_a");
+        m_database->updateConversation("conv_a", std::nullopt);
+        QCOMPARE(ids(), "conv_a conv_b conv_c");
+        QCOMPARE(m_database->getConversation("conv_a")->title, "New Chat");
+        QCOMPARE(m_database->getConversation("conv_a")->createdAt, 10);
     }
 
     void messagesBelongToAConversation() {
-        const ChatMessage late{
-            QStringLiteral("msg_2"), conversationId, MessageRole::assistant, QStringLiteral("it's"), 20,
-            QStringLiteral("[]")};
-        const ChatMessage early{QStringLiteral("msg_1"), conversationId, MessageRole::system, {}, 10, {}};
+        const ChatMessage late{"msg_2", conversationId, MessageRole::assistant, "it's", 20, "[]"};
+        const ChatMessage early{"msg_1", conversationId, MessageRole::system, {}, 10, {}};
         m_database->saveMessage(late);
         QCOMPARE(m_database->getMessageCount(conversationId), 0);
         m_database->createConversation({conversationId, {}, 1, 1});
-        m_database->createConversation({QStringLiteral("conv_2"), {}, 1, 1});
+        m_database->createConversation({"conv_2", {}, 1, 1});
         m_database->saveMessage(late);
         m_database->saveMessage(early);
         m_database->saveMessage(late);
-        m_database->saveMessage(
-            {QStringLiteral("msg_3"), QStringLiteral("conv_2"), MessageRole::user, {}, 5, {}});
+        m_database->saveMessage({"msg_3", "conv_2", MessageRole::user, {}, 5, {}});
         QCOMPARE(m_database->getMessages(conversationId), (QList{early, late}));
         QCOMPARE(m_database->getMessageCount(conversationId), 2);
         m_database->deleteConversation(conversationId);
         QCOMPARE(m_database->getMessages(conversationId), QList<ChatMessage>());
         QCOMPARE(m_database->getConversation(conversationId), std::nullopt);
-        QCOMPARE(m_database->getMessageCount(QStringLiteral("conv_2")), 1);
+        QCOMPARE(m_database->getMessageCount("conv_2"), 1);
         m_database->deleteAllConversations();
         QCOMPARE(query(m_database->dbPath(), "SELECT (SELECT COUNT(*) FROM messages),"
                                              " (SELECT COUNT(*) FROM conversations)"),
-                 QStringLiteral("0|0;"));
+                 "0|0;");
         QCOMPARE(m_log->lines(), QStringList());
     }
 
-    void aRoleOfAnotherToolReadsAsUser() {
-        m_database->createConversation({conversationId, {}, 1, 1});
-        query(m_database->dbPath(), "PRAGMA ignore_check_constraints=ON;"
-                                    "INSERT INTO messages VALUES ('msg_1','conv_1','tool','x',1,NULL)");
-        QCOMPARE(m_database->getMessages(conversationId).at(0).role, MessageRole::user);
-    }
-
     void aPromptsChangeIsDatedAlsoWithoutNewTexts() {
-        m_database->createSystemPrompt(QStringLiteral("a"), QStringLiteral("p"));
-        m_database->createSystemPrompt(QStringLiteral("b"), QStringLiteral("p"));
+        m_database->createSystemPrompt("a", "p");
+        m_database->createSystemPrompt("b", "p");
         query(m_database->dbPath(), "UPDATE system_prompts SET updated_at = '2001-02-03 04:05:0' || id");
-        QCOMPARE(m_database->getAllSystemPrompts().at(0).name, QStringLiteral("b"));
+        QCOMPARE(m_database->getAllSystemPrompts().at(0).name, "b");
         m_database->updateSystemPrompt(1, std::nullopt, std::nullopt);
         const auto prompts = m_database->getAllSystemPrompts();
-        QCOMPARE(prompts.at(0).name, QStringLiteral("a"));
-        QCOMPARE(prompts.at(0).prompt, QStringLiteral("p"));
-        QVERIFY(prompts.at(0).updatedAt > QStringLiteral("2020"));
-        QCOMPARE(prompts.at(1).updatedAt, QStringLiteral("2001-02-03 04:05:02"));
+        QCOMPARE(prompts.at(0).name, "a");
+        QCOMPARE(prompts.at(0).prompt, "p");
+        QVERIFY(prompts.at(0).updatedAt > "2020");
+        QCOMPARE(prompts.at(1).updatedAt, "2001-02-03 04:05:02");
         m_database->deleteSystemPrompt(1);
         QCOMPARE(m_database->getAllSystemPrompts(), QList{prompts.at(1)});
     }
 
     void onlyTheUserReadsTheFiles() {
-        m_database->setSetting(QStringLiteral("k"), QStringLiteral("v"));
+        m_database->setSetting("k", "v");
         const auto folder = QFileInfo(m_database->dbPath()).dir();
-        constexpr auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
-                                QFile::WriteOther | QFile::ExeOther;
+        const QFile::Permissions others(0x0077);
         QCOMPARE(QFile::permissions(folder.path()) & others, QFile::Permissions());
         const auto files = folder.entryInfoList(QDir::Files);
         QVERIFY(files.size() >= 2); // the database and its write-ahead files
@@ -168,67 +147,62 @@ private Q_SLOTS:
             QVERIFY2((file.permissions() & others) == QFile::Permissions(), qPrintable(file.fileName()));
         }
         m_database.reset();
-        QFile::setPermissions(folder.filePath(QStringLiteral("corvane.db")), QFile::Permissions(0x6644));
+        QFile::setPermissions(folder.filePath("corvane.db"), QFile::Permissions(0x6644));
         open();
         QCOMPARE(QFile::permissions(m_database->dbPath()) & others, QFile::Permissions());
     }
 
     void whatCannotBeUsedIsSaidAndNothingBreaks_data() {
-        QTest::addColumn<QString>("firstLine");
-        QTest::addColumn<QString>("createAt"); // of the folder: a file with garbage
-        QTest::newRow("no folder") << "[DB] Failed to open database at %1"
-                                   << "";
-        QTest::newRow("no database") << "[DB] Error: file is not a database"
-                                     << "/com.corvane.interview-assistant/corvane.db";
+        const auto row = rows<QString, QString>();
+        row("no folder", "[DB] Failed to open database at %1", "");
+        row("no database", "[DB] Error: file is not a database",
+            "/com.corvane.interview-assistant/corvane.db");
     }
     void whatCannotBeUsedIsSaidAndNothingBreaks() {
-        QFETCH(QString, createAt);
-        const auto folder = m_folder->filePath(QStringLiteral("other"));
+        auto [firstLine, createAt] = currentRow<QString, QString>();
+        const auto folder = m_folder->filePath("other");
         QVERIFY(QDir().mkpath(QFileInfo(folder + createAt).path()));
         QFile file(folder + createAt);
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(QByteArray(4096, 'x'));
         file.close();
         m_database = std::make_unique<DatabaseService>(folder, m_clock);
-        QFETCH(QString, firstLine);
         const auto lines = m_log->standardOutputLines();
-        QCOMPARE(lines.value(0), firstLine.replace(QStringLiteral("%1"), m_database->dbPath()));
+        QCOMPARE(lines.value(0), firstLine.replace("%1", m_database->dbPath()));
         QVERIFY(lines.size() >= 6); // the tables too
-        QVERIFY(lines.at(5).startsWith(QStringLiteral("[DB] Error: ")));
+        QVERIFY(lines.at(5).startsWith("[DB] Error: "));
         m_log->clear();
-        m_database->setSetting(QStringLiteral("k"), QStringLiteral("v"));
-        QVERIFY(m_log->lines().value(0).startsWith(QStringLiteral("[DB] Prepare error: ")));
+        m_database->setSetting("k", "v");
+        QVERIFY(m_log->lines().value(0).startsWith("[DB] Prepare error: "));
         m_database->createConversation({conversationId, {}, 1, 1});
         m_database->saveMessage({});
         m_database->createSystemPrompt({}, {});
         m_database->updateConversation(conversationId, QString());
         m_database->updateSystemPrompt(1, QString(), QString());
         m_database->deleteAllConversations();
-        QCOMPARE(m_database->getSetting(QStringLiteral("k")), std::nullopt);
-        QCOMPARE(m_database->getConversation(conversationId), std::nullopt);
-        QCOMPARE(m_database->getAllConversations(), QList<Conversation>());
-        QCOMPARE(m_database->getMessages(conversationId), QList<ChatMessage>());
+        QVERIFY(!m_database->getSetting("k") && !m_database->getConversation(conversationId));
+        QVERIFY(m_database->getAllConversations().isEmpty() && m_database->getAllSystemPrompts().isEmpty());
+        QVERIFY(m_database->getMessages(conversationId).isEmpty());
         QCOMPARE(m_database->getMessageCount(conversationId), 0);
-        QCOMPARE(m_database->getAllSystemPrompts(), QList<SystemPrompt>());
     }
 
     void aLockedDatabaseLosesTheWriteAndGoesOn() {
         sqlite3* other = nullptr;
         QCOMPARE(sqlite3_open(m_database->dbPath().toUtf8().constData(), &other), SQLITE_OK);
         QCOMPARE(sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
-        m_database->setSetting(QStringLiteral("k"), QStringLiteral("lost"));
+        m_database->setSetting("k", "lost");
         QCOMPARE(m_log->lines(), QStringList());
         m_database->deleteSystemPrompt(1);
-        QCOMPARE(m_log->standardOutputLines(), QStringList{QStringLiteral("[DB] Error: database is locked")});
+        QCOMPARE(m_log->standardOutputLines(), QStringList{"[DB] Error: database is locked"});
         sqlite3_close(other);
-        m_database->setSetting(QStringLiteral("k"), QStringLiteral("kept"));
-        QCOMPARE(m_database->getSetting(QStringLiteral("k")), QStringLiteral("kept"));
+        m_database->setSetting("k", "kept");
+        QCOMPARE(m_database->getSetting("k"), "kept");
     }
 
 private:
     void open() {
         m_database.reset();
-        m_database = std::make_unique<DatabaseService>(m_folder->filePath(QStringLiteral("data")), m_clock);
+        m_database = std::make_unique<DatabaseService>(m_folder->filePath("data"), m_clock);
     }
     QString ids() {
         QStringList all;
