@@ -79,6 +79,6 @@ void DashboardWindowController::restoreFrame() {
 }
 
 void DashboardWindowController::saveFrame() {
-    m_defaults.setString(
-        frameKey, QStringLiteral("%1 %2 %3 %4").arg(x()).arg(y()).arg(width()).arg(height()));
+    m_defaults.setString(frameKey,
+                         QStringLiteral("%1 %2 %3 %4").arg(x()).arg(y()).arg(width()).arg(height()));
 }

@@ -88,10 +88,10 @@ void FloatingPanel::comeBackToAScreen() {
 }
 
 void FloatingPanel::mousePressEvent(QMouseEvent* event) {
-    event->ignore();
     QQuickView::mousePressEvent(event);
-    // The bar is what moves the panel, where it holds no control.
-    if (event->isAccepted() || event->button() != Qt::LeftButton || event->position().y() >= barHeight) {
+    // The bar is what moves the panel, where no control has taken the pointer.
+    const bool taken = event->exclusiveGrabber(event->point(0));
+    if (taken || event->button() != Qt::LeftButton || event->position().y() >= barHeight) {
         return;
     }
     if (!startSystemMove()) {
