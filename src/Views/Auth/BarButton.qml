@@ -16,8 +16,8 @@ T.AbstractButton {
     focusPolicy: Qt.StrongFocus
     Accessible.role: Accessible.Button
     Accessible.name: text
-    Keys.onReturnPressed: if (enabled) click()
-    Keys.onEnterPressed: if (enabled) click()
+    Keys.onReturnPressed: if (enabled) clicked()
+    Keys.onEnterPressed: if (enabled) clicked()
 
     background: Rectangle {
         radius: 10

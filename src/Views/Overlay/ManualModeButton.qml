@@ -21,8 +21,8 @@ T.AbstractButton {
     Accessible.checkable: true
     Accessible.checked: modes.manualMode
     Accessible.ignored: !modes.manualModeAvailable
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
     onClicked: modes.toggleManualMode()
     Behavior on opacity { Ease {} }
 

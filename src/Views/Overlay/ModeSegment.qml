@@ -21,8 +21,8 @@ T.AbstractButton {
     Accessible.name: label
     Accessible.checkable: true
     Accessible.checked: active
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
     Behavior on opacity { Ease {} }
 
     background: Item {

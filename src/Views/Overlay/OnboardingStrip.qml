@@ -27,8 +27,8 @@ Material {
         Accessible.role: Accessible.Button
         Accessible.name: text
         Accessible.description: tip.text
-        Keys.onReturnPressed: click()
-        Keys.onEnterPressed: click()
+        Keys.onReturnPressed: clicked()
+        Keys.onEnterPressed: clicked()
         onClicked: strip.presenter.watchOnboardingVideo()
 
         background: Rectangle {

@@ -103,6 +103,7 @@ T.ComboBox {
             currentIndex: box.highlightedIndex
             boundsBehavior: Flickable.StopAtBounds
             highlightMoveDuration: 0
+            T.ScrollBar.vertical: ThinScrollBar {}
         }
     }
 

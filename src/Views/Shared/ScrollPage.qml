@@ -19,6 +19,7 @@ Flickable {
     clip: true
     onShownChanged: if (shown) appeared()
     onFocusItemChanged: reveal(focusItem)
+    onHeightChanged: reveal(focusItem)
 
     function reveal(item) {
         let ancestor = item;
@@ -45,18 +46,5 @@ Flickable {
         spacing: 24
     }
 
-    T.ScrollBar.vertical: T.ScrollBar {
-        parent: page
-        anchors.right: page.right
-        height: page.height
-        width: 10
-        padding: 2
-        visible: size < 1
-        focusPolicy: Qt.NoFocus
-
-        contentItem: Rectangle {
-            radius: 3
-            color: Qt.alpha(Theme.separator, 0.45)
-        }
-    }
+    T.ScrollBar.vertical: ThinScrollBar {}
 }

@@ -75,6 +75,9 @@ Q_SIGNALS:
     void changed();
 
 private:
+    // With a public one the engine would make an instance of its own and leave create() alone.
+    Theme() = default;
+
     QColor pick(QRgb light, QRgb dark) const { return QColor::fromRgba(m_dark ? dark : light); }
     void setDark(bool dark);
 

@@ -22,11 +22,10 @@ Item {
         onTriggered: bubble.active = true
     }
 
-    TapHandler {
+    // Only looks on: a tap handler here would keep the press from the control.
+    PointHandler {
         acceptedButtons: Qt.AllButtons
-        gesturePolicy: TapHandler.DragThreshold
-        grabPermissions: PointerHandler.ApprovesTakeOverByAnything
-        onPressedChanged: bubble.active = false
+        onActiveChanged: bubble.active = false
     }
 
     Loader {

@@ -1,0 +1,18 @@
+import QtQuick
+import Corvane.Shared
+import QtQuick.Templates as T
+
+// Shows where one is in what scrolls, and lets it be dragged; gone when everything is in view.
+T.ScrollBar {
+    implicitWidth: 10
+    padding: 2
+    visible: size < 1
+    focusPolicy: Qt.NoFocus
+    Accessible.ignored: true
+
+    contentItem: Rectangle {
+        implicitWidth: 6
+        radius: 3
+        color: Qt.alpha(Theme.separator, 0.45)
+    }
+}
