@@ -1,0 +1,170 @@
+#include "AppSettingsPresenter.h"
+#include "Appearance.h"
+#include "AudioCaptureService.h"
+#include "AudioSettingsPresenter.h"
+#include "CorvaneSetupPresenter.h"
+#include "DatabaseService.h"
+#include "DefaultsStore.h"
+#include "FakeAudioHost.h"
+#include "FakeDesktop.h"
+#include "LinkFixture.h"
+#include "Rows.h"
+#include "SettingsViewModel.h"
+#include "SystemAccess.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+namespace {
+
+struct Fixture : LinkFixture {
+    QTemporaryDir folder;
+    DatabaseService database{folder.path(), clock};
+    std::unique_ptr<platform::DefaultsStore> defaults = platform::makeMemoryDefaultsStore();
+    std::unique_ptr<platform::SystemAccess> access = platform::makeSystemAccess();
+    FakeWindows windows;
+    FakeLoginItem loginItem;
+    platform::Appearance appearance;
+
+    std::unique_ptr<SettingsViewModel> settings(platform::DefaultsStore& entries) {
+        return std::make_unique<SettingsViewModel>(
+            database, keychain, SettingsViewModel::Desktop{entries, appearance, loginItem, windows});
+    }
+    QByteArray stored(const char* key) { return defaults->data(key).value_or("nothing"); }
+};
+
+// What was read, in one line.
+QString summary(const SettingsViewModel& settings) {
+    const auto& state = settings.customizable();
+    QString switches;
+    for (const bool on : {state.appIcon.isVisible, state.alwaysOnTop.isEnabled, state.autostart.isEnabled,
+                          state.contentProtected.isEnabled, settings.corvaneApiEnabled()}) {
+        switches += on ? u'1' : u'0';
+    }
+    const auto numbers = {settings.transparency(), double(settings.selectedSystemPromptId().value_or(-1)),
+                          double(settings.customAiProviders().size())};
+    auto line = rawValue(settings.theme()) + u' ' + switches + u' ' + rawValue(state.cursor.type);
+    for (const auto number : numbers) {
+        line += u' ' + QString::number(number);
+    }
+    return line + u' ' + settings.selectedAudioDevices().input.value_or("none");
+}
+
+const QByteArray provider = R"({"id":"p","name":"P","baseUrl":"b","chatEndpoint":"/c","authType":"a",)"
+                            R"("defaultModel":"m","responseContentPath":"r","supportsStreaming":true,)"
+                            R"("supportsImages":false,"isCustom":true,"curl":"","models":[]})";
+
+} // namespace
+
+class DashboardPagesTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void settingsWrittenByHandAreRead_data() {
+        const auto row = rows<QByteArray, QString>();
+        const QString untouched = "system 10011 default 100 -1 0 none";
+        const QByteArray state = R"(customizable = { "appIcon": {"isVisible": false}, "alwaysOnTop": )"
+                                 R"({"isEnabled": true}, "autostart": {"isEnabled": true}, )"
+                                 R"("contentProtected": {"isEnabled": false})";
+        row("all",
+            state +
+                ", \"cursor\": {\"type\": \"auto\"} }\ntheme=dark\ntransparency=20\n"
+                "selected_system_prompt_id=1\nselected_audio_devices={\"input\": \"7\"}\n"
+                "custom_ai_providers=[" +
+                provider + ", " + provider + "]",
+            "dark 01101 auto 20 1 2 7");
+        row("no cursor", state + "}", untouched);
+        row("unknown cursor", state + R"(, "cursor": {"type": "x"}})", untouched);
+        row("no transparency", "transparency=0", untouched);
+        row("prompt below one", "selected_system_prompt_id=0", untouched);
+        row("backend off", "corvane_api_enabled=false", "system 10010 default 100 -1 0 none");
+        row("one bad provider", "custom_ai_providers=[" + provider + ",{\"id\":\"q\"}]", untouched);
+    }
+    void settingsWrittenByHandAreRead() {
+        const auto [text, expected] = currentRow<QByteArray, QString>();
+        Fixture fixture;
+        QFile file(fixture.folder.filePath("settings.ini"));
+        QVERIFY(file.open(QFile::WriteOnly) && file.write(text) > 0);
+        file.close();
+        QCOMPARE(summary(*fixture.settings(*platform::makeFileDefaultsStore(file.fileName()))), expected);
+    }
+
+    void changedSettingsAreStoredAndActedOn() {
+        Fixture fixture;
+        const auto settings = fixture.settings(*fixture.defaults);
+        AppSettingsPresenter page(*settings, *fixture.access);
+        page.toggleDockIcon();
+        page.toggleAlwaysOnTop();
+        page.toggleContentProtection();
+        page.toggleLaunchAtLogin();
+        QVERIFY(!page.showsDockIcon() && !page.contentProtection() && page.alwaysOnTop());
+        QCOMPARE(fixture.windows.calls, (QStringList{"policy 1", "level 3", "not protected"}));
+        QVERIFY(fixture.loginItem.registered && page.launchesAtLogin());
+        page.setTransparency(20);
+        page.pickTheme(1);
+        QCOMPARE(fixture.appearance.effective(), platform::ColorScheme::dark);
+        page.pickTheme(2);
+        QCOMPARE(fixture.appearance.effective(), platform::ColorScheme::light);
+        QCOMPARE(summary(*fixture.settings(*fixture.defaults)), "system 01101 default 20 -1 0 none");
+
+        fixture.loginItem.error = "no folder";
+        page.toggleLaunchAtLogin();
+        QVERIFY(fixture.log.standardOutputLines().contains("[Settings] Autostart error: no folder"));
+        QVERIFY(!page.launchesAtLogin());
+        QVERIFY(fixture.stored("customizable").contains(R"("autostart":{"isEnabled":false})"));
+    }
+
+    void devicesAreThoseOfTheAppearance() {
+        Fixture fixture;
+        FakeAudioHost audio;
+        AudioCaptureService capture(audio, fixture.clock);
+        const auto settings = fixture.settings(*fixture.defaults);
+        AudioSettingsPresenter page(*settings, capture, *fixture.access);
+        audio.inputList = {{"4", "Headset"}, {"7", "Desk"}};
+        page.appear();
+        fixture.settle();
+        QCOMPARE(page.inputs(), (QStringList{"Default", "Headset", "Desk"}));
+        page.pickInput(2);
+        QCOMPARE(fixture.stored("selected_audio_devices"), R"({"input":"7"})");
+        QCOMPARE(page.input(), 2);
+
+        audio.listError = audio.surveyError = platform::AudioError(platform::AudioError::Kind::noServer, {});
+        page.appear();
+        fixture.settle();
+        QCOMPARE(page.input(), -1);
+        QVERIFY(!page.devicesNotice().isEmpty());
+        page.pickInput(0);
+        QCOMPARE(fixture.stored("selected_audio_devices"), "{}");
+    }
+
+    void savingAnAddressReplacesTheConnection_data() {
+        const auto row = rows<QString, QString>();
+        row("slashes", "//https://uat.test/root//", "https://uat.test/root");
+        row("blanks", " \n", "https://default.test");
+    }
+    void savingAnAddressReplacesTheConnection() {
+        const auto [typed, url] = currentRow<QString, QString>();
+        Fixture fixture;
+        CorvaneSetupPresenter page(*fixture.service, *fixture.api, fixture.database, "https://default.test/");
+        fixture.open();
+        page.loadSettings();
+        page.setApiUrl(u'\t' + page.apiUrl() + u'\n');
+        QVERIFY(!page.urlDirty());
+        page.setApiUrl(typed);
+        QVERIFY(page.urlDirty());
+        fixture.auth->invalidateCachedJWT();
+        fixture.http.setHeld(true);
+        page.saveUrl();
+        QVERIFY(page.isSavingUrl() && !page.urlDirty());
+        QCOMPARE(fixture.database.getSetting("corvane_api_url"), url);
+        QCOMPARE(fixture.api->baseURL(), url);
+        fixture.http.setHeld(false);
+        fixture.settle();
+        QVERIFY(!page.isSavingUrl());
+        QCOMPARE(fixture.sockets.peer(0).cancelCode(), 1001);
+        QCOMPARE(fixture.sockets.last().url.host(), QUrl(url).host());
+    }
+};
+
+QTEST_GUILESS_MAIN(DashboardPagesTest)
+#include "DashboardPagesTest.moc"
