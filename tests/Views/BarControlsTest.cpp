@@ -1,10 +1,10 @@
-#include "AudioControlPresenter.h"
-#include "CompletionInputPresenter.h"
-#include "InterviewId.h"
-#include "InterviewModesPresenter.h"
-#include "OverlayFixture.h"
+#include "OverlayBarPresenter.h"
+#include "OverlayViewModel.h"
 #include "Rows.h"
-#include "WsStatusPresenter.h"
+#include "SettingsViewModel.h"
+#include "TestProgram.h"
+
+#include <QSignalSpy>
 
 using namespace std::chrono_literals;
 
@@ -12,6 +12,11 @@ namespace {
 
 constexpr auto someId = "3f2b8c64-9d1e-4a57-b0c3-5e8f7a6d2c19";
 constexpr auto questions = R"({"type":"chat_questions","questions":{"Design":[{"question":"Why?"}]}})";
+
+struct Bar : TestProgram {
+    Bar() { launchToSession(); }
+    OverlayBarPresenter& presenter() { return app->overlayBarPresenter(); }
+};
 
 // From idle on.
 void bring(TestProgram& program, InterviewStatus status, const QString& id) {
@@ -80,27 +85,27 @@ void BarControlsTest::theStartControlFollowsTheInterview_data() {
 void BarControlsTest::theStartControlFollowsTheInterview() {
     const auto [status, id, text, enabled, tip, afterPress, dialog] =
         currentRow<InterviewStatus, QString, QString, bool, QString, InterviewStatus, bool>();
-    OverlayModels models;
-    AudioControlPresenter control(models.program.interview(), models.program.completion(), *models.settings);
-    bring(models.program, status, id);
+    Bar bar;
+    auto& control = *bar.presenter().audioControl();
+    bring(bar, status, id);
     QCOMPARE(control.text(), text);
     QCOMPARE(control.enabled(), enabled);
     QCOMPARE(control.tip(), tip);
     control.press();
-    models.program.settle();
-    QCOMPARE(models.program.interview().status(), afterPress);
-    QCOMPARE(models.program.interview().showStopDialog(), dialog);
+    bar.settle();
+    QCOMPARE(bar.interview().status(), afterPress);
+    QCOMPARE(bar.interview().showStopDialog(), dialog);
 }
 
 void BarControlsTest::withoutTheBackendItRecords() {
-    OverlayModels models;
-    AudioControlPresenter control(models.program.interview(), models.program.completion(), *models.settings);
-    models.settings->setCorvaneApiEnabled(false);
+    Bar bar;
+    auto& control = *bar.presenter().audioControl();
+    bar.app->settingsViewModel().setCorvaneApiEnabled(false);
     QCOMPARE(control.tip(), "Start Recording");
     control.press();
-    QVERIFY(models.program.completion().isRecordingAudio());
+    QVERIFY(bar.completion().isRecordingAudio());
     QCOMPARE(control.tip(), "Stop Recording");
-    QCOMPARE(control.tint(), "red");
+    QCOMPARE(control.tint(), "destructive");
 }
 
 void BarControlsTest::anIdIsTakenOutOfWhatIsPasted_data() {
@@ -119,20 +124,20 @@ void BarControlsTest::anIdIsTakenOutOfWhatIsPasted_data() {
 
 void BarControlsTest::anIdIsTakenOutOfWhatIsPasted() {
     const auto [pasted, kept, showsError] = currentRow<QString, QString, bool>();
-    OverlayModels models;
-    CompletionInputPresenter input(models.program.interview(), models.program.completion(), *models.overlay);
-    const QSignalSpy writes(&models.program.interview(), &InterviewViewModel::interviewIdChanged);
+    Bar bar;
+    auto& input = *bar.presenter().input();
+    const QSignalSpy writes(&bar.interview(), &InterviewViewModel::interviewIdChanged);
     input.setInterviewId(pasted);
-    QCOMPARE(models.program.interview().interviewId(), kept);
+    QCOMPARE(bar.interview().interviewId(), kept);
     QCOMPARE(writes.size(), pasted == kept ? 1 : 2);
     QCOMPARE(input.showError(), showsError);
 }
 
 void BarControlsTest::returnStartsFromIdleOnly() {
-    OverlayModels models;
-    auto& interview = models.program.interview();
-    CompletionInputPresenter input(interview, models.program.completion(), *models.overlay);
-    bring(models.program, InterviewStatus::error, someId);
+    Bar bar;
+    auto& interview = bar.interview();
+    auto& input = *bar.presenter().input();
+    bring(bar, InterviewStatus::error, someId);
     input.submit();
     QCOMPARE(interview.status(), InterviewStatus::error);
     interview.stopInterview();
@@ -146,14 +151,14 @@ void BarControlsTest::returnStartsFromIdleOnly() {
 }
 
 void BarControlsTest::theFieldTakesTheKeyboardWhileItIsThere() {
-    OverlayModels models;
-    CompletionInputPresenter input(models.program.interview(), models.program.completion(), *models.overlay);
-    models.overlay->setShouldFocusInput(true);
-    QVERIFY(input.isFocused() && !models.overlay->shouldFocusInput());
+    Bar bar;
+    auto& input = *bar.presenter().input();
+    bar.app->overlayViewModel().setShouldFocusInput(true);
+    QVERIFY(input.isFocused() && !bar.app->overlayViewModel().shouldFocusInput());
     input.setIsFocused(false);
-    bring(models.program, InterviewStatus::streaming, someId);
-    models.overlay->setShouldFocusInput(true);
-    QVERIFY(!input.isFocused() && models.overlay->shouldFocusInput());
+    bring(bar, InterviewStatus::streaming, someId);
+    bar.app->overlayViewModel().setShouldFocusInput(true);
+    QVERIFY(!input.isFocused() && bar.app->overlayViewModel().shouldFocusInput());
 }
 
 void BarControlsTest::modesGoOutInOrder_data() {
@@ -170,18 +175,17 @@ void BarControlsTest::modesGoOutInOrder_data() {
 
 void BarControlsTest::modesGoOutInOrder() {
     const auto [clicks, sent, active] = currentRow<QList<int>, QStringList, int>();
-    OverlayModels models;
-    auto& program = models.program;
-    InterviewModesPresenter modes(program.interview());
-    program.startInterview(someId);
+    Bar bar;
+    auto& modes = *bar.presenter().modes();
+    bar.startInterview(someId);
     modes.select(1); // nothing to assess yet
-    program.serverSays(questions);
+    bar.serverSays(questions);
     for (const auto click : clicks) {
         modes.select(click);
-        program.settle();
+        bar.settle();
     }
     QStringList commands;
-    for (const auto& text : program.commands()) {
+    for (const auto& text : bar.commands()) {
         const auto object = json::parse(text).as_object();
         if (const auto* enabled = object.if_contains("enabled")) {
             commands.append(json::requiredString(object, "type") + (enabled->as_bool() ? ":true" : ":false"));
@@ -203,49 +207,43 @@ void BarControlsTest::onlyALastingLossShows_data() {
 
 void BarControlsTest::onlyALastingLossShows() {
     const auto [enabled, milliseconds, shows] = currentRow<bool, int, bool>();
-    OverlayModels models;
-    auto& program = models.program;
-    models.settings->setCorvaneApiEnabled(enabled);
-    WsStatusPresenter status(models.webSocket(), *models.settings, models.windows, *program.clock);
-    program.peer().breakConnection();
-    program.settle();
-    program.clock->advance(std::chrono::milliseconds(milliseconds));
-    program.settle();
+    Bar bar;
+    bar.app->settingsViewModel().setCorvaneApiEnabled(enabled);
+    auto& status = *bar.presenter().status();
+    bar.peer().breakConnection();
+    bar.settle();
+    bar.clock->advance(std::chrono::milliseconds(milliseconds));
+    bar.settle();
     QCOMPARE(status.showIcon(), shows);
     status.setShowPopover(shows);
-    program.peer().open();
-    program.settle();
-    QVERIFY(models.webSocket().isConnected());
+    bar.peer().open();
+    bar.settle();
+    QVERIFY(bar.app->webSocketService().isConnected());
     QVERIFY(!status.showIcon() && !status.showPopover());
     // What the drop had begun is over.
-    program.clock->advance(5s);
+    bar.clock->advance(5s);
     QVERIFY(!status.showIcon());
 }
 
 void BarControlsTest::theStatusSaysWhatIsWrong() {
-    OverlayModels models;
-    auto& program = models.program;
-    WsStatusPresenter status(models.webSocket(), *models.settings, models.windows, *program.clock);
+    Bar bar;
+    auto& status = *bar.presenter().status();
     QCOMPARE(status.statusText(), "Connection lost");
-    program.peer().breakConnection();
-    program.settle();
+    bar.peer().breakConnection();
+    bar.settle();
     QCOMPARE(status.statusText(), "Reconnecting");
     QCOMPARE(status.statusMessage(), "The assistant is trying to reconnect automatically in 1s.");
-    program.clock->advance(1s);
-    program.settle();
+    bar.clock->advance(1s);
+    bar.settle();
     QCOMPARE(status.statusMessage(), "The assistant is trying to reconnect automatically.");
 
-    const auto attempts = program.sockets->count();
-    status.act();
-    program.settle();
-    QVERIFY(program.sockets->count() > attempts || models.webSocket().currentAttempt() == 0);
-
-    program.peer().complete({}, 401);
-    program.settle();
+    bar.peer().complete({}, 401);
+    bar.settle();
     QCOMPARE(status.statusText(), "Sign-in required");
-    QCOMPARE(status.statusMessage(), models.webSocket().authErrorText());
+    QCOMPARE(status.statusMessage(), bar.app->webSocketService().authErrorText());
+    bar.windows->dashboard->orderOut();
     status.act();
-    QCOMPARE(models.windows.calls, QStringList("dashboard"));
+    QVERIFY(bar.windows->dashboard->isVisible());
 }
 
 QTEST_GUILESS_MAIN(BarControlsTest)

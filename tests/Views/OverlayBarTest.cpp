@@ -1,24 +1,23 @@
 #include "OverlayBarPresenter.h"
-#include "OverlayFixture.h"
+#include "OverlayViewModel.h"
 #include "Rows.h"
+#include "TestProgram.h"
 
-namespace {
+// The bar of a program that has its session.
+struct Bar : TestProgram {
+    Bar() { launchToSession(); }
 
-constexpr auto someId = "3f2b8c64-9d1e-4a57-b0c3-5e8f7a6d2c19";
-constexpr auto videoUrl = "https://lumetra.test/onboarding";
-
-// The bar on a program of its own.
-struct Bar {
-    OverlayModels models;
-    TestProgram& program = models.program;
-    OverlayBarPresenter presenter{
-        program.completion(), *models.overlay, program.interview(), *models.settings, models.webSocket(),
-        models.windows,       *program.access, *program.defaults,   *program.clock,   videoUrl};
-
-    double height() const { return models.overlay->panelHeight(); }
+    OverlayBarPresenter& presenter() { return app->overlayBarPresenter(); }
+    double height() const { return app->overlayViewModel().panelHeight(); }
+    void act(void (OverlayBarPresenter::*action)()) {
+        (presenter().*action)();
+        settle();
+    }
+    void answer(int button) {
+        presenter().pressDialogButton(button);
+        settle();
+    }
 };
-
-} // namespace
 
 class OverlayBarTest : public QObject {
     Q_OBJECT
@@ -38,73 +37,73 @@ void OverlayBarTest::whatArrivesUnfoldsTheContent_data() {
     const auto row = rows<QByteArray, bool>();
     row("questions", R"({"type":"chat_questions","questions":{"A":[{"question":"Why?"}]}})", true);
     row("plan", R"({"type":"chat_interview_plan","plan":{"A":[{"question":"Why?"}]}})", true);
-    row("response", R"({"type":"chat_chunk","content":"Hello"})", true);
-    row("assessment", R"({"type":"assessment_chunk","content":"Good"})", true);
+    row("response", R"({"type":"chat_chunk","text":"Hello"})", true);
+    row("assessment", R"({"type":"assessment_chunk","text":"Good"})", true);
     row("the candidate speaks", R"({"type":"candidate_speaking"})", false);
 }
 
 void OverlayBarTest::whatArrivesUnfoldsTheContent() {
     const auto [message, unfolds] = currentRow<QByteArray, bool>();
     Bar bar;
-    bar.program.completion().setIsResponsePopoverOpen(true);
-    bar.program.settle();
-    QVERIFY(bar.presenter.showsResponse());
-    bar.presenter.toggleContent();
-    bar.program.settle();
-    QVERIFY(bar.presenter.hasContent() && !bar.presenter.showsResponse());
-    QVERIFY(bar.presenter.onboardingStripVisible());
+    bar.completion().setIsResponsePopoverOpen(true);
+    bar.settle();
+    QVERIFY(bar.presenter().showsResponse() && !bar.presenter().onboardingStripVisible());
+    bar.act(&OverlayBarPresenter::toggleContent);
+    QVERIFY(bar.presenter().hasContent() && !bar.presenter().showsResponse());
+    QVERIFY(bar.presenter().onboardingStripVisible());
     QCOMPARE(bar.height(), OverlayViewModel::expandedHeight);
-    bar.program.serverSays(message);
-    QCOMPARE(bar.presenter.showsResponse(), unfolds);
+    bar.serverSays(message);
+    QCOMPARE(bar.presenter().showsResponse(), unfolds);
 }
 
 void OverlayBarTest::thePanelGrowsAndShrinksWithTheContent() {
+    constexpr auto low = OverlayViewModel::collapsedHeight;
+    constexpr auto high = OverlayViewModel::expandedHeight;
     Bar bar;
-    auto& overlay = *bar.models.overlay;
+    auto& overlay = bar.app->overlayViewModel();
     QList<double> heights;
     connect(&overlay, &OverlayViewModel::panelHeightChanged, this,
             [&] { heights.append(overlay.panelHeight()); });
-    bar.program.startInterview(someId);
-    QCOMPARE(heights, QList<double>{OverlayViewModel::expandedHeight});
+    // A second message clears the answer to the first before it opens the popover again.
+    for (const auto* text : {"Hello", "Again"}) {
+        bar.completion().setInput(QString::fromLatin1(text));
+        bar.completion().submit();
+        bar.serverSays(R"({"type":"chat_chunk","text":"Hi"})");
+        bar.serverSays(R"({"type":"chat_done"})");
+        bar.completion().setIsResponsePopoverOpen(false);
+        bar.settle();
+    }
+    QCOMPARE(heights, QList<double>{high});
+    bar.completion().clearAfterInterview();
+    bar.settle();
+    QCOMPARE(heights, (QList<double>{high, low}));
 
-    // An answer that ends one kind of content and begins another does not make the window jump.
-    bar.program.completion().setIsResponsePopoverOpen(false);
-    bar.program.serverSays(R"({"type":"chat_chunk","content":"Hello"})");
-    bar.program.interview().stopInterview();
-    bar.program.settle();
-    QCOMPARE(heights, (QList<double>{OverlayViewModel::expandedHeight, OverlayViewModel::collapsedHeight}));
-
-    // A dialog needs room, and leaves it behind.
-    bar.presenter.askToQuit();
-    bar.program.settle();
-    QCOMPARE(bar.height(), OverlayViewModel::expandedHeight);
+    // A dialog makes room whatever the content does, and leaves the room behind.
+    bar.act(&OverlayBarPresenter::askToQuit);
+    QCOMPARE(bar.height(), high);
     overlay.collapsePanel();
-    bar.program.completion().setIsResponsePopoverOpen(true);
-    bar.program.settle();
-    QCOMPARE(bar.height(), OverlayViewModel::collapsedHeight);
+    bar.completion().setIsResponsePopoverOpen(true);
+    bar.settle();
+    QCOMPARE(bar.height(), low);
     overlay.expandPanel();
-    bar.presenter.pressDialogButton(0);
-    bar.program.settle();
-    QCOMPARE(bar.height(), OverlayViewModel::expandedHeight);
+    bar.answer(0);
+    QCOMPARE(bar.height(), high);
 }
 
 void OverlayBarTest::theStopDialogGoesFirst() {
     Bar bar;
-    auto& presenter = bar.presenter;
-    presenter.askToQuit();
-    bar.program.settle();
-    QCOMPARE(presenter.dialogTitle(), "Quit application?");
-    QVERIFY(presenter.dialogBody().isEmpty() && !presenter.onboardingStripVisible());
-    bar.program.startInterview(someId);
-    QCOMPARE(presenter.dialogBody(), "The active interview will be stopped.");
-    bar.program.interview().setShowStopDialog(true);
-    bar.program.settle();
-    QCOMPARE(presenter.dialogTitle(), "Pause or finish?");
-    presenter.pressDialogButton(0);
-    bar.program.settle();
-    QCOMPARE(presenter.dialogButtons(), QStringList({"Cancel", "Quit"}));
-    presenter.pressDialogButton(1);
-    QCOMPARE(bar.models.windows.calls, QStringList("terminate"));
+    bar.act(&OverlayBarPresenter::askToQuit);
+    QCOMPARE(bar.presenter().dialogTitle(), "Quit application?");
+    QVERIFY(bar.presenter().dialogBody().isEmpty() && !bar.presenter().onboardingStripVisible());
+    bar.startInterview();
+    QCOMPARE(bar.presenter().dialogBody(), "The active interview will be stopped.");
+    bar.interview().setShowStopDialog(true);
+    bar.settle();
+    QCOMPARE(bar.presenter().dialogTitle(), "Pause or finish?");
+    bar.answer(0);
+    QCOMPARE(bar.presenter().dialogButtons(), QStringList({"Cancel", "Quit"}));
+    bar.answer(0);
+    QVERIFY(!bar.presenter().showingDialog() && bar.presenter().showsResponse());
 }
 
 void OverlayBarTest::stopDialogAnswers_data() {
@@ -117,40 +116,30 @@ void OverlayBarTest::stopDialogAnswers_data() {
 void OverlayBarTest::stopDialogAnswers() {
     const auto [button, status] = currentRow<int, InterviewStatus>();
     Bar bar;
-    bar.program.startInterview(someId);
-    bar.presenter.audioControl()->press();
-    bar.program.settle();
-    QCOMPARE(bar.presenter.dialogButtons().value(button), QString(QTest::currentDataTag()));
-    bar.presenter.pressDialogButton(button);
-    bar.program.settle();
-    QCOMPARE(bar.program.interview().status(), status);
-    QVERIFY(!bar.presenter.showingDialog());
-    QCOMPARE(bar.presenter.showsResponse(), status != InterviewStatus::idle);
+    bar.startInterview();
+    bar.presenter().audioControl()->press();
+    bar.settle();
+    QCOMPARE(bar.presenter().dialogButtons().value(button), QString(QTest::currentDataTag()));
+    bar.answer(button);
+    QCOMPARE(bar.interview().status(), status);
+    QVERIFY(!bar.presenter().showingDialog());
+    QCOMPARE(bar.presenter().showsResponse(), status != InterviewStatus::idle);
 }
 
 void OverlayBarTest::theStripShowsOnceOnly_data() {
-    const auto row = rows<bool, QStringList>();
-    row("watched", true, {videoUrl});
-    row("dismissed", false, {});
+    const auto row = rows<void (OverlayBarPresenter::*)(), int>();
+    row("watched", &OverlayBarPresenter::watchOnboardingVideo, 1);
+    row("dismissed", &OverlayBarPresenter::dismissOnboarding, 0);
 }
 
 void OverlayBarTest::theStripShowsOnceOnly() {
-    const auto [watches, opened] = currentRow<bool, QStringList>();
+    const auto [action, opened] = currentRow<void (OverlayBarPresenter::*)(), int>();
     Bar bar;
-    QVERIFY(bar.presenter.onboardingStripVisible());
-    if (watches) {
-        bar.presenter.watchOnboardingVideo();
-    } else {
-        bar.presenter.dismissOnboarding();
-    }
-    bar.program.settle();
-    QCOMPARE(bar.program.access->opened, opened);
-    QVERIFY(!bar.presenter.onboardingStripVisible());
-    QCOMPARE(bar.program.defaults->boolean("hasSeenOnboardingVideo"), std::optional(true));
-    OverlayBarPresenter next(bar.program.completion(), *bar.models.overlay, bar.program.interview(),
-                             *bar.models.settings, bar.models.webSocket(), bar.models.windows,
-                             *bar.program.access, *bar.program.defaults, *bar.program.clock, videoUrl);
-    QVERIFY(!next.onboardingStripVisible());
+    QVERIFY(bar.presenter().onboardingStripVisible());
+    bar.act(action);
+    QCOMPARE(bar.access->opened.size(), opened);
+    QVERIFY(!bar.presenter().onboardingStripVisible());
+    QCOMPARE(bar.defaults->boolean("hasSeenOnboardingVideo"), std::optional(true));
 }
 
 QTEST_GUILESS_MAIN(OverlayBarTest)

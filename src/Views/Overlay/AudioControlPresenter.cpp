@@ -70,7 +70,7 @@ AudioControlPresenter::Face AudioControlPresenter::interviewFace() const {
 
 AudioControlPresenter::Face AudioControlPresenter::recordingFace() const {
     if (m_completion.isRecordingAudio()) {
-        return {QStringLiteral("stop.fill"), QStringLiteral("Stop"), QStringLiteral("red"),
+        return {QStringLiteral("stop.fill"), QStringLiteral("Stop"), QStringLiteral("destructive"),
                 QStringLiteral("Stop Recording"), true};
     }
     return {QStringLiteral("mic.fill"), QStringLiteral("Record"), QStringLiteral("accent"),

@@ -13,6 +13,7 @@ Item {
     InterviewIdField {
         anchors.fill: parent
         visible: view.presenter.showsField
+        enabled: visible
         presenter: view.presenter
     }
 
@@ -59,7 +60,7 @@ Item {
             textFormat: Text.PlainText
             elide: Text.ElideRight
             color: Theme.primary
-            font.pixelSize: 12
+            font.pixelSize: 11
             font.weight: Font.Medium
         }
 
