@@ -6,7 +6,8 @@
 
 using namespace sandbox;
 
-// That the faults happen as asked; what they do to the program is tested with the program.
+// That the stand-in notices what it must, and that its faults happen as asked; what they do to the program is
+// tested with the program.
 class SandboxFaultsTest : public QObject {
     Q_OBJECT
 
@@ -16,7 +17,7 @@ private Q_SLOTS:
         options.pace = std::chrono::milliseconds(2);
         options.keepSamples = true;
         m_stand.emplace(options);
-        m_visitor.emplace(*m_stand, false);
+        m_visitor.emplace(*m_stand);
         m_visitor->signIn();
     }
     void cleanup() {
@@ -115,9 +116,144 @@ private Q_SLOTS:
         }
     }
 
+    void countsSoundToTheSample() {
+        auto link = m_visitor->interview();
+        std::vector<std::int16_t> sent;
+        for (const double seconds : {0.5, 1.0, 2.0}) {
+            const auto speech = tone(static_cast<std::size_t>(seconds * 48000), 0.25);
+            sent.insert(sent.end(), speech.begin(), speech.end());
+            sent.insert(sent.end(), 48000, 0);
+        }
+        const std::ptrdiff_t chunk = 3840;
+        for (auto at = sent.cbegin(); at < sent.cend();) {
+            const auto end = at + std::min(chunk, sent.cend() - at);
+            link->sendBinary(audioFrame(1, {at, end}));
+            at = end;
+        }
+        link->sendBinary(audioFrame(0, tone(3528, 0.5, 44100), 44100));
+        stopMark(*link);
+        std::vector<object> said;
+        link->await("assessment_done", &said);
+        for (const char* type : {"candidate_speaking", "candidate_stopped_speaking"}) {
+            QCOMPARE(std::ranges::count(said, boost::json::value(type),
+                                        [](const auto& message) { return message.at("type"); }),
+                     3);
+        }
+        const auto candidate = figures("candidate");
+        QCOMPARE(candidate.at("seconds").as_double(), 6.5);
+        QVERIFY(std::abs(candidate.at("spoke_seconds").as_double() - 3.5) < 0.1);
+        // A sine of a quarter of full scale over 3.5 of 6.5 seconds: -15.05 dB and -2.69 dB.
+        QVERIFY(std::abs(candidate.at("level_dbfs").as_double() + 17.74) < 0.05);
+        QVERIFY(m_stand->samples(Side::candidate) == sent);
+        QCOMPARE(figures("interviewer").at("seconds").as_double(), 0.08);
+        QCOMPARE(violations(), 0U);
+    }
+
+    void noticesFaultyFrames_data() {
+        const auto row = rows<int, int>();
+        row("stream byte", 0, 2);
+        row("chunk size", 5, 99);
+        row("format", 21, 3);
+        row("byte rate", 29, 1);
+        row("data size", 41, 3);
+        row("lowest sample", 46, 0x80);
+    }
+    void noticesFaultyFrames() {
+        const auto [offset, value] = currentRow<int, int>();
+        auto link = m_visitor->interview();
+        auto frame = audioFrame(1, std::vector<std::int16_t>(4, 0));
+        frame[static_cast<std::size_t>(offset)] = static_cast<char>(value);
+        link->sendBinary(frame);
+        link->sendBinary(audioFrame(1, tone(4, 0.5)));
+        link->echo();
+        QCOMPARE(m_stand->state().at("frames").at("bad").to_number<int>(), 1);
+        QCOMPARE(violations(), 1U);
+        QCOMPARE(figures("candidate").at("samples").to_number<int>(), 4);
+    }
+
+    void noticesWhatComesTooEarly() {
+        const auto frame = audioFrame(0, tone(40, 0.1));
+        const auto token = m_visitor->token();
+        Link link(m_visitor->socketUrl(token));
+        link.send({{"type", "chat"}, {"message", "hello"}});
+        link.await("error");
+        link.sendBinary(frame);
+        link.send({{"type", "set_session"}, {"session_id", "unmade"}});
+        QCOMPARE(std::string(link.await("error").at("message").as_string()), "Session not found");
+        m_visitor->makeSession("made", token);
+        link.send({{"type", "set_session"}, {"session_id", "made"}});
+        link.await("set_session");
+        link.sendBinary(frame);
+        link.sendText(R"({"type":"set_follow_ups","enabled":1})");
+        link.await("error");
+        const auto frames = m_stand->state().at("frames").as_object();
+        QCOMPARE(frames.at("before_session").to_number<int>(), 1);
+        QCOMPARE(frames.at("without_interview").to_number<int>(), 1);
+        QCOMPARE(violations(), 4U);
+    }
+
+    void signsInAndOut() {
+        auto& visitor = *m_visitor;
+        const auto current = std::exchange(visitor.client, "ct_old");
+        QCOMPARE(visitor.post(visitor.session("/tokens")).status, 401);
+        visitor.client = current;
+        QCOMPARE(visitor.makeSession("m", visitor.token()).status, 201);
+        QCOMPARE(visitor.post(visitor.session("/remove")).status, 200);
+        QCOMPARE(visitor.post(visitor.session("/tokens")).status, 404);
+        QCOMPARE(violations(), 0U);
+    }
+
+    void noticesWhatTheProgramMustNotSend() {
+        const auto isNoticed = [&](const QByteArray& query, platform::HttpHeader added,
+                                   const QByteArray& form) {
+            auto headers = m_visitor->headers();
+            headers.removeIf([&](const auto& each) { return each.name == added.name; });
+            headers += added.value.isEmpty() ? QList<platform::HttpHeader>() : QList{added};
+            const auto before = violations();
+            try {
+                request(m_visitor->url(signIns + query), "POST", headers, form);
+            } catch (const platform::HttpError&) {
+            }
+            return violations() == before + 1;
+        };
+        QVERIFY(isNoticed("", {"Clerk-Publishable-Key", ""}, signInForm));
+        QVERIFY(isNoticed("", {"Authorization", "x"}, signInForm));
+        QVERIFY(isNoticed("?a=b", {}, signInForm));
+        QVERIFY(isNoticed("", {"Cookie", "__client=a; b=c"}, signInForm));
+        QVERIFY(isNoticed("", {}, "strategy=email_code&identifier=a@example.com"));
+        QVERIFY(isNoticed("", {}, signInForm + "&x=y"));
+    }
+
+    void failsAsAskedAndThenWorks() {
+        auto& visitor = *m_visitor;
+        m_stand->apply("fail-sign-in", {{"code", "identifier_already_signed_in"}});
+        QVERIFY_EXCEPTION_THROWN(visitor.signIn(), std::runtime_error);
+        visitor.signIn();
+        m_stand->apply("fail-token", {{"status", 401}, {"times", 2}});
+        for (const int status : {401, 401, 200}) {
+            QCOMPARE(visitor.post(visitor.session("/tokens")).status, status);
+        }
+        m_stand->apply("end-sign-ins");
+        QCOMPARE(visitor.post(visitor.session("/tokens")).status, 404);
+        for (const char* kind : {"other_name", "expired", "unknown_issuer"}) {
+            m_stand->apply("certificate", {{"kind", kind}});
+            QVERIFY_EXCEPTION_THROWN(visitor.post(signIns, signInForm), platform::HttpError);
+        }
+        m_stand->apply("cure");
+        QCOMPARE(visitor.post(signIns, signInForm).status, 200);
+    }
+
 private:
     std::optional<Sandbox> m_stand;
     std::optional<Visitor> m_visitor;
+    static void stopMark(Link& link) {
+        const auto now = QDateTime::currentMSecsSinceEpoch();
+        link.sendText("{\"at\":" + std::to_string(now) + R"(,"type":"candidate_speech_stop"})");
+    }
+    object figures(const char* side) const {
+        return m_stand->state().at("interviews").at(0).at(side).as_object();
+    }
+    std::size_t violations() const { return m_stand->violations().size(); }
 };
 
 QTEST_GUILESS_MAIN(SandboxFaultsTest)

@@ -3,7 +3,6 @@
 #include "AudioHost.h"
 #include "Completion.h"
 
-#include <initializer_list>
 #include <mutex>
 #include <span>
 #include <vector>
@@ -11,11 +10,81 @@
 // A sound server of a test's own. Operations run on the main thread; buffers are pushed by any thread and
 // their handler runs on it, one at a time for each stream, as with the real one.
 class FakeAudioHost : public platform::AudioHost {
+    using StreamPointer = std::unique_ptr<platform::AudioStream>;
+    using Endpoints = QList<platform::AudioEndpoint>;
+
+    // A stream's destructor waits for the handler under way; a handler may itself end its stream.
+    struct Channel {
+        std::recursive_mutex mutex;
+        platform::AudioStreamHandlers handlers;
+        bool open = true;
+    };
+
+    class Stream : public platform::AudioStream {
+    public:
+        explicit Stream(std::shared_ptr<Channel> channel)
+            : m_channel(std::move(channel)) {}
+        ~Stream() override {
+            const std::lock_guard lock(m_channel->mutex);
+            m_channel->open = false;
+        }
+
+    private:
+        std::shared_ptr<Channel> m_channel;
+    };
+
+    // The newest stream of one kind.
+    class Source {
+    public:
+        StreamPointer start(platform::AudioStreamHandlers handlers) {
+            auto channel = std::make_shared<Channel>();
+            channel->handlers = std::move(handlers);
+            ++opened;
+            const std::lock_guard lock(m_mutex);
+            m_channel = channel;
+            return std::make_unique<Stream>(std::move(channel));
+        }
+        std::shared_ptr<Channel> current() const {
+            const std::lock_guard lock(m_mutex);
+            return m_channel.lock();
+        }
+        bool push(const platform::AudioBuffer& buffer) {
+            const auto channel = current();
+            if (!channel) {
+                return false;
+            }
+            const std::lock_guard lock(channel->mutex);
+            if (channel->open) {
+                channel->handlers.buffer(buffer);
+            }
+            return channel->open;
+        }
+        bool push(std::span<const float> samples, double rate, uint32_t channels) {
+            platform::AudioBuffer buffer;
+            buffer.description = platform::AudioStreamDescription{rate, channels, 32, true};
+            buffer.data = std::as_bytes(samples).data();
+            buffer.length = samples.size_bytes();
+            return push(buffer);
+        }
+        void fail(const QString& reason) {
+            if (const auto channel = current()) {
+                if (const auto handler = std::exchange(channel->handlers.stoppedWithError, nullptr)) {
+                    handler(reason);
+                }
+            }
+        }
+        int opened = 0;
+
+    private:
+        mutable std::mutex m_mutex;
+        std::weak_ptr<Channel> m_channel;
+    };
+
 public:
     // The answers of the next operations. An error set here is thrown instead.
     platform::AudioSurvey surveyResult{1, 0};
     std::optional<platform::AudioEndpoint> input = platform::AudioEndpoint{"1", "Test microphone"};
-    QList<platform::AudioEndpoint> inputList;
+    Endpoints inputList;
     std::optional<platform::AudioError> surveyError;
     std::optional<platform::AudioError> listError;
     std::optional<platform::AudioError> systemError;
@@ -26,9 +95,16 @@ public:
     // From now on a started stream runs, but who asked for it hears of it at release() only.
     void holdResults() { m_resultsHeld = true; }
     // Lets everything go on.
-    void release();
+    void release() {
+        m_held = m_resultsHeld = false;
+        releaseWaiting();
+    }
     // Lets the operations that wait now go on, and holds the next ones.
-    void releaseWaiting();
+    void releaseWaiting() {
+        for (const auto& waiting : std::exchange(m_waiting, {})) {
+            waiting.resolve();
+        }
+    }
     int waitingOperations() const { return static_cast<int>(m_waiting.size()); }
 
     // All system streams asked for, and how many of each kind were opened.
@@ -56,42 +132,49 @@ public:
     void failSystem(const QString& reason) { m_system.fail(reason); }
     void failMicrophone(const QString& reason) { m_microphone.fail(reason); }
 
-    QCoro::Task<platform::AudioSurvey> survey() override;
-    QCoro::Task<std::unique_ptr<platform::AudioStream>>
-    startSystemStream(platform::SystemStreamConfiguration configuration,
-                      platform::AudioStreamHandlers handlers) override;
-    QCoro::Task<std::optional<platform::AudioEndpoint>> defaultInput() override;
-    QCoro::Task<std::unique_ptr<platform::AudioStream>>
-    startMicrophoneStream(platform::AudioStreamHandlers handlers) override;
-    QCoro::Task<QList<platform::AudioEndpoint>> inputs() override { return listed(inputList); }
-    QCoro::Task<QList<platform::AudioEndpoint>> outputs() override { return listed({}); }
+    QCoro::Task<platform::AudioSurvey> survey() override {
+        co_await gate(m_held, &surveyError);
+        co_return surveyResult;
+    }
+    QCoro::Task<StreamPointer> startSystemStream(platform::SystemStreamConfiguration configuration,
+                                                 platform::AudioStreamHandlers handlers) override {
+        m_systemStarts.push_back(configuration);
+        return start(&m_system, &systemError, std::move(handlers));
+    }
+    QCoro::Task<StreamPointer> startMicrophoneStream(platform::AudioStreamHandlers handlers) override {
+        return start(&m_microphone, &microphoneError, std::move(handlers));
+    }
+    QCoro::Task<std::optional<platform::AudioEndpoint>> defaultInput() override {
+        co_await gate(m_held);
+        co_return input;
+    }
+    QCoro::Task<Endpoints> inputs() override { return listed(inputList); }
+    QCoro::Task<Endpoints> outputs() override { return listed({}); }
 
 private:
-    // A stream's destructor waits for the handler under way; a handler may itself end its stream.
-    struct Channel {
-        std::recursive_mutex mutex;
-        platform::AudioStreamHandlers handlers;
-        bool open = true;
-    };
-    class Stream;
+    using Failure = const std::optional<platform::AudioError>*;
 
-    // The newest stream of one kind.
-    class Source {
-    public:
-        std::unique_ptr<platform::AudioStream> start(platform::AudioStreamHandlers handlers);
-        std::shared_ptr<Channel> current() const;
-        bool push(const platform::AudioBuffer& buffer);
-        bool push(std::span<const float> samples, double rate, uint32_t channels);
-        void fail(const QString& reason);
-        int opened = 0;
-
-    private:
-        mutable std::mutex m_mutex;
-        std::weak_ptr<Channel> m_channel;
-    };
-
-    QCoro::Task<void> gate(bool held);
-    QCoro::Task<QList<platform::AudioEndpoint>> listed(QList<platform::AudioEndpoint> list);
+    QCoro::Task<void> gate(bool held, Failure failure = nullptr) {
+        if (held) {
+            platform::Completion<void> released;
+            m_waiting.push_back(released);
+            co_await std::move(released);
+        }
+        if (failure && *failure) {
+            throw platform::AudioError(**failure);
+        }
+    }
+    QCoro::Task<StreamPointer> start(Source* source, Failure failure,
+                                     platform::AudioStreamHandlers handlers) {
+        co_await gate(m_held, failure);
+        auto stream = source->start(std::move(handlers));
+        co_await gate(m_resultsHeld);
+        co_return stream;
+    }
+    QCoro::Task<Endpoints> listed(Endpoints list) {
+        co_await gate(m_held, &listError);
+        co_return list;
+    }
 
     bool m_held = false;
     bool m_resultsHeld = false;

@@ -326,19 +326,6 @@ private Q_SLOTS:
         QCOMPARE(program.log.count("Mic chunk #1 "), 2);
     }
 
-    void failedSendsAreLoggedOnceInAHundred() {
-        TestProgram program;
-        program.launchToInterview();
-        program.peer().setSendError(
-            platform::WebSocketError(platform::WebSocketError::Kind::connectionLost, "gone"));
-        for (int i = 0; i < 150; ++i) {
-            program.audio->pushMicrophone(std::span(tone).first(3840));
-            program.settle();
-        }
-        QCOMPARE(program.log.count("[Interview] mic sendBinary failed: gone"), 2);
-        QCOMPARE(program.interview().status(), InterviewStatus::streaming);
-    }
-
     void manualModeHoldsTheStopBack() {
         TestProgram program;
         program.launchToInterview();

@@ -1,9 +1,26 @@
 #include "Completion.h"
+#include "PulseInventory.h"
 #include "SoundRecorder.h"
 
 #include <QElapsedTimer>
+#include <QTest>
 
 using namespace platform;
+
+namespace {
+
+// A microphone that took the name which the speaker's monitor would have by custom.
+PulseInventory crookedNames() {
+    PulseInventory result;
+    result.defaultSink = "speaker";
+    result.defaultSource = "speaker.monitor";
+    result.sinks = {{.index = 7, .name = "speaker", .description = {}, .monitor = 4}};
+    result.sources = {{.index = 3, .name = "speaker.monitor", .description = {}},
+                      {.index = 4, .name = "speaker.monitor.2", .description = {}, .monitorOf = 7}};
+    return result;
+}
+
+} // namespace
 
 // What goes wrong under a capture, and what must never happen.
 class PulseFaultsTest : public SoundTest {
@@ -126,20 +143,6 @@ private Q_SLOTS:
         QVERIFY(start(true, recorder));
     }
 
-    void hostGoesAwayDuringAStart() {
-        add(true, "candidate");
-        SoundRecorder recorder;
-        const auto running = start(true, recorder);
-        auto starting = opening(true, recorder);
-        auto asking = m_host->survey();
-        m_host.reset();
-        QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(starting)), OperationCancelled);
-        QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(asking)), OperationCancelled);
-        // A stream that runs does not need its host.
-        const auto before = recorder.count();
-        QVERIFY(waitUntil([&] { return recorder.count() > before; }));
-    }
-
     void endAtAnyMoment() {
         add(true, "candidate");
         for (int round = 0; round < 100; ++round) {
@@ -163,6 +166,27 @@ private Q_SLOTS:
             recorder.reset();
         }
         QVERIFY(waitUntil([this] { return list("source-outputs").isEmpty(); }));
+    }
+
+    void systemSourceIsTheMonitorThatTheSinkNames() {
+        auto inventory = crookedNames();
+        QCOMPARE(inventory.systemSource()->index, 4U);
+        for (const uint32_t claimed : {PA_INVALID_INDEX, 8U}) {
+            inventory.sources[1].monitorOf = claimed;
+            QVERIFY_EXCEPTION_THROWN(inventory.systemSource(), AudioError);
+        }
+        inventory.sinks[0].monitor = PA_INVALID_INDEX;
+        QVERIFY(!inventory.systemSource());
+        inventory.defaultSink = "another";
+        QVERIFY(!inventory.systemSource());
+    }
+
+    void microphoneIsTheDefaultInput() {
+        auto inventory = crookedNames();
+        QCOMPARE(inventory.microphone()->index, 3U);
+        // Another input is there, but nobody has chosen it.
+        inventory.defaultSource = "speaker.monitor.2";
+        QVERIFY(!inventory.microphone());
     }
 
 private:

@@ -1,6 +1,5 @@
 #include "ConnectivityMonitor.h"
 #include "ClockWatch.h"
-#include "RouteWatch.h"
 #include "Rows.h"
 #include "WaitFor.h"
 
@@ -9,7 +8,6 @@
 
 #include <cstring>
 
-#include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <sched.h>
 #include <sys/ioctl.h>
@@ -23,41 +21,6 @@ using namespace std::chrono_literals;
 namespace {
 
 bool hasOwnNetwork = false;
-
-template<typename Body>
-QByteArray netlink(quint16 type, const Body& body, const QByteArray& address = {}) {
-    QByteArray bytes(NLMSG_LENGTH(sizeof body), '\0');
-    std::memcpy(bytes.data() + NLMSG_HDRLEN, &body, sizeof body);
-    if (!address.isEmpty()) {
-        rtattr attribute{static_cast<unsigned short>(RTA_LENGTH(address.size())), IFA_ADDRESS};
-        bytes.append(reinterpret_cast<const char*>(&attribute), sizeof attribute).append(address);
-    }
-    nlmsghdr head{};
-    head.nlmsg_len = static_cast<quint32>(bytes.size());
-    head.nlmsg_type = type;
-    std::memcpy(bytes.data(), &head, sizeof head);
-    return bytes;
-}
-
-QByteArray link(quint16 type, unsigned flags) {
-    ifinfomsg body{};
-    body.ifi_index = 2;
-    body.ifi_flags = flags;
-    return netlink(type, body);
-}
-
-QByteArray address(quint16 type, const QByteArray& bytes) {
-    ifaddrmsg body{};
-    body.ifa_index = 2;
-    return netlink(type, body, bytes);
-}
-
-QByteArray route(quint16 type, unsigned char table, unsigned char kind = RTN_UNICAST) {
-    rtmsg body{};
-    body.rtm_table = table;
-    body.rtm_type = kind;
-    return netlink(type, body);
-}
 
 bool setLoopbackUp(bool up) {
     const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -92,23 +55,6 @@ private Q_SLOTS:
         const platform::ClockReadings later{start.wall + wall, start.monotonic + 5s, start.boot + boot};
         QVERIFY(watch.examine(later) == cause);
         QVERIFY(!watch.examine(later)); // said once
-    }
-
-    void onlyNewsOfTheNetworkCounts() {
-        platform::RouteWatch watch;
-        QVERIFY(watch.isChange(link(RTM_NEWLINK, IFF_UP | IFF_RUNNING)));
-        QVERIFY(!watch.isChange(link(RTM_NEWLINK, IFF_UP | IFF_RUNNING | IFF_PROMISC))); // a scan
-        QVERIFY(watch.isChange(link(RTM_NEWLINK, IFF_UP)));                              // the cable is out
-        QVERIFY(watch.isChange(address(RTM_NEWADDR, "\x0a\x01\x02\x03")));
-        QVERIFY(!watch.isChange(address(RTM_NEWADDR, "\x0a\x01\x02\x03"))); // its life was prolonged
-        QVERIFY(watch.isChange(address(RTM_DELADDR, "\x0a\x01\x02\x03")));
-        QVERIFY(watch.isChange(address(RTM_NEWADDR, "\x0a\x01\x02\x03")));
-        QVERIFY(watch.isChange(route(RTM_NEWROUTE, RT_TABLE_MAIN)));
-        QVERIFY(!watch.isChange(route(RTM_NEWROUTE, RT_TABLE_LOCAL)));
-        QVERIFY(!watch.isChange(route(RTM_NEWROUTE, RT_TABLE_MAIN, RTN_MULTICAST)));
-        // The second message of a datagram counts as the first; half a message is none.
-        QVERIFY(watch.isChange(route(RTM_NEWROUTE, RT_TABLE_LOCAL) + route(RTM_DELROUTE, RT_TABLE_MAIN)));
-        QVERIFY(!watch.isChange(route(RTM_NEWROUTE, RT_TABLE_MAIN).chopped(4)));
     }
 
     void aChangeOfTheNetworkIsSaidOnce() {

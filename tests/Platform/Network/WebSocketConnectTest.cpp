@@ -171,20 +171,6 @@ private Q_SLOTS:
         QCOMPARE(server.requests.size(), 1);
         QCOMPARE(mailbox->end()->error.value().kind(), Kind::timedOut);
     }
-
-    void aSilentServerIsLeftAtOnce() {
-        RawServer server;
-        bool hungUp = false;
-        server.onRequest = [&](QSslSocket* socket, const QByteArray&) {
-            connect(socket, &QSslSocket::disconnected, this, [&] { hungUp = true; });
-        };
-        WebSocketProbe probe(server.url("ws"));
-        probe->resume();
-        QVERIFY(waitUntil([&] { return !server.requests.isEmpty(); }));
-        probe->cancel(1001);
-        QVERIFY(waitUntil([&] { return hungUp; }, 1000));
-        QCOMPARE(probe.said, QStringList());
-    }
 };
 
 QTEST_GUILESS_MAIN(WebSocketConnectTest)

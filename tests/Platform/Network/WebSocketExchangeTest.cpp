@@ -114,22 +114,6 @@ private Q_SLOTS:
         QCOMPARE(answered, (QList<int>{0, 1, 2, 3, 4}));
     }
 
-    void aPingFailsWithItsConnection() {
-        Link link;
-        link.peer->answersPings = false;
-        std::exception_ptr failure;
-        link.probe->sendPing([&](std::exception_ptr error) { failure = error; });
-        QVERIFY(waitUntil([&] { return !link.peer->payloadsOf(Op::ping).isEmpty(); }));
-        QVERIFY(!failure);
-        link.peer->drop();
-        QVERIFY(waitUntil([&] { return failure != nullptr; }));
-        QCOMPARE(kindOf(failure), Kind::connectionLost);
-        failure = nullptr;
-        QVERIFY(waitUntil([&] { return link.probe.isOver(); }));
-        link.probe->sendPing([&](std::exception_ptr error) { failure = error; });
-        QVERIFY(waitUntil([&] { return failure != nullptr; }));
-    }
-
     void endings_data() {
         const auto row = rows<QByteArray, QString, bool>();
         row("normal", "\x03\xe8", "closed 1000", true);
@@ -163,25 +147,6 @@ private Q_SLOTS:
             QCOMPARE(link.peer->payloadsOf(Op::close).first().left(2),
                      named ? closePayload.left(2) : "\x03\xe8");
         }
-    }
-
-    void brokenPeers_data() {
-        const auto row = rows<int, QByteArray, Kind, int>();
-        row("too large", Op::text, QByteArray(1001, 'x'), Kind::tooLarge, 1009);
-        row("text that is no UTF-8", Op::text, "\xc3\x28", Kind::protocol, 1007);
-        row("reserved opcode", 3, "x", Kind::protocol, 1002);
-        row("nothing to continue", Op::continuation, "x", Kind::protocol, 1002);
-    }
-    void brokenPeers() {
-        const auto [opcode, payload, kind, closeCode] = currentRow<int, QByteArray, Kind, int>();
-        Link link({}, 1000);
-        link.probe.receiveAll();
-        link.peer->send(Op::text, QByteArray(1000, 'y'));
-        link.peer->send(opcode, payload);
-        QVERIFY(waitUntil([&] { return link.probe.isOver(); }));
-        QCOMPARE(link.probe.messages.size(), 1);
-        QCOMPARE(link.probe.error.value().kind(), kind);
-        QTRY_COMPARE(link.peer->closeCode(), closeCode);
     }
 
     void aSlowReaderSlowsThePeer() {

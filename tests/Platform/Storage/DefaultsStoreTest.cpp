@@ -110,14 +110,6 @@ private Q_SLOTS:
         QCOMPARE(log.count("[Settings] Could not write"), 1);
     }
 
-    void theMemoryStoreKeepsKindsApartToo() {
-        m_store = platform::makeMemoryDefaultsStore();
-        m_store->setString("n", "1");
-        QCOMPARE(readings("n"), "string 1");
-        m_store->remove("n");
-        QVERIFY(!m_store->contains("n"));
-    }
-
 private:
     // The kinds that read the value, each with what it reads.
     QString readings(const QString& key) const {

@@ -166,14 +166,6 @@ private Q_SLOTS:
         QCOMPARE(m_store->read(service, "gone").status, Status::notFound);
     }
 
-    void withoutABusThereIsNoServiceEither() {
-        m_session->stopBus();
-        makeStore();
-        QCOMPARE(read().status, Status::absent);
-        m_store->write(service, name, "memory");
-        QCOMPARE(read().value, "memory");
-    }
-
     void aServiceThatDoesNotAnswerDoesNotHoldTheProgramUp() {
         // The name is taken by someone who never looks at its messages.
         QVERIFY(bus().registerService("org.freedesktop.secrets"));

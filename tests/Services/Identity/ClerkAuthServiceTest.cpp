@@ -3,6 +3,7 @@
 #include "Rows.h"
 
 #include <QSignalSpy>
+#include <QTest>
 
 using platform::Secret;
 using namespace std::chrono_literals;
@@ -87,17 +88,6 @@ private Q_SLOTS:
         QCOMPARE(f.http.requests().size(), 2);
         f.launch();
         QCOMPARE(f.auth->state(), signedIn);
-    }
-
-    void aTokenThatCannotBeHadAtOnceDoesNotUndoTheSignIn() {
-        IdentityFixture f;
-        start(f);
-        f.http.answer(200, accepted);
-        f.http.fail(platform::HttpError::Kind::timedOut);
-        ::waitFor(f.auth->verifyCode(code));
-        QCOMPARE(f.stored(), identity);
-        f.http.answer(200, tokenBody("j.w.t"));
-        QCOMPARE(freshJWT(f), "j.w.t");
     }
 
     void refusesAnUnfinishedSignIn() {
@@ -337,6 +327,37 @@ private Q_SLOTS:
         QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(starting)), platform::OperationCancelled);
         QCOMPARE(f.stored(), identity);
     }
+
+    void savingReplacesTheOneItemOfThisService() {
+        MemorySecretStore store;
+        store.items.insert({"another", key}, "theirs");
+        KeychainService keychain(service, store);
+        QVERIFY(!keychain.get(key));
+        keychain.save(key, Secret("old"));
+        keychain.save(key, Secret("né\uFEFFw"));
+        QCOMPARE(store.items.size(), 2);
+        QCOMPARE(keychain.get(key), Secret("né\uFEFFw"));
+        QVERIFY(keychain.remove(key));
+        QVERIFY(!keychain.remove(key));
+        QCOMPARE(store.items.keys(), QList({MemorySecretStore::Key("another", key)}));
+    }
+
+    void onlyUtf8GoesInAndComesOut() {
+        MemorySecretStore store;
+        KeychainService keychain(service, store);
+        store.items.insert({service, key}, "a\xff");
+        QVERIFY(!keychain.get(key));
+        store.items.insert({service, key}, "");
+        QCOMPARE(keychain.get(key), Secret(QLatin1String("")));
+        keychain.save(key, Secret("kept"));
+        keychain.save(key, Secret(QString(QChar(0xD800))));
+        QCOMPARE(keychain.get(key), Secret("kept"));
+    }
+
+private:
+    using Status = platform::SecretStore::Status;
+    const QString service = QStringLiteral("com.corvane.interview-assistant");
+    const QString key = QStringLiteral("clerk_client_token");
 };
 
 QTEST_GUILESS_MAIN(ClerkAuthServiceTest)

@@ -1,5 +1,8 @@
+#include "ApplicationInfo.h"
+#include "ClientToken.h"
 #include "IdentityFixture.h"
 #include "Rows.h"
+#include <QTest>
 
 using platform::Secret;
 
@@ -18,26 +21,38 @@ QByteArray wire(const platform::HttpRequest& request) {
 
 enum class Call { createSignIn, prepareFirstFactor, attemptFirstFactor, createSessionToken, signOut };
 
-// The client token that the call gave, or "none".
-QString outcome(ClerkClient& client, Call call, const QString& id, std::optional<Secret> token) {
-    std::optional<Secret> result;
+void perform(ClerkClient& client, Call call, const QString& id) {
+    const Secret token("ct");
     switch (call) {
     case Call::createSignIn:
-        result = ::waitFor(client.createSignIn(id)).clientToken;
+        ::waitFor(client.createSignIn(id));
         break;
     case Call::prepareFirstFactor:
-        result = ::waitFor(client.prepareFirstFactor(id, "idn_1", token)).clientToken;
+        ::waitFor(client.prepareFirstFactor(id, "idn_1", token));
         break;
     case Call::attemptFirstFactor:
-        result = ::waitFor(client.attemptFirstFactor(id, Secret("42 42"), token)).clientToken;
+        ::waitFor(client.attemptFirstFactor(id, Secret("42 42"), token));
         break;
     case Call::createSessionToken:
-        result = ::waitFor(client.createSessionToken(id, token));
+        ::waitFor(client.createSessionToken(id, token));
         break;
     case Call::signOut:
         ::waitFor(client.signOut(id, token));
     }
-    return result ? result->reveal() : "none";
+}
+
+// The address, or the name of the error's kind.
+template<typename Make>
+QString outcome(Make make) {
+    try {
+        return make().frontendAPIURL().toString();
+    } catch (const ClerkConfig::Error& error) {
+        return QString::fromLatin1(error.what());
+    }
+}
+
+QString test(const QByteArray& rest) {
+    return QString::fromUtf8("pk_test_" + rest);
 }
 
 } // namespace
@@ -70,7 +85,7 @@ private Q_SLOTS:
                 f.http.answer(200, R"({"token":"a+b&c=d\u0023é"})");
             }
             f.http.answer(200, answer);
-            outcome(*f.client, call, id, Secret("ct"));
+            perform(*f.client, call, id);
             QCOMPARE(f.http.requests().size(), development ? 2 : 1);
             if (development) {
                 QCOMPARE(wire(f.http.requests().first()),
@@ -89,26 +104,6 @@ private Q_SLOTS:
             QVERIFY(!failureOf(f.client->signOut(id, std::nullopt)).isEmpty());
         }
         QVERIFY(f.http.requests().isEmpty());
-    }
-
-    void anEmptyClientTokenSendsNoCookie() {
-        IdentityFixture f;
-        for (const auto& token : {std::optional<Secret>(), std::optional(Secret())}) {
-            f.http.answer(200);
-            ::waitFor(f.client->signOut("sess_1", token));
-            QVERIFY(!headerOf(f.http.requests().last(), "Cookie"));
-        }
-    }
-
-    void theResultHasTheTokenOfItsAnswer() {
-        for (const auto call : {Call::createSignIn, Call::prepareFirstFactor, Call::attemptFirstFactor}) {
-            IdentityFixture f;
-            const Secret old("old");
-            f.http.answer(200, signInAnswer, {{"Set-Cookie", "__client=new; Path=/"}});
-            QCOMPARE(outcome(*f.client, call, "a", old), "new");
-            f.http.answer(200, signInAnswer);
-            QCOMPARE(outcome(*f.client, call, "a", old), call == Call::createSignIn ? "none" : "old");
-        }
     }
 
     void devBrowserAnswers_data() {
@@ -179,16 +174,77 @@ private Q_SLOTS:
         QCOMPARE(kindOf(attempt()), ClerkClient::Error::invalidResponse);
     }
 
-    void aClientThatDiesWhileItWaitsIsNotTouched() {
-        IdentityFixture f(developmentKey);
-        f.http.answer(200, R"({"token":"late"})");
-        f.http.setHeld(true);
-        auto task = f.client->signOut("a", std::nullopt);
-        f.auth.reset();
-        f.client.reset();
-        f.http.setHeld(false);
-        QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(task)), platform::OperationCancelled);
-        QVERIFY(!f.keychain.get(devBrowserItem));
+    void findsTheToken_data() {
+        const auto row = rows<QByteArrayList, QString>();
+        const QByteArray dated =
+            "Set-Cookie: __client_uat=1; Path=/; Expires=Wed, 21 Oct 2065 07:28:00 GMT; Secure";
+        row("plain authorization", {"Authorization: abc"}, "abc");
+        row("bearer", {"authorization: Bearer abc"}, "abc");
+        row("authorization before cookie", {"Set-Cookie: __client=c", "Authorization: abc"}, "abc");
+        row("empty authorization", {"Authorization: ", "Set-Cookie: __client=c; HttpOnly"}, "c");
+        row("blanks", {"Set-Cookie:  __client = c ; Path=/"}, "c");
+        row("second header", {dated, "Set-Cookie: __client=c"}, "c");
+        row("first of two", {"Set-Cookie: __client=c", "Set-Cookie: __client=d"}, "c");
+        row("empty value", {"Set-Cookie: __client=; Max-Age=0"}, "");
+        row("joined by comma", {dated + ", __client=c; Expires=Thu, 22-Oct-2065 07:28:00 GMT, z=1"}, "c");
+        row("joined, date last", {"Set-Cookie: a=1; Expires=Wed, 21 Oct 2065 07:28:00 GMT, __client=c"}, "c");
+        row("joined by CR LF", {dated + "\r\n__client=c; Path=/"}, "c");
+        row("folded date", {"Set-Cookie: a=1; Expires=Wed,\n 21 Oct 2065 07:28:00 GMT,\n __client=c"}, "c");
+        row("longer name", {dated}, "none");
+        row("other case", {"Set-Cookie: __Client=c"}, "none");
+        row("attribute only", {"Set-Cookie: a=1; __client=c"}, "none");
+        row("inside a value", {"Set-Cookie: a=__client=c"}, "none");
+        row("nothing", {}, "none");
+    }
+    void findsTheToken() {
+        const auto [headers, expected] = currentRow<QByteArrayList, QString>();
+        platform::HttpResponse response;
+        for (const auto& line : headers) {
+            const auto colon = line.indexOf(':');
+            response.headers.append({line.left(colon), line.sliced(colon + 1).trimmed()});
+        }
+        const auto token = extractClientToken(response);
+        QCOMPARE(token ? token->reveal() : "none", expected);
+    }
+
+    void readsThePublishableKey_data() {
+        const auto row = rows<QString, QString>();
+        // "a.example$" encodes with padding "==", "ab.example$" with "=", "abc.example$" with none.
+        row("no padding left out", test("YWJjLmV4YW1wbGUk"), "https://abc.example");
+        row("padding 1 left out", test("YWIuZXhhbXBsZSQ"), "https://ab.example");
+        row("padding 2", test("YS5leGFtcGxlJA=="), "https://a.example");
+        row("padding 2 left out", test("YS5leGFtcGxlJA"), "https://a.example");
+        row("nothing", {}, "missingPrefix");
+        row("other prefix", "sk_test_YWJjLmV4YW1wbGUk", "missingPrefix");
+        row("no dollar", test(QByteArray("a.example").toBase64()), "missingTrailingDollar");
+        for (const QByteArray base64 : {"YWJjLmV4YW1wbGU_", "YWJjLmV4\nYW1wbGUk", "YQ==YS5leGFtcGxlJA==",
+                                        "YWJjL", "YWJjLmV4YW1wbGé", "Yf8uZXhhbXBsZSQ="}) {
+            row(base64, test(base64), "invalidBase64");
+        }
+        for (const auto* host : {"", "a.example/", "a.example:8443", "u@a.example", "a.example?q",
+                                 "a.example#f", "a b.example", "a%62.example", "a.example\n"}) {
+            row(host, test(QByteArray(host).append('$').toBase64()), "invalidHost");
+        }
+    }
+    void readsThePublishableKey() {
+        const auto [key, expected] = currentRow<QString, QString>();
+        QCOMPARE(outcome([&] { return ClerkConfig(key); }), expected);
+    }
+
+    void thePrefixTellsDevelopmentFromProduction() {
+        QVERIFY(ClerkConfig(developmentKey).isDevelopment() && !ClerkConfig(productionKey).isDevelopment());
+    }
+
+    void comesFromTheApplicationsInformation() {
+        const auto from = [](const QByteArray& json) {
+            return outcome(
+                [&] { return ClerkConfig::fromBundle(platform::ApplicationInfo::fromJson(json)); });
+        };
+        QCOMPARE(from(R"({"CLERK_PUBLISHABLE_KEY":"pk_live_YS5leGFtcGxlJA"})"), "https://a.example");
+        QCOMPARE(from(R"({"CLERK_PUBLISHABLE_KEY":"pk_live_"})"), "missingTrailingDollar");
+        for (const auto* json : {"{}", R"({"CLERK_PUBLISHABLE_KEY":""})", R"({"CLERK_PUBLISHABLE_KEY":1})"}) {
+            QCOMPARE(from(json), "missingBundleKey");
+        }
     }
 };
 

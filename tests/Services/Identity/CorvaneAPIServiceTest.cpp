@@ -69,14 +69,6 @@ private Q_SLOTS:
         QCOMPARE(f.backend.requests().last().body, f.backend.requests().first().body);
     }
 
-    void transportErrorsGoToTheCaller() {
-        BackendFixture f;
-        f.backend.fail(platform::HttpError::Kind::timedOut);
-        QVERIFY_EXCEPTION_THROWN(::waitFor(f.api.ensureMachineSession()), platform::HttpError);
-        f.backend.fail(platform::HttpError::Kind::notHttp);
-        QCOMPARE(failureOf(f.api.ensureMachineSession()), "HTTP error -1");
-    }
-
     void anUnusableAddressAsksForNoToken() {
         BackendFixture f;
         for (const auto* url :

@@ -39,18 +39,6 @@ private Q_SLOTS:
         QVERIFY(!link.log.contains(token));
     }
 
-    void refusalsBeforeAnySocket() {
-        LinkFixture link;
-        link.connect(QString());
-        QCOMPARE(link.log.lines(), QStringList());
-        link.connect("no address");
-        waitFor(link.auth->signOut());
-        link.connect();
-        QCOMPARE(link.log.lines(), QStringList({"[WS] Invalid URL", "[WS] Not signed in — abort connect"}));
-        QCOMPARE(link.sockets.count(), 0);
-        QCOMPARE(link.state(), "down in 0 attempt 0");
-    }
-
     void withoutATokenThereIsNoRetry() {
         LinkFixture link;
         link.tokensFail = true;
@@ -193,20 +181,6 @@ private Q_SLOTS:
         link.open();
         QVERIFY(link.service->isConnected());
         QCOMPARE(link.sockets.count(), stage == 0 ? 1 : 2);
-    }
-
-    void callbacksAfterASignOutChangeNothing() {
-        LinkFixture link;
-        link.open();
-        link.service->disconnect();
-        // The teardown is queued; the transport reports before and after it.
-        link.sockets.last().close(1000);
-        link.settle();
-        link.sockets.last().sendText(R"({"type":"set_session"})");
-        link.settle();
-        QCOMPARE(link.log.count("[WS] Intentional disconnect — not reconnecting"), 1);
-        QCOMPARE(link.state(), "down in 0 attempt 0");
-        QCOMPARE(link.audioFate(), "refused");
     }
 
     void refusedToken() {

@@ -129,41 +129,6 @@ private Q_SLOTS:
         }
     }
 
-    void lossWhileATokenIsMissingIsTheEnd() {
-        LinkFixture link;
-        link.open();
-        link.clock.advance(50s);
-        link.tokensFail = true;
-        link.service->manualReconnect();
-        link.settle();
-        QCOMPARE(link.state(), "connected in 0 attempt 0 Could not fetch session token");
-        QSignalSpy disconnected(link.service.get(), &WebSocketService::disconnected);
-        link.breakConnection();
-        link.clock.advance(60s);
-        QCOMPARE(disconnected.count(), 1);
-        QCOMPARE(link.sockets.count(), 1);
-    }
-
-    void unansweredPingIsALoss() {
-        LinkFixture link;
-        link.open();
-        link.confirm();
-        link.clock.advance(90s);
-        QCOMPARE(link.sockets.last().pingCount(), 3);
-        link.sockets.last().setAnswersPings(false);
-        link.clock.advance(30s);
-        QVERIFY(link.service->isConnected());
-        link.clock.advance(30s);
-        QVERIFY(link.log.contains("[WS] Ping failed: "));
-        QCOMPARE(link.state(), "down reconnecting in 1 attempt 1");
-        // The silent peer comes back to life: its word opens nothing.
-        link.receive(R"({"type":"set_session"})");
-        QCOMPARE(link.audioFate(), "dropped");
-        link.clock.advance(1s);
-        QCOMPARE(link.sockets.count(), 2);
-        QCOMPARE(link.sockets.peer(0).cancelCode(), std::optional(1001));
-    }
-
     void disturbedLink() {
         LinkFixture link;
         link.disturb();

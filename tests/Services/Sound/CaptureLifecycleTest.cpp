@@ -58,19 +58,6 @@ private Q_SLOTS:
                                              "[Audio] Microphone capture stopped"}));
     }
 
-    void skipsASecondStart() {
-        CaptureFixture f;
-        waitFor(f.start(AudioCaptureMode::vad));
-        f.startBoth();
-        waitFor(f.service->startMicrophoneCapture());
-        QCOMPARE(f.log.lines(), QStringList{"[Audio] Mic already capturing — skipping"});
-        QCOMPARE(f.host.systemStreamsOpened() + f.host.microphoneStreamsOpened(), 2);
-        // The mode stays: no chunk at a tick.
-        f.host.pushSystem(countingSamples(3840));
-        f.clock.advance(1s);
-        QVERIFY(f.systemFiles.isEmpty());
-    }
-
     void failedStartReachesTheCaller_data() {
         const auto row = rows<std::function<void(FakeAudioHost&)>, bool, QString>();
         row(
@@ -249,23 +236,6 @@ private Q_SLOTS:
         QCOMPARE(outcomeOf(std::move(start)), "gone at once");
         f.settle();
         QVERIFY(!f.host.systemRuns() && !f.service->isCapturing());
-    }
-
-    void asksTheServer() {
-        CaptureFixture f;
-        f.host.inputList = {{"3", "Headset"}, {"5", "Camera"}};
-        f.host.surveyResult = {0, 0};
-        QVERIFY(::waitFor(f.service->checkPermission()));
-        QCOMPARE(::waitFor(f.service->getInputDevices()),
-                 (QList<AudioDevice>{{"3", "Headset", false}, {"5", "Camera", false}}));
-        QVERIFY(f.log.lines().isEmpty());
-        f.host.surveyError.emplace(AudioError::Kind::timedOut, "no answer");
-        f.host.listError = f.host.surveyError;
-        QVERIFY(!::waitFor(f.service->checkPermission()));
-        QVERIFY(::waitFor(f.service->getOutputDevices()).isEmpty());
-        QCOMPARE(f.log.lines(), (QStringList{"[Audio] Permission check failed: no answer",
-                                             "[Audio] Error domain: AudioError, code: 3",
-                                             "[Audio] No device list: no answer"}));
     }
 };
 

@@ -31,24 +31,18 @@ private Q_SLOTS:
         const auto row = rows<QByteArray, bool, int, int, QList<float>>();
         constexpr float step = 3.0518509e-05F;
         row("float", bytesOf({0.25F, -3.0F}), true, 32, 1, {0.25F, -3.0F});
-        row("float of other width", bytesOf({0.25F}), true, 64, 1, {0.25F});
         row("float, torn sample", bytesOf({0.25F}) + "abc", true, 32, 1, {0.25F});
         row("float stereo", bytesOf({0.5F, -0.5F, 1.0F, 0.5F}), true, 32, 2, {0.0F, 0.75F});
         row("16 bits", bytesOf<int16_t>({32767, -32768, 1}), false, 16, 1,
             {32767.0F * step, -32768.0F * step, step});
-        row("16 bits, opposite", bytesOf<int16_t>({32767, -32767}), false, 16, 2, {0.0F});
         row("16 bits, torn frame", bytesOf<int16_t>({3, 3, 3, 3, 3}), false, 16, 2,
             {3.0F * step, 3.0F * step});
         row("16 bits, three channels", bytesOf<int16_t>({1, 2, 6}), false, 16, 3,
             {(step + 2.0F * step + 6.0F * step) / 3.0F});
         row("32 bits", bytesOf<int32_t>({INT32_MIN, INT32_MAX, 1 << 30}), false, 32, 1, {-1.0F, 1.0F, 0.5F});
         row("24 bits", QByteArray(12, 'x'), false, 24, 1, {});
-        row("8 bits", QByteArray(12, 'x'), false, 8, 1, {});
-        row("4 bits", QByteArray(12, 'x'), false, 4, 1, {});
         row("no channels", bytesOf<int16_t>({1, 2}), false, 16, 0, {});
-        row("float, no channels", bytesOf({1.0F}), true, 32, 0, {});
         row("fewer samples than channels", bytesOf<int16_t>({1, 2}), false, 16, 3, {});
-        row("half a sample", QByteArray(1, 'x'), false, 16, 1, {});
     }
     void convertsMicrophoneBlocks() {
         const auto [block, isFloat, bits, channels, samples] =
