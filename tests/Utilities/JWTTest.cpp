@@ -53,18 +53,6 @@ private Q_SLOTS:
         const auto [token, expected] = currentRow<QString, QString>();
         QCOMPARE(expiryText(token), expected);
     }
-
-    void needsRefreshBelowTheMargin() {
-        const platform::WallTime expiry(std::chrono::seconds(1'700'000'000));
-        const Secret token(tokenWith(R"({"exp":1700000000})"));
-        const auto needsRefresh = [&](std::chrono::milliseconds left) {
-            return JWT::needsRefresh(token, 15, expiry - left);
-        };
-        QVERIFY(!needsRefresh(std::chrono::milliseconds(15'000)));
-        QVERIFY(needsRefresh(std::chrono::milliseconds(14'900)));
-        QVERIFY(needsRefresh(std::chrono::milliseconds(-1)));
-        QVERIFY_EXCEPTION_THROWN(JWT::needsRefresh(Secret(), 15, expiry), JWT::Error);
-    }
 };
 
 QTEST_GUILESS_MAIN(JWTTest)

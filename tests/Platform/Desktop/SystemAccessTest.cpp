@@ -61,23 +61,21 @@ private Q_SLOTS:
     }
 
     void applicationInformationIsReadFromOneFile() {
-        QTemporaryDir folder;
-        const auto path = folder.filePath("info.json");
-        QFile file(path);
+        const LogCapture log;
+        const QTemporaryDir folder;
+        QFile file(folder.filePath("info.json"));
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(R"({"CFBundleVersion": "7", "number": 7})");
         file.close();
-        qputenv("TEST_APPLICATION_INFO", path.toUtf8());
-        const auto info = platform::ApplicationInfo::load("absent.json", "absent", "TEST_APPLICATION_INFO");
-        QCOMPARE(info.string("CFBundleVersion"), std::optional("7"));
-        QVERIFY(!info.string("number"));
-        qputenv("TEST_APPLICATION_INFO", folder.filePath("gone.json").toUtf8());
-        LogCapture log;
-        QVERIFY(
-            !platform::ApplicationInfo::load("x", "x", "TEST_APPLICATION_INFO").string("CFBundleVersion"));
+        const auto load = [&](const char* name) {
+            qputenv("TEST_APPLICATION_INFO", folder.filePath(name).toUtf8());
+            return platform::ApplicationInfo::load("absent.json", "absent", "TEST_APPLICATION_INFO");
+        };
+        QCOMPARE(load("info.json").string("CFBundleVersion"), std::optional("7"));
+        QVERIFY(!load("info.json").string("number"));
+        QVERIFY(!load("gone.json").string("CFBundleVersion"));
         QCOMPARE(log.count("gone.json"), 1);
         qunsetenv("TEST_APPLICATION_INFO");
-        QVERIFY(!platform::ApplicationInfo::fromJson("no json").string("a"));
     }
 
     void machineIdentifierIsStableAndNotTheRawId() {

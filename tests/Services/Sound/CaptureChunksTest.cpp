@@ -7,25 +7,11 @@ class CaptureChunksTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void deliversAChunkEachTick() {
-        CaptureFixture f;
-        waitFor(f.start());
-        f.host.pushSystem(countingSamples(4000));
-        QVERIFY(f.systemFiles.isEmpty());
-        f.clock.advance(80ms);
-        f.clock.advance(80ms);
-        f.clock.advance(80ms);
-        QCOMPARE(lengthsOf(f.systemFiles), (QList<qsizetype>{3840, 160}));
-        QVERIFY(isCounting(f.systemFiles));
-        QCOMPARE(f.systemFiles[0].sampleRate, 48000U);
-        QCOMPARE(f.systemFiles[0].dataSize, 7680U);
-        QCOMPARE(f.systemFiles[1].dataSize, 320U);
-    }
-
     void makesUpForLateTicks() {
         CaptureFixture f;
         waitFor(f.start());
         f.host.pushSystem(countingSamples(5 * 3840 + 100));
+        QVERIFY(f.systemFiles.isEmpty());
         QList<qsizetype> afterEachTick;
         for (int tick = 0; tick < 4; ++tick) {
             f.clock.advance(80ms);
@@ -34,6 +20,8 @@ private Q_SLOTS:
         QCOMPARE(afterEachTick, (QList<qsizetype>{2, 4, 5, 6}));
         QCOMPARE(lengthsOf(f.systemFiles), (QList<qsizetype>{3840, 3840, 3840, 3840, 3840, 100}));
         QVERIFY(isCounting(f.systemFiles));
+        QCOMPARE(f.systemFiles[5].sampleRate, 48000U);
+        QCOMPARE(f.systemFiles[5].dataSize, 200U);
     }
 
     // A sound card that gives 3 % more samples than the clock asks for, until the surplus alone would have

@@ -148,7 +148,7 @@ private Q_SLOTS:
     }
 
     void whatCannotBeUsedIsSaidAndNothingBreaks_data() {
-        const auto row = rows<QString, QString>();
+        const auto row = rows<QString, QString>(); // what is there as a file of garbage
         row("no folder", "[DB] Failed to open database at %1", "");
         row("no database", "[DB] Error: file is not a database",
             "/com.corvane.interview-assistant/corvane.db");
