@@ -20,28 +20,23 @@ struct Bar : TestProgram {
 
 // From idle on.
 void bring(TestProgram& program, InterviewStatus status, const QString& id) {
-    auto& interview = program.interview();
-    interview.setInterviewId(id);
-    if (status == InterviewStatus::idle) {
-        return;
+    using enum InterviewStatus;
+    using Authorization = platform::MicrophoneAuthorization;
+    program.interview().setInterviewId(id);
+    program.access->authorization = status == error ? Authorization::denied : Authorization::authorized;
+    if (status == startingAudio) {
+        program.audio->hold();
     }
-    if (status == InterviewStatus::error) {
-        program.access->authorization = platform::MicrophoneAuthorization::denied;
-        interview.startInterviewWithId();
-        program.access->authorization = platform::MicrophoneAuthorization::authorized;
-    } else if (status == InterviewStatus::waitingForQuestions) {
-        interview.startInterviewWithId();
-    } else {
-        if (status == InterviewStatus::startingAudio) {
-            program.audio->hold();
-        }
+    if (status == waitingForQuestions || status == error) {
+        program.askForInterview(id);
+    } else if (status != idle) {
         program.startInterview(id);
-        if (status == InterviewStatus::paused) {
-            interview.pauseInterview();
-        }
     }
-    program.settle();
-    QCOMPARE(interview.status(), status);
+    if (status == paused) {
+        program.interview().pauseInterview();
+    }
+    program.access->authorization = Authorization::authorized;
+    QCOMPARE(program.interview().status(), status);
 }
 
 } // namespace

@@ -8,7 +8,8 @@ Item {
 
     required property AudioControlPresenter presenter
 
-    implicitWidth: button.implicitWidth
+    // The bar has no room to give away.
+    implicitWidth: button.implicitWidth - 4
     implicitHeight: button.implicitHeight
 
     SmallButton {
@@ -21,7 +22,11 @@ Item {
         text: control.presenter.text
         enabled: control.presenter.enabled
         Accessible.description: control.presenter.tip
-        onClicked: control.presenter.press()
+        onClicked: {
+            control.presenter.press();
+            if (control.presenter.failed)
+                notice.restart();
+        }
     }
 
     // Over the button and not in it: it has to speak when the button is disabled, too.

@@ -61,6 +61,8 @@ Item {
             elide: Text.ElideRight
             color: Theme.primary
             font.pixelSize: 11
+            fontSizeMode: Text.HorizontalFit
+            minimumPixelSize: 10
             font.weight: Font.Medium
         }
 

@@ -9,8 +9,8 @@ T.AbstractButton {
     required property InterviewModesPresenter modes
 
     text: "MANUAL"
-    implicitWidth: words.implicitWidth + 16
-    implicitHeight: words.implicitHeight + 8
+    implicitWidth: implicitContentWidth + 16
+    implicitHeight: implicitContentHeight + 8
     enabled: modes.manualModeAvailable
     opacity: modes.manualModeAvailable ? 1 : 0
     hoverEnabled: true
@@ -46,7 +46,6 @@ T.AbstractButton {
     }
 
     contentItem: Text {
-        id: words
         text: button.text
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter

@@ -11,8 +11,8 @@ T.AbstractButton {
     required property bool active
     required property bool disabled
 
-    implicitWidth: words.implicitWidth + 20
-    implicitHeight: words.implicitHeight + 8
+    implicitWidth: implicitContentWidth + 20
+    implicitHeight: implicitContentHeight + 8
     enabled: !disabled
     opacity: disabled ? 0.35 : 1
     hoverEnabled: true
@@ -58,7 +58,6 @@ T.AbstractButton {
     }
 
     contentItem: Text {
-        id: words
         text: segment.label
         textFormat: Text.PlainText
         horizontalAlignment: Text.AlignHCenter
