@@ -4,8 +4,6 @@
 #include "Rows.h"
 #include "TestProgram.h"
 
-#include <QTest>
-
 namespace {
 
 const QList<QUrl> one{QUrl("corvane://interview/one")};

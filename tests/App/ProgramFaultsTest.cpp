@@ -5,8 +5,6 @@
 #include "SystemClock.h"
 #include "TestProgram.h"
 
-#include <QTest>
-
 using namespace std::chrono_literals;
 
 namespace {

@@ -5,9 +5,6 @@
 #include "Json.h"
 #include "Rows.h"
 
-#include <QRegularExpression>
-
-#include <QTest>
 #include <functional>
 
 namespace {

@@ -1,8 +1,6 @@
 #include "JWT.h"
 #include "Rows.h"
 
-#include <QTest>
-
 using platform::Secret;
 
 namespace {

@@ -3,8 +3,6 @@
 #include "SignalLevel.h"
 #include "WAVEncoder.h"
 
-#include <QTest>
-
 #include <cmath>
 #include <cstring>
 #include <limits>

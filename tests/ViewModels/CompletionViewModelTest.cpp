@@ -2,8 +2,6 @@
 #include "Rows.h"
 #include "TestProgram.h"
 
-#include <QTest>
-
 namespace {
 
 QByteArray chunk(const char* type, const QString& text) {

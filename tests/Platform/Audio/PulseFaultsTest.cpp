@@ -3,7 +3,6 @@
 #include "SoundRecorder.h"
 
 #include <QElapsedTimer>
-#include <QTest>
 
 using namespace platform;
 

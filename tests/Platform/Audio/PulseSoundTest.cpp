@@ -1,8 +1,6 @@
 #include "Rows.h"
 #include "SoundRecorder.h"
 
-#include <QElapsedTimer>
-
 #include <numbers>
 
 using namespace platform;

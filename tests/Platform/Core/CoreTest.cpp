@@ -6,7 +6,6 @@
 #include "Tasks.h"
 #include "WaitFor.h"
 
-#include <QTest>
 #include <QThread>
 
 #include <thread>

@@ -6,7 +6,6 @@
 #include <QDBusMessage>
 #include <QProcess>
 #include <QSignalSpy>
-#include <QTest>
 
 using platform::SessionApplication;
 

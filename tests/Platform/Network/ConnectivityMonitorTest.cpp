@@ -4,7 +4,6 @@
 #include "WaitFor.h"
 
 #include <QSignalSpy>
-#include <QTest>
 
 #include <cstring>
 

@@ -3,7 +3,6 @@
 #include "Rows.h"
 
 #include <QSignalSpy>
-#include <QTest>
 
 using platform::Secret;
 using namespace std::chrono_literals;

@@ -2,7 +2,6 @@
 #include "ClientToken.h"
 #include "IdentityFixture.h"
 #include "Rows.h"
-#include <QTest>
 
 using platform::Secret;
 

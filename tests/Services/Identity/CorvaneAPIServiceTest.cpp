@@ -2,8 +2,6 @@
 #include "IdentityFixture.h"
 #include "Rows.h"
 
-#include <QTest>
-
 using namespace std::chrono_literals;
 
 namespace {

@@ -1,4 +1,5 @@
 #include "LinkFixture.h"
+
 #include <atomic>
 #include <thread>
 

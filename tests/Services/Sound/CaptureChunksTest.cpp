@@ -1,5 +1,6 @@
 #include "CaptureFixture.h"
 #include "Rows.h"
+
 #include <limits>
 
 // What becomes of system audio between the platform's buffers and the chunks.

@@ -2,8 +2,6 @@
 #include "Rows.h"
 #include "SampleRingBuffer.h"
 
-#include <QTest>
-
 #include <cstring>
 #include <numeric>
 

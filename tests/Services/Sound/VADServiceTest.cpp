@@ -2,8 +2,6 @@
 #include "FakeClock.h"
 #include "Rows.h"
 
-#include <QTest>
-
 #include <cmath>
 #include <random>
 
