@@ -1,6 +1,8 @@
 #include "MarkdownDocument.h"
 #include "Rows.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -87,7 +89,7 @@ void MarkdownTest::inlineSyntaxCountsAndNothingElse() {
 }
 
 void MarkdownTest::aStreamShowsWhatTheWholeTextShows() {
-    for (quint32 seed = 1; seed <= 200; ++seed) {
+    for (quint32 seed = 1; seed <= 100; ++seed) {
         QRandomGenerator random(seed);
         IncrementalMarkdown markdown;
         QString source;
@@ -122,7 +124,8 @@ void MarkdownTest::theDocumentKeepsItsSelectionAndSettledText() {
     engine.addImportPath("qrc:/qt/qml");
     QQmlComponent component(&engine);
     component.loadUrl(QUrl("qrc:/qt/qml/Corvane/Shared/MarkdownView.qml"));
-    const std::unique_ptr<QQuickItem> view(qobject_cast<QQuickItem*>(component.create()));
+    const std::unique_ptr<QQuickItem> view(
+        qobject_cast<QQuickItem*>(component.createWithInitialProperties({{"width", 300}})));
     QVERIFY2(view, qPrintable(component.errorString()));
     auto* document = view->property("textDocument").value<QQuickTextDocument*>()->textDocument();
 
@@ -152,8 +155,16 @@ void MarkdownTest::theDocumentKeepsItsSelectionAndSettledText() {
     QVERIFY(formatAt(6).fontWeight() == QFont::Bold && formatAt(18).fontItalic() &&
             !formatAt(0).fontItalic());
     QCOMPARE(formatAt(30).anchorHref(), "http://a.b");
-    view->setProperty("content", "anew");
-    QCOMPARE(document->toPlainText(), "anew");
+
+    // A long line is laid out in parts, which nobody who copies it gets to see.
+    const auto longLine = QString("many words ").repeated(1000);
+    stream.clear();
+    say(longLine);
+    QVERIFY(document->blockCount() > 5);
+    QMetaObject::invokeMethod(view.get(), "selectAll");
+    QKeyEvent copy(QEvent::KeyPress, Qt::Key_C, Qt::ControlModifier);
+    QCoreApplication::sendEvent(view.get(), &copy);
+    QCOMPARE(QGuiApplication::clipboard()->text(), longLine.trimmed());
 }
 
 int main(int argc, char** argv) {

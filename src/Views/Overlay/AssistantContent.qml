@@ -15,6 +15,7 @@ Column {
         visible: active
         width: content.width
         sourceComponent: AssistantSectionCard {
+            width: content.width
             title: "Note"
             symbol: "sparkles"
             stream: content.presenter.note

@@ -10,7 +10,7 @@ CardSurface {
     property string symbol
     property string tone: "secondary"
     property alias content: words.content
-    property alias stream: words.stream
+    property StreamedText stream: null
     readonly property bool neutral: tone === "secondary"
     readonly property color ink: Theme.role(tone)
 
@@ -62,6 +62,7 @@ CardSurface {
         x: 12
         y: header.y + header.height + 6
         width: card.width - 24
+        stream: card.stream
         Accessible.name: card.title
         onLinkActivated: link => card.linkActivated(link)
     }

@@ -21,6 +21,7 @@ FollowingScrollView {
         visible: active
         width: view.innerWidth
         sourceComponent: AssistantSectionCard {
+            width: view.innerWidth
             title: "Error"
             symbol: "exclamationmark.triangle.fill"
             tone: "orange"
@@ -45,6 +46,7 @@ FollowingScrollView {
     Component {
         id: questions
         AssistantSectionCard {
+            width: view.innerWidth
             title: "Questions"
             symbol: "text.bubble"
             content: view.presenter.planQuestions
@@ -99,6 +101,7 @@ FollowingScrollView {
     Component {
         id: assistant
         AssistantContent {
+            width: view.innerWidth
             presenter: view.presenter
         }
     }

@@ -1,10 +1,22 @@
 #include "MarkdownDocument.h"
 
+#include <QAbstractTextDocumentLayout>
+#include <QClipboard>
 #include <QFontDatabase>
-#include <QTextCursor>
+#include <QGuiApplication>
+#include <QQuickItem>
+#include <QTextBlock>
 #include <QTextDocument>
+#include <QTextLayout>
 
 #include <algorithm>
+
+namespace {
+
+// Characters of a line that are laid out in one go; each change lays out that many again.
+constexpr int longLine = 1000;
+
+} // namespace
 
 void MarkdownDocument::setTextDocument(QQuickTextDocument* document) {
     if (document == m_textDocument) {
@@ -13,6 +25,10 @@ void MarkdownDocument::setTextDocument(QQuickTextDocument* document) {
     m_textDocument = document;
     if (document) {
         document->textDocument()->setUndoRedoEnabled(false);
+        // A long text is drawn only where it is seen.
+        if (auto* item = qobject_cast<QQuickItem*>(document->parent())) {
+            item->setFlag(QQuickItem::ItemObservesViewport);
+        }
         write(0);
     }
     Q_EMIT textDocumentChanged();
@@ -56,12 +72,25 @@ void MarkdownDocument::setLinkColor(const QColor& color) {
 }
 
 QString MarkdownDocument::linkAt(int position) const {
+    const auto at = textPosition(position);
     for (const auto& run : m_markdown.shown().runs) {
-        if (run.start <= position && position < run.end()) {
+        if (run.start <= at && at < run.end()) {
             return run.link;
         }
     }
     return {};
+}
+
+void MarkdownDocument::copy(int start, int end) const {
+    const auto from = textPosition(start);
+    QGuiApplication::clipboard()->setText(m_markdown.shown().text.mid(from, textPosition(end) - from));
+}
+
+qsizetype MarkdownDocument::textPosition(int documentPosition) const {
+    const auto isBefore = [&, passed = 0](qsizetype place) mutable {
+        return place + passed++ < documentPosition;
+    };
+    return documentPosition - std::ranges::count_if(m_breaks, isBefore);
 }
 
 void MarkdownDocument::update(QStringView source, qsizetype unchanged) {
@@ -75,27 +104,52 @@ void MarkdownDocument::write(qsizetype from) {
         return;
     }
     Q_EMIT aboutToEdit();
+    m_breaks.erase(std::ranges::lower_bound(m_breaks, from), m_breaks.end());
     const auto& [text, runs] = m_markdown.shown();
     QTextCursor cursor(m_textDocument->textDocument());
     cursor.beginEditBlock();
-    cursor.setPosition(static_cast<int>(from));
+    cursor.setPosition(static_cast<int>(from + m_breaks.size()));
     cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
     cursor.removeSelectedText();
-    const auto insert = [&](qsizetype start, qsizetype end, const QTextCharFormat& format) {
-        if (end > start) {
-            cursor.insertText(text.sliced(start, end - start), format);
-        }
-    };
-    auto run = std::ranges::upper_bound(runs, from, {}, &InlineRun::end);
     auto at = from;
-    for (; run != runs.end(); ++run) {
-        insert(at, run->start, {});
-        insert(std::max(at, run->start), run->end(), formatOf(*run));
+    for (auto run = std::ranges::upper_bound(runs, from, {}, &InlineRun::end); run != runs.end(); ++run) {
+        const auto start = std::max(at, run->start);
+        insert(cursor, QStringView(text).sliced(at, start - at), {});
+        insert(cursor, QStringView(text).sliced(start, run->end() - start), formatOf(*run));
         at = run->end();
     }
-    insert(at, text.size(), {});
+    insert(cursor, QStringView(text).sliced(at), {});
     cursor.endEditBlock();
     Q_EMIT edited();
+}
+
+void MarkdownDocument::insert(QTextCursor& cursor, QStringView text, const QTextCharFormat& format) {
+    while (!text.isEmpty()) {
+        const auto part = text.first(std::min<qsizetype>(text.size(), longLine));
+        cursor.insertText(part.toString(), format);
+        text = text.sliced(part.size());
+        breakLongLine(cursor);
+    }
+}
+
+// Where the line wraps anyway, so that nothing of it is seen.
+void MarkdownDocument::breakLongLine(QTextCursor& cursor) {
+    if (cursor.positionInBlock() <= longLine) {
+        return;
+    }
+    // The layout follows when an edit ends.
+    cursor.endEditBlock();
+    const auto block = cursor.block();
+    cursor.document()->documentLayout()->blockBoundingRect(block);
+    const auto* layout = block.layout();
+    if (layout->lineCount() > 1) {
+        const auto place = block.position() + layout->lineAt(layout->lineCount() - 1).textStart();
+        m_breaks.append(place - m_breaks.size());
+        QTextCursor breaking(cursor.document());
+        breaking.setPosition(place);
+        breaking.insertBlock();
+    }
+    cursor.beginEditBlock();
 }
 
 QTextCharFormat MarkdownDocument::formatOf(const InlineRun& run) const {

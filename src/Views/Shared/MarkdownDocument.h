@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <QQuickTextDocument>
 #include <QTextCharFormat>
+#include <QTextCursor>
 #include <qqmlregistration.h>
 
 // Fills the document of a TextEdit with inline markdown, either of a fixed `content` or of a `stream`. Only
@@ -34,6 +35,8 @@ public:
 
     // The address under a position of the document; empty for none.
     Q_INVOKABLE QString linkAt(int position) const;
+    // The text between two positions of the document, to the clipboard.
+    Q_INVOKABLE void copy(int start, int end) const;
 
 Q_SIGNALS:
     void textDocumentChanged();
@@ -47,6 +50,9 @@ Q_SIGNALS:
 private:
     void update(QStringView source, qsizetype unchanged);
     void write(qsizetype from);
+    void insert(QTextCursor& cursor, QStringView text, const QTextCharFormat& format);
+    void breakLongLine(QTextCursor& cursor);
+    qsizetype textPosition(int documentPosition) const;
     QTextCharFormat formatOf(const InlineRun& run) const;
 
     QPointer<QQuickTextDocument> m_textDocument;
@@ -54,4 +60,6 @@ private:
     QString m_content;
     QColor m_linkColor;
     IncrementalMarkdown m_markdown;
+    // Where in the text the document has a block's end of its own: a long line is laid out in parts.
+    QList<qsizetype> m_breaks;
 };

@@ -23,15 +23,32 @@ TextEdit {
     Accessible.role: Accessible.EditableText
     Accessible.readOnly: true
 
+    Keys.onPressed: event => {
+        if (event.matches(StandardKey.Copy)) {
+            markdown.copy(selectionStart, selectionEnd);
+            event.accepted = true;
+        }
+    }
     Keys.onReturnPressed: {
         const link = markdown.linkAt(cursorPosition);
         if (link !== "")
             linkActivated(link);
     }
 
+    // Not before the width is known: a long line is broken where it wraps.
+    property bool complete: false
+    function attach() {
+        if (complete && width > 0)
+            markdown.textDocument = textDocument;
+    }
+    onWidthChanged: attach()
+    Component.onCompleted: {
+        complete = true;
+        attach();
+    }
+
     MarkdownDocument {
         id: markdown
-        textDocument: edit.textDocument
         linkColor: Theme.accent
 
         // A selection that reaches the end would grow with the text.
