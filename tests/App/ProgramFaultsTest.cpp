@@ -67,7 +67,7 @@ public:
     }
 
     bool reaches(InterviewStatus status) {
-        return waitUntil([&] { return interview().status() == status; }, 15000);
+        return waitUntil([&] { return interview().status() == status; }, 30000);
     }
 
     InterviewViewModel& interview() { return app->interviewViewModel(); }

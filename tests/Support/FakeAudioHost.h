@@ -146,7 +146,9 @@ public:
     }
     QCoro::Task<std::optional<platform::AudioEndpoint>> defaultInput() override {
         co_await gate(m_held);
-        co_return input;
+        // QCoro moves whatever co_return names, a member too.
+        auto result = input;
+        co_return result;
     }
     QCoro::Task<Endpoints> inputs() override { return listed(inputList); }
     QCoro::Task<Endpoints> outputs() override { return listed({}); }
