@@ -4,30 +4,30 @@ import Corvane.Shared
 
 // The note and the cards of the assessment, with a sign while more of it arrives.
 Column {
-    id: content
+    id: answer
 
     required property ResponsePopoverPresenter presenter
 
     spacing: 12
 
     Loader {
-        active: content.presenter.noteVisible
+        active: answer.presenter.noteVisible
         visible: active
-        width: content.width
+        width: answer.width
         sourceComponent: AssistantSectionCard {
-            width: content.width
+            width: answer.width
             title: "Note"
             symbol: "sparkles"
-            stream: content.presenter.note
-            onLinkActivated: link => content.presenter.openLink(link)
+            stream: answer.presenter.note
+            onLinkActivated: link => answer.presenter.openLink(link)
         }
     }
 
     Column {
-        visible: content.presenter.assessmentVisible
-        width: content.width
+        visible: answer.presenter.assessmentVisible
+        width: answer.width
         spacing: 12
-        opacity: content.presenter.assessmentOpacity
+        opacity: answer.presenter.assessmentOpacity
         Behavior on opacity {
             NumberAnimation {
                 duration: 200
@@ -36,7 +36,7 @@ Column {
         }
 
         Repeater {
-            model: content.presenter.assessment
+            model: answer.presenter.assessment
 
             AssistantSectionCard {
                 required title
@@ -44,15 +44,15 @@ Column {
                 required tone
                 required stream
 
-                width: content.width
-                onLinkActivated: link => content.presenter.openLink(link)
+                width: answer.width
+                onLinkActivated: link => answer.presenter.openLink(link)
             }
         }
     }
 
     Row {
         visible: opacity > 0
-        opacity: content.presenter.updating ? 1 : 0
+        opacity: answer.presenter.updating ? 1 : 0
         spacing: 6
         Behavior on opacity {
             NumberAnimation {

@@ -39,6 +39,14 @@ T.AbstractButton {
             strength: 0.3
             blur: 8
         }
+        // What the shadow's ring leaves open under the shifted edge.
+        Rectangle {
+            y: 3
+            width: parent.width
+            height: parent.height
+            radius: height / 2
+            color: Qt.alpha(Theme.shadow, 0.15)
+        }
         Rectangle {
             anchors.fill: parent
             radius: height / 2

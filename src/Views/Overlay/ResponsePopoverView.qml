@@ -60,7 +60,7 @@ Item {
 
         Item {
             width: parent.width
-            height: info.sourceComponent ? info.height + 14 : 0
+            height: info.sourceComponent ? info.height + 20 : 0
 
             Loader {
                 id: info
