@@ -1,0 +1,177 @@
+// Frames of the popover while 200 pieces of an assessment a second arrive in a text of 10 KB and of 100 KB:
+// what the main thread does for a frame, and for a piece. The software renderer draws, as in the program.
+//   StreamingFrames [seconds]
+#include "ResponsePopoverPresenter.h"
+#include "TestProgram.h"
+
+#include <QAbstractEventDispatcher>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QQmlEngine>
+#include <QQuickView>
+#include <QTimer>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto chunkInterval = 5ms;
+constexpr double frameLimit = 16.7; // ms
+constexpr int panelHeight = 652;
+
+// Prose with inline markdown, as an assessment is: sentences, line breaks and here and there an empty line.
+class Prose {
+public:
+    enum class Layout { lines, oneLine };
+
+    explicit Prose(Layout layout)
+        : m_layout(layout) {}
+
+    QString next(int words) {
+        static const QStringList vocabulary{"the",      "candidate",   "explains", "**trade-offs**",
+                                            "between",  "latency",     "and",      "throughput,",
+                                            "*calmly*", "asks",        "about",    "`p99`",
+                                            "figures",  "[here](a.b)", "then",     "answers."};
+        QString text;
+        for (int i = 0; i < words; ++i, ++m_count) {
+            text += vocabulary.at((m_count * 7 + m_count / 16) % vocabulary.size());
+            const bool breaks = m_layout == Layout::lines && m_count % 40 == 39;
+            text += !breaks ? " " : m_count % 120 == 119 ? "\n\n" : "\n";
+        }
+        return text;
+    }
+
+private:
+    Layout m_layout;
+    int m_count = 0;
+};
+
+// The view in a window of its own, and how long the main thread is busy between two frames and in drawing
+// them.
+class Stage : public QQuickView {
+public:
+    explicit Stage(ResponsePopoverPresenter& presenter) {
+        engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
+        setResizeMode(SizeRootObjectToView);
+        setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&presenter)}});
+        setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Overlay/ResponsePopoverView.qml")));
+        resize(620, panelHeight);
+        auto* dispatcher = QAbstractEventDispatcher::instance();
+        connect(dispatcher, &QAbstractEventDispatcher::awake, this, [this] { m_awake.start(); });
+        connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, [this] { countBusyTime(); });
+        connect(this, &QQuickWindow::frameSwapped, this, [this] {
+            countBusyTime();
+            frames.push_back(m_sinceFrame);
+            m_sinceFrame = 0;
+        });
+    }
+
+    void clear() {
+        frames.clear();
+        busy = drawing = m_sinceFrame = 0;
+    }
+
+    std::vector<double> frames; // ms of work for each
+    double busy = 0;            // ms
+    double drawing = 0;         // ms of them
+
+protected:
+    bool event(QEvent* event) override {
+        if (event->type() != QEvent::UpdateRequest) {
+            return QQuickView::event(event);
+        }
+        QElapsedTimer timer;
+        timer.start();
+        const bool done = QQuickView::event(event);
+        drawing += static_cast<double>(timer.nsecsElapsed()) / 1e6;
+        return done;
+    }
+
+private:
+    void countBusyTime() {
+        if (m_awake.isValid()) {
+            const auto time = static_cast<double>(m_awake.nsecsElapsed()) / 1e6;
+            busy += time;
+            m_sinceFrame += time;
+            m_awake.restart();
+        }
+    }
+
+    QElapsedTimer m_awake;
+    double m_sinceFrame = 0;
+};
+
+QByteArray chunk(const QString& text) {
+    return QJsonDocument(QJsonObject{{"type", "assessment_chunk"}, {"text", text}})
+        .toJson(QJsonDocument::Compact);
+}
+
+void rest(std::chrono::milliseconds time) {
+    QEventLoop loop;
+    QTimer::singleShot(time, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+double percentile(std::vector<double> values, double share) {
+    std::ranges::sort(values);
+    return values.empty() ? 0
+                          : values.at(static_cast<size_t>(share * static_cast<double>(values.size() - 1)));
+}
+
+bool measure(const char* name, Prose::Layout layout, qsizetype size, std::chrono::seconds time) {
+    TestProgram program;
+    program.launchToSession();
+    ResponsePopoverPresenter presenter(program.completion(), program.interview(),
+                                       program.app->settingsViewModel(), *program.access);
+    Stage stage(presenter);
+    stage.show();
+    Prose prose(layout);
+    while (program.completion().assessmentText().size() < size) {
+        program.serverSays(chunk(prose.next(400)));
+    }
+    rest(2s);
+
+    stage.clear();
+    int chunks = 0;
+    QTimer timer;
+    timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
+        program.peer().sendText(chunk(prose.next(1)));
+        ++chunks;
+    });
+    timer.start(chunkInterval);
+    rest(time);
+    timer.stop();
+
+    const auto p99 = percentile(stage.frames, 0.99);
+    std::printf("%-9s %4lld KB %6zu frames   p50 %5.2f  p99 %5.2f  worst %5.2f ms   a piece: %.3f ms + "
+                "drawing %.3f ms\n",
+                name, static_cast<long long>(size / 1024), stage.frames.size(), percentile(stage.frames, 0.5),
+                p99, percentile(stage.frames, 1), (stage.busy - stage.drawing) / chunks,
+                stage.drawing / chunks);
+    std::fflush(stdout);
+    return p99 < frameLimit;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    qputenv("QT_QUICK_BACKEND", "software");
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    QGuiApplication application(argc, argv);
+    platform::setLogHandler([](platform::LogSink, const QString&) {});
+    const std::chrono::seconds time(argc > 1 ? std::max(1, QByteArray(argv[1]).toInt()) : 10);
+    bool smooth = true;
+    for (const qsizetype size : {10 * 1024, 100 * 1024}) {
+        smooth = measure("lines", Prose::Layout::lines, size, time) && smooth;
+        smooth = measure("one line", Prose::Layout::oneLine, size, time) && smooth;
+    }
+    return smooth ? 0 : 1;
+}

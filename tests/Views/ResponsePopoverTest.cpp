@@ -1,0 +1,168 @@
+#include "ResponsePopoverPresenter.h"
+#include "Rows.h"
+#include "SettingsViewModel.h"
+#include "TestProgram.h"
+
+#include <QSignalSpy>
+
+namespace {
+
+constexpr auto questions =
+    R"x({"type":"chat_questions","questions":{"Design [x]":[{"question":"**Why**? [1]","justification":"Depth"},)x"
+    R"x({"question":"How?"}]}})x";
+constexpr auto oneTopic = R"({"type":"chat_interview_plan","plan":{"A":[]}})";
+constexpr auto plan =
+    R"x({"type":"chat_interview_plan","plan":{"A ( )":[{"question":"Why?"},{"question":"How? [1]"}],"B":[]}})x";
+
+QByteArray said(const char* type, const QString& text) {
+    return QString(R"({"type":"%1","text":"%2"})").arg(type, text).toUtf8();
+}
+
+struct LaunchedProgram {
+    TestProgram program;
+    LaunchedProgram() { program.launchToSession(); }
+};
+
+struct Popover : LaunchedProgram {
+    ResponsePopoverPresenter presenter{program.completion(), program.interview(),
+                                       program.app->settingsViewModel(), *program.access};
+
+    // Messages of the server, and "assess" for a switch to the assessment.
+    void play(const QList<QByteArray>& messages) {
+        for (const auto& message : messages) {
+            message == "assess" ? program.interview().toggleFollowUps() : program.serverSays(message);
+        }
+        program.settle();
+        QTest::qWait(40); // more than a frame
+    }
+};
+
+} // namespace
+
+class ResponsePopoverTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void whatIsShown_data();
+    void whatIsShown();
+    void navigationStaysWithinItsRange();
+    void textIsTakenUpOnceAFrameAndFollowed();
+    void onlyLinksOfTheWebAndMailOpen();
+};
+
+void ResponsePopoverTest::whatIsShown_data() {
+    using Messages = QList<QByteArray>;
+    // Info section, position, headline, content, what the content says.
+    const auto row = rows<Messages, QStringList>();
+    row("nothing yet", {}, {"", "", "", "empty", "Waiting for interview"});
+    row("questions", {"assess", questions},
+        {"questions", "Question 1 of 2", "**Why**?", "empty", "Assessment will appear here"});
+    row("a reply beside questions is no content", {"assess", questions, said("chat_chunk", "Hello")},
+        {"questions", "Question 1 of 2", "**Why**?", "empty", "Assessment will appear here"});
+    row("a reply", {said("chat_chunk", " Hello ")}, {"", "", "", "assistant", "Hello"});
+    row("blanks are no content", {said("chat_chunk", " \\n "), said("assessment_chunk", "\\n")},
+        {"", "", "", "empty", "Waiting for interview"});
+    row("the server works", {R"({"type":"processing_status","stage":"thinking"})"},
+        {"", "", "", "working", "Working..."});
+    row("an assessment", {"assess", questions, said("assessment_chunk", "Comment\\nGood")},
+        {"questions", "Question 1 of 2", "**Why**?", "assistant", "Comment: Good"});
+    row("a header alone is content", {said("assessment_chunk", "Comment")}, {"", "", "", "assistant", ""});
+    row("the plan goes before an assessment", {said("assessment_chunk", "Good"), plan},
+        {"plan", "Topic 1 of 2", "A", "planQuestions", "1. Why?\n\n2. How? [1]"});
+    row("a topic without questions", {oneTopic}, {"plan", "Topic 1 of 1", "A", "planQuestions", ""});
+    row("the assessment behind the plan", {said("assessment_chunk", "Good"), plan, "assess"},
+        {"", "", "", "assistant", "Assessment: Good"});
+}
+
+void ResponsePopoverTest::whatIsShown() {
+    const auto [messages, expected] = currentRow<QList<QByteArray>, QStringList>();
+    Popover popover;
+    popover.play(messages);
+    const auto& presenter = popover.presenter;
+    QStringList says;
+    if (presenter.content() == "assistant") {
+        says = presenter.noteVisible() ? QStringList{popover.presenter.note()->text()} : QStringList();
+        for (const auto& section : popover.presenter.assessment()->sections()) {
+            says.append(assessmentCard(section.kind).title + QString(": ") + section.text);
+        }
+    } else {
+        says.append(presenter.content() == "working" ? presenter.workingText()
+                    : presenter.content() == "empty" ? presenter.emptyTitle()
+                                                     : presenter.planQuestions());
+    }
+    QCOMPARE((QStringList{presenter.infoSection(), presenter.position(), presenter.headline(),
+                          presenter.content(), says.join(u'|')}),
+             expected);
+    QCOMPARE(presenter.isAssistantWorking(), presenter.content() == "working");
+}
+
+void ResponsePopoverTest::navigationStaysWithinItsRange() {
+    Popover popover;
+    auto& presenter = popover.presenter;
+    const auto buttons = [&] {
+        return std::tuple(presenter.navigable(), presenter.canGoBack(), presenter.canGoForward());
+    };
+    popover.play({oneTopic});
+    QCOMPARE(buttons(), std::tuple(false, false, false));
+    popover.play({plan});
+    QCOMPARE(buttons(), std::tuple(true, false, true));
+    popover.program.interview().setActivePlanTopicIndex(7);
+    popover.play({});
+    QCOMPARE(presenter.position(), "Topic 2 of 2");
+    QCOMPARE(buttons(), std::tuple(true, true, false));
+    presenter.goForward();
+    QCOMPARE(popover.program.interview().activePlanTopicIndex(), 1);
+    presenter.goBack();
+    presenter.goBack();
+    QCOMPARE(popover.program.interview().activePlanTopicIndex(), 0);
+
+    popover.play({"assess", questions});
+    presenter.goForward();
+    popover.play({});
+    QCOMPARE(presenter.position(), "Question 2 of 2");
+    QCOMPARE(buttons(), std::tuple(true, true, false));
+    presenter.goBack();
+    popover.play({});
+    QCOMPARE(presenter.chip(), "Design");
+    QCOMPARE(presenter.justification(), "Depth");
+    QCOMPARE(buttons(), std::tuple(true, false, true));
+    QVERIFY(popover.program.commands("active_question").size() >= 2);
+}
+
+void ResponsePopoverTest::textIsTakenUpOnceAFrameAndFollowed() {
+    Popover popover;
+    auto& presenter = popover.presenter;
+    QSignalSpy scrolls(&presenter, &ResponsePopoverPresenter::scrollToBottomRequested);
+    popover.play({said("candidate_speaking", ""), said("assessment_chunk", "Short")});
+    QVERIFY(presenter.updating());
+    QCOMPARE(presenter.assessmentOpacity(), 0.4);
+    scrolls.clear();
+    for (int i = 0; i < 50; ++i) {
+        popover.program.peer().sendText(said("assessment_chunk", "er"));
+    }
+    popover.play({});
+    QVERIFY(scrolls.size() >= 1 && scrolls.size() < 10);
+    // A new assessment whose first piece is longer than all of the old one.
+    const QString longer = QString("A new one ").repeated(30).trimmed();
+    popover.play({R"({"type":"assessment_done"})", said("assessment_chunk", longer)});
+    QCOMPARE(presenter.assessment()->sections().first().text, longer);
+
+    auto settings = popover.program.app->settingsViewModel().responseSettings();
+    settings.autoScroll = false;
+    popover.program.app->settingsViewModel().setResponseSettings(settings);
+    scrolls.clear();
+    popover.play({said("assessment_chunk", " more")});
+    QCOMPARE(scrolls.size(), 0);
+}
+
+void ResponsePopoverTest::onlyLinksOfTheWebAndMailOpen() {
+    Popover popover;
+    for (const auto* address : {"https://a.b", "HTTP://a.b", "mailto:a@b", "file:///etc/passwd",
+                                "corvane://interview/x", "javascript:1", "/bin/sh", ""}) {
+        popover.presenter.openLink(address);
+    }
+    QCOMPARE(popover.program.access->opened, (QStringList{"https://a.b", "HTTP://a.b", "mailto:a@b"}));
+}
+
+QTEST_GUILESS_MAIN(ResponsePopoverTest)
+#include "ResponsePopoverTest.moc"
