@@ -1,7 +1,8 @@
 add_executable(corvane-tour
-    tour/TourDesktop.cpp tour/TourDesktop.h tour/TourScript.cpp tour/TourScript.h tour/TourSecondStart.cpp
+    tour/TourConversation.cpp tour/TourDesktop.cpp tour/TourDesktop.h tour/TourScript.cpp tour/TourScript.h tour/TourSecondStart.cpp tour/TourSignIn.cpp tour/TourTroubles.cpp
     tour/Transcript.cpp tour/Transcript.h tour/main.cpp)
-target_link_libraries(corvane-tour PRIVATE App SoundSupport SessionSupport)
+target_link_libraries(corvane-tour PRIVATE App DisplaySupport SoundSupport SessionSupport)
+corvane_shows_windows(corvane-tour)
 target_compile_definitions(corvane-tour PRIVATE CORVANE_VERSION="${PROJECT_VERSION}")
 corvane_precompiled(corvane-tour)
 corvane_warnings(corvane-tour)

@@ -28,7 +28,8 @@ void await(const QString& what, Condition holds) {
 
 } // namespace
 
-PrivateDisplay::PrivateDisplay(QSize size) {
+PrivateDisplay::PrivateDisplay(QSize size)
+    : m_size(size) {
     const auto file = [this](const char* name) { return m_folder.filePath(QLatin1String(name)); };
     const auto environment = QProcessEnvironment::systemEnvironment();
     // The server chooses a free number and prints it.
@@ -76,10 +77,6 @@ QString PrivateDisplay::run(const QString& program, const QStringList& arguments
         refuse(program + QStringLiteral(": ") + process.errorString());
     }
     return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
-}
-
-void PrivateDisplay::capture(const QString& path) const {
-    run(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"), path});
 }
 
 QString PrivateDisplay::xdotool(const QStringList& arguments) const {

@@ -15,15 +15,15 @@ public:
 
     // For DISPLAY, of this process and its children.
     QString name() const { return m_name; }
+    QSize size() const { return m_size; }
     void useInThisProcess() const;
-    // The whole screen as it would be seen, into a PNG file.
-    void capture(const QString& path) const;
     // What `xdotool` prints with these arguments.
     QString xdotool(const QStringList& arguments) const;
 
 private:
     QString run(const QString& program, const QStringList& arguments) const;
 
+    const QSize m_size;
     QTemporaryDir m_folder;
     QString m_name;
     ChildProcess m_server;

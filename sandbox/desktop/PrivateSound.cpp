@@ -124,6 +124,10 @@ quint32 PrivateSound::addMicrophone(const QString& name, const SoundFormat& form
                           formatArguments(format));
 }
 
+quint32 PrivateSound::addSilentMicrophone(const QString& name) {
+    return loadModule(QStringLiteral("module-null-source"), {QStringLiteral("source_name=") + name});
+}
+
 void PrivateSound::setDefaultSink(const QString& name) {
     control({QStringLiteral("set-default-sink"), name});
 }

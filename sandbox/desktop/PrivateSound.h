@@ -62,6 +62,8 @@ public:
     // A source that hears what is played into the sink "<name>.feed", and that is no monitor. The number is
     // that of the source: unloading it unplugs the microphone.
     quint32 addMicrophone(const QString& name, const SoundFormat& format = {});
+    // A source that is silent, and nothing else: no sink comes with it.
+    quint32 addSilentMicrophone(const QString& name);
     void setDefaultSink(const QString& name);
     void setDefaultSource(const QString& name);
     // The output of `pactl` with these arguments.

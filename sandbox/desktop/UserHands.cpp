@@ -35,15 +35,31 @@ QAccessibleInterface* search(QAccessibleInterface* item, const QString& name) {
     return nullptr;
 }
 
-Found search(const QString& name) {
+Found search(const QString& name, const QString& within = {}) {
     for (auto* window : QGuiApplication::topLevelWindows()) {
         if (window->isVisible()) {
-            if (auto* control = search(window->accessibleRoot(), name)) {
+            auto* start = window->accessibleRoot();
+            if (!within.isEmpty()) {
+                start = search(start, within);
+            }
+            if (auto* control = search(start, name)) {
                 return {control, window};
             }
         }
     }
     return {};
+}
+
+void collect(QAccessibleInterface* item, QStringList& names) {
+    if (!item || !item->isValid()) {
+        return;
+    }
+    if (const auto name = item->text(QAccessible::Name); !name.isEmpty() && isSeen(*item)) {
+        names.append(name);
+    }
+    for (int index = 0; index < item->childCount(); ++index) {
+        collect(item->child(index), names);
+    }
 }
 
 QString number(int value) {
@@ -52,8 +68,8 @@ QString number(int value) {
 
 } // namespace
 
-std::optional<QRect> UserHands::find(const QString& name) const {
-    const auto [control, window] = search(name);
+std::optional<QRect> UserHands::find(const QString& name, const QString& within) const {
+    const auto [control, window] = search(name, within);
     if (!control) {
         return std::nullopt;
     }
@@ -62,37 +78,50 @@ std::optional<QRect> UserHands::find(const QString& name) const {
     return QRect(rect.topLeft() * ratio, rect.size() * ratio);
 }
 
-bool UserHands::canUse(const QString& name) const {
-    const auto [control, window] = search(name);
-    return control && !control->state().disabled;
+QStringList UserHands::names() const {
+    QStringList names;
+    for (auto* window : QGuiApplication::topLevelWindows()) {
+        if (window->isVisible()) {
+            collect(window->accessibleRoot(), names);
+        }
+    }
+    return names;
 }
 
-void UserHands::moveTo(const QString& name) const {
-    const auto place = find(name);
+bool UserHands::canUse(const QString& name) const {
+    const auto [control, window] = search(name);
+    // The accessible state does not tell.
+    return control && control->object()->property("enabled").toBool();
+}
+
+void UserHands::moveTo(const QString& name, const QString& within) const {
+    const auto place = find(name, within);
     if (!place) {
         throw std::runtime_error("Nothing on the screen is called \"" + name.toStdString() + "\".");
     }
-    const auto center = place->center();
-    m_display.xdotool({QStringLiteral("mousemove"), number(center.x()), number(center.y())});
+    moveTo(place->center());
 }
 
-void UserHands::click(const QString& name) const {
-    moveTo(name);
+void UserHands::moveTo(QPoint place) const {
+    m_display.xdotool({QStringLiteral("mousemove"), number(place.x()), number(place.y())});
+}
+
+void UserHands::click(const QString& name, const QString& within) const {
+    moveTo(name, within);
     m_display.xdotool({QStringLiteral("click"), QStringLiteral("1")});
 }
 
 void UserHands::clickAt(QPoint place) const {
-    m_display.xdotool({QStringLiteral("mousemove"), number(place.x()), number(place.y()),
-                       QStringLiteral("click"), QStringLiteral("1")});
+    moveTo(place);
+    m_display.xdotool({QStringLiteral("click"), QStringLiteral("1")});
 }
 
-void UserHands::drag(QPoint from, QPoint to) const {
-    m_display.xdotool({QStringLiteral("mousemove"), number(from.x()), number(from.y()),
-                       QStringLiteral("mousedown"), QStringLiteral("1")});
-    const auto middle = (from + to) / 2;
-    m_display.xdotool({QStringLiteral("mousemove"), number(middle.x()), number(middle.y()),
-                       QStringLiteral("sleep"), QStringLiteral("0.1"), QStringLiteral("mousemove"),
-                       number(to.x()), number(to.y()), QStringLiteral("sleep"), QStringLiteral("0.1")});
+void UserHands::hold(QPoint place) const {
+    moveTo(place);
+    m_display.xdotool({QStringLiteral("mousedown"), QStringLiteral("1")});
+}
+
+void UserHands::letGo() const {
     m_display.xdotool({QStringLiteral("mouseup"), QStringLiteral("1")});
 }
 

@@ -33,7 +33,8 @@ void TourDesktop::start(const QString& sandboxProgram) {
     }
     m_sound.start();
     m_sound.useInThisProcess();
-    plugSoundDevices();
+    plugMicrophone();
+    plugSpeakers();
     startSandbox();
     const auto environment = m_ready.value(QStringLiteral("environment")).toObject();
     for (auto variable = environment.begin(); variable != environment.end(); ++variable) {
@@ -47,11 +48,14 @@ bool TourDesktop::startSecrets() {
     return m_session.startKeyring(QStringLiteral("tour"));
 }
 
-void TourDesktop::plugSoundDevices() {
+void TourDesktop::plugSpeakers() {
     m_sound.addSink(QStringLiteral("speakers"));
+    m_sound.setDefaultSink(QStringLiteral("speakers"));
+}
+
+void TourDesktop::plugMicrophone() {
     m_sound.addMicrophone(QStringLiteral("headset"),
                           {.rate = 44100, .channels = 1, .samples = QStringLiteral("s16le")});
-    m_sound.setDefaultSink(QStringLiteral("speakers"));
     m_sound.setDefaultSource(QStringLiteral("headset"));
 }
 

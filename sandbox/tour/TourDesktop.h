@@ -39,7 +39,8 @@ public:
     }
     // Speech of a synthetic voice, as a file. `name` tells the files apart.
     QString speech(const QString& name, const QString& text);
-    void plugSoundDevices();
+    void plugMicrophone();
+    void plugSpeakers();
 
 private:
     QString writeApplicationInfo();

@@ -1,5 +1,7 @@
 #include "TourScript.h"
 
+#include "TourVoices.h"
+
 #include "ChatsViewModel.h"
 #include "ClerkAuthService.h"
 #include "CompletionViewModel.h"
@@ -11,26 +13,18 @@
 #include "Tasks.h"
 #include "WebSocketService.h"
 
+#include <QDir>
+#include <QGuiApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QPixmap>
+#include <QScreen>
 
 using namespace std::chrono_literals;
 
 namespace {
 
 constexpr auto applicationId = "com.corvane.Lumetra";
-constexpr auto interviewId = "3f2b8c64-9d1e-4a57-b0c3-5e8f7a6d2c19";
-constexpr auto recordings = "/usr/share/sounds/alsa/";
-
-const QString tour = QStringLiteral("tour");
-const QString interviewer = QStringLiteral("interviewer");
-const QString candidate = QStringLiteral("candidate");
-const QString program = QStringLiteral("program");
-const QString sandbox = QStringLiteral("sandbox");
-
-QString recording(const char* name) {
-    return QLatin1String(recordings) + QLatin1String(name);
-}
 
 // Lines that tell a reader something; the rest is kept for the check at the end.
 bool isTelling(const QString& line) {
@@ -43,11 +37,15 @@ bool isTelling(const QString& line) {
 
 } // namespace
 
-TourScript::TourScript(TourDesktop& desktop, Transcript& transcript, QString program, QString fault)
+using namespace tourvoices;
+
+TourScript::TourScript(TourDesktop& desktop, const PrivateDisplay& display, Transcript& transcript,
+                       Options options)
     : m_desktop(desktop)
+    , m_display(display)
+    , m_hands(display)
     , m_transcript(transcript)
-    , m_program(std::move(program))
-    , m_fault(std::move(fault))
+    , m_options(std::move(options))
     , m_clock(std::make_unique<platform::SystemClock>())
     , m_http(platform::makeHttpClient(platform::HttpSessionKind::ephemeral)) {
     platform::setLogHandler([this](platform::LogSink, const QString& line) {
@@ -85,9 +83,53 @@ QCoro::Task<void> TourScript::pause(int milliseconds) {
 QCoro::Task<void> TourScript::until(QString what, Condition condition, int seconds) {
     const auto end = m_clock->monotonic() + std::chrono::seconds(seconds);
     while (!condition()) {
-        require(m_clock->monotonic() < end, QStringLiteral("within %1 s: %2").arg(seconds).arg(what));
+        require(m_clock->monotonic() < end, QStringLiteral("within %1 s: %2. On the screen: %3")
+                                                .arg(seconds)
+                                                .arg(what, m_hands.names().join(QStringLiteral(", "))));
         co_await m_clock->sleep(20ms);
     }
+}
+
+QCoro::Task<void> TourScript::click(QString name, QString within) {
+    const Condition usable = [this, name, within] {
+        return m_hands.find(name, within).has_value() && m_hands.canUse(name);
+    };
+    co_await until(QStringLiteral("“%1” can be clicked").arg(name), usable);
+    m_hands.click(name, within);
+    co_await pause(150);
+}
+
+QCoro::Task<void> TourScript::type(QString text) {
+    m_hands.type(text);
+    co_await pause(150);
+}
+
+QCoro::Task<void> TourScript::press(QString keys) {
+    m_hands.press(keys);
+    co_await pause(150);
+}
+
+QCoro::Task<void> TourScript::drag(QPoint from, QPoint to) {
+    m_hands.hold(from);
+    for (const auto& place : {from, (from + to) / 2, to}) {
+        co_await pause(120);
+        m_hands.moveTo(place);
+    }
+    co_await pause(120);
+    m_hands.letGo();
+    co_await pause(300);
+}
+
+void TourScript::keepSight(const QString& name) const {
+    auto* screen = QGuiApplication::primaryScreen();
+    screen->grabWindow(0).save(m_options.pictures + u'/' + name + QStringLiteral(".png"), "PNG", 80);
+}
+
+QCoro::Task<void> TourScript::picture(QString name) {
+    // The pointer would leave its mark on what it rests on.
+    m_hands.moveTo(QPoint(m_display.size().width() - 4, m_display.size().height() - 4));
+    co_await pause(300);
+    keepSight(name);
 }
 
 QCoro::Task<QJsonObject> TourScript::control(QString path, QJsonObject parameters, bool isQuery) {
@@ -114,16 +156,19 @@ QCoro::Task<QJsonObject> TourScript::state() {
 }
 
 QCoro::Task<void> TourScript::run() {
+    QDir().mkpath(m_options.pictures);
     co_await launch();
     co_await signIn();
+    co_await visitPages();
     co_await startInterview();
     co_await converse();
-    if (!m_fault.isEmpty()) {
+    if (!m_options.fault.isEmpty()) {
         m_transcript.chapter(QStringLiteral("A fault that stays"));
-        m_transcript.say(sandbox, m_fault);
-        co_await apply(m_fault, QJsonObject());
+        m_transcript.say(sandbox, m_options.fault);
+        co_await apply(m_options.fault, QJsonObject());
     }
     co_await workManually();
+    co_await lookAtTheBar();
     co_await loseTheLink();
     co_await loseTheSession();
     co_await loseTheSound();
@@ -143,49 +188,9 @@ QCoro::Task<void> TourScript::launch() {
     require(!m_app->appDelegate().clerkAuthService().isSignedIn(),
             QStringLiteral("a first start is signed out"));
     m_transcript.say(program, QStringLiteral("is running, nobody is signed in"));
-    co_return;
-}
-
-QCoro::Task<void> TourScript::signIn() {
-    m_transcript.chapter(QStringLiteral("Sign-in"));
-    auto& auth = m_app->appDelegate().clerkAuthService();
-    const auto described = m_desktop.sandbox().value(QStringLiteral("sign_in")).toObject();
-    const auto email = described.value(QStringLiteral("email")).toString();
-    const auto code = described.value(QStringLiteral("code")).toString();
-
-    m_transcript.say(interviewer, QStringLiteral("types nobody@example.com"));
-    QString refusal;
-    try {
-        co_await auth.startSignIn(QStringLiteral("nobody@example.com"));
-    } catch (const std::exception& error) {
-        refusal = platform::errorText(error);
-    }
-    require(!refusal.isEmpty() && !auth.pendingSignInId(), QStringLiteral("an unknown address is refused"));
-    m_transcript.say(program, QStringLiteral("refuses: ") + refusal);
-
-    m_transcript.say(interviewer, QStringLiteral("types %1").arg(email));
-    co_await auth.startSignIn(email);
-    require(auth.pendingEmail() == email, QStringLiteral("the code is on its way"));
-    refusal.clear();
-    m_transcript.say(interviewer, QStringLiteral("types a wrong code"));
-    try {
-        co_await auth.verifyCode(platform::Secret(QStringLiteral("111111")));
-    } catch (const std::exception& error) {
-        refusal = platform::errorText(error);
-    }
-    require(!refusal.isEmpty() && !auth.isSignedIn(), QStringLiteral("a wrong code is refused"));
-    m_transcript.say(program, QStringLiteral("refuses: ") + refusal);
-    m_transcript.say(interviewer, QStringLiteral("types the code of the e-mail"));
-    co_await auth.verifyCode(platform::Secret(code));
-    require(auth.isSignedIn(), QStringLiteral("the right code signs in"));
-    m_transcript.say(program, QStringLiteral("signed in as %1").arg(auth.state()->email));
-    m_secrets.append(code);
-    const auto token = co_await auth.getFreshJWT();
-    m_secrets.append(token.reveal());
-
-    auto& link = m_app->appDelegate().webSocketService();
-    co_await until(QStringLiteral("the link is open"), [&link] { return link.isConnected(); });
-    m_transcript.say(program, QStringLiteral("connected to the backend"));
+    const Condition asks = [this] { return m_hands.sees(QStringLiteral("Email address")); };
+    co_await until(QStringLiteral("the sign-in card shows"), asks);
+    co_await picture(QStringLiteral("signed-out"));
 }
 
 QCoro::Task<void> TourScript::openLink(QString id) {
@@ -199,208 +204,6 @@ QCoro::Task<void> TourScript::openLink(QString id) {
     co_await until(QStringLiteral("the launcher hands the link over"),
                    [&launcher] { return launcher.state() == QProcess::NotRunning; });
     require(launcher.exitCode() == 0, QString::fromUtf8(launcher.readAllStandardError()));
-}
-
-QCoro::Task<void> TourScript::startInterview() {
-    m_transcript.chapter(QStringLiteral("The interview starts"));
-    m_transcript.say(interviewer,
-                     QStringLiteral("clicks corvane://interview/%1").arg(QLatin1String(interviewId)));
-    co_await openLink(QLatin1String(interviewId));
-    co_await until(QStringLiteral("the interview streams"),
-                   [this] { return interview().status() == InterviewStatus::streaming; });
-    require(!interview().audioUnavailable() && !interview().microphoneFallbackActive(),
-            QStringLiteral("both streams are captured"));
-    co_await until(QStringLiteral("the questions arrive"),
-                   [this] { return !interview().questions().isEmpty(); });
-    co_await until(QStringLiteral("the reply is complete"), [this] { return !completion().isLoading(); });
-    m_transcript.say(program, QStringLiteral("shows the reply and the plan:"));
-    m_transcript.quote(completion().response());
-    for (const auto& topic : interview().interviewPlan()) {
-        m_transcript.quote(
-            QStringLiteral("%1: %2 question(s)").arg(topic.displayTopic()).arg(topic.questions.size()));
-    }
-}
-
-// The candidate answers until the assessment says that a further answer was heard.
-QCoro::Task<void> TourScript::speakUntilHeard(QString question, QString answer) {
-    const auto before = completion().assessmentText();
-    m_transcript.say(interviewer, QStringLiteral("speaks"));
-    auto asking = m_desktop.interviewerSays(question);
-    co_await until(QStringLiteral("the question is asked"), [&asking] { return !asking.isPlaying(); });
-    m_transcript.say(candidate, QStringLiteral("answers"));
-    auto answering = m_desktop.candidateSays(answer);
-    co_await until(
-        QStringLiteral("the answer is given"), [&answering] { return !answering.isPlaying(); }, 20);
-    m_transcript.say(candidate, QStringLiteral("has stopped speaking"));
-    if (interview().manualModeActive()) {
-        co_return;
-    }
-    // Named, since g++ 12 destroys the captures of a lambda twice that stands in an awaited call.
-    const Condition assessed = [this, before] {
-        return !completion().assessmentText().isEmpty() && completion().assessmentText() != before &&
-               !completion().isAssessmentStreaming();
-    };
-    co_await until(QStringLiteral("an assessment of the answer"), assessed);
-    m_transcript.say(program, QStringLiteral("shows the assessment:"));
-    m_transcript.quote(completion().assessmentText());
-}
-
-QCoro::Task<void> TourScript::converse() {
-    m_transcript.chapter(QStringLiteral("A question and its answer"));
-    interview().sendActiveQuestion();
-    const auto& question = interview().questions().at(interview().activeQuestionIndex());
-    m_transcript.say(program,
-                     QStringLiteral("on show: ") + InterviewQuestion::cleanDisplayText(question.question));
-    co_await speakUntilHeard(recording("Front_Center.wav"), recording("Rear_Left.wav"));
-    interview().nextQuestion();
-    const auto answer = m_desktop.speech(
-        QStringLiteral("answer"), QStringLiteral("I would count the requests in each region on its own, and "
-                                                 "reconcile the counts every second."));
-    co_await speakUntilHeard(recording("Front_Left.wav"), answer);
-    const auto seen = co_await state();
-    checkServer(seen);
-}
-
-QCoro::Task<void> TourScript::workManually() {
-    m_transcript.chapter(QStringLiteral("Manual mode"));
-    interview().toggleFollowUps();
-    interview().setManualMode(true);
-    require(interview().manualModeActive(), QStringLiteral("manual mode is active"));
-    const auto held = interview().vadStopSuppressedCount();
-    const auto before = completion().assessmentText();
-    co_await speakUntilHeard(recording("Front_Right.wav"), recording("Side_Left.wav"));
-    co_await until(QStringLiteral("the detector's stop is held back"),
-                   [this, held] { return interview().vadStopSuppressedCount() > held; });
-    require(completion().assessmentText() == before,
-            QStringLiteral("no assessment before the interviewer's mark"));
-    m_transcript.say(interviewer, QStringLiteral("marks the end of the answer"));
-    co_await interview().sendManualStop();
-    const Condition assessed = [this, before] {
-        return completion().assessmentText() != before && !completion().isAssessmentStreaming();
-    };
-    co_await until(QStringLiteral("an assessment after the interviewer's mark"), assessed);
-    m_transcript.say(program, QStringLiteral("shows the next assessment"));
-    interview().setManualMode(false);
-}
-
-QCoro::Task<void> TourScript::loseTheLink() {
-    m_transcript.chapter(QStringLiteral("The link drops"));
-    co_await apply(QStringLiteral("drop"), QJsonObject());
-    co_await until(QStringLiteral("the interview pauses"),
-                   [this] { return interview().status() == InterviewStatus::paused; });
-    require(interview().disconnectedDuringInterview(), QStringLiteral("the loss is shown"));
-    co_await until(QStringLiteral("the interview resumes by itself"),
-                   [this] { return interview().status() == InterviewStatus::streaming; });
-    require(!interview().disconnectedDuringInterview(), QStringLiteral("the loss is no longer shown"));
-    m_transcript.say(program, QStringLiteral("has resumed by itself"));
-    co_await speakUntilHeard(recording("Front_Center.wav"), recording("Side_Right.wav"));
-}
-
-QCoro::Task<void> TourScript::loseTheSession() {
-    m_transcript.chapter(QStringLiteral("The backend forgets the session"));
-    QJsonObject wording;
-    wording.insert(QStringLiteral("wording"), QStringLiteral("id"));
-    co_await apply(QStringLiteral("forget-sessions"), wording);
-    co_await apply(QStringLiteral("drop"), QJsonObject());
-    co_await until(QStringLiteral("the interview pauses"),
-                   [this] { return interview().status() == InterviewStatus::paused; });
-    co_await until(QStringLiteral("the interview is set up again on the server"),
-                   [this] { return interview().status() == InterviewStatus::streaming; });
-    require(interview().interviewId() == QLatin1String(interviewId),
-            QStringLiteral("it is the same interview"));
-    m_transcript.say(program, QStringLiteral("has set the interview up again"));
-    co_await speakUntilHeard(recording("Front_Left.wav"), recording("Rear_Right.wav"));
-}
-
-QCoro::Task<void> TourScript::loseTheSound() {
-    m_transcript.chapter(QStringLiteral("The sound server is killed and comes back"));
-    m_desktop.sound().kill();
-    co_await until(
-        QStringLiteral("the loss of sound is shown"), [this] { return interview().audioUnavailable(); }, 20);
-    m_transcript.say(program, interview().errorMessageText());
-    m_desktop.sound().start();
-    m_desktop.plugSoundDevices();
-    const auto back = m_clock->monotonic();
-    co_await until(
-        QStringLiteral("sound is captured again"), [this] { return !interview().audioUnavailable(); }, 20);
-    m_transcript.say(program,
-                     QStringLiteral("captures again, %1 s after the server")
-                         .arg(std::chrono::duration<double>(m_clock->monotonic() - back).count(), 0, 'f', 1));
-    co_await speakUntilHeard(recording("Front_Right.wav"), recording("Rear_Center.wav"));
-}
-
-QCoro::Task<void> TourScript::loseTheBackend() {
-    m_transcript.chapter(QStringLiteral("The backend and the sign-in service end and come back"));
-    m_desktop.stopSandbox();
-    co_await until(QStringLiteral("the interview pauses"),
-                   [this] { return interview().status() == InterviewStatus::paused; });
-    m_transcript.say(program, QStringLiteral("shows the loss and tries again"));
-    co_await pause(1500);
-    m_desktop.startSandbox();
-    m_transcript.say(sandbox, QStringLiteral("is back, without its sessions"));
-    auto& link = m_app->appDelegate().webSocketService();
-    if (link.authError()) {
-        // No token could be fetched meanwhile: then the user decides when to try again.
-        m_transcript.say(program, *link.authError());
-        m_transcript.say(interviewer, QStringLiteral("asks for a new try"));
-        link.manualReconnect();
-    }
-    co_await until(
-        QStringLiteral("the interview streams again"),
-        [this] { return interview().status() == InterviewStatus::streaming; }, 40);
-    m_transcript.say(program, QStringLiteral("has set the interview up again"));
-    co_await speakUntilHeard(recording("Front_Left.wav"), recording("Side_Left.wav"));
-}
-
-QCoro::Task<void> TourScript::loseTheSecrets() {
-    m_transcript.chapter(QStringLiteral("The secret service is killed and comes back"));
-    auto& auth = m_app->appDelegate().clerkAuthService();
-    m_desktop.session().killKeyring();
-    co_await pause(500);
-    require(auth.isSignedIn() && interview().status() == InterviewStatus::streaming,
-            QStringLiteral("the interview does not mind"));
-    m_transcript.say(program, QStringLiteral("goes on without it"));
-    require(m_desktop.startSecrets(), QStringLiteral("the secret service starts again"));
-    auth.invalidateCachedJWT();
-    const auto token = co_await auth.getFreshJWT();
-    m_secrets.append(token.reveal());
-    m_transcript.say(program, QStringLiteral("has read its tokens from the secret service again"));
-}
-
-QCoro::Task<void> TourScript::pauseAndResume() {
-    m_transcript.chapter(QStringLiteral("Pause and resume"));
-    interview().pauseInterview();
-    require(interview().status() == InterviewStatus::paused, QStringLiteral("the interview is paused"));
-    m_transcript.say(interviewer, QStringLiteral("pauses the interview"));
-    co_await pause(500);
-    const auto before = co_await state();
-    co_await pause(1000);
-    const auto after = co_await state();
-    const auto frames = [](const QJsonObject& seen) {
-        return seen.value(QStringLiteral("frames")).toObject().value(QStringLiteral("total")).toInt();
-    };
-    require(frames(before) == frames(after), QStringLiteral("no sound leaves during the pause"));
-    m_transcript.say(sandbox, QStringLiteral("has received nothing for a second"));
-    interview().resumeInterview();
-    co_await until(QStringLiteral("the interview streams again"),
-                   [this] { return interview().status() == InterviewStatus::streaming; });
-    m_transcript.say(interviewer, QStringLiteral("resumes"));
-    co_await pause(500);
-    const auto resumed = co_await state();
-    require(frames(resumed) > frames(after), QStringLiteral("sound leaves again"));
-}
-
-QCoro::Task<void> TourScript::finish() {
-    m_transcript.chapter(QStringLiteral("The end"));
-    const auto seen = co_await state();
-    checkServer(seen);
-    interview().stopInterview();
-    m_transcript.say(interviewer, QStringLiteral("finishes the interview"));
-    require(interview().status() == InterviewStatus::idle, QStringLiteral("the interview has ended"));
-    co_await until(QStringLiteral("the server acknowledges the end"), [this] {
-        return m_log.contains(QStringLiteral("[Interview] End interview ack received"));
-    });
-    checkStore();
 }
 
 void TourScript::checkServer(const QJsonObject& seen) {

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "CorvaneApp.h"
+#include "PrivateDisplay.h"
 #include "TourDesktop.h"
 #include "Transcript.h"
+#include "UserHands.h"
 
 #include <QCoroTask>
 #include <QJsonObject>
@@ -23,23 +25,34 @@ public:
 // see.
 class TourScript {
 public:
-    // `fault`: an action of the sandbox that is applied in the middle of the interview and never cured; empty
-    // for none.
-    TourScript(TourDesktop& desktop, Transcript& transcript, QString program, QString fault);
+    struct Options {
+        QString program; // the executable
+        // An action of the sandbox that is applied in the middle of the interview and never cured; empty for
+        // none.
+        QString fault;
+        QString pictures; // a folder
+        bool dark = false;
+    };
+
+    TourScript(TourDesktop& desktop, const PrivateDisplay& display, Transcript& transcript, Options options);
     ~TourScript();
 
     // Throws TourFailure, or what the program should never have thrown.
     QCoro::Task<void> run();
+    // What is on the display now, as a picture of that name.
+    void keepSight(const QString& name) const;
 
 private:
     using Condition = std::function<bool()>;
 
     QCoro::Task<void> launch();
     QCoro::Task<void> signIn();
+    QCoro::Task<void> visitPages();
     QCoro::Task<void> openLink(QString id);
     QCoro::Task<void> startInterview();
     QCoro::Task<void> converse();
     QCoro::Task<void> workManually();
+    QCoro::Task<void> lookAtTheBar();
     QCoro::Task<void> loseTheLink();
     QCoro::Task<void> loseTheSession();
     QCoro::Task<void> loseTheSound();
@@ -55,6 +68,13 @@ private:
     // Waits until the condition holds; throws TourFailure with `what` after `seconds`.
     QCoro::Task<void> until(QString what, Condition condition, int seconds = 15);
     QCoro::Task<void> pause(int milliseconds);
+    // What a user does at the windows.
+    QCoro::Task<void> click(QString name, QString within = {});
+    QCoro::Task<void> type(QString text);
+    QCoro::Task<void> press(QString keys);
+    QCoro::Task<void> drag(QPoint from, QPoint to);
+    // Of the whole display, once it has come to rest.
+    QCoro::Task<void> picture(QString name);
     QCoro::Task<void> speakUntilHeard(QString question, QString answer);
     QCoro::Task<QJsonObject> control(QString path, QJsonObject parameters, bool isQuery);
     QCoro::Task<void> apply(QString action, QJsonObject parameters);
@@ -65,9 +85,10 @@ private:
     CompletionViewModel& completion();
 
     TourDesktop& m_desktop;
+    const PrivateDisplay& m_display;
+    const UserHands m_hands;
     Transcript& m_transcript;
-    QString m_program;
-    QString m_fault;
+    const Options m_options;
     std::unique_ptr<platform::Clock> m_clock;
     std::unique_ptr<platform::HttpClient> m_http;
     std::unique_ptr<CorvaneApp> m_app;

@@ -22,13 +22,13 @@ QCoro::Task<void> TourScript::startAgain() {
     first.setProcessChannelMode(QProcess::MergedChannels);
     QByteArray output;
     QObject::connect(&first, &QProcess::readyRead, &first, [&first, &output] { output += first.readAll(); });
-    first.start(m_program);
+    first.start(m_options.program);
     co_await until(QStringLiteral("the program is still signed in and connects"),
                    [&output] { return output.contains("confirmed") || output.contains("Session resumed"); });
     m_transcript.say(QStringLiteral("program"), QStringLiteral("is still signed in and has its session"));
 
     QProcess second;
-    second.start(m_program);
+    second.start(m_options.program);
     co_await until(QStringLiteral("a further start hands over and ends"),
                    [&second] { return second.state() == QProcess::NotRunning; });
     require(second.exitCode() == 0, QStringLiteral("a further start ends well"));

@@ -1,9 +1,11 @@
+#include "PrivateDisplay.h"
 #include "TourScript.h"
 
 #include "Tasks.h"
 
 #include <QCommandLineParser>
-#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QQuickWindow>
 
 #include <cstdio>
 #include <sys/stat.h>
@@ -20,36 +22,72 @@ QCoro::Task<void> runTour(TourScript* script, Transcript* transcript) {
     } catch (const std::exception& error) {
         transcript->chapter(
             QStringLiteral("The tour ends here. What did not happen %1").arg(platform::errorText(error)));
+        script->keepSight(QStringLiteral("failure"));
     }
     QCoreApplication::exit(status);
+}
+
+struct Options {
+    QString fault;
+    QString pictures;
+    bool dark = false;
+    int scale = 1;
+};
+
+// Before there is an application object: the end of a first one would take the accessible tree from the
+// second.
+Options parse(int argc, char* argv[]) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "A guided tour of Corvane Lumetra: a whole interview at its windows and on real sound, in a private "
+        "session with a display of its own."));
+    parser.addHelpOption();
+    const QCommandLineOption fault(
+        QStringLiteral("fault"),
+        QStringLiteral("Leave a fault of the sandbox uncured in the middle; the tour then fails."),
+        QStringLiteral("action"));
+    const QCommandLineOption pictures(QStringLiteral("pictures"),
+                                      QStringLiteral("Where the pictures of the windows go."),
+                                      QStringLiteral("folder"), QStringLiteral("tour-pictures"));
+    const QCommandLineOption dark(QStringLiteral("dark"), QStringLiteral("Take the dark theme."));
+    const QCommandLineOption scale(QStringLiteral("scale"), QStringLiteral("Pixels for a point: 1 or 2."),
+                                   QStringLiteral("factor"), QStringLiteral("1"));
+    parser.addOptions({fault, pictures, dark, scale});
+    parser.process(QStringList(argv, argv + argc));
+    return {.fault = parser.value(fault),
+            .pictures = parser.value(pictures),
+            .dark = parser.isSet(dark),
+            .scale = std::clamp(parser.value(scale).toInt(), 1, 2)};
 }
 
 } // namespace
 
 int main(int argc, char* argv[]) {
     umask(S_IRWXG | S_IRWXO);
-    QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
-        "A guided tour of Corvane Lumetra: a whole interview on real sound, in a private session."));
-    parser.addHelpOption();
-    const QCommandLineOption fault(
-        QStringLiteral("fault"),
-        QStringLiteral("Leave a fault of the sandbox uncured in the middle; the tour then fails."),
-        QStringLiteral("action"));
-    parser.addOption(fault);
-    parser.process(application);
-
-    const auto folder = QCoreApplication::applicationDirPath();
+    const auto options = parse(argc, argv);
     Transcript transcript;
     transcript.chapter(QStringLiteral("Corvane Lumetra: a guided tour"));
     try {
+        const PrivateDisplay display(QSize(1280, 900) * options.scale);
+        display.useInThisProcess();
+        qputenv("QT_QPA_PLATFORM", "xcb");
+        qputenv("QT_SCALE_FACTOR", QByteArray::number(options.scale));
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+        QGuiApplication application(argc, argv);
+        QGuiApplication::setQuitOnLastWindowClosed(false);
         TourDesktop desktop;
+        // The session hides the display of the user.
+        display.useInThisProcess();
+        const auto folder = QCoreApplication::applicationDirPath();
         desktop.start(folder + QStringLiteral("/corvane-sandbox"));
-        transcript.say(QStringLiteral("tour"),
-                       QStringLiteral("a private session is up: bus, secret service, sound server, sandbox"));
-        TourScript script(desktop, transcript, folder + QStringLiteral("/corvane-lumetra"),
-                          parser.value(fault));
+        transcript.say(
+            QStringLiteral("tour"),
+            QStringLiteral("a private session is up: display, bus, secret service, sound server, sandbox"));
+        TourScript script(desktop, display, transcript,
+                          {.program = folder + QStringLiteral("/corvane-lumetra"),
+                           .fault = options.fault,
+                           .pictures = options.pictures,
+                           .dark = options.dark});
         QMetaObject::invokeMethod(
             &application, [&] { platform::startTask(runTour(&script, &transcript), "tour"); },
             Qt::QueuedConnection);

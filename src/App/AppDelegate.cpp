@@ -232,7 +232,8 @@ void AppDelegate::setActivationPolicy(ActivationPolicy policy) {
 }
 
 void AppDelegate::terminate() {
-    QCoreApplication::quit();
+    // Not quit(), which a window that hides when it is closed would refuse.
+    QCoreApplication::exit();
 }
 
 void AppDelegate::toggleFloatingPanel() {

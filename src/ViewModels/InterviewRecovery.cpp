@@ -175,14 +175,21 @@ void InterviewViewModel::receiveCaptureFailure() {
     if (m_status != InterviewStatus::streaming) {
         return;
     }
+    showCaptureState();
+    watchForSound();
+}
+
+void InterviewViewModel::showCaptureState() {
     const bool system = m_audioCapture.isCapturing();
     const bool microphone = m_audioCapture.isMicCapturing();
+    const bool wasUnavailable = m_audioUnavailable;
     m_audioUnavailable = !system && !microphone;
     m_microphoneFallbackActive = !system && microphone;
     if (m_audioUnavailable) {
         setErrorMessage(QStringLiteral("Could not capture any audio. Check System Settings."));
+    } else if (wasUnavailable) {
+        setErrorMessage(std::nullopt);
     }
-    watchForSound();
 }
 
 void InterviewViewModel::watchForSound() {
@@ -200,6 +207,8 @@ QCoro::Task<void> InterviewViewModel::lookForSound() {
     if (!self || generation != m_generation || m_status != InterviewStatus::streaming || !m_soundTimer) {
         co_return;
     }
+    // What the last look brought back is known by now.
+    showCaptureState();
     const bool systemLost = !m_audioCapture.isCapturing();
     const bool microphoneLost = !m_audioCapture.isMicCapturing();
     if ((!systemLost && !microphoneLost) || m_soundRetries >= maxSoundRetries) {

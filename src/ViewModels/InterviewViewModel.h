@@ -143,6 +143,7 @@ private:
     void receiveSessionNotFound(const QString& reason);
     void receiveChatComplete();
     void receiveCaptureFailure();
+    void showCaptureState();
     void watchForSound();
     QCoro::Task<void> lookForSound();
     QCoro::Task<void> giveUpWaiting(Generation generation);

@@ -4,7 +4,6 @@
 #include "QuietWindow.h"
 
 #include <QGuiApplication>
-#include <QMouseEvent>
 #include <QQmlEngine>
 #include <QScreen>
 
@@ -85,29 +84,4 @@ void FloatingPanel::comeBackToAScreen() {
     if (!QGuiApplication::screenAt(geometry().center())) {
         positionTopCenter(offsetFromTop);
     }
-}
-
-void FloatingPanel::mousePressEvent(QMouseEvent* event) {
-    QQuickView::mousePressEvent(event);
-    // The bar is what moves the panel, where no control has taken the pointer.
-    const bool taken = event->exclusiveGrabber(event->point(0));
-    if (taken || event->button() != Qt::LeftButton || event->position().y() >= barHeight) {
-        return;
-    }
-    if (!startSystemMove()) {
-        m_dragHold = event->globalPosition().toPoint() - position();
-    }
-}
-
-void FloatingPanel::mouseMoveEvent(QMouseEvent* event) {
-    if (m_dragHold) {
-        setPosition(event->globalPosition().toPoint() - *m_dragHold);
-        return;
-    }
-    QQuickView::mouseMoveEvent(event);
-}
-
-void FloatingPanel::mouseReleaseEvent(QMouseEvent* event) {
-    m_dragHold.reset();
-    QQuickView::mouseReleaseEvent(event);
 }

@@ -32,11 +32,6 @@ public:
     // The middle of the main screen, `offset` below the top of what the desktop leaves free.
     void positionTopCenter(int offset);
 
-protected:
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseMoveEvent(QMouseEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
-
 private:
     void takeShape();
     void comeBackToAScreen();
@@ -44,6 +39,4 @@ private:
     OverlayBarPresenter& m_presenter;
     int m_height = barHeight; // as the model has it; the window is higher while more is drawn
     SharingType m_sharingType = SharingType::none;
-    // Where the pointer holds the bar while the window manager offers no moving.
-    std::optional<QPoint> m_dragHold;
 };

@@ -139,7 +139,7 @@ private Q_SLOTS:
 
     void savingAnAddressReplacesTheConnection_data() {
         const auto row = rows<QString, QString>();
-        row("slashes", "//https://uat.test/root//", "https://uat.test/root");
+        row("slashes", "//https://uat.test/tree//", "https://uat.test/tree");
         row("blanks", " \n", "https://default.test");
     }
     void savingAnAddressReplacesTheConnection() {

@@ -27,7 +27,7 @@ void quitOnTerminationSignals() {
         return;
     }
     auto* notifier = new QSocketNotifier(wakeDescriptor, QSocketNotifier::Read, QCoreApplication::instance());
-    QObject::connect(notifier, &QSocketNotifier::activated, notifier, [] { QCoreApplication::quit(); });
+    QObject::connect(notifier, &QSocketNotifier::activated, notifier, [] { QCoreApplication::exit(); });
     struct sigaction action {};
     action.sa_handler = wakeEventLoop;
     action.sa_flags = SA_RESTART;

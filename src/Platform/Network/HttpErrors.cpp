@@ -78,7 +78,9 @@ QString textOf(Kind kind, const QString& host, const QString& reason, const QLis
 
 bool isAnswer(const QNetworkReply& reply) {
     const auto error = reply.error();
-    const bool ofTheServer = (error > 200 && error < 300) || (error > 400 && error < 500);
+    // Qt files 400 and 418 under the protocol's errors, the others under the content's and the server's.
+    const bool ofTheServer = (error > 200 && error < 300) || (error > 400 && error < 500) ||
+                             error == QNetworkReply::ProtocolInvalidOperationError;
     return error == QNetworkReply::NoError ||
            (ofTheServer && reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid());
 }

@@ -17,6 +17,10 @@ Material {
     radius: 10
     strength: presenter.materialStrength
 
+    DragArea {
+        anchors.fill: parent
+    }
+
     RowLayout {
         id: row
         anchors.fill: parent

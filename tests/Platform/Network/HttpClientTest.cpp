@@ -102,6 +102,7 @@ private Q_SLOTS:
         const auto row = rows<QByteArray, int>();
         row("redirect", "302 Found\r\nLocation: /elsewhere", 302);
         row("permanent redirect", "308 Permanent\r\nLocation: http://localhost:1/", 308);
+        row("refused as it is", "400 Bad Request", 400);
         row("password asked for", "401 Unauthorized\r\nWWW-Authenticate: Basic realm=\"x\"", 401);
         row("conflict", "409 Conflict", 409);
         row("unavailable", "503 Service Unavailable\r\nRetry-After: 1", 503);
