@@ -49,7 +49,7 @@ TextEdit {
 
     MarkdownDocument {
         id: markdown
-        linkColor: Theme.accent
+        linkColor: Theme.dark ? Theme.focus : Theme.accent
 
         // A selection that reaches the end would grow with the text.
         onAboutToEdit: edit.keptSelection = edit.selectionEnd > edit.selectionStart && edit.selectionEnd === edit.length

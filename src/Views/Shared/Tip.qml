@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Templates as T
 import Corvane.Shared
 
 // A tooltip for the item it stands in: shown beside the pointer's control after it has rested there.
@@ -6,19 +7,20 @@ Item {
     id: tip
 
     property string text
+    // A control knows when the pointer leaves its window; a handler is not told.
+    readonly property bool hovered: parent instanceof T.Control ? parent.hovered : hover.hovered
 
     anchors.fill: parent
 
     HoverHandler {
         id: hover
-        enabled: tip.text !== ""
+        enabled: !(tip.parent instanceof T.Control)
     }
 
     Timer {
         id: rest
         interval: 700
-        running: hover.hovered && tip.visible
-        onRunningChanged: if (!hover.hovered) bubble.active = false
+        running: tip.hovered && tip.visible && tip.text !== ""
         onTriggered: bubble.active = true
     }
 
@@ -37,5 +39,6 @@ Item {
         }
     }
 
+    onHoveredChanged: if (!hovered) bubble.active = false
     onVisibleChanged: if (!visible) bubble.active = false
 }
