@@ -3,7 +3,9 @@
 #include "SettingsViewModel.h"
 #include "TestProgram.h"
 
+#include <QEventLoop>
 #include <QSignalSpy>
+#include <QTimer>
 
 namespace {
 
@@ -33,7 +35,10 @@ struct Popover : LaunchedProgram {
             message == "assess" ? program.interview().toggleFollowUps() : program.serverSays(message);
         }
         program.settle();
-        QTest::qWait(40); // more than a frame
+        // Due after the presenter's own timer, however slow the machine is.
+        QEventLoop frame;
+        QTimer::singleShot(std::chrono::milliseconds(20), Qt::PreciseTimer, &frame, &QEventLoop::quit);
+        frame.exec();
     }
 };
 
