@@ -10,6 +10,8 @@
 #include <map>
 #include <stdexcept>
 
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -24,7 +26,13 @@ constexpr const char* usage =
     "  --pace MS               between the messages of an answer (default 120)\n"
     "  --assessment-every S    an assessment at least after so many seconds of sound (default 20, 0: never)\n"
     "  --keep-sound            keep what is heard, for the action save-sound\n"
-    "  --quiet                 no log\n";
+    "  --quiet                 no log\n"
+    "  --run PROGRAM           start it so that it talks to this sandbox, and end with it\n";
+
+struct Command {
+    sandbox::Options options;
+    std::string program;
+};
 
 long number(const std::string& option, const char* text) {
     long value = 0;
@@ -35,8 +43,9 @@ long number(const std::string& option, const char* text) {
     return value;
 }
 
-sandbox::Options readOptions(int count, char** arguments) {
-    sandbox::Options options;
+Command readOptions(int count, char** arguments) {
+    Command command;
+    auto& options = command.options;
     options.log = [](const std::string& line) { std::cerr << "sandbox: " + line + '\n'; };
     if (const char* runtime = std::getenv("XDG_RUNTIME_DIR"); runtime != nullptr && *runtime == '/') {
         options.folder = std::string(runtime) + "/corvane-sandbox";
@@ -60,6 +69,8 @@ sandbox::Options readOptions(int count, char** arguments) {
         }
         if (const auto port = ports.find(option); port != ports.end()) {
             *port->second = static_cast<unsigned short>(number(option, arguments[i]));
+        } else if (option == "--run") {
+            command.program = arguments[i];
         } else if (option == "--folder") {
             options.folder = arguments[i];
         } else if (option == "--token-lifetime") {
@@ -72,7 +83,46 @@ sandbox::Options readOptions(int count, char** arguments) {
             throw std::invalid_argument("unknown option " + option);
         }
     }
-    return options;
+    return command;
+}
+
+// With the environment that points it here. Its signals are its own again.
+pid_t start(const std::string& program, const sandbox::Addresses& addresses) {
+    setenv("SSL_CERT_FILE", addresses.certificateFile.c_str(), 1);
+    setenv("https_proxy", addresses.proxy.c_str(), 1);
+    setenv("no_proxy", "127.0.0.1,localhost", 1);
+    sigset_t none;
+    sigemptyset(&none);
+    posix_spawnattr_t attributes{};
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    std::string name = program;
+    char* const arguments[] = {name.data(), nullptr};
+    pid_t process = 0;
+    const int error = posix_spawnp(&process, program.c_str(), nullptr, &attributes, arguments, environ);
+    posix_spawnattr_destroy(&attributes);
+    if (error != 0) {
+        throw std::runtime_error(program + ": " + std::strerror(error));
+    }
+    return process;
+}
+
+// Waits for a signal to end, or for the program's own end. Gives the exit status.
+int stay(const sigset_t& ends, pid_t process) {
+    int received = 0;
+    do {
+        sigwait(&ends, &received);
+    } while (process == 0 && received == SIGCHLD);
+    if (process == 0) {
+        return 0;
+    }
+    if (received != SIGCHLD) {
+        kill(process, SIGTERM);
+    }
+    int status = 0;
+    waitpid(process, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
 }
 
 void printHints(const sandbox::Addresses& a) {
@@ -98,20 +148,20 @@ int main(int argc, char** argv) {
     sigemptyset(&ends);
     sigaddset(&ends, SIGINT);
     sigaddset(&ends, SIGTERM);
+    sigaddset(&ends, SIGCHLD);
     // Before the network thread starts, so that it inherits the mask.
     pthread_sigmask(SIG_BLOCK, &ends, nullptr);
     try {
-        sandbox::Sandbox stand(readOptions(argc, argv));
+        const auto command = readOptions(argc, argv);
+        sandbox::Sandbox stand(command.options);
         auto ready = stand.describe();
         ready["ready"] = true;
         ready["pid"] = getpid();
         std::cout << boost::json::serialize(ready) << std::endl;
         printHints(stand.addresses());
-        int received = 0;
-        sigwait(&ends, &received);
+        return stay(ends, command.program.empty() ? 0 : start(command.program, stand.addresses()));
     } catch (const std::exception& error) {
         std::cerr << "corvane-sandbox: " << error.what() << '\n' << usage;
         return 1;
     }
-    return 0;
 }

@@ -6,6 +6,7 @@
 #include <QCommandLineParser>
 #include <QGuiApplication>
 #include <QQuickWindow>
+#include <QTemporaryDir>
 
 #include <cstdio>
 #include <sys/stat.h>
@@ -71,6 +72,9 @@ int main(int argc, char* argv[]) {
         const PrivateDisplay display(QSize(1280, 900) * options.scale);
         display.useInThisProcess();
         qputenv("QT_QPA_PLATFORM", "xcb");
+        // Until the session has its own.
+        const QTemporaryDir runtime;
+        qputenv("XDG_RUNTIME_DIR", runtime.path().toUtf8());
         qputenv("QT_SCALE_FACTOR", QByteArray::number(options.scale));
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
         QGuiApplication application(argc, argv);
