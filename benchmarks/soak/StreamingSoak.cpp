@@ -1,5 +1,5 @@
-// An interview that streams for ten minutes while its link is dropped every eight seconds: memory, descriptors
-// and threads after the first minute and at the end. Exit status 1 when they grow.
+// An interview that streams for ten minutes while its link is dropped every eight seconds: memory,
+// descriptors and threads after the first minute and at the end. Exit status 1 when they grow.
 //   StreamingSoak [minutes]
 #include "ClerkAuthService.h"
 #include "SystemClock.h"

@@ -45,7 +45,8 @@ Rectangle {
                 anchors.horizontalCenter: parent.horizontalCenter
                 width: 64
                 height: 64
-                sourceSize: Qt.size(64, 64)
+                sourceSize.width: 64
+                sourceSize.height: 64
                 source: "qrc:/icons/com.corvane.Lumetra.svg"
             }
             Text {
