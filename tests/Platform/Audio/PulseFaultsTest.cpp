@@ -160,6 +160,8 @@ private Q_SLOTS:
                 QTest::qWait(round % 7);
                 stream.reset();
             } catch (const OperationCancelled&) {
+            } catch (const AudioError&) {
+                // A server that is behind with closing has no connection left.
             }
             // Whatever still called a handler would reach freed memory.
             recorder.reset();
