@@ -1,7 +1,10 @@
 #include "ClerkAuthService.h"
 #include "DatabaseService.h"
 #include "MachineId.h"
+#include "OverlayBarPresenter.h"
+#include "OverlayViewModel.h"
 #include "Rows.h"
+#include "SettingsViewModel.h"
 #include "TestProgram.h"
 
 namespace {
@@ -51,6 +54,44 @@ private Q_SLOTS:
         QVERIFY(!program.app->webSocketService().isReconnecting());
         program.clock->advance(std::chrono::minutes(1));
         QCOMPARE(program.sockets->count(), 1);
+    }
+
+    void thePanelFollowsTheSignedInUser() {
+        TestProgram program(TestProgram::Start::signedOut);
+        program.launch();
+        auto& app = *program.app;
+        QVERIFY(!program.windows->panel->visible && app.overlayViewModel().isHidden());
+        QVERIFY(program.windows->dashboard->visible);
+        app.applicationShouldHandleReopen();
+        QVERIFY(program.windows->panel->visible && !app.overlayViewModel().isHidden());
+
+        TestProgram signedIn;
+        signedIn.launchToSession();
+        QVERIFY(signedIn.windows->panel->visible);
+        signedIn.app->toggleFloatingPanel();
+        QVERIFY(!signedIn.windows->panel->visible && signedIn.app->overlayViewModel().isHidden());
+        signedIn.app->focusInput();
+        QVERIFY(signedIn.windows->panel->visible && signedIn.app->overlayBarPresenter().input()->isFocused());
+        waitFor(signedIn.app->clerkAuthService().signOut());
+        signedIn.settle();
+        QVERIFY(!signedIn.windows->panel->visible && signedIn.app->overlayViewModel().isHidden());
+    }
+
+    void launchTakesUpTheStoredSwitches() {
+        TestProgram program;
+        program.launch();
+        QCOMPARE(program.windows->panel->level, WindowLevel::normal);
+        QCOMPARE(program.windows->panel->sharing, SharingType::none);
+        program.app->settingsViewModel().toggleAlwaysOnTop();
+        program.app->settingsViewModel().toggleContentProtected();
+        QCOMPARE(program.windows->panel->level, WindowLevel::floating);
+        QCOMPARE(program.windows->panel->sharing, SharingType::readOnly);
+
+        TestProgram other;
+        other.defaults->setData("customizable", program.defaults->data("customizable").value());
+        other.launch();
+        QCOMPARE(other.windows->panel->level, WindowLevel::floating);
+        QCOMPARE(other.windows->panel->sharing, SharingType::readOnly);
     }
 
     void linksAreReadStrictly_data() {
