@@ -18,13 +18,17 @@ bool isEncoded(const QString& text) {
     return text.startsWith(encodedStart) && text.endsWith(encodedEnd);
 }
 
+// Whether it would not come back from its one line as it was.
+bool breaksLine(QChar character) {
+    return character < u' ' && character != u'\t';
+}
+
 // A JSON object or array on one line.
 bool isDocument(const QString& text) {
     if (!text.startsWith(u'{') && !text.startsWith(u'[')) {
         return false;
     }
-    const auto isControl = [](QChar character) { return character < u' '; };
-    return std::ranges::none_of(text, isControl) && !QJsonDocument::fromJson(text.toUtf8()).isNull();
+    return std::ranges::none_of(text, breaksLine) && !QJsonDocument::fromJson(text.toUtf8()).isNull();
 }
 
 bool isQuoted(const QString& text) {
@@ -48,9 +52,8 @@ QString unquote(const QString& text) {
 } // namespace
 
 QString fromString(const QString& value) {
-    const auto isControl = [](QChar character) { return character < u' '; };
     const bool plain = value == value.trimmed() && !isQuoted(value) &&
-                       std::ranges::none_of(value, isControl) && toString(value);
+                       std::ranges::none_of(value, breaksLine) && toString(value);
     return plain ? value : quote(value);
 }
 
