@@ -67,8 +67,10 @@ T.TextField {
         target: field.presenter
 
         function onIsFocusedChanged() {
-            if (field.presenter.isFocused)
-                field.forceActiveFocus(Qt.ShortcutFocusReason);
+            if (!field.presenter.isFocused || field.activeFocus)
+                return;
+            field.forceActiveFocus(Qt.ShortcutFocusReason);
+            field.Window.window.requestActivate();
         }
     }
 }
