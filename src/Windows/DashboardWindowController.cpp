@@ -39,7 +39,10 @@ void DashboardWindowController::showWindow() {
         setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&m_presenter)}});
         setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Dashboard/DashboardView.qml")));
     }
+    applyPolicy();
     show();
+    // A window manager that sees only now to the last hiding has taken the hints away.
+    applyPolicy();
     raise();
     requestActivate();
 }
@@ -58,8 +61,13 @@ void DashboardWindowController::closeEvent(QCloseEvent* event) {
 }
 
 void DashboardWindowController::setActivationPolicy(ActivationPolicy policy) {
+    m_policy = policy;
+    applyPolicy();
+}
+
+void DashboardWindowController::applyPolicy() {
     create();
-    platform::setSkipsTaskbar(*this, policy == ActivationPolicy::accessory);
+    platform::setSkipsTaskbar(*this, m_policy == ActivationPolicy::accessory);
 }
 
 // A frame on a screen that is gone counts as none.

@@ -30,10 +30,12 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    void applyPolicy();
     void restoreFrame();
     void saveFrame();
 
     DashboardPresenter& m_presenter;
     platform::DefaultsStore& m_defaults;
+    ActivationPolicy m_policy = ActivationPolicy::regular;
     SharingType m_sharingType = SharingType::readOnly;
 };

@@ -1,5 +1,7 @@
 #include "FloatingPanel.h"
 
+#include "AboveFullScreen.h"
+#include "Log.h"
 #include "OverlayBarPresenter.h"
 #include "QuietWindow.h"
 
@@ -10,8 +12,6 @@
 namespace {
 
 constexpr int offsetFromTop = 54;
-// An empty region would lift the shape; this one lies outside the window.
-const QRegion nothing(-2, -2, 1, 1);
 
 } // namespace
 
@@ -26,7 +26,9 @@ FloatingPanel::FloatingPanel(OverlayBarPresenter& presenter)
     setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&presenter)}});
     setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Overlay/OverlayBarView.qml")));
     create();
-    platform::setStaysAbove(*this, true);
+    platform::setShowsQuietly(*this);
+    m_aboveFullScreen = std::make_unique<platform::AboveFullScreen>(*this);
+    connect(this, &QWindow::windowStateChanged, this, &FloatingPanel::comeBackFromIcon);
     connect(&presenter, &OverlayBarPresenter::drawnRegionChanged, this, &FloatingPanel::takeShape);
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, &FloatingPanel::comeBackToAScreen,
             Qt::QueuedConnection);
@@ -34,11 +36,16 @@ FloatingPanel::FloatingPanel(OverlayBarPresenter& presenter)
     takeShape();
 }
 
+FloatingPanel::~FloatingPanel() = default;
+
 void FloatingPanel::orderFrontRegardless() {
     if (!isVisible()) {
-        platform::prepareQuietShow(*this);
+        applyHints();
+        QQuickView::show();
+        // A window manager that sees only now to the last hiding has taken them away.
+        applyHints();
+        m_aboveFullScreen->setEnabled(m_level == WindowLevel::floating);
     }
-    QQuickView::show();
     raise();
 }
 
@@ -57,11 +64,24 @@ void FloatingPanel::setFrame(const QRect& frame) {
 }
 
 void FloatingPanel::setLevel(WindowLevel level) {
-    platform::setStaysAbove(*this, level == WindowLevel::floating);
+    m_level = level;
+    applyHints();
+    m_aboveFullScreen->setEnabled(level == WindowLevel::floating);
+    if (level == WindowLevel::floating && !platform::canStayAbove()) {
+        platform::logLine(
+            QStringLiteral("[Panel] This desktop does not let the bar stay above other windows"));
+    }
 }
 
 void FloatingPanel::setActivationPolicy(ActivationPolicy policy) {
-    platform::setSkipsTaskbar(*this, policy == ActivationPolicy::accessory);
+    m_policy = policy;
+    applyHints();
+}
+
+void FloatingPanel::applyHints() {
+    platform::setOnEveryDesktop(*this);
+    platform::setStaysAbove(*this, m_level == WindowLevel::floating);
+    platform::setSkipsTaskbar(*this, m_policy == ActivationPolicy::accessory);
 }
 
 void FloatingPanel::positionTopCenter(int offset) {
@@ -77,11 +97,20 @@ void FloatingPanel::takeShape() {
     if (needed != height()) {
         resize(panelWidth, needed);
     }
-    setMask(drawn.isEmpty() ? nothing : drawn);
+    platform::setShape(*this, drawn);
 }
 
 void FloatingPanel::comeBackToAScreen() {
     if (!QGuiApplication::screenAt(geometry().center())) {
         positionTopCenter(offsetFromTop);
+    }
+}
+
+// Nothing on the screen would bring a minimized bar back.
+void FloatingPanel::comeBackFromIcon(Qt::WindowState state) {
+    if (state == Qt::WindowMinimized && isVisible()) {
+        hide();
+        setWindowState(Qt::WindowNoState);
+        orderFrontRegardless();
     }
 }

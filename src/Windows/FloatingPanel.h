@@ -5,7 +5,13 @@
 #include <QQuickView>
 #include <QRegion>
 
+#include <memory>
+
 class OverlayBarPresenter;
+
+namespace platform {
+class AboveFullScreen;
+}
 
 // The bar's window: without a frame, clear where nothing is drawn, on every workspace. What is not drawn on
 // takes no clicks, whatever the window's height.
@@ -17,6 +23,7 @@ public:
     static constexpr int barHeight = 48;
 
     explicit FloatingPanel(OverlayBarPresenter& presenter);
+    ~FloatingPanel() override;
 
     void orderFrontRegardless() override;
     void orderOut() override;
@@ -34,9 +41,14 @@ public:
 
 private:
     void takeShape();
+    void applyHints();
     void comeBackToAScreen();
+    void comeBackFromIcon(Qt::WindowState state);
 
     OverlayBarPresenter& m_presenter;
     int m_height = barHeight; // as the model has it; the window is higher while more is drawn
+    std::unique_ptr<platform::AboveFullScreen> m_aboveFullScreen;
+    WindowLevel m_level = WindowLevel::floating;
+    ActivationPolicy m_policy = ActivationPolicy::regular;
     SharingType m_sharingType = SharingType::none;
 };

@@ -1,102 +1,52 @@
 #include "QuietWindow.h"
 
-#include <QGuiApplication>
+#include "XcbWindow.h"
+
+#include <QRegion>
+#include <QVariant>
 #include <QWindow>
-#include <qguiapplication_platform.h>
-
-#include <xcb/xcb.h>
-
-#include <cstdlib>
-#include <vector>
 
 namespace platform {
 
 namespace {
 
 constexpr uint32_t everyDesktop = 0xFFFFFFFF;
-constexpr uint32_t noUserTime = 0; // a window that no user action has asked for: it gets no focus
-constexpr uint32_t sourceApplication = 1;
-constexpr uint32_t maximumAtoms = 64;
 
-xcb_connection_t* connection() {
-    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 ? x11->connection() : nullptr;
+xcb_window_t idOf(const QWindow& window) {
+    return static_cast<xcb_window_t>(window.winId());
 }
 
-xcb_atom_t atom(xcb_connection_t* x, const char* name) {
-    const auto length = static_cast<uint16_t>(qstrlen(name));
-    auto* reply = xcb_intern_atom_reply(x, xcb_intern_atom(x, 0, length, name), nullptr);
-    const auto result = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-    std::free(reply);
-    return result;
-}
-
-xcb_window_t rootOf(xcb_connection_t* x, xcb_window_t window) {
-    auto* reply = xcb_get_geometry_reply(x, xcb_get_geometry(x, window), nullptr);
-    const auto root = reply ? reply->root : xcb_window_t(XCB_WINDOW_NONE);
-    std::free(reply);
-    return root;
-}
-
-void setCardinal(xcb_connection_t* x, xcb_window_t window, const char* property, uint32_t value) {
-    xcb_change_property(x, XCB_PROP_MODE_REPLACE, window, atom(x, property), XCB_ATOM_CARDINAL, 32, 1,
-                        &value);
-}
-
-std::vector<xcb_atom_t> atomsOf(xcb_connection_t* x, xcb_window_t window, xcb_atom_t property) {
-    std::vector<xcb_atom_t> atoms;
-    auto* reply = xcb_get_property_reply(
-        x, xcb_get_property(x, 0, window, property, XCB_ATOM_ATOM, 0, maximumAtoms), nullptr);
-    if (reply) {
-        const auto* first = static_cast<const xcb_atom_t*>(xcb_get_property_value(reply));
-        atoms.assign(first, first + xcb_get_property_value_length(reply) / int(sizeof(xcb_atom_t)));
-        std::free(reply);
-    }
-    return atoms;
+void setProperty(const QWindow& window, const char* name, xcb_atom_t type,
+                 const std::vector<uint32_t>& values) {
+    xcb_change_property(x11::connection(), XCB_PROP_MODE_REPLACE, idOf(window), x11::atom(name), type, 32,
+                        static_cast<uint32_t>(values.size()), values.data());
+    xcb_flush(x11::connection());
 }
 
 // A mapped window's state is the window manager's to change; an unmapped one's stands in its property.
-void setState(QWindow& window, const char* name, bool on) {
-    auto* x = connection();
-    if (!x) {
+void setState(const QWindow& window, const char* name, bool on) {
+    if (!x11::connection()) {
         return;
     }
-    const auto id = static_cast<xcb_window_t>(window.winId());
-    const auto property = atom(x, "_NET_WM_STATE");
-    const auto state = atom(x, name);
+    const auto state = x11::atom(name);
     if (window.isVisible()) {
-        xcb_client_message_event_t message{};
-        message.response_type = XCB_CLIENT_MESSAGE;
-        message.format = 32;
-        message.window = id;
-        message.type = property;
-        message.data.data32[0] = on ? 1 : 0;
-        message.data.data32[1] = state;
-        message.data.data32[3] = sourceApplication;
-        xcb_send_event(x, 0, rootOf(x, id),
-                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                       reinterpret_cast<const char*>(&message));
-    } else {
-        auto atoms = atomsOf(x, id, property);
-        std::erase(atoms, state);
-        if (on) {
-            atoms.push_back(state);
-        }
-        xcb_change_property(x, XCB_PROP_MODE_REPLACE, id, property, XCB_ATOM_ATOM, 32,
-                            static_cast<uint32_t>(atoms.size()), atoms.data());
+        x11::tellManager(idOf(window), "_NET_WM_STATE", on ? 1 : 0, state);
+        return;
     }
-    xcb_flush(x);
+    auto states = x11::values(idOf(window), "_NET_WM_STATE");
+    std::erase(states, state);
+    if (on) {
+        states.push_back(state);
+    }
+    setProperty(window, "_NET_WM_STATE", XCB_ATOM_ATOM, states);
 }
 
 } // namespace
 
-void prepareQuietShow(QWindow& window) {
-    if (auto* x = connection()) {
-        const auto id = static_cast<xcb_window_t>(window.winId());
-        setCardinal(x, id, "_NET_WM_USER_TIME", noUserTime);
-        setCardinal(x, id, "_NET_WM_DESKTOP", everyDesktop);
-        xcb_flush(x);
-    }
+bool canStayAbove() {
+    auto* x = x11::connection();
+    const auto above = x ? x11::atom("_NET_WM_STATE_ABOVE") : xcb_atom_t(XCB_ATOM_NONE);
+    return x && x11::holds(xcb_setup_roots_iterator(xcb_get_setup(x)).data->root, "_NET_SUPPORTED", above);
 }
 
 void setStaysAbove(QWindow& window, bool above) {
@@ -106,6 +56,31 @@ void setStaysAbove(QWindow& window, bool above) {
 void setSkipsTaskbar(QWindow& window, bool skips) {
     setState(window, "_NET_WM_STATE_SKIP_TASKBAR", skips);
     setState(window, "_NET_WM_STATE_SKIP_PAGER", skips);
+}
+
+void setOnEveryDesktop(QWindow& window) {
+    if (!x11::connection()) {
+        return;
+    }
+    if (window.isVisible()) {
+        x11::tellManager(idOf(window), "_NET_WM_DESKTOP", everyDesktop, 1);
+    } else {
+        setProperty(window, "_NET_WM_DESKTOP", XCB_ATOM_CARDINAL, {everyDesktop});
+    }
+}
+
+void setShowsQuietly(QWindow& window) {
+    // Qt itself writes _NET_WM_USER_TIME at each showing: 0 for a window with this property.
+    window.setProperty("_q_showWithoutActivating", true);
+}
+
+void setShape(QWindow& window, const QRegion& shape) {
+    // An empty region would lift the shape; this one lies outside the window.
+    window.setMask(shape.isEmpty() ? QRegion(-2, -2, 1, 1) : shape);
+    if (x11::connection()) {
+        // Qt would send it with its next request, and a window without a shape has none to make.
+        xcb_flush(x11::connection());
+    }
 }
 
 } // namespace platform

@@ -1,0 +1,138 @@
+#include "AboveFullScreen.h"
+
+#include "Log.h"
+#include "QuietWindow.h"
+#include "XcbWindow.h"
+
+#include <QGuiApplication>
+#include <QRect>
+#include <QTimer>
+#include <QWindow>
+
+#include <algorithm>
+
+namespace platform {
+
+namespace {
+
+constexpr int patience = 1000; // ms, for the window manager to have restacked
+
+xcb_window_t idOf(const QWindow& window) {
+    return static_cast<xcb_window_t>(window.winId());
+}
+
+bool isFullScreen(xcb_window_t window) {
+    return x11::holds(window, "_NET_WM_STATE", x11::atom("_NET_WM_STATE_FULLSCREEN")) &&
+           !x11::holds(window, "_NET_WM_STATE", x11::atom("_NET_WM_STATE_HIDDEN"));
+}
+
+// In pixels of the root.
+QRect placeOf(xcb_window_t window) {
+    auto* x = x11::connection();
+    const x11::Answer<xcb_get_geometry_reply_t> size(
+        xcb_get_geometry_reply(x, xcb_get_geometry(x, window), nullptr));
+    if (!size) {
+        return {};
+    }
+    const x11::Answer<xcb_translate_coordinates_reply_t> place(
+        xcb_translate_coordinates_reply(x, xcb_translate_coordinates(x, window, size->root, 0, 0), nullptr));
+    return place ? QRect(place->dst_x, place->dst_y, size->width, size->height) : QRect();
+}
+
+bool standsAbove(xcb_window_t upper, xcb_window_t lower) {
+    const auto order = x11::values(x11::rootOf(lower), "_NET_CLIENT_LIST_STACKING"); // from the bottom
+    const auto under = std::find(order.begin(), order.end(), lower);
+    return std::find(under, order.end(), upper) != order.end();
+}
+
+} // namespace
+
+AboveFullScreen::AboveFullScreen(QWindow& window)
+    : m_window(window)
+    , m_activeWindow(x11::connection() ? x11::atom("_NET_ACTIVE_WINDOW") : 0)
+    , m_stacking(x11::connection() ? x11::atom("_NET_CLIENT_LIST_STACKING") : 0) {
+    // Each showing sets the hint anew.
+    connect(&window, &QWindow::visibleChanged, this, [this] {
+        m_rival = XCB_WINDOW_NONE;
+        scheduleUpdate();
+    });
+    qGuiApp->installNativeEventFilter(this);
+}
+
+AboveFullScreen::~AboveFullScreen() {
+    qGuiApp->removeNativeEventFilter(this);
+}
+
+void AboveFullScreen::setEnabled(bool enabled) {
+    m_enabled = enabled;
+    scheduleUpdate();
+}
+
+bool AboveFullScreen::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*) {
+    if (m_enabled && eventType == "xcb_generic_event_t") {
+        const auto* event = static_cast<const xcb_property_notify_event_t*>(message);
+        if ((event->response_type & 0x7F) == XCB_PROPERTY_NOTIFY &&
+            (event->atom == m_activeWindow || event->atom == m_stacking)) {
+            scheduleUpdate();
+        }
+    }
+    return false;
+}
+
+void AboveFullScreen::scheduleUpdate() {
+    if (m_activeWindow && !std::exchange(m_updateScheduled, true)) {
+        QMetaObject::invokeMethod(this, &AboveFullScreen::update, Qt::QueuedConnection);
+    }
+}
+
+void AboveFullScreen::update() {
+    m_updateScheduled = false;
+    if (!m_window.isVisible()) {
+        return;
+    }
+    if (const auto rival = m_enabled ? wantedRival() : xcb_window_t(XCB_WINDOW_NONE); rival != m_rival) {
+        standFor(rival);
+    }
+}
+
+// The full-screen window that has to be stood above now. It stays on top for as long as nothing else of its
+// screen is active.
+quint32 AboveFullScreen::wantedRival() const {
+    const auto self = idOf(m_window);
+    const auto active = x11::values(x11::rootOf(self), "_NET_ACTIVE_WINDOW");
+    const auto first = active.empty() ? xcb_window_t(XCB_WINDOW_NONE) : active.front();
+    if (first != XCB_WINDOW_NONE && first != self && first != m_rival && isFullScreen(first) &&
+        standsAbove(first, self)) {
+        return first;
+    }
+    if (m_rival == XCB_WINDOW_NONE || !isFullScreen(m_rival)) {
+        return XCB_WINDOW_NONE;
+    }
+    const bool elsewhere = first == XCB_WINDOW_NONE || first == self || first == m_rival ||
+                           !placeOf(first).intersects(placeOf(m_rival));
+    return elsewhere ? m_rival : xcb_window_t(XCB_WINDOW_NONE);
+}
+
+void AboveFullScreen::standFor(quint32 rival) {
+    auto* x = x11::connection();
+    m_rival = rival;
+    if (rival != XCB_WINDOW_NONE) {
+        xcb_change_property(x, XCB_PROP_MODE_REPLACE, idOf(m_window), XCB_ATOM_WM_TRANSIENT_FOR,
+                            XCB_ATOM_WINDOW, 32, 1, &rival);
+        QTimer::singleShot(patience, this, &AboveFullScreen::checkPlace);
+    } else {
+        xcb_delete_property(x, idOf(m_window), XCB_ATOM_WM_TRANSIENT_FOR);
+        // A window goes where its dialogs' owner goes.
+        setOnEveryDesktop(m_window);
+    }
+    xcb_flush(x);
+}
+
+void AboveFullScreen::checkPlace() const {
+    static bool isSaid = false;
+    if (m_rival != XCB_WINDOW_NONE && standsAbove(m_rival, idOf(m_window)) && !std::exchange(isSaid, true)) {
+        logLine(QStringLiteral("[Panel] This desktop keeps full-screen windows above the bar"));
+    }
+}
+
+} // namespace platform

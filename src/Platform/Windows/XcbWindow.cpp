@@ -1,0 +1,69 @@
+#include "XcbWindow.h"
+
+#include <QGuiApplication>
+#include <qguiapplication_platform.h>
+
+#include <algorithm>
+
+namespace platform::x11 {
+
+namespace {
+
+constexpr uint32_t maximumValues = 1024;
+constexpr uint32_t sourceApplication = 1;
+
+} // namespace
+
+xcb_connection_t* connection() {
+    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return x11 ? x11->connection() : nullptr;
+}
+
+xcb_atom_t atom(const char* name) {
+    auto* x = connection();
+    const Answer<xcb_intern_atom_reply_t> reply(
+        xcb_intern_atom_reply(x, xcb_intern_atom(x, 0, static_cast<uint16_t>(qstrlen(name)), name), nullptr));
+    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+}
+
+xcb_window_t rootOf(xcb_window_t window) {
+    auto* x = connection();
+    const Answer<xcb_get_geometry_reply_t> reply(
+        xcb_get_geometry_reply(x, xcb_get_geometry(x, window), nullptr));
+    return reply ? reply->root : xcb_window_t(XCB_WINDOW_NONE);
+}
+
+std::vector<uint32_t> values(xcb_window_t window, const char* property) {
+    auto* x = connection();
+    const Answer<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+        x, xcb_get_property(x, 0, window, atom(property), XCB_GET_PROPERTY_TYPE_ANY, 0, maximumValues),
+        nullptr));
+    if (!reply || reply->format != 32) {
+        return {};
+    }
+    const auto* first = static_cast<const uint32_t*>(xcb_get_property_value(reply.get()));
+    return {first, first + reply->value_len};
+}
+
+bool holds(xcb_window_t window, const char* property, uint32_t value) {
+    const auto all = values(window, property);
+    return std::find(all.begin(), all.end(), value) != all.end();
+}
+
+void tellManager(xcb_window_t window, const char* message, uint32_t first, uint32_t second) {
+    auto* x = connection();
+    xcb_client_message_event_t event{};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = window;
+    event.type = atom(message);
+    event.data.data32[0] = first;
+    event.data.data32[1] = second;
+    event.data.data32[3] = sourceApplication;
+    xcb_send_event(x, 0, rootOf(window),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                   reinterpret_cast<const char*>(&event));
+    xcb_flush(x);
+}
+
+} // namespace platform::x11
