@@ -87,7 +87,7 @@ endfunction()
 # What the thread sanitizer looks at: the tests with the label "threads".
 add_custom_target(thread-tests)
 
-# corvane_test(NAME LABEL unit|integration [threads] SOURCES ... LIBS ... [TIMEOUT s])
+# corvane_test(NAME LABEL unit|integration|desktop [threads] SOURCES ... LIBS ... [TIMEOUT s])
 function(corvane_test name)
     cmake_parse_arguments(arg "" "TIMEOUT" "LABEL;SOURCES;LIBS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})

@@ -26,7 +26,8 @@ platform::ApplicationInfo TestProgram::defaultInfo() {
                                       {"CORVANE_DEFAULT_ENDPOINT", "https://backend.lumetra.test"}});
 }
 
-TestProgram::TestProgram(Start start, const platform::ApplicationInfo& info) {
+TestProgram::TestProgram(Start start, const platform::ApplicationInfo& info,
+                         std::unique_ptr<WindowFactory> windowFactory) {
     PlatformServices services;
     services.applicationInfo = info;
     services.dataFolder = folder.path();
@@ -44,7 +45,11 @@ TestProgram::TestProgram(Start start, const platform::ApplicationInfo& info) {
     sockets = give(services.webSockets, std::make_unique<FakeWebSocketFactory>());
     audio = give(services.audio, std::make_unique<FakeAudioHost>());
     access = give(services.systemAccess, std::make_unique<FakeSystemAccess>());
-    windows = give(services.windows, std::make_unique<FakeWindowFactory>());
+    if (windowFactory) {
+        services.windows = std::move(windowFactory);
+    } else {
+        windows = give(services.windows, std::make_unique<FakeWindowFactory>());
+    }
     loginItem = give(services.loginItem, std::make_unique<FakeLoginItem>());
     services.appearance = std::make_unique<platform::Appearance>();
     services.connectivity = std::make_unique<platform::ConnectivityMonitor>();

@@ -39,8 +39,9 @@ class TestProgram {
 public:
     enum class Start { signedOut, signedIn };
 
-    explicit TestProgram(Start start = Start::signedIn,
-                         const platform::ApplicationInfo& info = defaultInfo());
+    // Without a window factory there are no windows.
+    explicit TestProgram(Start start = Start::signedIn, const platform::ApplicationInfo& info = defaultInfo(),
+                         std::unique_ptr<WindowFactory> windowFactory = {});
 
     void launch();
     // Launches, opens the socket and has the server confirm a fresh session.
