@@ -143,7 +143,7 @@ void FloatingPanelTest::theFieldTakesWhatIsTypedAndPasted() {
     Desk desk;
     // By the shortcut, from another program.
     desk.app->focusInput();
-    QVERIFY(waitUntil([&] { return desk.presenter().input()->isFocused(); }));
+    QVERIFY(waitUntil([&] { return desk.presenter().input()->isFocused() && desk.panel().isActive(); }));
     m_hands.press("x");
     QVERIFY(waitUntil([&] { return desk.interview().interviewId() == "x"; }));
     QVERIFY(goesNextDoor());
