@@ -28,7 +28,7 @@ void await(const QString& what, Condition holds) {
 
 } // namespace
 
-PrivateDisplay::PrivateDisplay(QSize size)
+PrivateDisplay::PrivateDisplay(QSize size, Manager manager)
     : m_size(size) {
     const auto file = [this](const char* name) { return m_folder.filePath(QLatin1String(name)); };
     const auto environment = QProcessEnvironment::systemEnvironment();
@@ -46,7 +46,14 @@ PrivateDisplay::PrivateDisplay(QSize size)
         m_name = isNumber ? QStringLiteral(":%1").arg(number) : QString();
         return isNumber;
     });
-    auto onDisplay = environment;
+    if (manager == Manager::openbox) {
+        startManager();
+    }
+}
+
+void PrivateDisplay::startManager() {
+    const auto file = [this](const char* name) { return m_folder.filePath(QLatin1String(name)); };
+    auto onDisplay = QProcessEnvironment::systemEnvironment();
     onDisplay.insert(QStringLiteral("DISPLAY"), m_name);
     m_windowManager.start(QStringLiteral("openbox"), {}, onDisplay, file("openbox"));
     await(QStringLiteral("No window manager: openbox did not start."), [this] {

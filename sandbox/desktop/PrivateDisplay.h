@@ -6,12 +6,16 @@
 #include <QString>
 #include <QTemporaryDir>
 
-// An X server of its own without a screen to look at, with a window manager and a compositor. Operations
-// block until it is done and throw std::runtime_error. It ends with this object, or with this process.
+// An X server of its own without a screen to look at, with a window manager and a compositor or without.
+// Operations block until it is done and throw std::runtime_error. It ends with this object, or with this
+// process.
 class PrivateDisplay {
 public:
+    // openbox comes with the compositor picom.
+    enum class Manager { openbox, none };
+
     // Needs no application object: a QGuiApplication is made after it.
-    explicit PrivateDisplay(QSize size = {1280, 900});
+    explicit PrivateDisplay(QSize size = {1280, 900}, Manager manager = Manager::openbox);
 
     // For DISPLAY, of this process and its children.
     QString name() const { return m_name; }
@@ -21,6 +25,7 @@ public:
     QString xdotool(const QStringList& arguments) const;
 
 private:
+    void startManager();
     QString run(const QString& program, const QStringList& arguments) const;
 
     const QSize m_size;
