@@ -12,7 +12,7 @@ CardSurface {
     property alias content: words.content
     property StreamedText stream: null
     readonly property bool neutral: tone === "secondary"
-    readonly property color ink: Theme.role(tone)
+    readonly property color ink: Theme[tone]
 
     signal linkActivated(string link)
 

@@ -2,7 +2,6 @@
 
 #include "Appearance.h"
 
-#include <QMetaProperty>
 #include <QQmlEngine>
 
 Theme& Theme::shared() {
@@ -30,9 +29,4 @@ void Theme::setDark(bool dark) {
     if (std::exchange(m_dark, dark) != dark) {
         Q_EMIT changed();
     }
-}
-
-QColor Theme::role(const QString& name) const {
-    const auto value = property(name.toLatin1().constData());
-    return value.typeId() == QMetaType::QColor ? value.value<QColor>() : primary();
 }

@@ -68,9 +68,6 @@ public:
     QColor shadow() const { return QColor(Qt::black); }
     QColor focus() const { return pick(0xFF3B8BFF, 0xFF6AA8FF); }
 
-    // A role by its name in the presenters' words; primary for an unknown one.
-    Q_INVOKABLE QColor role(const QString& name) const;
-
 Q_SIGNALS:
     void changed();
 
