@@ -79,6 +79,9 @@ PlatformServices servicesFor(const QJsonObject& sandbox, const QString& folder, 
     auto host = std::make_unique<FakeAudioHost>();
     audio = host.get();
     services.audio = std::move(host);
+    services.screens = std::make_unique<FakeScreenGrabber>();
+    services.clipboard = std::make_unique<FakeClipboard>();
+    services.notifications = std::make_unique<FakeNotifications>();
     services.systemAccess = std::make_unique<FakeSystemAccess>();
     return services;
 }

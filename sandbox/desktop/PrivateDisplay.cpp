@@ -74,6 +74,24 @@ void PrivateDisplay::useInThisProcess() const {
     qunsetenv("WAYLAND_DISPLAY");
 }
 
+void PrivateDisplay::splitIntoScreens(const QList<QRect>& screens) const {
+    for (qsizetype index = 0; index < screens.size(); ++index) {
+        const auto& screen = screens.at(index);
+        const auto millimetres = [](int pixels) { return pixels * 254 / 960; }; // 96 to the inch
+        const auto place = QStringLiteral("%1/%2x%3/%4+%5+%6")
+                               .arg(screen.width())
+                               .arg(millimetres(screen.width()))
+                               .arg(screen.height())
+                               .arg(millimetres(screen.height()))
+                               .arg(screen.x())
+                               .arg(screen.y());
+        // The server's one output belongs to the first.
+        const auto output = index == 0 ? QStringLiteral("screen") : QStringLiteral("none");
+        run(QStringLiteral("xrandr"),
+            {QStringLiteral("--setmonitor"), QStringLiteral("part%1").arg(index), place, output});
+    }
+}
+
 QString PrivateDisplay::run(const QString& program, const QStringList& arguments) const {
     QProcess process;
     auto environment = QProcessEnvironment::systemEnvironment();

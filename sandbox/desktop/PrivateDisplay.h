@@ -2,6 +2,8 @@
 
 #include "ChildProcess.h"
 
+#include <QList>
+#include <QRect>
 #include <QSize>
 #include <QString>
 #include <QTemporaryDir>
@@ -21,6 +23,8 @@ public:
     QString name() const { return m_name; }
     QSize size() const { return m_size; }
     void useInThisProcess() const;
+    // Several screens in place of the one, the main screen first. Before programs ask for them.
+    void splitIntoScreens(const QList<QRect>& screens) const;
     // What `xdotool` prints with these arguments.
     QString xdotool(const QStringList& arguments) const;
 

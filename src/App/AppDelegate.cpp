@@ -16,6 +16,8 @@
 #include "MachineId.h"
 #include "OverlayBarPresenter.h"
 #include "OverlayViewModel.h"
+#include "ScreenCaptureService.h"
+#include "ScreenshotConsumer.h"
 #include "SettingsViewModel.h"
 #include "SystemAudioViewModel.h"
 #include "Tasks.h"
@@ -115,10 +117,26 @@ void AppDelegate::initializeServices() {
     m_webSocketService->setApiService(m_apiService.get());
     m_webSocketService->setAuth(m_clerkAuthService.get());
     m_audioCaptureService = std::make_unique<AudioCaptureService>(*m_platform.audio, clock);
+    m_screenCaptureService = makeScreenCaptureService();
     if (m_platform.environment.contains(QLatin1String(analyticsVariable))) {
         m_analyticsService.apiKey =
             platform::Secret(m_platform.environment.value(QLatin1String(analyticsVariable)));
     }
+}
+
+std::unique_ptr<ScreenCaptureService> AppDelegate::makeScreenCaptureService() {
+    return std::make_unique<ScreenCaptureService>(
+        *m_platform.screens, *m_platform.clock,
+        ScreenCaptureService::Surroundings{
+            .mode =
+                [this] {
+                    return m_settingsViewModel ? std::optional(m_settingsViewModel->screenshotConfig().mode)
+                                               : std::nullopt;
+                },
+            .makeOverlay =
+                [this](int index, const platform::ScreenPicture& picture) {
+                    return m_platform.windows->makeSelectionOverlay(index, picture);
+                }});
 }
 
 void AppDelegate::initializeViewModels() {
@@ -152,6 +170,9 @@ void AppDelegate::initializeViewModels() {
         *m_audioCaptureService, *m_webSocketService, *m_platform.systemAccess);
     m_interviewViewModel->setSystemAudioViewModel(m_systemAudioViewModel.get());
     m_dashboardViewModel = std::make_unique<DashboardViewModel>();
+    m_screenshotConsumer = std::make_unique<ScreenshotConsumer>(
+        *m_screenCaptureService, *m_settingsViewModel, *m_completionViewModel,
+        ScreenshotConsumer::Desktop{*m_platform.clipboard, *m_platform.notifications}, clock);
 }
 
 void AppDelegate::setupFloatingPanel() {

@@ -26,6 +26,8 @@ class InterviewViewModel;
 class KeychainService;
 class OverlayBarPresenter;
 class OverlayViewModel;
+class ScreenCaptureService;
+class ScreenshotConsumer;
 class SettingsViewModel;
 class SystemAudioViewModel;
 class WebSocketService;
@@ -69,6 +71,7 @@ public:
     CorvaneAPIService& apiService() const { return *m_apiService; }
     WebSocketService& webSocketService() const { return *m_webSocketService; }
     AudioCaptureService& audioCaptureService() const { return *m_audioCaptureService; }
+    ScreenCaptureService& screenCaptureService() const { return *m_screenCaptureService; }
     SettingsViewModel& settingsViewModel() const { return *m_settingsViewModel; }
     OverlayViewModel& overlayViewModel() const { return *m_overlayViewModel; }
     DashboardViewModel& dashboardViewModel() const { return *m_dashboardViewModel; }
@@ -80,6 +83,7 @@ public:
 
 private:
     void initializeServices();
+    std::unique_ptr<ScreenCaptureService> makeScreenCaptureService();
     void initializeViewModels();
     void setupFloatingPanel();
     void buildDashboard();
@@ -104,6 +108,7 @@ private:
     std::unique_ptr<CorvaneAPIService> m_apiService;
     std::unique_ptr<WebSocketService> m_webSocketService;
     std::unique_ptr<AudioCaptureService> m_audioCaptureService;
+    std::unique_ptr<ScreenCaptureService> m_screenCaptureService;
     AnalyticsService m_analyticsService;
 
     std::unique_ptr<SettingsViewModel> m_settingsViewModel;
@@ -113,6 +118,7 @@ private:
     std::unique_ptr<InterviewViewModel> m_interviewViewModel;
     std::unique_ptr<OverlayViewModel> m_overlayViewModel;
     std::unique_ptr<DashboardViewModel> m_dashboardViewModel;
+    std::unique_ptr<ScreenshotConsumer> m_screenshotConsumer;
 
     std::unique_ptr<OverlayBarPresenter> m_overlayBarPresenter;
     std::unique_ptr<PanelWindow> m_floatingPanel;

@@ -29,6 +29,10 @@ PlatformServices PlatformServices::ofThisDesktop() {
     services.loginItem = platform::makeAutostartEntry(
         configuration + QStringLiteral("/autostart"), QStringLiteral("com.corvane.Lumetra"),
         QStringLiteral("Corvane Lumetra"), QCoreApplication::applicationFilePath());
+    services.screens = platform::makeScreenGrabber();
+    services.clipboard = platform::makeDesktopClipboard();
+    services.notifications = platform::makeDesktopNotifications(QStringLiteral("Corvane Lumetra"),
+                                                                QStringLiteral("com.corvane.Lumetra"));
     services.windows = makeWindowFactory();
     return services;
 }

@@ -3,11 +3,14 @@
 #include "Appearance.h"
 #include "ApplicationInfo.h"
 #include "AudioHost.h"
+#include "Clipboard.h"
 #include "Clock.h"
 #include "ConnectivityMonitor.h"
 #include "DefaultsStore.h"
 #include "HttpClient.h"
 #include "LoginItem.h"
+#include "Notifications.h"
+#include "ScreenGrabber.h"
 #include "SecretStore.h"
 #include "SystemAccess.h"
 #include "WebSocketTask.h"
@@ -35,6 +38,9 @@ struct PlatformServices {
     std::unique_ptr<platform::SystemAccess> systemAccess;
     std::unique_ptr<platform::Appearance> appearance;
     std::unique_ptr<platform::LoginItem> loginItem;
+    std::unique_ptr<platform::ScreenGrabber> screens;
+    std::unique_ptr<platform::Clipboard> clipboard;
+    std::unique_ptr<platform::Notifications> notifications;
     std::unique_ptr<WindowFactory> windows;
 
     // The real desktop, with the user's own folders.

@@ -2,6 +2,9 @@
 
 #include "DashboardWindowController.h"
 #include "FloatingPanel.h"
+#include "SelectionOverlayWindow.h"
+
+#include <QGuiApplication>
 
 namespace {
 
@@ -13,6 +16,11 @@ public:
     std::unique_ptr<DashboardWindow> makeDashboard(DashboardPresenter& presenter,
                                                    platform::DefaultsStore& defaults) override {
         return std::make_unique<DashboardWindowController>(presenter, defaults);
+    }
+    std::unique_ptr<SelectionOverlay> makeSelectionOverlay(int screenIndex,
+                                                           const platform::ScreenPicture& picture) override {
+        auto* screen = QGuiApplication::screens().value(screenIndex);
+        return screen ? std::make_unique<SelectionOverlayWindow>(*screen, picture) : nullptr;
     }
 };
 

@@ -2,6 +2,7 @@
 
 #include "DashboardWindow.h"
 #include "PanelWindow.h"
+#include "SelectionOverlay.h"
 
 #include <memory>
 
@@ -10,7 +11,8 @@ class OverlayBarPresenter;
 
 namespace platform {
 class DefaultsStore;
-}
+struct ScreenPicture;
+} // namespace platform
 
 // Makes the program's windows; a test makes its own.
 class WindowFactory {
@@ -21,6 +23,9 @@ public:
     virtual std::unique_ptr<PanelWindow> makeFloatingPanel(OverlayBarPresenter& presenter) = 0;
     virtual std::unique_ptr<DashboardWindow> makeDashboard(DashboardPresenter& presenter,
                                                            platform::DefaultsStore& defaults) = 0;
+    // Over the screen with that place in QGuiApplication::screens(); null when it is gone.
+    virtual std::unique_ptr<SelectionOverlay>
+    makeSelectionOverlay(int screenIndex, const platform::ScreenPicture& picture) = 0;
 };
 
 // Real windows of this desktop. Needs a QGuiApplication.

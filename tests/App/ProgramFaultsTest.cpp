@@ -43,6 +43,9 @@ public:
         services.audio = std::make_unique<FakeAudioHost>();
         services.systemAccess = std::make_unique<FakeSystemAccess>();
         services.windows = std::make_unique<FakeWindowFactory>();
+        services.screens = std::make_unique<FakeScreenGrabber>();
+        services.clipboard = std::make_unique<FakeClipboard>();
+        services.notifications = std::make_unique<FakeNotifications>();
         services.loginItem = std::make_unique<FakeLoginItem>();
         services.appearance = std::make_unique<platform::Appearance>();
         app = std::make_unique<AppDelegate>(std::move(services));

@@ -34,6 +34,12 @@ public:
     bool visible = false;
 };
 
+class FakeSelectionOverlay : public SelectionOverlay {
+public:
+    void orderFrontRegardless() override {}
+    void orderOut() override {}
+};
+
 class FakeWindowFactory : public WindowFactory {
 public:
     std::unique_ptr<PanelWindow> makeFloatingPanel(OverlayBarPresenter&) override {
@@ -45,6 +51,10 @@ public:
         auto made = std::make_unique<FakeDashboard>();
         dashboard = made.get();
         return made;
+    }
+
+    std::unique_ptr<SelectionOverlay> makeSelectionOverlay(int, const platform::ScreenPicture&) override {
+        return std::make_unique<FakeSelectionOverlay>();
     }
 
     // Of the program that was launched last.

@@ -51,6 +51,9 @@ TestProgram::TestProgram(Start start, const platform::ApplicationInfo& info,
         windows = give(services.windows, std::make_unique<FakeWindowFactory>());
     }
     loginItem = give(services.loginItem, std::make_unique<FakeLoginItem>());
+    screens = give(services.screens, std::make_unique<FakeScreenGrabber>());
+    clipboard = give(services.clipboard, std::make_unique<FakeClipboard>());
+    notifications = give(services.notifications, std::make_unique<FakeNotifications>());
     services.appearance = std::make_unique<platform::Appearance>();
     services.connectivity = std::make_unique<platform::ConnectivityMonitor>();
 

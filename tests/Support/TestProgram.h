@@ -7,6 +7,7 @@
 #include "FakeClock.h"
 #include "FakeDesktop.h"
 #include "FakeHttpClient.h"
+#include "FakeScreens.h"
 #include "FakeWebSocket.h"
 #include "FakeWindowFactory.h"
 #include "InterviewViewModel.h"
@@ -81,5 +82,8 @@ public:
     platform::DefaultsStore* defaults = nullptr;
     FakeWindowFactory* windows = nullptr;
     FakeLoginItem* loginItem = nullptr;
+    FakeScreenGrabber* screens = nullptr;
+    FakeClipboard* clipboard = nullptr;
+    FakeNotifications* notifications = nullptr;
     std::unique_ptr<AppDelegate> app;
 };

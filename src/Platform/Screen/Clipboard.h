@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QByteArray>
+
+#include <memory>
+
+namespace platform {
+
+// The clipboard of the desktop. Main thread.
+class Clipboard {
+public:
+    virtual ~Clipboard() = default;
+
+    // There to be pasted for as long as this process runs, or a clipboard manager keeps it.
+    virtual void setPicture(const QByteArray& png) = 0;
+};
+
+// Needs a QGuiApplication when it is used.
+std::unique_ptr<Clipboard> makeDesktopClipboard();
+
+} // namespace platform

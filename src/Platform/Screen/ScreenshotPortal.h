@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QCoroTask>
+#include <QImage>
+
+namespace platform {
+
+// Pictures of the whole desktop by org.freedesktop.portal.Screenshot. Main thread.
+class ScreenshotPortal {
+public:
+    // Waits for as long as the desktop asks its user. Throws ScreenGrabError.
+    QCoro::Task<QImage> takePicture();
+
+private:
+    int m_requests = 0;
+};
+
+} // namespace platform

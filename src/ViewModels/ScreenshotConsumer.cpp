@@ -1,0 +1,62 @@
+#include "ScreenshotConsumer.h"
+
+#include "Clipboard.h"
+#include "Clock.h"
+#include "CompletionViewModel.h"
+#include "Notifications.h"
+#include "ScreenCaptureService.h"
+#include "SettingsViewModel.h"
+
+#include <QDateTime>
+#include <QUuid>
+
+namespace {
+
+AttachedFile fileOf(const QByteArray& png, qint64 now) {
+    const auto time = QDateTime::fromMSecsSinceEpoch(now).toString(QStringLiteral("yyyy-MM-dd-HHmmss"));
+    return {.id = QUuid::createUuid().toString(QUuid::WithoutBraces),
+            .name = QStringLiteral("screenshot-%1.png").arg(time),
+            .type = QStringLiteral("image/png"),
+            .base64 = QString::fromLatin1(png.toBase64()),
+            .size = png.size()};
+}
+
+} // namespace
+
+ScreenshotConsumer::ScreenshotConsumer(ScreenCaptureService& screenCapture, const SettingsViewModel& settings,
+                                       CompletionViewModel& completion, Desktop desktop,
+                                       const platform::Clock& clock)
+    : m_settings(settings)
+    , m_completion(completion)
+    , m_desktop(desktop)
+    , m_clock(clock) {
+    connect(&screenCapture, &ScreenCaptureService::screenshotCaptured, this, &ScreenshotConsumer::take);
+    connect(&screenCapture, &ScreenCaptureService::selectionCaptured, this, &ScreenshotConsumer::take);
+    connect(&screenCapture, &ScreenCaptureService::captureFailed, this, [this](const QString& reason) {
+        m_desktop.notifications.show(QStringLiteral("No screenshot was taken"), reason);
+    });
+}
+
+void ScreenshotConsumer::take(const QByteArray& png) {
+    if (m_settings.screenshotConfig().enabled) {
+        submit(png);
+        // Only the words of a message travel.
+        m_desktop.notifications.show(QStringLiteral("Screenshot added to the chat"),
+                                     QStringLiteral("The assistant has been asked in words. The picture "
+                                                    "stays with the message on this computer."));
+    } else {
+        m_desktop.clipboard.setPicture(png);
+        m_desktop.notifications.show(QStringLiteral("Screenshot copied"),
+                                     QStringLiteral("It is on the clipboard, ready to be pasted."));
+    }
+}
+
+void ScreenshotConsumer::submit(const QByteArray& png) {
+    const auto typed = m_completion.input();
+    auto files = m_completion.attachedFiles();
+    files.append(fileOf(png, m_clock.nowMilliseconds()));
+    m_completion.setAttachedFiles(std::move(files));
+    m_completion.setInput(m_settings.screenshotConfig().autoPrompt);
+    m_completion.submit();
+    m_completion.setInput(typed);
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "SelectionOverlay.h"
+#include "SelectionView.h"
+
+#include <QRasterWindow>
+
+#include <memory>
+
+namespace platform {
+class KeyboardLoan;
+}
+
+// The window of a selection on one screen: as large as the screen, above everything, on every workspace. It
+// takes the keyboard once it has been clicked, and gives it back when it goes.
+class SelectionOverlayWindow : public QRasterWindow, public SelectionOverlay {
+    Q_OBJECT
+
+public:
+    SelectionOverlayWindow(QScreen& screen, const platform::ScreenPicture& picture);
+    ~SelectionOverlayWindow() override;
+
+    int screenIndex() const { return m_screenIndex; }
+    const SelectionView& selectionView() const { return m_selectionView; }
+
+    void orderFrontRegardless() override;
+    void orderOut() override;
+    QAccessibleInterface* accessibleRoot() const override;
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    const int m_screenIndex;
+    SelectionView m_selectionView;
+    std::unique_ptr<platform::KeyboardLoan> m_keyboard;
+};

@@ -1,0 +1,182 @@
+#include "DatabaseService.h"
+#include "Rows.h"
+#include "ScreenCaptureService.h"
+#include "SettingsViewModel.h"
+#include "TestProgram.h"
+
+#include <QSignalSpy>
+
+namespace {
+
+QRgb colorAt(int screen, int x, int y) {
+    return qRgb(x % 256, y % 256, 64 * screen + x / 256 + 4 * (y / 256));
+}
+
+// Every pixel of every screen has its own colour.
+platform::ScreenPicture screenPicture(int screen, QSize points, double scale) {
+    QImage image(points * scale, QImage::Format_RGB32);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            image.setPixel(x, y, colorAt(screen, x, y));
+        }
+    }
+    return {image, points};
+}
+
+struct Desk : TestProgram {
+    explicit Desk(ScreenshotConfig config = {}, double scale = 1) {
+        launchToSession();
+        app->settingsViewModel().setScreenshotConfig(config);
+        screens->pictures = {screenPicture(0, {300, 200}, scale), screenPicture(1, {200, 400}, scale)};
+    }
+    ScreenCaptureService& service() { return app->screenCaptureService(); }
+    size_t dimmedScreens() { return service().overlayWindows().size(); }
+    void select(const QRectF& rect, int screen) {
+        service().overlayWindows().front()->onSelectionComplete(rect, screen);
+    }
+};
+
+} // namespace
+
+class ScreenCaptureTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    // The colour in the picture's corners is that of the screen's pixels there.
+    void thePictureIsWhatWasSelected_data() {
+        const auto row = rows<double, int, QRectF, QSize, QRect>();
+        row("1x", 1, 0, {10, 20, 100, 50}, {200, 100}, {10, 20, 100, 50});
+        row("2x", 2, 0, {10, 20, 100, 50}, {200, 100}, {20, 40, 200, 100});
+        row("3x", 3, 1, {10, 20, 100, 50}, {200, 100}, {});
+        row("second screen", 1, 1, {10, 300, 6, 6}, {12, 12}, {10, 300, 6, 6});
+        row("halves", 2, 0, {0.5, 0.5, 100.5, 50.5}, {200, 100}, {1, 1, 200, 100});
+        row("beyond the top left corner", 1, 0, {-30, -20, 50, 40}, {40, 40}, {0, 0, 20, 20});
+        row("beyond the bottom right corner", 2, 1, {190, 390, 50, 40}, {20, 20}, {380, 780, 20, 20});
+        row("the whole screen", 2, 1, {0, 0, 200, 400}, {400, 800}, {0, 0, 400, 800});
+    }
+
+    void thePictureIsWhatWasSelected() {
+        const auto [scale, screen, rect, size, pixels] = currentRow<double, int, QRectF, QSize, QRect>();
+        Desk desk({}, scale);
+        QSignalSpy captured(&desk.service(), &ScreenCaptureService::selectionCaptured);
+        desk.service().triggerScreenshot();
+        QCOMPARE(desk.dimmedScreens(), size_t(2));
+        desk.select(rect, screen);
+        QVERIFY(waitUntil([&] { return !captured.isEmpty(); }));
+        const auto picture = QImage::fromData(captured.first().first().toByteArray());
+        QCOMPARE(picture.size(), size);
+        if (pixels.isValid()) {
+            QCOMPARE(picture.pixel(0, 0), colorAt(screen, pixels.left(), pixels.top()));
+            QCOMPARE(picture.pixel(size.width() - 1, size.height() - 1),
+                     colorAt(screen, pixels.right(), pixels.bottom()));
+        }
+        QCOMPARE(desk.dimmedScreens(), size_t(0));
+    }
+
+    void aSelectionEndsOnce() {
+        Desk desk;
+        auto& service = desk.service();
+        QSignalSpy captured(&service, &ScreenCaptureService::selectionCaptured);
+        QSignalSpy cancelled(&service, &ScreenCaptureService::captureCancelled);
+        service.triggerScreenshot();
+        // No such screen: the selection goes on.
+        desk.select({0, 0, 10, 10}, 2);
+        QCOMPARE(desk.dimmedScreens(), size_t(2));
+        desk.select({0, 0, 10, 10}, 0);
+        desk.select({0, 0, 20, 20}, 1);
+        QVERIFY(waitUntil([&] { return desk.dimmedScreens() == 0; }));
+        QCOMPARE(captured.size(), 1);
+        QCOMPARE(cancelled.size(), 0);
+
+        // Cancelled while the picture is being made. Its own window ends with its own event.
+        desk.clock->advance(std::chrono::seconds(1));
+        service.triggerScreenshot();
+        QCOMPARE(desk.dimmedScreens(), size_t(2));
+        desk.select({0, 0, 10, 10}, 0);
+        service.overlayWindows().back()->onCancel();
+        QCOMPARE(desk.dimmedScreens(), size_t(0));
+        QTest::qWait(50);
+        QCOMPARE(captured.size(), 1);
+        QCOMPARE(cancelled.size(), 1);
+    }
+
+    void aSecondTriggerStartsAnewOnceTheScreensAreDrawn() {
+        Desk desk;
+        auto& service = desk.service();
+        service.triggerScreenshot();
+        service.triggerScreenshot();
+        QCOMPARE(desk.dimmedScreens(), size_t(0));
+        // A third, in the meantime.
+        service.triggerScreenshot();
+        QCOMPARE(desk.screens->grabs, 1);
+        desk.clock->advance(std::chrono::milliseconds(250));
+        desk.settle();
+        QCOMPARE(desk.dimmedScreens(), size_t(2));
+        // A picture that was finished is not lost to the next selection.
+        QSignalSpy captured(&service, &ScreenCaptureService::selectionCaptured);
+        desk.select({0, 0, 10, 10}, 0);
+        service.triggerScreenshot();
+        desk.clock->advance(std::chrono::milliseconds(250));
+        QVERIFY(waitUntil([&] { return captured.size() == 1; }));
+        QCOMPARE(desk.dimmedScreens(), size_t(2));
+    }
+
+    void theModeAutoTakesTheFirstScreenAsItIs() {
+        Desk desk({.mode = ScreenshotMode::auto_}, 2);
+        QSignalSpy captured(&desk.service(), &ScreenCaptureService::screenshotCaptured);
+        desk.service().triggerScreenshot();
+        QVERIFY(waitUntil([&] { return captured.size() == 1; }));
+        QCOMPARE(QImage::fromData(captured.first().first().toByteArray()),
+                 desk.screens->pictures.first().image);
+        QCOMPARE(desk.dimmedScreens(), size_t(0));
+    }
+
+    void thePictureGoesWithThePromptOrToTheClipboard() {
+        Desk desk({.mode = ScreenshotMode::auto_, .autoPrompt = "What is this?"});
+        QByteArray png;
+        connect(&desk.service(), &ScreenCaptureService::screenshotCaptured, this,
+                [&](const QByteArray& data) { png = data; });
+        desk.completion().setInput("half a sentence");
+        desk.service().triggerScreenshot();
+        QVERIFY(waitUntil([&] { return desk.notifications->shown.size() == 1; }));
+        QVERIFY(desk.notifications->shown.last().startsWith("Screenshot added to the chat"));
+        QCOMPARE(desk.completion().input(), "half a sentence");
+        const auto message =
+            desk.app->databaseService().getMessages(*desk.completion().currentConversationId()).first();
+        QCOMPARE(message.content, "What is this?");
+        const auto files = message.decodedAttachments();
+        QCOMPARE(files.size(), 1);
+        QCOMPARE(files.first().type, "image/png");
+        QCOMPARE(QByteArray::fromBase64(files.first().base64.toLatin1()), png);
+        QCOMPARE(files.first().size, png.size());
+        QVERIFY(desk.clipboard->picture.isEmpty());
+
+        desk.app->settingsViewModel().setScreenshotConfig({.mode = ScreenshotMode::auto_, .enabled = false});
+        desk.service().triggerScreenshot();
+        QVERIFY(waitUntil([&] { return desk.notifications->shown.size() == 2; }));
+        QVERIFY(desk.notifications->shown.last().startsWith("Screenshot copied"));
+        QCOMPARE(desk.clipboard->picture, png);
+        QCOMPARE(desk.app->databaseService().getMessageCount(*desk.completion().currentConversationId()), 1);
+    }
+
+    void aFailureIsLoggedAndShown_data() {
+        const auto row = rows<bool, bool, QString>();
+        row("whole, refused", true, false, "Not allowed");
+        row("region, refused", false, false, "Not allowed");
+        row("whole, no display", true, true, "No display found");
+    }
+
+    void aFailureIsLoggedAndShown() {
+        const auto [whole, noDisplay, text] = currentRow<bool, bool, QString>();
+        Desk desk({.mode = whole ? ScreenshotMode::auto_ : ScreenshotMode::manual});
+        desk.screens->error = noDisplay ? "" : "Not allowed";
+        desk.screens->pictures.clear();
+        desk.service().triggerScreenshot();
+        QCOMPARE(desk.notifications->shown, QStringList("No screenshot was taken: " + text));
+        QVERIFY(desk.log.standardOutputLines().contains("[ScreenCapture] Error: " + text));
+        QCOMPARE(desk.dimmedScreens(), size_t(0));
+    }
+};
+
+QTEST_GUILESS_MAIN(ScreenCaptureTest)
+#include "ScreenCaptureTest.moc"
