@@ -1,0 +1,227 @@
+#include "Clipboard.h"
+#include "Neighbour.h"
+#include "PrivateDisplay.h"
+#include "Rows.h"
+#include "ScreenCaptureService.h"
+#include "SelectionOverlayWindow.h"
+#include "SystemClock.h"
+#include "UserHands.h"
+#include "WaitFor.h"
+#include "WindowFactory.h"
+
+#include <QAccessible>
+#include <QClipboard>
+#include <QCryptographicHash>
+#include <QMimeData>
+#include <QPainter>
+#include <QPixmap>
+#include <QRandomGenerator>
+#include <QScreen>
+#include <QSignalSpy>
+
+namespace {
+
+// The main screen to the right of the second and lower, with a gap in between; in pixels of the display.
+const QList<QRect> screens{{580, 120, 700, 600}, {0, 0, 560, 900}};
+
+// Another program's window over all screens, each pixel in a colour of its own.
+class PatternWindow : public QRasterWindow {
+public:
+    static QRgb colorAt(int x, int y) { return qRgb(x % 256, y % 256, x / 256 + 16 * (y / 256)); }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QImage image(size(), QImage::Format_RGB32);
+        for (int y = 0; y < height(); ++y) {
+            for (int x = 0; x < width(); ++x) {
+                image.setPixel(x, y, colorAt(x, y));
+            }
+        }
+        QPainter(this).drawImage(0, 0, image);
+    }
+};
+
+int showPattern(int argc, char* argv[]) {
+    qputenv("QT_SCALE_FACTOR", "1");
+    const QGuiApplication application(argc, argv);
+    PatternWindow window;
+    window.setFlags(Qt::BypassWindowManagerHint);
+    window.setGeometry(0, 0, 1280, 900);
+    window.show();
+    return QGuiApplication::exec();
+}
+
+QByteArray hashOf(const QByteArray& data) {
+    return QCryptographicHash::hash(data, QCryptographicHash::Sha1).toHex();
+}
+
+// Another program that pastes.
+int paste(int argc, char* argv[]) {
+    const QGuiApplication application(argc, argv);
+    std::puts(hashOf(QGuiApplication::clipboard()->mimeData()->data("image/png")).constData());
+    return 0;
+}
+
+QColor seenAt(QScreen* screen, QPoint pixel) {
+    return screen->grabWindow(0).toImage().pixelColor(pixel);
+}
+
+} // namespace
+
+class SelectionOverlayTest : public QObject {
+    Q_OBJECT
+
+public:
+    explicit SelectionOverlayTest(const PrivateDisplay& display)
+        : m_hands(display) {}
+
+private:
+    SelectionOverlayWindow& overlay(int screen) {
+        return dynamic_cast<SelectionOverlayWindow&>(*m_service.overlayWindows().at(size_t(screen)));
+    }
+    bool opens() {
+        m_service.triggerScreenshot();
+        return waitUntil([&] {
+            return m_service.overlayWindows().size() == 2 && overlay(0).isExposed() && overlay(1).isExposed();
+        });
+    }
+    void drag(int screen, QPoint from, QPoint to) {
+        const auto& view = overlay(screen).selectionView();
+        m_hands.hold(screens.at(screen).topLeft() + from);
+        waitUntil([&] { return view.startPoint().has_value(); });
+        m_hands.moveTo(screens.at(screen).topLeft() + (from + to) / 2);
+        m_hands.moveTo(screens.at(screen).topLeft() + to);
+        m_hands.letGo();
+    }
+    bool isOver() const { return m_service.overlayWindows().empty(); }
+
+    const UserHands m_hands;
+    const double m_scale = qGuiApp->devicePixelRatio();
+    Neighbour m_neighbour;
+    QTemporaryDir m_folder;
+    ChildProcess m_pattern;
+    const std::unique_ptr<platform::ScreenGrabber> m_grabber = platform::makeScreenGrabber();
+    platform::SystemClock m_clock;
+    const std::unique_ptr<WindowFactory> m_windows = makeWindowFactory();
+    ScreenCaptureService m_service{*m_grabber,
+                                   m_clock,
+                                   {.mode = [] { return std::nullopt; },
+                                    .makeOverlay =
+                                        [this](int screen, const platform::ScreenPicture& picture) {
+                                            return m_windows->makeSelectionOverlay(screen, picture);
+                                        }}};
+
+private Q_SLOTS:
+    void initTestCase() {
+        QCOMPARE(QGuiApplication::screens().size(), 2);
+        m_neighbour.start();
+        m_pattern.start(QCoreApplication::applicationFilePath(), {"pattern"},
+                        QProcessEnvironment::systemEnvironment(), m_folder.filePath("pattern"));
+        QVERIFY(waitUntil([] {
+            return seenAt(QGuiApplication::primaryScreen(), {9, 9}).rgb() ==
+                   PatternWindow::colorAt(screens[0].x() + 9, screens[0].y() + 9);
+        }));
+    }
+
+    void thePictureHasWhatWasDraggedOver_data() {
+        const auto row = rows<int, QPoint, QPoint, QRect>();
+        row("main screen, down right", 0, {100, 80}, {160, 120}, {100, 80, 60, 40});
+        row("main screen, up left", 0, {160, 120}, {100, 80}, {100, 80, 60, 40});
+        row("second screen, up right", 1, {20, 898}, {100, 800}, {20, 800, 80, 98});
+        row("second screen, down left", 1, {540, 4}, {500, 64}, {500, 4, 40, 60});
+        row("on to another screen", 0, {20, 100}, {-60, 160}, {0, 100, 20, 60});
+    }
+
+    void thePictureHasWhatWasDraggedOver() {
+        const auto [screen, from, to, part] = currentRow<int, QPoint, QPoint, QRect>();
+        QSignalSpy captured(&m_service, &ScreenCaptureService::selectionCaptured);
+        // Started anew at once: the first dimming is not in the picture.
+        QVERIFY(opens());
+        QVERIFY(opens());
+        drag(screen, from, to);
+        QVERIFY(waitUntil([&] { return isOver(); }));
+        const auto picture = QImage::fromData(captured.first().first().toByteArray());
+        QCOMPARE(picture.size(), part.size() * 2 / m_scale);
+        const auto corner = screens.at(screen).topLeft() + part.topLeft();
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                const auto place = corner + QPoint(int(x * m_scale / 2), int(y * m_scale / 2));
+                QCOMPARE(picture.pixel(x, y), PatternWindow::colorAt(place.x(), place.y()));
+            }
+        }
+    }
+
+    void smallRectanglesLeaveTheScreensDimmed() {
+        QVERIFY(opens());
+        for (int screen = 0; screen < 2; ++screen) {
+            QCOMPARE(overlay(screen).geometry(), QGuiApplication::screens().at(screen)->geometry());
+            const auto shown = PatternWindow::colorAt(screens[screen].x() + 50, screens[screen].y() + 50);
+            QVERIFY(waitUntil([&] {
+                const auto seen = seenAt(QGuiApplication::screens().at(screen), {50, 50});
+                return qAbs(seen.red() - 0.7 * qRed(shown)) <= 2 &&
+                       qAbs(seen.green() - 0.7 * qGreen(shown)) <= 2;
+            }));
+        }
+        for (const QPoint points : {QPoint(5, 100), QPoint(100, 5), QPoint(0, 0)}) {
+            drag(1, {100, 100}, QPoint(100, 100) + points * m_scale);
+            QVERIFY(waitUntil([&] { return !overlay(1).selectionView().startPoint(); }));
+            QVERIFY(!overlay(1).selectionView().currentRect() && !isOver());
+        }
+        drag(1, {100, 100}, QPoint(100, 100) + QPoint(6, 6) * m_scale);
+        QVERIFY(waitUntil([&] { return isOver(); }));
+    }
+
+    void escapeCancelsOnceAWindowHasBeenClicked() {
+        QSignalSpy cancelled(&m_service, &ScreenCaptureService::captureCancelled);
+        QVERIFY(opens());
+        QVERIFY(overlay(1).accessibleRoot()->text(QAccessible::Name).contains("Escape"));
+        m_hands.type("a");
+        QVERIFY(waitUntil([&] { return m_neighbour.count("key a") == 1; }));
+        m_hands.clickAt(screens[1].center());
+        QVERIFY(waitUntil([&] { return overlay(1).isActive(); }));
+        m_hands.type("x");
+        QTest::qWait(100);
+        QVERIFY(!isOver());
+        m_hands.press("Escape");
+        QVERIFY(waitUntil([&] { return cancelled.size() == 1; }));
+        QVERIFY(isOver());
+        m_hands.type("a");
+        QVERIFY(waitUntil([&] { return m_neighbour.count("key a") == 2; }));
+    }
+
+    void anotherProgramPastesAPictureOfMegabytes() {
+        QByteArray png(3'000'000, 0);
+        QRandomGenerator::global()->generate(png.begin(), png.end());
+        const auto clipboard = platform::makeDesktopClipboard();
+        clipboard->setPicture(png);
+        ChildProcess other;
+        other.start(QCoreApplication::applicationFilePath(), {"paste"},
+                    QProcessEnvironment::systemEnvironment(), m_folder.filePath("pasted"));
+        QVERIFY(waitUntil([&] { return !other.isRunning(); }));
+        QFile pasted(m_folder.filePath("pasted"));
+        QVERIFY(pasted.open(QIODevice::ReadOnly) && pasted.readAll().contains(hashOf(png)));
+    }
+};
+
+int main(int argc, char* argv[]) {
+    const QByteArray role(argc > 1 ? argv[1] : "");
+    if (role == Neighbour::argument) {
+        return Neighbour::run(argc, argv);
+    }
+    if (role == "pattern") {
+        return showPattern(argc, argv);
+    }
+    if (role == "paste") {
+        return paste(argc, argv);
+    }
+    const PrivateDisplay display;
+    display.splitIntoScreens(screens);
+    display.useInThisProcess();
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    const QGuiApplication application(argc, argv);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    SelectionOverlayTest test(display);
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "SelectionOverlayTest.moc"
