@@ -73,7 +73,8 @@ class SelectionOverlayTest : public QObject {
 
 public:
     explicit SelectionOverlayTest(const PrivateDisplay& display)
-        : m_hands(display) {}
+        : m_display(display)
+        , m_hands(display) {}
 
 private:
     SelectionOverlayWindow& overlay(int screen) {
@@ -95,6 +96,7 @@ private:
     }
     bool isOver() const { return m_service.overlayWindows().empty(); }
 
+    const PrivateDisplay& m_display;
     const UserHands m_hands;
     const double m_scale = qGuiApp->devicePixelRatio();
     Neighbour m_neighbour;
@@ -115,6 +117,9 @@ private Q_SLOTS:
     void initTestCase() {
         QCOMPARE(QGuiApplication::screens().size(), 2);
         m_neighbour.start();
+        const auto neighbour =
+            m_display.xdotool({"search", "--sync", "--onlyvisible", "--name", Neighbour::argument});
+        m_display.xdotool({"windowfocus", "--sync", neighbour});
         m_pattern.start(QCoreApplication::applicationFilePath(), {"pattern"},
                         QProcessEnvironment::systemEnvironment(), m_folder.filePath("pattern"));
         QVERIFY(waitUntil([] {
@@ -214,7 +219,10 @@ int main(int argc, char* argv[]) {
     if (role == "paste") {
         return paste(argc, argv);
     }
-    const PrivateDisplay display;
+    // Twice the resolution is tried without a window manager and a compositor.
+    const bool isPlain = qEnvironmentVariableIntValue("QT_SCALE_FACTOR") == 2;
+    const PrivateDisplay display({1280, 900},
+                                 isPlain ? PrivateDisplay::Manager::none : PrivateDisplay::Manager::openbox);
     display.splitIntoScreens(screens);
     display.useInThisProcess();
     qputenv("QT_QPA_PLATFORM", "xcb");
