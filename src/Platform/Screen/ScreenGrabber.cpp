@@ -4,6 +4,7 @@
 
 #include <QGuiApplication>
 #include <QPixmap>
+#include <QRect>
 #include <QScreen>
 
 namespace platform {
@@ -31,6 +32,27 @@ ScreenPicture grab(QScreen& screen) {
 QRect placeOf(const QScreen& screen) {
     const auto points = screen.geometry();
     return isX11() ? QRect(points.topLeft(), points.size() * screen.devicePixelRatio()) : points;
+}
+
+// The parts of a picture of the whole desktop that show the screens, whose places are in any one unit.
+QList<QImage> cutIntoScreens(const QImage& desktop, const QList<QRect>& screens) {
+    QRect all;
+    for (const auto& screen : screens) {
+        all |= screen;
+    }
+    QList<QImage> parts;
+    for (const auto& screen : screens) {
+        const auto across = [&](int x) {
+            return qRound(1.0 * (x - all.x()) * desktop.width() / all.width());
+        };
+        const auto down = [&](int y) {
+            return qRound(1.0 * (y - all.y()) * desktop.height() / all.height());
+        };
+        const QPoint corner(across(screen.x()), down(screen.y()));
+        const QPoint end(across(screen.x() + screen.width()), down(screen.y() + screen.height()));
+        parts.append(desktop.copy(QRect(corner, end - QPoint(1, 1))));
+    }
+    return parts;
 }
 
 class DesktopScreenGrabber : public ScreenGrabber {
@@ -65,26 +87,6 @@ private:
 
 std::unique_ptr<ScreenGrabber> makeScreenGrabber() {
     return std::make_unique<DesktopScreenGrabber>();
-}
-
-QList<QImage> cutIntoScreens(const QImage& desktop, const QList<QRect>& screens) {
-    QRect all;
-    for (const auto& screen : screens) {
-        all |= screen;
-    }
-    QList<QImage> parts;
-    for (const auto& screen : screens) {
-        const auto across = [&](int x) {
-            return qRound(1.0 * (x - all.x()) * desktop.width() / all.width());
-        };
-        const auto down = [&](int y) {
-            return qRound(1.0 * (y - all.y()) * desktop.height() / all.height());
-        };
-        const QPoint corner(across(screen.x()), down(screen.y()));
-        const QPoint end(across(screen.x() + screen.width()), down(screen.y() + screen.height()));
-        parts.append(desktop.copy(QRect(corner, end - QPoint(1, 1))));
-    }
-    return parts;
 }
 
 } // namespace platform

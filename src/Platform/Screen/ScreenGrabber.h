@@ -3,7 +3,6 @@
 #include <QCoroTask>
 #include <QImage>
 #include <QList>
-#include <QRect>
 #include <QSize>
 
 #include <memory>
@@ -37,8 +36,5 @@ public:
 // X11 is read from the server. A Wayland desktop keeps its screens from programs, from those on XWayland too:
 // there the screenshot portal is asked, which may ask the user.
 std::unique_ptr<ScreenGrabber> makeScreenGrabber();
-
-// The parts of a picture of the whole desktop that show the screens, whose places are in any one unit.
-QList<QImage> cutIntoScreens(const QImage& desktop, const QList<QRect>& screens);
 
 } // namespace platform
