@@ -1,5 +1,6 @@
 #include "LogCapture.h"
 #include "Notifications.h"
+#include "Pattern.h"
 #include "PrivateSession.h"
 #include "Rows.h"
 #include "ScreenGrabber.h"
@@ -106,12 +107,7 @@ private Q_SLOTS:
         m_portal.leaves = leaves;
         m_portal.file = m_session.folder() + "/shot of all.png";
         // Twice as many pixels as the screens have points.
-        QImage desktop(1000, 400, QImage::Format_RGB32);
-        for (int x = 0; x < desktop.width(); ++x) {
-            for (int y = 0; y < desktop.height(); ++y) {
-                desktop.setPixel(x, y, qRgb(x % 256, y % 256, x / 256));
-            }
-        }
+        const auto desktop = patternImage({0, 0, 1000, 400});
         QVERIFY(!hasFile || desktop.save(m_portal.file));
 
         const auto grabber = platform::makeScreenGrabber();
