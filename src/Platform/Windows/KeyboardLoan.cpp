@@ -4,9 +4,21 @@
 
 #include <QWindow>
 
+#include <map>
+
 namespace platform {
 
 namespace {
+
+// From a borrower to the window that lent: one borrower may take the keyboard from another.
+std::map<xcb_window_t, xcb_window_t>& loans() {
+    static std::map<xcb_window_t, xcb_window_t> current;
+    return current;
+}
+
+xcb_window_t idOf(const QWindow& window) {
+    return static_cast<xcb_window_t>(window.winId());
+}
 
 xcb_window_t focused() {
     auto* x = x11::connection();
@@ -18,13 +30,18 @@ xcb_window_t focused() {
 } // namespace
 
 KeyboardLoan::KeyboardLoan(QWindow& window)
-    : m_window(window)
-    , m_lender(x11::connection() ? focused() : xcb_window_t(XCB_WINDOW_NONE)) {
+    : m_window(window) {
+    if (x11::connection()) {
+        const auto owner = focused();
+        const auto lent = loans().find(owner);
+        m_lender = lent == loans().end() ? owner : lent->second;
+        loans()[idOf(window)] = m_lender;
+    }
     window.requestActivate();
 }
 
 KeyboardLoan::~KeyboardLoan() {
-    if (m_lender == XCB_WINDOW_NONE || focused() != static_cast<xcb_window_t>(m_window.winId())) {
+    if (loans().erase(idOf(m_window)) == 0 || focused() != idOf(m_window)) {
         return;
     }
     auto* x = x11::connection();
