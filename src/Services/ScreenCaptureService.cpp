@@ -33,7 +33,10 @@ QImage cut(const ScreenPicture& picture, const QRectF& rect) {
                        std::max(1, static_cast<int>(seen.height())));
     const auto scale = picture.pixelsPerPoint();
     const QPoint corner(qRound(seen.left() * scale), qRound(seen.top() * scale));
-    const auto source = picture.image.copy(QRect(corner, points * scale));
+    const auto source = picture.image.copy(QRect(corner, points * scale) & picture.image.rect());
+    if (source.isNull()) {
+        return source;
+    }
     // Pixels that are repeated a whole number of times stay sharp.
     const auto doubled = 2 * points;
     const bool isMultiple = doubled == source.size() * (doubled.width() / source.width());
