@@ -18,18 +18,20 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include <unistd.h>
+
 namespace {
 
 constexpr int patience = 20'000; // ms
-constexpr int settling = 4'000;  // ms after the first paint
+constexpr int settling = 14'000; // ms after the first paint; a text cursor blinks for ten seconds
+constexpr int glance = 2;        // ms between looks at the display, which cost its server time
 constexpr int idling = 10'000;   // ms
 
-struct Footprint {
-    double firstPaint = 0;    // ms
+struct Idleness {
     double resident = 0;      // MB
     double proportional = 0;  // MB
-    double processorTime = 0; // ms while idle
-    double switches = 0;      // voluntary ones a second while idle
+    double processorTime = 0; // ms
+    double switches = 0;      // voluntary ones a second
 };
 
 // The number behind `name` in a file of the proc file system; 0 without one.
@@ -69,32 +71,43 @@ double voluntarySwitches(qint64 process) {
     return sum;
 }
 
-Footprint measure(const QString& program, const QStringList& arguments) {
-    PrivateSession session;
-    if (!session.startBus() || !session.startKeyring(QStringLiteral("benchmark"))) {
-        throw std::runtime_error("No private session.");
-    }
-    PrivateSound sound;
-    sound.start();
-    sound.addSink(QStringLiteral("speakers"));
-    const PrivateDisplay display({1280, 900}, PrivateDisplay::Manager::none);
-    auto environment = sound.environment();
-    environment.insert(QStringLiteral("DISPLAY"), display.name());
-    const Sight sight(display.name());
+struct Peer {
+    const char* name;
+    QString program;
+    std::vector<double> firstStart; // ms to the first painted window, as a new user
+    std::vector<double> nextStart;  // the same user again
+    std::vector<double> coldStart;  // nothing of it in the machine's memory
+    Idleness idle;
+};
 
-    Footprint result;
-    ChildProcess process;
+// What the machine holds in memory of its files. Only a privileged process may throw it away.
+bool forgetFiles() {
+    ::sync();
+    QFile file(QStringLiteral("/proc/sys/vm/drop_caches"));
+    return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write("3") == 1;
+}
+
+// Milliseconds until a window is painted.
+double start(ChildProcess& process, const Peer& peer, const QString& display, const PrivateSession& session,
+             const PrivateSound& sound) {
+    auto environment = sound.environment();
+    environment.insert(QStringLiteral("DISPLAY"), display);
+    const Sight sight(display);
     QElapsedTimer time;
     time.start();
-    process.start(program, arguments, environment, session.folder() + QStringLiteral("/output"));
+    process.start(peer.program, {}, environment, session.folder() + QStringLiteral("/output"));
     while (!sight.isPainted()) {
         if (time.hasExpired(patience) || !process.isRunning()) {
-            throw std::runtime_error(program.toStdString() + " painted no window.");
+            throw std::runtime_error(peer.program.toStdString() + " painted no window.");
         }
+        QThread::msleep(glance);
     }
-    result.firstPaint = static_cast<double>(time.nsecsElapsed()) / 1e6;
+    return static_cast<double>(time.nsecsElapsed()) / 1e6;
+}
+
+Idleness watch(qint64 id) {
+    Idleness result;
     QThread::msleep(settling);
-    const auto id = process.processId();
     result.resident = field(procFolder(id) + QStringLiteral("status"), "VmRSS:") / 1024;
     result.proportional = field(procFolder(id) + QStringLiteral("smaps_rollup"), "Pss:") / 1024;
     const auto busyBefore = processorMilliseconds(id);
@@ -105,47 +118,72 @@ Footprint measure(const QString& program, const QStringList& arguments) {
     return result;
 }
 
-double median(std::vector<Footprint>& rounds, double Footprint::*what) {
-    std::ranges::sort(rounds, {}, what);
-    return rounds[rounds.size() / 2].*what;
+void measure(Peer& peer, bool idleToo) {
+    PrivateSession session;
+    if (!session.startBus() || !session.startKeyring(QStringLiteral("benchmark"))) {
+        throw std::runtime_error("No private session.");
+    }
+    PrivateSound sound;
+    sound.start();
+    sound.addSink(QStringLiteral("speakers"));
+    const PrivateDisplay display({1280, 900}, PrivateDisplay::Manager::none);
+    {
+        ChildProcess process;
+        peer.firstStart.push_back(start(process, peer, display.name(), session, sound));
+        if (idleToo) {
+            peer.idle = watch(process.processId());
+        }
+    }
+    {
+        ChildProcess process;
+        peer.nextStart.push_back(start(process, peer, display.name(), session, sound));
+    }
+    if (forgetFiles()) {
+        ChildProcess process;
+        peer.coldStart.push_back(start(process, peer, display.name(), session, sound));
+    }
+}
+
+QString median(std::vector<double>& values) {
+    if (values.empty()) {
+        return QStringLiteral("-");
+    }
+    std::ranges::sort(values);
+    return QStringLiteral("%1 ms").arg(values[values.size() / 2], 0, 'f', 0);
 }
 
 } // namespace
 
 int main(int argc, char* argv[]) {
     const QCoreApplication application(argc, argv);
-    const int count = argc > 1 ? std::max(1, QString::fromLocal8Bit(argv[1]).toInt()) : 5;
+    const int rounds = argc > 1 ? std::max(1, QString::fromLocal8Bit(argv[1]).toInt()) : 5;
     const auto folder = QCoreApplication::applicationDirPath();
-    struct Peer {
-        const char* name;
-        QString program;
+    std::vector<Peer> peers{
+        {"bare Qt Quick window", folder + QStringLiteral("/BareQuickWindow"), {}, {}, {}, {}},
+        {"Corvane Lumetra", folder + QStringLiteral("/corvane-lumetra"), {}, {}, {}, {}},
     };
-    const std::vector<Peer> peers{
-        {"bare Qt Quick window", folder + QStringLiteral("/BareQuickWindow")},
-        {"Corvane Lumetra", folder + QStringLiteral("/corvane-lumetra")},
-        {"Mumble", QStandardPaths::findExecutable(QStringLiteral("mumble"))},
-    };
-    std::printf("| | first painted window | resident / proportional | idle, 10 s of processor time | "
-                "wake-ups a second |\n"
-                "|---|---|---|---|---|\n");
-    for (const auto& [name, program] : peers) {
-        std::vector<Footprint> rounds;
-        try {
-            for (int round = 0; round < count && !program.isEmpty(); ++round) {
-                rounds.push_back(measure(program, {}));
+    if (const auto mumble = QStandardPaths::findExecutable(QStringLiteral("mumble")); !mumble.isEmpty()) {
+        peers.push_back({"Mumble", mumble, {}, {}, {}, {}});
+    }
+    // By turns, so that a busy minute of the machine meets all of them.
+    for (int round = 0; round < rounds; ++round) {
+        for (auto& peer : peers) {
+            try {
+                measure(peer, round == 0);
+            } catch (const std::exception& error) {
+                std::fprintf(stderr, "%s: %s\n", peer.name, error.what());
             }
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "%s: %s\n", name, error.what());
         }
-        if (rounds.empty()) {
-            std::printf("| %s | not measured | | | |\n", name);
-            continue;
-        }
-        std::printf("| %s | %.0f ms | %.1f / %.1f MB | %.0f ms | %.1f |\n", name,
-                    median(rounds, &Footprint::firstPaint), median(rounds, &Footprint::resident),
-                    median(rounds, &Footprint::proportional), median(rounds, &Footprint::processorTime),
-                    median(rounds, &Footprint::switches));
-        std::fflush(stdout);
+    }
+    std::printf(
+        "| | first start | next start | cold start | resident / proportional | idle, 10 s of processor "
+        "time | wake-ups a second |\n"
+        "|---|---|---|---|---|---|---|\n");
+    for (auto& peer : peers) {
+        std::printf("| %s | %s | %s | %s | %.1f / %.1f MB | %.0f ms | %.1f |\n", peer.name,
+                    qPrintable(median(peer.firstStart)), qPrintable(median(peer.nextStart)),
+                    qPrintable(median(peer.coldStart)), peer.idle.resident, peer.idle.proportional,
+                    peer.idle.processorTime, peer.idle.switches);
     }
     return 0;
 }

@@ -89,7 +89,12 @@ void AppDelegate::applicationDidFinishLaunching() {
     setupFloatingPanel();
     applyPersistedSettings();
     autoConnectWebSocket();
-    showDashboard();
+    if (m_floatingPanel->isVisible()) {
+        // The bar is what the user waits for.
+        m_floatingPanel->whenPainted([this] { showDashboard(); });
+    } else {
+        showDashboard();
+    }
     m_isLaunched = true;
     if (const auto id = std::exchange(m_pendingDeepLinkInterviewId, QString()); !id.isEmpty()) {
         handleDeepLinkInterview(id);

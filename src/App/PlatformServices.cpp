@@ -5,7 +5,7 @@
 #include <QCoreApplication>
 #include <QStandardPaths>
 
-PlatformServices PlatformServices::ofThisDesktop() {
+PlatformServices PlatformServices::ofThisDesktop(std::unique_ptr<platform::SecretStore> secrets) {
     const auto configuration = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
     PlatformServices services;
     services.applicationInfo =
@@ -16,7 +16,7 @@ PlatformServices PlatformServices::ofThisDesktop() {
     services.clock = std::make_unique<platform::SystemClock>();
     services.defaults = platform::makeFileDefaultsStore(
         configuration + QStringLiteral("/com.corvane.interview-assistant/settings.ini"));
-    services.secrets = platform::makeSecretServiceStore();
+    services.secrets = std::move(secrets);
     services.identityHttp = platform::makeHttpClient(platform::HttpSessionKind::ephemeral);
     services.backendHttp = platform::makeHttpClient(platform::HttpSessionKind::shared);
     services.webSockets = platform::makeWebSocketFactory();

@@ -43,6 +43,7 @@ struct PlatformServices {
     std::unique_ptr<platform::Notifications> notifications;
     std::unique_ptr<WindowFactory> windows;
 
-    // The real desktop, with the user's own folders.
-    static PlatformServices ofThisDesktop();
+    // The real desktop, with the user's own folders. The secrets may have been opened before anything else.
+    static PlatformServices
+    ofThisDesktop(std::unique_ptr<platform::SecretStore> secrets = platform::makeSecretServiceStore());
 };

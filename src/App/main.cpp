@@ -1,4 +1,5 @@
 #include "CorvaneApp.h"
+#include "CursorRest.h"
 #include "TerminationSignals.h"
 
 #include <QGuiApplication>
@@ -35,12 +36,15 @@ int main(int argc, char* argv[]) {
     umask(S_IRWXG | S_IRWXO);
     choosePlatform();
     chooseSceneGraph();
+    QCoreApplication::setApplicationName(QStringLiteral("Corvane Lumetra"));
+    // First: it gets to know the desktop's service while the display is opened.
+    auto secrets = platform::makeSecretServiceStore();
     QGuiApplication application(argc, argv);
-    QGuiApplication::setApplicationName(QStringLiteral("Corvane Lumetra"));
     QGuiApplication::setDesktopFileName(QStringLiteral("com.corvane.Lumetra"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
     platform::quitOnTerminationSignals();
-    CorvaneApp app(PlatformServices::ofThisDesktop(),
+    const platform::CursorRest cursorRest;
+    CorvaneApp app(PlatformServices::ofThisDesktop(std::move(secrets)),
                    platform::makeSessionApplication(QStringLiteral("com.corvane.Lumetra")));
     return app.run();
 }

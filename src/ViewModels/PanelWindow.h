@@ -2,6 +2,8 @@
 
 #include <QRect>
 
+#include <functional>
+
 enum class WindowLevel { normal = 0, floating = 3 };
 // Whether screen sharing and recording may show a window.
 enum class SharingType { none = 0, readOnly = 1 };
@@ -24,4 +26,6 @@ public:
     virtual void setLevel(WindowLevel level) = 0;
     virtual void setActivationPolicy(ActivationPolicy policy) = 0;
     virtual void setSharingType(SharingType type) = 0;
+    // Calls back once the window has been drawn after it was shown, or could not be for half a second.
+    virtual void whenPainted(std::function<void()> then) = 0;
 };

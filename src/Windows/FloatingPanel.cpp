@@ -8,10 +8,14 @@
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QScreen>
+#include <QTimer>
 
 namespace {
 
+using namespace std::chrono_literals;
+
 constexpr int offsetFromTop = 54;
+constexpr auto longestPainting = 500ms; // on a display that shows the bar to nobody it is not painted
 
 } // namespace
 
@@ -23,8 +27,6 @@ FloatingPanel::FloatingPanel(OverlayBarPresenter& presenter)
     setResizeMode(QQuickView::SizeRootObjectToView);
     resize(panelWidth, barHeight);
     engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
-    setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&presenter)}});
-    setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Overlay/OverlayBarView.qml")));
     create();
     platform::setShowsQuietly(*this);
     m_aboveFullScreen = std::make_unique<platform::AboveFullScreen>(*this);
@@ -38,8 +40,17 @@ FloatingPanel::FloatingPanel(OverlayBarPresenter& presenter)
 
 FloatingPanel::~FloatingPanel() = default;
 
+// What is hidden, as the bar is while nobody is signed in, costs no start its content.
+void FloatingPanel::loadContent() {
+    if (!rootObject()) {
+        setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&m_presenter)}});
+        setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Overlay/OverlayBarView.qml")));
+    }
+}
+
 void FloatingPanel::orderFrontRegardless() {
     if (!isVisible()) {
+        loadContent();
         applyHints();
         QQuickView::show();
         // A window manager that sees only now to the last hiding has taken them away.
@@ -76,6 +87,19 @@ void FloatingPanel::setLevel(WindowLevel level) {
 void FloatingPanel::setActivationPolicy(ActivationPolicy policy) {
     m_policy = policy;
     applyHints();
+}
+
+void FloatingPanel::whenPainted(std::function<void()> then) {
+    auto* wait = new QTimer(this);
+    const auto proceed = [this, wait, then = std::move(then)] {
+        wait->stop();
+        disconnect(this, nullptr, wait, nullptr);
+        wait->deleteLater();
+        then();
+    };
+    connect(wait, &QTimer::timeout, wait, proceed);
+    connect(this, &QQuickWindow::frameSwapped, wait, proceed);
+    wait->start(longestPainting);
 }
 
 void FloatingPanel::applyHints() {

@@ -33,6 +33,7 @@ public:
     void setLevel(WindowLevel level) override;
     void setActivationPolicy(ActivationPolicy policy) override;
     void setSharingType(SharingType type) override { m_sharingType = type; }
+    void whenPainted(std::function<void()> then) override;
     // As asked for: X11 cannot hide a window from capture.
     SharingType sharingType() const { return m_sharingType; }
 
@@ -40,6 +41,7 @@ public:
     void positionTopCenter(int offset);
 
 private:
+    void loadContent();
     void takeShape();
     void applyHints();
     void comeBackToAScreen();

@@ -22,6 +22,7 @@ public:
     void setFrame(const QRect&) override {}
     void setLevel(WindowLevel level) override { note("level", static_cast<int>(level)); }
     void setSharingType(SharingType) override {}
+    void whenPainted(std::function<void()> then) override { then(); }
 
     QStringList calls;
 

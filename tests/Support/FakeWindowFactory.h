@@ -13,6 +13,7 @@ public:
     void setLevel(WindowLevel to) override { level = to; }
     void setActivationPolicy(ActivationPolicy to) override { policy = to; }
     void setSharingType(SharingType to) override { sharing = to; }
+    void whenPainted(std::function<void()> then) override { then(); }
 
     bool visible = false;
     WindowLevel level = WindowLevel::floating;

@@ -41,13 +41,11 @@ Rectangle {
             width: parent.width - 80
             spacing: 28
 
-            Image {
+            Symbol {
                 anchors.horizontalCenter: parent.horizontalCenter
                 width: 64
                 height: 64
-                sourceSize.width: 64
-                sourceSize.height: 64
-                source: "qrc:/icons/com.corvane.Lumetra.svg"
+                name: "com.corvane.Lumetra"
             }
             Text {
                 width: parent.width

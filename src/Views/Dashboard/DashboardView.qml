@@ -24,43 +24,31 @@ Rectangle {
             }
             Loader {
                 id: page
-                readonly property var pages: ({
-                        setup: setupPage,
-                        account: accountPage,
-                        settings: settingsPage,
-                        audio: audioPage
+                readonly property string wanted: view.presenter.pages[view.presenter.selectedPage].view
+                readonly property var files: ({
+                        setup: "CorvaneSetupView.qml",
+                        account: "../Auth/AccountView.qml",
+                        settings: "AppSettingsView.qml",
+                        audio: "AudioSettingsView.qml"
                     })
+                readonly property var presenters: ({
+                        setup: view.presenter.setup,
+                        account: view.presenter.gate.account,
+                        settings: view.presenter.settings,
+                        audio: view.presenter.audio
+                    })
+
+                // By address: a page that nobody opens costs no start its reading.
+                function open() {
+                    setSource(Qt.resolvedUrl(files[wanted]), {presenter: presenters[wanted]});
+                }
 
                 anchors.left: sidebar.right
                 anchors.right: parent.right
                 height: parent.height
-                sourceComponent: pages[view.presenter.pages[view.presenter.selectedPage].view]
+                onWantedChanged: open()
+                Component.onCompleted: open()
             }
-        }
-    }
-
-    Component {
-        id: setupPage
-        CorvaneSetupView {
-            presenter: view.presenter.setup
-        }
-    }
-    Component {
-        id: accountPage
-        AccountView {
-            presenter: view.presenter.gate.account
-        }
-    }
-    Component {
-        id: settingsPage
-        AppSettingsView {
-            presenter: view.presenter.settings
-        }
-    }
-    Component {
-        id: audioPage
-        AudioSettingsView {
-            presenter: view.presenter.audio
         }
     }
 }
