@@ -20,6 +20,7 @@ public:
 
 private:
     std::vector<std::uint32_t> pixels() const;
+    bool showsWindows() const;
 
     xcb_connection_t* m_connection;
     std::vector<std::uint32_t> m_empty;

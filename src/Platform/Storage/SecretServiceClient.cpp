@@ -213,6 +213,10 @@ void SecretServiceClient::renew() {
     m_session->stale = true;
 }
 
+void SecretServiceClient::prepare() {
+    m_session->attempt([](Error&) { return Status::ok; });
+}
+
 SecretStore::Reading SecretServiceClient::lookup(const QString& service, const QString& name) {
     SecretStore::Reading reading;
     reading.status = m_session->attempt([&](Error& error) {

@@ -18,6 +18,8 @@ public:
     SecretServiceClient(const SecretServiceClient&) = delete;
     SecretServiceClient& operator=(const SecretServiceClient&) = delete;
 
+    // Opens the session that the other operations would open. Never prompts.
+    void prepare();
     // Never prompts. Without an item, a locked collection still gives locked: some services hide what a
     // locked one holds.
     SecretStore::Reading lookup(const QString& service, const QString& name);

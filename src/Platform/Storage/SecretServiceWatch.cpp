@@ -73,7 +73,10 @@ SecretServiceWatch::SecretServiceWatch(const QString& owner, Events events)
     : m_events(std::move(events))
     , m_client(owner)
     , m_context(g_main_context_new())
-    , m_thread([this] { run(); }) {}
+    , m_thread([this] { run(); }) {
+    // The first question would wait for the keys that the library and the service agree on.
+    post([](SecretServiceClient& client) { client.prepare(); });
+}
 
 SecretServiceWatch::~SecretServiceWatch() {
     {
