@@ -37,7 +37,7 @@ struct Desk : TestProgram {
         : TestProgram(Start::signedIn, defaultInfo(), makeWindowFactory()) {
         defaults->setBoolean("hasSeenOnboardingVideo", hasSeenOnboarding);
         launchToSession();
-        waitUntil([] { return dashboard()->isActive(); });
+        waitUntil([] { return dashboard() && dashboard()->isActive(); });
         app->toggleDashboard();
         waitUntil([] { return !QGuiApplication::focusWindow(); });
         setAlwaysOnTop(true);

@@ -1,0 +1,105 @@
+#include "FloatingPanel.h"
+#include "OverlayBarPresenter.h"
+#include "OverlayViewModel.h"
+#include "PrivateDisplay.h"
+#include "TestProgram.h"
+
+#include <QScreen>
+
+namespace {
+
+// The main screen to the right of the second and lower; in pixels of the display.
+const QRect mainScreen(1280, 100, 1400, 1700);
+const QRect secondScreen(0, 0, 1200, 900);
+
+// What is on show, screen by screen.
+QList<QImage> sight() {
+    QList<QImage> images;
+    for (auto* screen : QGuiApplication::screens()) {
+        images.append(screen->grabWindow(0).toImage());
+    }
+    return images;
+}
+
+// After windows have gone: what does not change any more.
+QList<QImage> calmSight() {
+    QList<QImage> last;
+    QList<QImage> now;
+    do {
+        last = std::exchange(now, sight());
+        QTest::qWait(100);
+    } while (now != last);
+    return now;
+}
+
+// The smallest rectangle, in pixels of the display, around what has changed on the main screen.
+QRect changed(const QImage& before, const QImage& now) {
+    QRect box;
+    for (int y = 0; y < now.height(); ++y) {
+        for (int x = 0; x < now.width(); ++x) {
+            if (now.pixel(x, y) != before.pixel(x, y)) {
+                box |= QRect(x, y, 1, 1);
+            }
+        }
+    }
+    return box.translated(mainScreen.topLeft());
+}
+
+} // namespace
+
+class ScreensTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theBarStandsWholeOnTheMainScreen();
+};
+
+void ScreensTest::theBarStandsWholeOnTheMainScreen() {
+    QCOMPARE(QGuiApplication::screens().size(), 2);
+    TestProgram program(TestProgram::Start::signedIn, TestProgram::defaultInfo(), makeWindowFactory());
+    program.defaults->setBoolean("hasSeenOnboardingVideo", true);
+    program.launchToSession();
+    auto& panel = dynamic_cast<FloatingPanel&>(*program.app->floatingPanel());
+    QVERIFY(waitUntil([&] { return panel.isVisible() && QGuiApplication::focusWindow(); }));
+    program.app->toggleDashboard();
+    program.app->toggleFloatingPanel();
+    const auto empty = calmSight();
+    program.app->toggleFloatingPanel();
+    const auto scale = panel.devicePixelRatio();
+    // Where the model has the content, in pixels of the display.
+    const auto wanted = [&] {
+        const auto drawn = QRectF(program.app->overlayBarPresenter().drawnRegion().boundingRect());
+        const QPointF corner = QPointF(panel.position() - panel.screen()->geometry().topLeft()) * scale;
+        return QRectF(corner + drawn.topLeft() * scale, drawn.size() * scale)
+            .toAlignedRect()
+            .translated(mainScreen.topLeft());
+    };
+    const auto isWhole = [&] {
+        const auto box = changed(empty.first(), sight().first());
+        const auto place = wanted();
+        // The shadow fades out before it reaches its edge.
+        return mainScreen.contains(place) && place.adjusted(-1, -1, 1, 1).contains(box) &&
+               box.width() > place.width() * 0.9 && box.height() > place.height() * 0.9;
+    };
+    QVERIFY(waitUntil(isWhole));
+    const auto bar = wanted();
+    QVERIFY(std::abs(bar.center().x() - mainScreen.center().x()) <= 2);
+    program.completion().setIsResponsePopoverOpen(true);
+    QVERIFY(waitUntil([&] { return wanted().height() > bar.height() && isWhole(); }));
+    QCOMPARE(wanted().top(), bar.top());
+    QCOMPARE(sight().last(), empty.last());
+}
+
+int main(int argc, char* argv[]) {
+    const PrivateDisplay display({2700, 1900}, PrivateDisplay::Manager::openbox);
+    display.splitIntoScreens({mainScreen, secondScreen});
+    display.useInThisProcess();
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    const QGuiApplication application(argc, argv);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    ScreensTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "ScreensTest.moc"
