@@ -7,6 +7,7 @@
 #include "ClerkConfig.h"
 #include "CompletionViewModel.h"
 #include "CorvaneAPIService.h"
+#include "CustomProviderService.h"
 #include "DashboardPresenter.h"
 #include "DashboardViewModel.h"
 #include "DatabaseService.h"
@@ -117,6 +118,8 @@ void AppDelegate::initializeServices() {
     m_apiService =
         std::make_unique<CorvaneAPIService>(storedBackendUrl(), m_clerkAuthService.get(),
                                             *m_platform.backendHttp, machineIdOf(*m_platform.defaults));
+    m_customProviderService =
+        std::make_unique<CustomProviderService>(*m_platform.defaults, *m_platform.backendHttp);
     m_webSocketService =
         std::make_unique<WebSocketService>(*m_platform.webSockets, clock, m_platform.connectivity.get());
     m_webSocketService->setApiService(m_apiService.get());
@@ -150,8 +153,8 @@ void AppDelegate::initializeViewModels() {
     m_settingsViewModel = std::make_unique<SettingsViewModel>(
         *m_databaseService, *m_keychainService,
         SettingsViewModel::Desktop{defaults, *m_platform.appearance, *m_platform.loginItem, *this});
-    m_completionViewModel = std::make_unique<CompletionViewModel>(*m_webSocketService, *m_apiService,
-                                                                  *m_databaseService, defaults, clock);
+    m_completionViewModel = std::make_unique<CompletionViewModel>(
+        *m_webSocketService, *m_apiService, *m_databaseService, *m_customProviderService, defaults, clock);
     m_chatsViewModel = std::make_unique<ChatsViewModel>(*m_databaseService);
     m_overlayViewModel = std::make_unique<OverlayViewModel>(*m_webSocketService, *m_settingsViewModel, *this);
     m_interviewViewModel =

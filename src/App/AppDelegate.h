@@ -19,6 +19,7 @@ class ClerkClient;
 class ClerkHTTPExecutor;
 class CompletionViewModel;
 class CorvaneAPIService;
+class CustomProviderService;
 class DashboardPresenter;
 class DashboardViewModel;
 class DatabaseService;
@@ -106,6 +107,7 @@ private:
     std::unique_ptr<ClerkClient> m_clerkClient;
     std::unique_ptr<ClerkAuthService> m_clerkAuthService;
     std::unique_ptr<CorvaneAPIService> m_apiService;
+    std::unique_ptr<CustomProviderService> m_customProviderService;
     std::unique_ptr<WebSocketService> m_webSocketService;
     std::unique_ptr<AudioCaptureService> m_audioCaptureService;
     std::unique_ptr<ScreenCaptureService> m_screenCaptureService;

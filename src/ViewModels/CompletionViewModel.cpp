@@ -1,6 +1,7 @@
 #include "CompletionViewModel.h"
 
 #include "CorvaneAPIService.h"
+#include "CustomProviderService.h"
 #include "DatabaseService.h"
 #include "Json.h"
 #include "Tasks.h"
@@ -57,11 +58,12 @@ QString titleOf(const QString& reply) {
 } // namespace
 
 CompletionViewModel::CompletionViewModel(WebSocketService& webSocket, CorvaneAPIService& api,
-                                         DatabaseService& database, platform::DefaultsStore& defaults,
-                                         const platform::Clock& clock)
+                                         DatabaseService& database, CustomProviderService& provider,
+                                         platform::DefaultsStore& defaults, const platform::Clock& clock)
     : m_webSocket(webSocket)
     , m_api(api)
     , m_database(database)
+    , m_provider(provider)
     , m_defaults(defaults)
     , m_clock(clock) {
     setupSubscriptions();
@@ -150,9 +152,7 @@ void CompletionViewModel::submit() {
     if (m_defaults.boolean(QLatin1String(apiEnabledKey)).value_or(true)) {
         submitViaCorvane(text);
     } else {
-        // No provider of the user's own can be chosen yet: say so at once rather than wait for ever.
-        setError(platform::errorText(APIError(APIError::invalidConfiguration)));
-        m_isLoading = false;
+        m_currentStreamTask = submitViaCustomProvider(text);
         setAttachedFiles({});
     }
 }
@@ -173,6 +173,32 @@ QCoro::Task<void> CompletionViewModel::sendChat(QString text) {
     if (failure && self) {
         setError(failure);
         m_isLoading = false;
+    }
+}
+
+QCoro::Task<void> CompletionViewModel::submitViaCustomProvider(QString text) {
+    const QPointer<CompletionViewModel> self(this);
+    const CustomProviderService::TextSink append = [self](const QString& piece) {
+        if (self) {
+            self->m_response.append(piece);
+            Q_EMIT self->responseChanged();
+        }
+        return !self.isNull();
+    };
+    std::optional<QString> failure;
+    try {
+        co_await m_provider.fetchAIResponseStream(text, m_attachedFiles, append);
+    } catch (const std::exception& error) {
+        failure = platform::errorText(error);
+    }
+    if (!self) {
+        co_return;
+    }
+    m_isLoading = false;
+    if (failure) {
+        setError(failure);
+    } else {
+        saveCurrentConversation();
     }
 }
 

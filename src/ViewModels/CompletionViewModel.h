@@ -12,11 +12,13 @@
 #include <optional>
 
 class CorvaneAPIService;
+class CustomProviderService;
 class DatabaseService;
 class WebSocketService;
 
 // Everything that the backend streams back as prose: the reply, the assessment of the candidate and a status
-// line; and the log of the chat in the store. Main thread.
+// line; and the log of the chat in the store. A reply can come from a provider of the user's own instead.
+// Main thread.
 class CompletionViewModel : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString input READ input WRITE setInput NOTIFY inputChanged)
@@ -34,7 +36,8 @@ class CompletionViewModel : public QObject {
 
 public:
     CompletionViewModel(WebSocketService& webSocket, CorvaneAPIService& api, DatabaseService& database,
-                        platform::DefaultsStore& defaults, const platform::Clock& clock);
+                        CustomProviderService& provider, platform::DefaultsStore& defaults,
+                        const platform::Clock& clock);
 
     QString input() const { return m_input; }
     void setInput(const QString& input) { m_input = input; }
@@ -83,6 +86,7 @@ private:
     std::optional<QString> encodeAttachments() const;
     void submitViaCorvane(const QString& text);
     QCoro::Task<void> sendChat(QString text);
+    QCoro::Task<void> submitViaCustomProvider(QString text);
     void setError(std::optional<QString> error);
     void setProcessingStatusText(std::optional<QString> text);
     void setCurrentConversationId(const QString& id);
@@ -110,10 +114,14 @@ private:
     WebSocketService& m_webSocket;
     CorvaneAPIService& m_api;
     DatabaseService& m_database;
+    CustomProviderService& m_provider;
     platform::DefaultsStore& m_defaults;
     const platform::Clock& m_clock;
 
     bool m_responseStreamComplete = true;
     bool m_assessmentStreamComplete = true;
     bool m_isCandidateSpeaking = false;
+
+    // The latest stream of a provider. One that it replaces goes on until its own end.
+    QCoro::Task<void> m_currentStreamTask;
 };

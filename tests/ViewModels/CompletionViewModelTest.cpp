@@ -14,6 +14,17 @@ void submit(TestProgram& program, const char* input) {
     program.settle();
 }
 
+void useProvider(TestProgram& program, const QByteArray& key = {}) {
+    program.defaults->setBoolean("corvane_api_enabled", false);
+    program.defaults->setData("selected_ai_provider",
+                              R"({"id":"p","name":"P",)" + key + R"("isConfigured":true})");
+    program.defaults->setData("custom_ai_providers",
+                              R"([{"id":"p","name":"P","baseUrl":"https://a.test","chatEndpoint":"/c",)"
+                              R"("authType":"a","defaultModel":"m","responseContentPath":"t",)"
+                              R"("supportsStreaming":true,"supportsImages":false,"isCustom":true,)"
+                              R"("curl":"","models":[]}])");
+}
+
 } // namespace
 
 class CompletionViewModelTest : public QObject {
@@ -149,10 +160,48 @@ private Q_SLOTS:
         submit(program, "Hello");
         QCOMPARE(program.completion().errorText(), "offline");
         QVERIFY(!program.completion().isLoading());
+    }
 
+    void aProviderOfTheUsersOwnAnswers() {
+        TestProgram program;
+        program.launchToSession();
+        useProvider(program, R"("apiKey":"key-1",)");
+        program.backendHttp->clearRequests();
+        program.backendHttp->answer(200,
+                                    "data: {\"t\":\"One\"}\n\ndata: {\"t\":\" two\"}\n\ndata: [DONE]\n\n");
+        program.completion().setAttachedFiles({{"1", "a.png", "image/png", "AA==", 1}});
+        submit(program, "Hello");
+        auto& database = program.app->databaseService();
+        QCOMPARE(program.completion().response(), "One two");
+        QVERIFY(!program.completion().isLoading() && !program.completion().error());
+        QVERIFY(program.completion().attachedFiles().isEmpty());
+        QCOMPARE(database.getAllConversations().first().title, "One two");
+        QVERIFY(program.commands("chat").isEmpty());
+
+        // Nothing came, nothing is stored; a second message is a question of its own.
+        program.backendHttp->answer(500, R"({"t":"no event"})");
+        submit(program, "Again");
+        QCOMPARE(program.backendHttp->requests().size(), 2);
+        QVERIFY(!program.backendHttp->requests().last().body->contains("Hello"));
+        QVERIFY(program.completion().response().isEmpty() && !program.completion().error());
+        QCOMPARE(database.getMessageCount(*program.completion().currentConversationId()), 3);
+        for (const auto& line : program.log.standardOutputLines()) {
+            QVERIFY2(!line.contains("key-1"), qPrintable(line));
+        }
+    }
+
+    void aProvidersFailureIsShown() {
+        TestProgram program;
+        program.launchToSession();
         program.defaults->setBoolean("corvane_api_enabled", false);
         submit(program, "Hello");
         QCOMPARE(program.completion().errorText(), "Invalid API configuration");
+        QVERIFY(!program.completion().isLoading());
+
+        useProvider(program);
+        program.backendHttp->fail(platform::HttpError::Kind::connectionLost);
+        submit(program, "Hello");
+        QCOMPARE(program.completion().errorText(), "scripted failure");
         QVERIFY(!program.completion().isLoading());
     }
 };

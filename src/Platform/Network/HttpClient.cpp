@@ -22,18 +22,26 @@ public:
     }
 
     QCoro::Task<HttpResponse> execute(HttpRequest request) override {
+        return exchange(std::move(request), {});
+    }
+
+    QCoro::Task<HttpResponse> stream(HttpRequest request, BodySink sink) override {
+        return exchange(std::move(request), std::move(sink));
+    }
+
+private:
+    QCoro::Task<HttpResponse> exchange(HttpRequest request, BodySink sink) {
         if (std::ranges::any_of(request.headers, holdsLineBreak)) {
             throw HttpError(
                 HttpError::Kind::other,
                 QStringLiteral("The request was not sent: one of its headers holds a line break."));
         }
-        auto* exchange = new HttpExchange(std::move(request), m_cookies, &m_exchanges);
+        auto* exchange = new HttpExchange(std::move(request), std::move(sink), m_cookies, &m_exchanges);
         auto completion = exchange->completion();
         auto response = co_await std::move(completion);
         co_return response;
     }
 
-private:
     // Owns the requests under way, and the jar.
     QObject m_exchanges;
     QNetworkCookieJar* m_cookies = nullptr;

@@ -7,6 +7,7 @@
 #include <QUrl>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -77,6 +78,14 @@ public:
     // Main thread. Throws HttpError when no complete HTTP answer came; any status is an answer. A header with
     // a line break is not sent.
     virtual QCoro::Task<HttpResponse> execute(HttpRequest request) = 0;
+
+    // Gets a piece of a body. False: enough, end the exchange.
+    using BodySink = std::function<bool(const QByteArray& piece)>;
+    // The same, but `sink` gets the body as it arrives, from the event loop: the first piece at once, then
+    // one every 10 ms at most, and the answer's body is empty. `timeout` is the longest silence, maxBodyBytes
+    // does not count. Before a failure the sink gets what came until then. Nothing reaches it after the
+    // task's end or the client's.
+    virtual QCoro::Task<HttpResponse> stream(HttpRequest request, BodySink sink) = 0;
 };
 
 enum class HttpSessionKind {

@@ -16,6 +16,9 @@ namespace platform {
 
 namespace {
 
+// A body that comes in thousands of pieces a second wakes its reader a hundred times.
+constexpr auto deliveryInterval = std::chrono::milliseconds(10);
+
 // Asks the system for each request; the list that Qt keeps for the application may be hours old.
 class SystemProxies : public QNetworkProxyFactory {
 public:
@@ -84,13 +87,16 @@ QList<HttpHeader> wireHeaders(const QNetworkReply& reply) {
 
 } // namespace
 
-HttpExchange::HttpExchange(HttpRequest request, QNetworkCookieJar* cookies, QObject* parent)
+HttpExchange::HttpExchange(HttpRequest request, HttpClient::BodySink sink, QNetworkCookieJar* cookies,
+                           QObject* parent)
     : QObject(parent)
-    , m_request(std::move(request)) {
+    , m_request(std::move(request))
+    , m_sink(std::move(sink)) {
     start(cookies);
 }
 
 HttpExchange::~HttpExchange() {
+    m_sink = nullptr;
     settle([](const auto& completion) { completion.fail(OperationCancelled()); });
 }
 
@@ -99,9 +105,15 @@ void HttpExchange::settle(std::function<void(const Completion<HttpResponse>&)> o
         return;
     }
     m_deadline.stop();
+    m_delivery.stop();
     m_reply->disconnect(this);
     m_reply->abort();
-    dispatchToMain([completion = m_completion, outcome = std::move(outcome)] { outcome(completion); });
+    dispatchToMain([completion = m_completion, outcome = std::move(outcome), sink = m_sink, rest = m_body] {
+        if (sink && !rest.isEmpty()) {
+            sink(rest);
+        }
+        outcome(completion);
+    });
     deleteLater();
 }
 
@@ -160,9 +172,41 @@ void HttpExchange::start(QNetworkCookieJar* cookies) {
         fail(HttpError(HttpError::Kind::timedOut, networkText::timedOut(m_request.url.host())));
     });
     m_deadline.start(m_request.timeout);
+
+    m_delivery.setSingleShot(true);
+    m_delivery.setTimerType(Qt::PreciseTimer);
+    connect(&m_delivery, &QTimer::timeout, this, &HttpExchange::deliver);
+}
+
+void HttpExchange::scheduleDelivery() {
+    const std::chrono::milliseconds passed(m_sinceDelivery.isValid() ? m_sinceDelivery.elapsed()
+                                                                     : deliveryInterval.count());
+    if (!m_delivery.isActive()) {
+        m_delivery.start(std::max(deliveryInterval - passed, std::chrono::milliseconds(0)));
+    }
+}
+
+// From the event loop: what the sink does may end the client, which must not happen inside a signal of the
+// reply.
+void HttpExchange::deliver() {
+    m_sinceDelivery.start();
+    const auto piece = std::exchange(m_body, {});
+    const QPointer<HttpExchange> self(this);
+    const auto sink = m_sink;
+    if (!sink(piece) && self) {
+        settle([answer = response()](const auto& completion) { completion.resolve(answer); });
+    }
 }
 
 void HttpExchange::takeBody() {
+    if (m_sink) {
+        m_body += m_reply->readAll();
+        m_deadline.start();
+        if (!m_body.isEmpty()) {
+            scheduleDelivery();
+        }
+        return;
+    }
     const auto announced = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
     m_body += m_reply->readAll();
     if (announced > m_request.maxBodyBytes || m_body.size() > m_request.maxBodyBytes) {
@@ -175,7 +219,7 @@ HttpResponse HttpExchange::response() const {
     return {.status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
             .url = m_reply->url(),
             .headers = wireHeaders(*m_reply),
-            .body = m_body};
+            .body = m_sink ? QByteArray() : m_body};
 }
 
 void HttpExchange::finish() {

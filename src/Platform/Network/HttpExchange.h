@@ -3,6 +3,7 @@
 #include "Completion.h"
 #include "HttpClient.h"
 
+#include <QElapsedTimer>
 #include <QNetworkAccessManager>
 #include <QNetworkProxy>
 #include <QNetworkReply>
@@ -21,8 +22,8 @@ class HttpExchange : public QObject {
     Q_OBJECT
 
 public:
-    // `cookies` may be null: then no cookie is kept or sent.
-    HttpExchange(HttpRequest request, QNetworkCookieJar* cookies, QObject* parent);
+    // `cookies` may be null: then no cookie is kept or sent. Without a `sink` the body is part of the answer.
+    HttpExchange(HttpRequest request, HttpClient::BodySink sink, QNetworkCookieJar* cookies, QObject* parent);
     // The awaiting coroutine gets OperationCancelled, from the event loop, if no answer came before.
     ~HttpExchange() override;
 
@@ -34,6 +35,8 @@ private:
     void start(QNetworkCookieJar* cookies);
     QNetworkReply* send(bool withCookies);
     void takeBody();
+    void scheduleDelivery();
+    void deliver();
     void finish();
     void fail(const HttpError& error);
     // Resumes the awaiting coroutine from the event loop: it may destroy the client, which must not happen
@@ -42,11 +45,14 @@ private:
     HttpResponse response() const;
 
     HttpRequest m_request;
+    HttpClient::BodySink m_sink;
     QNetworkProxy m_proxy = QNetworkProxy::NoProxy;
     QNetworkAccessManager m_manager;
     QPointer<QNetworkReply> m_reply;
     QTimer m_deadline;
-    QByteArray m_body;
+    QTimer m_delivery;
+    QElapsedTimer m_sinceDelivery;
+    QByteArray m_body; // with a sink: what it has not got yet
     QList<QSslError> m_sslErrors;
     Completion<HttpResponse> m_completion;
     bool m_settled = false;
