@@ -5,10 +5,10 @@
 #include "PrivateDisplay.h"
 #include "PrivateSession.h"
 #include "PrivateSound.h"
+#include "ProcessUse.h"
 #include "Sight.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QStandardPaths>
@@ -33,43 +33,6 @@ struct Idleness {
     double processorTime = 0; // ms
     double switches = 0;      // voluntary ones a second
 };
-
-// The number behind `name` in a file of the proc file system; 0 without one.
-double field(const QString& path, const QByteArray& name) {
-    QFile file(path);
-    if (file.open(QIODevice::ReadOnly)) {
-        for (const auto& line : file.readAll().split('\n')) {
-            if (line.startsWith(name)) {
-                return line.mid(name.size()).trimmed().split(' ').first().toDouble();
-            }
-        }
-    }
-    return 0;
-}
-
-QString procFolder(qint64 process) {
-    return QStringLiteral("/proc/%1/").arg(process);
-}
-
-double processorMilliseconds(qint64 process) {
-    QFile file(procFolder(process) + QStringLiteral("stat"));
-    if (!file.open(QIODevice::ReadOnly)) {
-        return 0;
-    }
-    const auto text = file.readAll();
-    const auto fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
-    constexpr double millisecondsPerTick = 10; // USER_HZ
-    return (fields.at(11).toDouble() + fields.at(12).toDouble()) * millisecondsPerTick;
-}
-
-double voluntarySwitches(qint64 process) {
-    double sum = 0;
-    const QDir threads(procFolder(process) + QStringLiteral("task"));
-    for (const auto& thread : threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        sum += field(threads.filePath(thread) + QStringLiteral("/status"), "voluntary_ctxt_switches:");
-    }
-    return sum;
-}
 
 struct Peer {
     const char* name;
@@ -108,13 +71,13 @@ double start(ChildProcess& process, const Peer& peer, const QString& display, co
 Idleness watch(qint64 id) {
     Idleness result;
     QThread::msleep(settling);
-    result.resident = field(procFolder(id) + QStringLiteral("status"), "VmRSS:") / 1024;
-    result.proportional = field(procFolder(id) + QStringLiteral("smaps_rollup"), "Pss:") / 1024;
-    const auto busyBefore = processorMilliseconds(id);
-    const auto switchesBefore = voluntarySwitches(id);
+    const auto before = ProcessUse::of(id);
     QThread::msleep(idling);
-    result.processorTime = processorMilliseconds(id) - busyBefore;
-    result.switches = (voluntarySwitches(id) - switchesBefore) * 1000 / idling;
+    const auto after = ProcessUse::of(id);
+    result.resident = after.resident;
+    result.proportional = after.proportional;
+    result.processorTime = after.processorTime - before.processorTime;
+    result.switches = (after.switches - before.switches) * 1000 / idling;
     return result;
 }
 

@@ -1,0 +1,219 @@
+// A minute of interview: both streams over TLS to the sandbox while both sides speak, with the windows on a
+// private display; beside a minute of talking with Mumble to a server on loopback, where it is installed.
+//   InterviewMinute [rounds]
+#include "AppDelegate.h"
+#include "ChildProcess.h"
+#include "ClerkAuthService.h"
+#include "PrivateDisplay.h"
+#include "ProcessUse.h"
+#include "TourDesktop.h"
+#include "TourVoices.h"
+#include "WaitFor.h"
+
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QStandardPaths>
+#include <QThread>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+constexpr int minute = 60'000;   // ms
+constexpr int warmUp = 10'000;   // ms, after the first sound
+constexpr int settling = 14'000; // ms; a text cursor blinks for ten seconds
+constexpr int patience = 30'000; // ms
+constexpr int mumblePort = 64'799;
+
+struct Minute {
+    double idleMemory = 0;   // MB
+    double idleSwitches = 0; // a second
+    double memory = 0;       // MB at the end
+    double processorTime = 0;
+    double switches = 0; // a second
+};
+
+bool says(const QString& path, const QByteArray& words) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.readAll().contains(words);
+}
+
+void wantUntil(const char* what, const std::function<bool()>& condition) {
+    for (int waited = 0; !condition(); waited += 100) {
+        if (waited > patience) {
+            throw std::runtime_error(std::string("Never came: ") + what);
+        }
+        QThread::msleep(100);
+    }
+}
+
+// From here on both sides of the call speak, longer than is measured.
+class Conversation {
+public:
+    explicit Conversation(TourDesktop& desktop)
+        : m_file(desktop.speech(QStringLiteral("talk"), talk.toString().repeated(14)))
+        , m_interviewer(desktop.interviewerSays(m_file))
+        , m_candidate(desktop.candidateSays(m_file)) {}
+
+private:
+    static constexpr QStringView talk =
+        u"I would begin with the readers, and ask how old an answer may be. Then I would measure. ";
+
+    QString m_file;
+    SoundPlayback m_interviewer;
+    SoundPlayback m_candidate;
+};
+
+Minute watch(TourDesktop& desktop, qint64 process, Minute result) {
+    const Conversation conversation(desktop);
+    QThread::msleep(warmUp);
+    const auto before = ProcessUse::of(process);
+    QThread::msleep(minute);
+    const auto after = ProcessUse::of(process);
+    result.memory = after.resident;
+    result.processorTime = after.processorTime - before.processorTime;
+    result.switches = (after.switches - before.switches) * 1000 / minute;
+    return result;
+}
+
+QProcessEnvironment environmentOn(const PrivateDisplay& display) {
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DISPLAY"), display.name());
+    environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    return environment;
+}
+
+// Leaves the signed-in user in the secret store of the desktop.
+void signIn() {
+    AppDelegate app(PlatformServices::ofThisDesktop());
+    app.applicationDidFinishLaunching();
+    waitFor(app.clerkAuthService().startSignIn(QStringLiteral("interviewer@example.com")));
+    waitFor(app.clerkAuthService().verifyCode(platform::Secret(QStringLiteral("424242"))));
+    if (!app.clerkAuthService().isSignedIn()) {
+        throw std::runtime_error("Nobody is signed in.");
+    }
+}
+
+Minute interviewMinute(TourDesktop& desktop, const PrivateDisplay& display) {
+    const auto output = desktop.folder() + QStringLiteral("/program");
+    QFile::remove(output);
+    ChildProcess program;
+    program.start(QCoreApplication::applicationDirPath() + QStringLiteral("/corvane-lumetra"), {},
+                  environmentOn(display), output);
+    wantUntil("a session",
+              [&] { return says(output, "session confirmed") || says(output, "Session resumed"); });
+    QThread::msleep(settling);
+    Minute result;
+    const auto before = ProcessUse::of(program.processId());
+    QThread::msleep(settling);
+    const auto after = ProcessUse::of(program.processId());
+    result.idleMemory = after.resident;
+    result.idleSwitches = (after.switches - before.switches) * 1000 / settling;
+    ChildProcess launcher;
+    launcher.start(QStringLiteral("gdbus"),
+                   {QStringLiteral("call"), QStringLiteral("--session"), QStringLiteral("--dest"),
+                    QStringLiteral("com.corvane.Lumetra"), QStringLiteral("--object-path"),
+                    QStringLiteral("/com/corvane/Lumetra"), QStringLiteral("--method"),
+                    QStringLiteral("org.freedesktop.Application.Open"),
+                    QStringLiteral("['corvane://interview/%1']").arg(QLatin1String(tourvoices::interviewId)),
+                    QStringLiteral("{}")},
+                   environmentOn(display), desktop.folder() + QStringLiteral("/launcher"));
+    wantUntil("the interview's sound", [&] { return says(output, "Starting dual audio forwarding"); });
+    return watch(desktop, program.processId(), result);
+}
+
+void writeFile(const QString& path, const QByteArray& text) {
+    QFile file(path);
+    QDir().mkpath(QFileInfo(path).path());
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size()) {
+        throw std::runtime_error("Cannot write " + path.toStdString());
+    }
+}
+
+// Its sound goes out without a pause, as ours does.
+Minute mumbleMinute(TourDesktop& desktop, const PrivateDisplay& display, const QString& mumble,
+                    const QString& server) {
+    const auto folder = desktop.folder() + QStringLiteral("/mumble");
+    const auto environment = environmentOn(display);
+    const auto configuration = environment.value(QStringLiteral("XDG_CONFIG_HOME"));
+    writeFile(configuration + QStringLiteral("/Mumble/Mumble.conf"),
+              "[General]\nlastupdate=3\n[audio]\ntransmit=0\ninput=PulseAudio\noutput=PulseAudio\n"
+              "headphone=true\n");
+    writeFile(folder + QStringLiteral("/server.ini"),
+              QByteArray("dbus=\nice=\nhost=127.0.0.1\nusers=5\nbonjour=false\nlogfile=\nuname=root\nport=") +
+                  QByteArray::number(mumblePort) + "\ndatabase=" + folder.toUtf8() + "/server.sqlite\n");
+    const auto serverOutput = folder + QStringLiteral("/server");
+    QFile::remove(serverOutput);
+    ChildProcess murmur;
+    murmur.start(server,
+                 {QStringLiteral("-fg"), QStringLiteral("-ini"), folder + QStringLiteral("/server.ini")},
+                 environment, serverOutput);
+    wantUntil("Mumble's server", [&] { return says(serverOutput, "Not registering"); });
+    ChildProcess client;
+    client.start(mumble, {QStringLiteral("mumble://someone@127.0.0.1:%1/").arg(mumblePort)}, environment,
+                 folder + QStringLiteral("/client"));
+    QThread::msleep(5000);
+    // Its questions: whether to make a certificate, and whether to trust the server's.
+    display.xdotool({QStringLiteral("key"), QStringLiteral("Escape")});
+    wantUntil("Mumble's connection", [&] {
+        display.xdotool({QStringLiteral("key"), QStringLiteral("alt+y")});
+        return says(serverOutput, "Authenticated");
+    });
+    QThread::msleep(settling);
+    Minute result;
+    const auto before = ProcessUse::of(client.processId());
+    QThread::msleep(settling);
+    const auto after = ProcessUse::of(client.processId());
+    result.idleMemory = after.resident;
+    result.idleSwitches = (after.switches - before.switches) * 1000 / settling;
+    return watch(desktop, client.processId(), result);
+}
+
+void print(const char* name, std::vector<Minute>& minutes) {
+    if (minutes.empty()) {
+        std::printf("| %s | not measured | | | | |\n", name);
+        return;
+    }
+    const auto median = [&](double Minute::*what) {
+        std::ranges::sort(minutes, {}, what);
+        return minutes[minutes.size() / 2].*what;
+    };
+    std::printf("| %s | %.1f MB | %.1f | %.1f MB | %.0f ms | %.0f |\n", name, median(&Minute::idleMemory),
+                median(&Minute::idleSwitches), median(&Minute::memory), median(&Minute::processorTime),
+                median(&Minute::switches));
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QGuiApplication application(argc, argv);
+    const int rounds = argc > 1 ? std::max(1, QString::fromLocal8Bit(argv[1]).toInt()) : 1;
+    const auto mumble = QStandardPaths::findExecutable(QStringLiteral("mumble"));
+    const auto server = QStandardPaths::findExecutable(
+        QStringLiteral("murmurd"), {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")});
+    std::vector<Minute> ours;
+    std::vector<Minute> theirs;
+    try {
+        TourDesktop desktop;
+        desktop.start(QCoreApplication::applicationDirPath() + QStringLiteral("/corvane-sandbox"));
+        const PrivateDisplay display({1280, 900}, PrivateDisplay::Manager::openbox);
+        QGuiApplication::setApplicationName(QStringLiteral("Corvane Lumetra"));
+        signIn();
+        for (int round = 0; round < rounds; ++round) {
+            ours.push_back(interviewMinute(desktop, display));
+            if (!mumble.isEmpty() && !server.isEmpty()) {
+                theirs.push_back(mumbleMinute(desktop, display, mumble, server));
+            }
+        }
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+    }
+    std::printf("| | resident, connected | its wake-ups a second | resident, talking | processor time of a "
+                "minute | wake-ups a second |\n|---|---|---|---|---|---|\n");
+    print("Corvane Lumetra", ours);
+    print("Mumble", theirs);
+    return ours.empty() ? 1 : 0;
+}
