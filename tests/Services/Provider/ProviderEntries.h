@@ -1,0 +1,34 @@
+#pragma once
+
+#include "DefaultsStore.h"
+#include "Json.h"
+
+#include <boost/json/array.hpp>
+
+#include <memory>
+
+// Defaults with one provider, "p", chosen. Without a key in the entry if `apiKey` is null.
+inline std::unique_ptr<platform::DefaultsStore>
+providerEntries(const QString& baseUrl, const QString& endpoint, const QString& apiKey = {}) {
+    boost::json::object selected{{"id", "p"}, {"name", "P"}, {"isConfigured", true}};
+    if (!apiKey.isNull()) {
+        selected["apiKey"] = json::toJson(apiKey);
+    }
+    const boost::json::object provider{{"id", "p"},
+                                       {"name", "P"},
+                                       {"baseUrl", json::toJson(baseUrl)},
+                                       {"chatEndpoint", json::toJson(endpoint)},
+                                       {"authType", "none"},
+                                       {"defaultModel", "m-1"},
+                                       {"responseContentPath", "choices.0.delta.content"},
+                                       {"supportsStreaming", true},
+                                       {"supportsImages", false},
+                                       {"isCustom", true},
+                                       {"curl", ""},
+                                       {"models", boost::json::array()}};
+    auto defaults = platform::makeMemoryDefaultsStore();
+    defaults->setData("selected_ai_provider", json::serialize(selected));
+    defaults->setData("custom_ai_providers", json::serialize(boost::json::array{provider}));
+    defaults->setBoolean("corvane_api_enabled", false);
+    return defaults;
+}
