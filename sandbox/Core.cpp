@@ -1,5 +1,6 @@
 #include "Core.h"
 
+#include "ChatProvider.h"
 #include "ControlService.h"
 
 #include <boost/json/array.hpp>
@@ -72,7 +73,10 @@ HttpReply Core::answer(const HttpRequest& request) {
         request.host == backendHost || request.host == "localhost" || request.host == "127.0.0.1";
     HttpReply reply;
     try {
-        reply = isSignIn ? m_signIn.answer(request) : isBackend ? m_backend.answer(request) : misdirected();
+        reply = isSignIn                           ? m_signIn.answer(request)
+                : !isBackend                       ? misdirected()
+                : request.path == chatProviderPath ? answerChat(request, m_backend.manners.pace, m_ledger)
+                                                   : m_backend.answer(request);
     } catch (const std::exception& problem) {
         // A full disk, say: the next request may fare better.
         m_ledger.request(std::string("internal error: ") + problem.what());

@@ -142,7 +142,9 @@ std::string HttpReply::serialize() const {
     for (const auto& [name, value] : headers) {
         text.append(name).append(": ").append(value).append("\r\n");
     }
-    if (status != 101) {
+    if (!pieces.empty()) {
+        text.append("Transfer-Encoding: chunked\r\n");
+    } else if (status != 101) {
         text.append("Content-Length: ").append(std::to_string(body.size())).append("\r\n");
     }
     return text.append("\r\n").append(body);

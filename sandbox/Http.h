@@ -45,10 +45,14 @@ struct HttpReply {
     Pairs headers;
     std::string body;
     std::chrono::milliseconds delay{0};
+    // Instead of `body`, if there are any: sent one by one as chunks, with the pace between them.
+    std::vector<std::string> pieces;
+    std::chrono::milliseconds pace{0};
     // With status 101: who talks over the WebSocket from then on.
     std::shared_ptr<WebSocketEndpoint> endpoint;
 
     static HttpReply json(int status, std::string body);
+    // Without the pieces.
     std::string serialize() const;
 };
 

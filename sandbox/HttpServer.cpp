@@ -7,6 +7,7 @@
 #include <boost/asio/use_awaitable.hpp>
 
 #include <charconv>
+#include <sstream>
 
 namespace sandbox {
 
@@ -150,7 +151,20 @@ asio::awaitable<void> HttpServer::converse(std::shared_ptr<Wire> wire) {
             co_return;
         }
         co_await wire->write(reply.serialize());
+        if (!reply.pieces.empty()) {
+            co_await writePieces(*wire, reply);
+        }
     }
+}
+
+asio::awaitable<void> HttpServer::writePieces(Wire& wire, const HttpReply& reply) {
+    for (const auto& piece : reply.pieces) {
+        std::ostringstream chunk;
+        chunk << std::hex << piece.size() << "\r\n" << piece << "\r\n";
+        co_await wire.write(chunk.str());
+        co_await wire.pause(reply.pace);
+    }
+    co_await wire.write("0\r\n\r\n");
 }
 
 asio::awaitable<HttpRequest> HttpServer::readRequest(Wire& wire) {

@@ -48,6 +48,7 @@ private:
     asio::awaitable<void> accept(std::shared_ptr<tcp::acceptor> acceptor);
     asio::awaitable<void> serve(std::shared_ptr<Wire> wire);
     asio::awaitable<void> converse(std::shared_ptr<Wire> wire);
+    asio::awaitable<void> writePieces(Wire& wire, const HttpReply& reply);
     asio::awaitable<HttpRequest> readRequest(Wire& wire);
 
     asio::io_context& m_context;

@@ -89,6 +89,27 @@ private Q_SLOTS:
         QCOMPARE(summary(*fixture.settings(*platform::makeFileDefaultsStore(file.fileName()))), expected);
     }
 
+    void thePageNamesWhoAnswers_data() {
+        const auto row = rows<bool, QByteArray, QString>();
+        row("the backend", true, R"("p")", "Corvane");
+        row("a provider", false, R"("p")", "P");
+        row("none that is described", false, R"("q")", "None!");
+        row("none that is selected", false, "", "None!");
+    }
+    void thePageNamesWhoAnswers() {
+        const auto [enabled, selected, source] = currentRow<bool, QByteArray, QString>();
+        Fixture fixture;
+        fixture.defaults->setBoolean("corvane_api_enabled", enabled);
+        fixture.defaults->setData("custom_ai_providers", "[" + provider + "]");
+        if (!selected.isEmpty()) {
+            fixture.defaults->setData("selected_ai_provider",
+                                      R"({"name":"S","isConfigured":true,"id":)" + selected + "}");
+        }
+        const auto settings = fixture.settings(*fixture.defaults);
+        const AppSettingsPresenter page(*settings, *fixture.access);
+        QCOMPARE(page.answerSource() + (page.answerSourceNote().isEmpty() ? "" : "!"), source);
+    }
+
     void changedSettingsAreStoredAndActedOn() {
         Fixture fixture;
         const auto settings = fixture.settings(*fixture.defaults);

@@ -10,6 +10,7 @@ AppSettingsPresenter::AppSettingsPresenter(SettingsViewModel& settings, const pl
     connect(&settings, &SettingsViewModel::themeChanged, this, &Self::themeChanged);
     connect(&settings, &SettingsViewModel::transparencyChanged, this, &Self::transparencyChanged);
     connect(&settings, &SettingsViewModel::customizableChanged, this, &Self::switchesChanged);
+    connect(&settings, &SettingsViewModel::corvaneApiEnabledChanged, this, &Self::answerSourceChanged);
 }
 
 QStringList AppSettingsPresenter::themes() const {
@@ -72,6 +73,31 @@ void AppSettingsPresenter::toggleContentProtection() {
 
 void AppSettingsPresenter::toggleLaunchAtLogin() {
     m_settings.toggleAutostart();
+}
+
+const CustomAIProvider* AppSettingsPresenter::chosenProvider() const {
+    const auto& selected = m_settings.selectedAIProvider();
+    const auto& providers = m_settings.customAiProviders();
+    const auto found = std::ranges::find_if(providers, [&selected](const CustomAIProvider& provider) {
+        return selected && provider.id == selected->id;
+    });
+    return found == providers.end() ? nullptr : &*found;
+}
+
+QString AppSettingsPresenter::answerSource() const {
+    if (m_settings.corvaneApiEnabled()) {
+        return QStringLiteral("Corvane");
+    }
+    const auto* provider = chosenProvider();
+    return provider ? provider->name : QStringLiteral("None");
+}
+
+QString AppSettingsPresenter::answerSourceNote() const {
+    return m_settings.corvaneApiEnabled() || chosenProvider()
+               ? QString()
+               : QStringLiteral(
+                     "The settings file turns Corvane’s answers off and selects no provider that it "
+                     "describes in full. Correct it, then start the program again.");
 }
 
 QString AppSettingsPresenter::contentProtectionNote() const {

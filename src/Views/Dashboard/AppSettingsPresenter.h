@@ -5,6 +5,7 @@
 #include <qqmlregistration.h>
 
 class SettingsViewModel;
+struct CustomAIProvider;
 
 namespace platform {
 class SystemAccess;
@@ -23,6 +24,8 @@ class AppSettingsPresenter : public QObject {
     Q_PROPERTY(bool alwaysOnTop READ alwaysOnTop NOTIFY switchesChanged)
     Q_PROPERTY(bool contentProtection READ contentProtection NOTIFY switchesChanged)
     Q_PROPERTY(bool launchesAtLogin READ launchesAtLogin NOTIFY switchesChanged)
+    Q_PROPERTY(QString answerSource READ answerSource NOTIFY answerSourceChanged)
+    Q_PROPERTY(QString answerSourceNote READ answerSourceNote NOTIFY answerSourceChanged)
     Q_PROPERTY(QString contentProtectionNote READ contentProtectionNote CONSTANT)
 
 public:
@@ -43,6 +46,10 @@ public:
     Q_INVOKABLE void toggleAlwaysOnTop();
     Q_INVOKABLE void toggleContentProtection();
     Q_INVOKABLE void toggleLaunchAtLogin();
+    // Who answers a chat message: the backend, or the provider in the user's settings file, by its name.
+    QString answerSource() const;
+    // What to do when nobody can; empty otherwise.
+    QString answerSourceNote() const;
     // What the switch cannot do on this desktop; empty when it can do all. Nobody may believe to be hidden
     // who is not.
     QString contentProtectionNote() const;
@@ -51,8 +58,11 @@ Q_SIGNALS:
     void themeChanged();
     void transparencyChanged();
     void switchesChanged();
+    void answerSourceChanged();
 
 private:
+    const CustomAIProvider* chosenProvider() const;
+
     SettingsViewModel& m_settings;
     const platform::SystemAccess& m_access;
 };

@@ -90,4 +90,37 @@ ScrollPage {
             onClicked: page.presenter.toggleLaunchAtLogin()
         }
     }
+
+    Column {
+        width: parent.width
+        spacing: 8
+
+        Item {
+            width: parent.width
+            height: source.height
+
+            SectionLabel {
+                id: source
+                text: "Chat Answers"
+            }
+            Text {
+                anchors.left: source.right
+                anchors.leftMargin: 24
+                anchors.right: parent.right
+                anchors.baseline: source.baseline
+                horizontalAlignment: Text.AlignRight
+                elide: Text.ElideRight
+                text: page.presenter.answerSource
+                textFormat: Text.PlainText
+                color: Theme.secondary
+                font.pixelSize: 13
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+        }
+        NoteText {
+            width: parent.width
+            text: page.presenter.answerSourceNote
+        }
+    }
 }

@@ -6,6 +6,8 @@
 #include "TestCertificates.h"
 #include "WaitFor.h"
 
+#include <Sandbox.h>
+
 #include <QFile>
 #include <QTimer>
 
@@ -142,6 +144,16 @@ private Q_SLOTS:
         const auto endpoint = QStringLiteral("/chat?pieces=%1").arg(pieces);
         QCOMPARE(ask(*providerEntries(server.baseUrl(), endpoint), words), QString());
         QCOMPARE(m_text, QString(words).remove(u'|'));
+    }
+
+    void theStandInAnswers() {
+        const sandbox::Sandbox stand;
+        const auto& addresses = stand.addresses();
+        const EnvironmentOverride roots("SSL_CERT_FILE", addresses.certificateFile.c_str());
+        const auto url = QString::fromStdString(addresses.backendTls);
+        QCOMPARE(ask(*providerEntries(url, "/v1/chat/completions", "key"), "Why?"), QString());
+        QCOMPARE(m_text, QStringLiteral("To “Why?”: ask for one example, and what came of it."));
+        QVERIFY(stand.violations().empty());
     }
 
     void theTextIsWhereThePathSays_data() {
