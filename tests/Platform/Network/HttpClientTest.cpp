@@ -4,6 +4,8 @@
 #include "WaitFor.h"
 
 #include <QElapsedTimer>
+#include <QPointer>
+#include <QTimer>
 
 using platform::HttpError;
 using platform::HttpRequest;
@@ -161,6 +163,42 @@ private Q_SLOTS:
         QCOMPARE(error.kind(), Kind::timedOut);
         QCOMPARE(QString::fromUtf8(error.what()), "localhost did not answer in time.");
         QVERIFY(timer.elapsed() >= 100);
+    }
+
+    void aStreamLastsUntilItsEndOrASilence_data() {
+        const auto row = rows<int, bool, QString>();
+        row("silence", 1000, false, "localhost did not answer in time.");
+        row("enough", 3, false, "");
+        row("the client goes", 1000, true, "The operation was cancelled.");
+    }
+    void aStreamLastsUntilItsEndOrASilence() {
+        const auto [wanted, clientGoes, failure] = currentRow<int, bool, QString>();
+        QPointer<QSslSocket> peer;
+        m_server->onRequest = [&peer](QSslSocket* socket, const QByteArray&) {
+            peer = socket;
+            socket->write("HTTP/1.1 200 OK\r\n\r\n");
+            for (int i = 1; i <= 6; ++i) {
+                QTimer::singleShot(i * 60, socket, [socket] { socket->write("x"); });
+            }
+        };
+        auto request = post(url());
+        request.timeout = std::chrono::milliseconds(150); // shorter than the whole
+        request.maxBodyBytes = 1;
+        int pieces = 0;
+        auto task = m_client->stream(request, [&](const QByteArray&) { return ++pieces < wanted; });
+        QVERIFY(waitUntil([&] { return pieces == 3; }));
+        if (clientGoes) {
+            m_client.reset();
+        }
+        QString text;
+        try {
+            QCOMPARE(::waitFor(std::move(task)).body, QByteArray());
+        } catch (const std::exception& error) {
+            text = error.what();
+        }
+        QCOMPARE(text, failure);
+        QCOMPARE(pieces, wanted == 3 || clientGoes ? 3 : 6);
+        QVERIFY(waitUntil([&] { return !peer; })); // the connection is not left open
     }
 
     void certificates_data() { TestCertificates::addRows(); }
