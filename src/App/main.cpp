@@ -3,6 +3,7 @@
 #include "TerminationSignals.h"
 
 #include <QGuiApplication>
+#include <QIcon>
 #include <QQuickWindow>
 
 #include <sys/stat.h>
@@ -41,6 +42,7 @@ int main(int argc, char* argv[]) {
     auto secrets = platform::makeSecretServiceStore();
     QGuiApplication application(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("com.corvane.Lumetra"));
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/symbols/com.corvane.Lumetra.svg")));
     QGuiApplication::setQuitOnLastWindowClosed(false);
     platform::quitOnTerminationSignals();
     const platform::CursorRest cursorRest;

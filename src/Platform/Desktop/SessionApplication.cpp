@@ -1,5 +1,6 @@
 #include "SessionApplication.h"
 
+#include "ApplicationCall.h"
 #include "Log.h"
 
 #include <QDBusConnection>
@@ -12,13 +13,7 @@ namespace platform {
 
 namespace {
 
-constexpr auto interfaceName = "org.freedesktop.Application";
 constexpr int activationTimeout = 5000; // ms
-
-QString objectPath(const QString& applicationId) {
-    auto path = u'/' + applicationId;
-    return path.replace(u'.', u'/').replace(u'-', u'_');
-}
 
 } // namespace
 
@@ -60,7 +55,7 @@ public:
     ~BusApplication() override {
         if (m_bus.isConnected()) {
             m_bus.unregisterService(m_applicationId);
-            m_bus.unregisterObject(objectPath(m_applicationId));
+            m_bus.unregisterObject(applicationObjectPath(m_applicationId));
         }
         QDBusConnection::disconnectFromBus(QStringLiteral("session-application"));
     }
@@ -72,7 +67,8 @@ public:
             return Start::noBus;
         }
         // The object first and the name last: whoever sees the name finds the object behind it.
-        m_bus.registerObject(objectPath(m_applicationId), &m_object, QDBusConnection::ExportScriptableSlots);
+        m_bus.registerObject(applicationObjectPath(m_applicationId), &m_object,
+                             QDBusConnection::ExportScriptableSlots);
         auto* bus = m_bus.interface();
         const auto reply = bus->registerService(m_applicationId, QDBusConnectionInterface::DontQueueService,
                                                 QDBusConnectionInterface::DontAllowReplacement);
@@ -84,10 +80,7 @@ public:
 
 private:
     bool activateRunning() {
-        auto call = QDBusMessage::createMethodCall(m_applicationId, objectPath(m_applicationId),
-                                                   QLatin1String(interfaceName), QStringLiteral("Activate"));
-        call << QVariantMap();
-        const auto answer = m_bus.call(call, QDBus::Block, activationTimeout);
+        const auto answer = callApplication(m_bus, m_applicationId, {}, activationTimeout);
         if (answer.type() == QDBusMessage::ErrorMessage) {
             logLine(
                 QStringLiteral("[App] The running program did not answer: %1").arg(answer.errorMessage()));
