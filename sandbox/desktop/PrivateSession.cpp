@@ -36,6 +36,7 @@ constexpr std::array folders{
 constexpr const char* busConfiguration = R"(<busconfig>
 <type>session</type>
 <listen>unix:path=%1</listen>
+%2
 <auth>EXTERNAL</auth>
 <policy context="default">
 <allow send_destination="*" eavesdrop="true"/>
@@ -46,9 +47,9 @@ constexpr const char* busConfiguration = R"(<busconfig>
 )";
 
 std::unique_ptr<QProcess> start(const QString& program, const QStringList& arguments,
-                                const QByteArray& input = {}) {
+                                const QByteArray& input = {}, const QString& log = QProcess::nullDevice()) {
     auto process = std::make_unique<QProcess>();
-    process->setStandardErrorFile(QProcess::nullDevice());
+    process->setStandardErrorFile(log, QIODevice::Append);
     // Nothing outlives a test that crashed.
     process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     process->start(program, arguments);
@@ -139,19 +140,22 @@ QString PrivateSession::busAddress() const {
     return QStringLiteral("unix:path=") + m_folder.filePath(QStringLiteral("bus"));
 }
 
-bool PrivateSession::startBus() {
+bool PrivateSession::startBus(const QString& services) {
     const auto path = m_folder.filePath(QStringLiteral("bus.conf"));
+    const auto folder = services.isEmpty()
+                            ? QString()
+                            : QStringLiteral("<servicedir>%1</servicedir>").arg(services.toHtmlEscaped());
+    const auto configuration =
+        QString::fromLatin1(busConfiguration).arg(m_folder.filePath(QStringLiteral("bus")), folder).toUtf8();
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) ||
-        file.write(
-            QString::fromLatin1(busConfiguration).arg(m_folder.filePath(QStringLiteral("bus"))).toUtf8()) <
-            0) {
+    if (!file.open(QIODevice::WriteOnly) || file.write(configuration) < 0) {
         return false;
     }
     file.close();
-    m_bus =
-        start(QStringLiteral("dbus-daemon"), {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
-                                              QStringLiteral("--config-file=") + path});
+    m_bus = start(QStringLiteral("dbus-daemon"),
+                  {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
+                   QStringLiteral("--config-file=") + path},
+                  {}, busLog());
     // The address is printed when the bus listens.
     return m_bus && m_bus->waitForReadyRead(patience);
 }

@@ -10,7 +10,8 @@
 
 // A session of its own: folders in a temporary place, a bus, a secret service. This process and those it
 // starts live in it until it is destroyed, which ends its processes and restores the environment. Nothing is
-// activated by name: who is on the bus was started. Operations that start or wait return false on failure.
+// activated by name, unless a folder of services is given: who is on the bus was started. Operations that
+// start or wait return false on failure.
 class PrivateSession {
 public:
     PrivateSession();
@@ -18,7 +19,8 @@ public:
     PrivateSession(const PrivateSession&) = delete;
     PrivateSession& operator=(const PrivateSession&) = delete;
 
-    bool startBus();
+    // The bus starts what `services` describes; what those print goes to busLog().
+    bool startBus(const QString& services = {});
     void stopBus();
 
     // GNOME Keyring. The first start makes its login collection, a later one unlocks it; without a password
@@ -30,6 +32,7 @@ public:
     void killKeyring();
 
     QString busAddress() const;
+    QString busLog() const { return m_folder.filePath(QStringLiteral("bus.log")); }
     QString folder() const { return m_folder.path(); }
 
 private:

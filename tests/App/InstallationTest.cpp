@@ -1,0 +1,196 @@
+#include "PrivateSession.h"
+#include "WaitFor.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QFile>
+#include <QProcess>
+#include <QSettings>
+#include <QUuid>
+
+#include <csignal>
+#include <memory>
+
+namespace {
+
+constexpr auto applicationId = "com.corvane.Lumetra";
+constexpr int patience = 20000; // ms
+
+QByteArray contents(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QString newLink() {
+    return QStringLiteral("corvane://interview/") + QUuid::createUuid().toString(QUuid::WithoutBraces);
+}
+
+// Everything it prints, and its exit code.
+std::pair<int, QByteArray> run(const QString& program, const QStringList& arguments) {
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(program, arguments);
+    if (!process.waitForFinished(2 * patience)) {
+        return {-1, process.errorString().toUtf8()};
+    }
+    return {process.exitCode(), process.readAll()};
+}
+
+} // namespace
+
+// The program as it is installed, on a bus that starts it by its service file, without a display.
+class InstallationTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() {
+        qputenv("XDG_DATA_DIRS", (share() + ":/usr/share").toUtf8());
+        qputenv("PULSE_SERVER", "unix:/nonexistent");
+        qunsetenv("CORVANE_APPLICATION_INFO");
+        const auto [code, output] =
+            run("cmake", {"--install", QStringLiteral(CORVANE_BUILD_FOLDER), "--prefix", prefix()});
+        QVERIFY2(code == 0, output.constData());
+    }
+
+    void init() { m_services = share() + "/dbus-1/services"; }
+
+    void cleanup() {
+        QVERIFY(endProgram());
+        QDBusConnection::disconnectFromBus("observer");
+        m_session.stopBus();
+        QFile::remove(m_session.busLog());
+    }
+
+    // The validator of Debian 12 is older than the key SingleMainWindow.
+    void theEntryIsValid() {
+        const auto [code, output] = run("desktop-file-validate", {entry()});
+        for (const auto& complaint : output.split('\n')) {
+            QVERIFY2(complaint.isEmpty() || complaint.contains("\"SingleMainWindow\""),
+                     complaint.constData());
+        }
+    }
+
+    // CORVANE_COLD_STARTS makes it more of them.
+    void everyColdStartByALinkDeliversIt() {
+        QVERIFY(startBus());
+        const int starts = qEnvironmentVariableIsSet("CORVANE_COLD_STARTS")
+                               ? qEnvironmentVariableIntValue("CORVANE_COLD_STARTS")
+                               : 6;
+        int delivered = 0;
+        for (int i = 0; i < starts; ++i) {
+            const auto link = newLink();
+            open(link, i % 2 == 0 ? Launcher::bus : Launcher::command);
+            delivered += received(link) ? 1 : 0;
+            QVERIFY(endProgram());
+        }
+        qInfo("%d links delivered in %d cold starts", delivered, starts);
+        QCOMPARE(delivered, starts);
+        // Each once, and by a program that has found its information.
+        QCOMPARE(contents(m_session.busLog()).count("[DeepLink] Received"), starts);
+        QCOMPARE(contents(m_session.busLog()).count("launched: v0."), starts);
+    }
+
+    void theRunningProgramGetsLinksAndActivation() {
+        QVERIFY(startBus());
+        open({}, Launcher::command);
+        QVERIFY(waitUntil([&] { return processId() != 0; }, patience));
+        const auto first = processId();
+        for (const auto launcher : {Launcher::bus, Launcher::command}) {
+            const auto link = newLink();
+            open(link, launcher);
+            QVERIFY(received(link));
+        }
+        open({}, Launcher::command);
+        QCOMPARE(processId(), first);
+        QCOMPARE(contents(m_session.busLog()).count("launched: v0."), 1);
+    }
+
+    // A prefix that the bus does not look at, or files that have moved since it was told.
+    void theCommandStartsWhatTheBusCannot_data() {
+        QTest::addColumn<QString>("service");
+        QTest::newRow("unknown") << QString();
+        QTest::newRow("moved") << "[D-BUS Service]\nName=com.corvane.Lumetra\nExec=/nonexistent/program\n";
+    }
+    void theCommandStartsWhatTheBusCannot() {
+        QFETCH(QString, service);
+        m_services = m_session.folder() + "/services";
+        QDir().mkpath(m_services);
+        QFile file(m_services + "/com.corvane.Lumetra.service");
+        file.remove();
+        if (!service.isEmpty()) {
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(service.toUtf8()) > 0);
+            file.close();
+        }
+        QVERIFY(startBus());
+        const auto link = newLink();
+        open(link, Launcher::command);
+        QVERIFY(received(link));
+    }
+
+    void withoutABusTheCommandBecomesTheProgram() {
+        QProcess process;
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(prefix() + "/bin/corvane-lumetra-open", {newLink()});
+        QByteArray output;
+        QVERIFY(waitUntil([&] { return (output += process.readAll()).contains("launched: v0."); }, patience));
+        QVERIFY(output.contains("No session bus"));
+        process.terminate();
+        QVERIFY(process.waitForFinished(patience));
+        QCOMPARE(process.exitCode(), 0);
+    }
+
+private:
+    // One that calls the bus, as the desktops do, and one that knows only the Exec key.
+    enum class Launcher { bus, command };
+
+    QString prefix() const { return m_session.folder() + "/installed"; }
+    QString share() const { return prefix() + "/share"; }
+    QString entry() const { return share() + "/applications/com.corvane.Lumetra.desktop"; }
+
+    bool startBus() { return m_session.startBus(m_services); }
+    QDBusConnection observer() { return QDBusConnection::connectToBus(m_session.busAddress(), "observer"); }
+    uint processId() {
+        const auto bus = observer();
+        return bus.isConnected() ? bus.interface()->servicePid(applicationId).value() : 0;
+    }
+
+    // Returns when the launcher has done its part. Without a link it activates.
+    void open(const QString& link, Launcher launcher) {
+        auto words = QProcess::splitCommand(
+            QSettings(entry(), QSettings::IniFormat).value("Desktop Entry/Exec").toString());
+        QCOMPARE(words.takeLast(), "%u");
+        if (launcher == Launcher::bus) {
+            words = QStringList{"gio", "open"};
+        }
+        if (!link.isEmpty()) {
+            words.append(link);
+        }
+        QProcess process;
+        // What it starts prints where the bus's services print.
+        process.setStandardErrorFile(m_session.busLog(), QIODevice::Append);
+        process.start(words.first(), words.mid(1));
+        QVERIFY(process.waitForFinished(2 * patience));
+        QCOMPARE(process.exitCode(), 0);
+    }
+
+    bool received(const QString& link) {
+        const auto line = "[DeepLink] Received interview ID: " + link.section('/', -1).toUtf8();
+        return waitUntil([&] { return contents(m_session.busLog()).contains(line); }, patience);
+    }
+
+    bool endProgram() {
+        const auto process = processId();
+        if (process == 0) {
+            return true;
+        }
+        ::kill(static_cast<pid_t>(process), SIGTERM);
+        return waitUntil([&] { return processId() == 0; }, patience);
+    }
+
+    PrivateSession m_session;
+    QString m_services;
+};
+
+QTEST_GUILESS_MAIN(InstallationTest)
+
+#include "InstallationTest.moc"
