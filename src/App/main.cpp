@@ -5,8 +5,11 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QQuickWindow>
+#include <QTimer>
 
 #include <sys/stat.h>
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -42,7 +45,10 @@ int main(int argc, char* argv[]) {
     auto secrets = platform::makeSecretServiceStore();
     QGuiApplication application(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("com.corvane.Lumetra"));
-    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/symbols/com.corvane.Lumetra.svg")));
+    // Not before the first window is seen: all its sizes are drawn for it. A desktop has it from the entry too.
+    QTimer::singleShot(1s, &application, [] {
+        QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/symbols/com.corvane.Lumetra.svg")));
+    });
     QGuiApplication::setQuitOnLastWindowClosed(false);
     platform::quitOnTerminationSignals();
     const platform::CursorRest cursorRest;
