@@ -45,7 +45,8 @@ int main(int argc, char* argv[]) {
     auto secrets = platform::makeSecretServiceStore();
     QGuiApplication application(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("com.corvane.Lumetra"));
-    // Not before the first window is seen: all its sizes are drawn for it. A desktop has it from the entry too.
+    // Not before the first window is seen: all its sizes are drawn for it. A desktop has it from the entry
+    // too.
     QTimer::singleShot(1s, &application, [] {
         QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/symbols/com.corvane.Lumetra.svg")));
     });
