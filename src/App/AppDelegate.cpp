@@ -89,6 +89,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     initializeViewModels();
     setupFloatingPanel();
     applyPersistedSettings();
+    m_shortcutService->registerAll();
     autoConnectWebSocket();
     if (m_floatingPanel->isVisible()) {
         // The bar is what the user waits for.
@@ -126,6 +127,8 @@ void AppDelegate::initializeServices() {
     m_webSocketService->setAuth(m_clerkAuthService.get());
     m_audioCaptureService = std::make_unique<AudioCaptureService>(*m_platform.audio, clock);
     m_screenCaptureService = makeScreenCaptureService();
+    m_shortcutService =
+        std::make_unique<ShortcutService>(*this, *m_platform.keys, *m_platform.defaults, clock);
     if (m_platform.environment.contains(QLatin1String(analyticsVariable))) {
         m_analyticsService.apiKey =
             platform::Secret(m_platform.environment.value(QLatin1String(analyticsVariable)));
@@ -370,6 +373,9 @@ bool AppDelegate::applicationShouldHandleReopen() {
     return true;
 }
 
-// The database, the link and capture end with the process; shortcuts will have to let go of the keyboard
-// here.
-void AppDelegate::applicationWillTerminate() {}
+// The database, the link and capture end with the process.
+void AppDelegate::applicationWillTerminate() {
+    if (m_shortcutService) {
+        m_shortcutService->unregisterAll();
+    }
+}

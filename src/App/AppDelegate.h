@@ -3,6 +3,7 @@
 #include "AnalyticsService.h"
 #include "ApplicationWindows.h"
 #include "PlatformServices.h"
+#include "ShortcutService.h"
 
 #include <QCoroTask>
 #include <QList>
@@ -41,7 +42,7 @@ public:
 
 // The composition root: builds every service and view model in a fixed order, wires them, and answers the
 // application's events. Main thread. One instance for the life of the process.
-class AppDelegate : public QObject, public ApplicationWindows {
+class AppDelegate : public QObject, public ApplicationWindows, public ShortcutServiceDelegate {
     Q_OBJECT
 
 public:
@@ -65,6 +66,8 @@ public:
     void toggleFloatingPanel();
     // The bar comes forward and its id field takes the keyboard.
     void focusInput();
+    // Returns at once: what the shortcut does is queued.
+    void shortcutTriggered(ShortcutAction action) override;
 
     DatabaseService& databaseService() const { return *m_databaseService; }
     KeychainService& keychainService() const { return *m_keychainService; }
@@ -73,6 +76,7 @@ public:
     WebSocketService& webSocketService() const { return *m_webSocketService; }
     AudioCaptureService& audioCaptureService() const { return *m_audioCaptureService; }
     ScreenCaptureService& screenCaptureService() const { return *m_screenCaptureService; }
+    ShortcutService& shortcutService() const { return *m_shortcutService; }
     SettingsViewModel& settingsViewModel() const { return *m_settingsViewModel; }
     OverlayViewModel& overlayViewModel() const { return *m_overlayViewModel; }
     DashboardViewModel& dashboardViewModel() const { return *m_dashboardViewModel; }
@@ -94,6 +98,9 @@ private:
     void followSignedInState();
     void autoConnectWebSocket();
     QCoro::Task<void> connectWebSocket(QString baseURL);
+    void perform(ShortcutAction action);
+    void movePanel(QPoint by);
+    void toggleSystemAudio();
     void handleDeepLinkInterview(const QString& id);
     void waitForSession(const QString& id);
     QString storedBackendUrl();
@@ -111,6 +118,7 @@ private:
     std::unique_ptr<WebSocketService> m_webSocketService;
     std::unique_ptr<AudioCaptureService> m_audioCaptureService;
     std::unique_ptr<ScreenCaptureService> m_screenCaptureService;
+    std::unique_ptr<ShortcutService> m_shortcutService;
     AnalyticsService m_analyticsService;
 
     std::unique_ptr<SettingsViewModel> m_settingsViewModel;

@@ -29,6 +29,7 @@ PlatformServices PlatformServices::ofThisDesktop(std::unique_ptr<platform::Secre
     services.loginItem = platform::makeAutostartEntry(
         configuration + QStringLiteral("/autostart"), QStringLiteral("com.corvane.Lumetra"),
         QStringLiteral("Corvane Lumetra"), QCoreApplication::applicationFilePath());
+    services.keys = platform::makeDesktopKeyMonitor();
     services.screens = platform::makeScreenGrabber();
     services.clipboard = platform::makeDesktopClipboard();
     services.notifications = platform::makeDesktopNotifications(QStringLiteral("Corvane Lumetra"),

@@ -8,6 +8,7 @@
 #include "ConnectivityMonitor.h"
 #include "DefaultsStore.h"
 #include "HttpClient.h"
+#include "KeyMonitor.h"
 #include "LoginItem.h"
 #include "Notifications.h"
 #include "ScreenGrabber.h"
@@ -38,6 +39,8 @@ struct PlatformServices {
     std::unique_ptr<platform::SystemAccess> systemAccess;
     std::unique_ptr<platform::Appearance> appearance;
     std::unique_ptr<platform::LoginItem> loginItem;
+    // This one has no keys.
+    std::unique_ptr<platform::KeyMonitor> keys = std::make_unique<platform::KeyMonitor>();
     std::unique_ptr<platform::ScreenGrabber> screens;
     std::unique_ptr<platform::Clipboard> clipboard;
     std::unique_ptr<platform::Notifications> notifications;

@@ -119,7 +119,8 @@ void ShortcutService::offerToDesktop() {
     QList<platform::DesktopShortcut> shortcuts;
     if (m_globalMonitor) {
         for (const auto& [key, action] : m_parsed) {
-            shortcuts.append({rawValue(action), displayName(action), key.modifierFlags, key.name});
+            shortcuts.append(
+                {rawValue(action), displayName(action), key.modifierFlags, key.keyCode, key.name});
         }
     }
     m_keys.setDesktopShortcuts(shortcuts);

@@ -5,6 +5,7 @@
 #include "OverlayViewModel.h"
 #include "Rows.h"
 #include "SettingsViewModel.h"
+#include "SystemAudioViewModel.h"
 #include "TestProgram.h"
 
 namespace {
@@ -159,6 +160,57 @@ private Q_SLOTS:
         program.settle();
         QCOMPARE(program.interview().interviewId(), "two");
         QCOMPARE(program.commands("chat").size(), 1);
+    }
+
+    void aShortcutDoesItsWork_data() {
+        using Work = std::function<bool(TestProgram&)>;
+        const auto row = rows<ShortcutAction, Work>();
+        row("dashboard", ShortcutAction::toggleDashboard,
+            [](TestProgram& program) { return !program.windows->dashboard->visible; });
+        row("bar", ShortcutAction::toggleWindow, [](TestProgram& program) {
+            return !program.windows->panel->visible && program.app->overlayViewModel().isHidden();
+        });
+        row("input", ShortcutAction::focusInput,
+            [](TestProgram& program) { return program.app->overlayBarPresenter().input()->isFocused(); });
+        const auto standsAt = [](QPoint place) {
+            return
+                [place](TestProgram& program) { return program.windows->panel->frame().topLeft() == place; };
+        };
+        row("up", ShortcutAction::moveWindowUp, standsAt({330, 42}));
+        row("down", ShortcutAction::moveWindowDown, standsAt({330, 66}));
+        row("left", ShortcutAction::moveWindowLeft, standsAt({318, 54}));
+        row("right", ShortcutAction::moveWindowRight, standsAt({342, 54}));
+        row("system audio", ShortcutAction::systemAudio,
+            [](TestProgram& program) { return program.app->systemAudioViewModel().isCapturing(); });
+        row("recording", ShortcutAction::audioRecording,
+            [](TestProgram& program) { return program.completion().isRecordingAudio(); });
+        row("screenshot", ShortcutAction::screenshot,
+            [](TestProgram& program) { return program.screens->grabs == 1; });
+    }
+    void aShortcutDoesItsWork() {
+        const auto [action, isDone] = currentRow<ShortcutAction, std::function<bool(TestProgram&)>>();
+        TestProgram program;
+        program.launchToSession();
+        QVERIFY(!isDone(program));
+        program.app->shortcutTriggered(action);
+        QVERIFY(!isDone(program));
+        program.settle();
+        QVERIFY(isDone(program));
+    }
+
+    void theKeyboardIsLetGoAtTheEnd() {
+        TestProgram program;
+        program.launchToInterview();
+        const platform::KeyEvent space{.charactersIgnoringModifiers = " ",
+                                       .keyCode = platform::keycode::space};
+        QVERIFY(program.keys->press(space));
+        program.settle();
+        QVERIFY(program.log.contains("sendManualStop ignored"));
+        program.app->shortcutTriggered(ShortcutAction::systemAudio);
+        program.settle();
+        QVERIFY(program.isSilent());
+        program.app->applicationWillTerminate();
+        QVERIFY(!program.keys->press(space) && !program.keys->isWatched());
     }
 
     void theMachineIdIsOneStringForEver() {

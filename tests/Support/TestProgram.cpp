@@ -27,7 +27,8 @@ platform::ApplicationInfo TestProgram::defaultInfo() {
 }
 
 TestProgram::TestProgram(Start start, const platform::ApplicationInfo& info,
-                         std::unique_ptr<WindowFactory> windowFactory) {
+                         std::unique_ptr<WindowFactory> windowFactory,
+                         std::unique_ptr<platform::KeyMonitor> keyMonitor) {
     PlatformServices services;
     services.applicationInfo = info;
     services.dataFolder = folder.path();
@@ -49,6 +50,11 @@ TestProgram::TestProgram(Start start, const platform::ApplicationInfo& info,
         services.windows = std::move(windowFactory);
     } else {
         windows = give(services.windows, std::make_unique<FakeWindowFactory>());
+    }
+    if (keyMonitor) {
+        services.keys = std::move(keyMonitor);
+    } else {
+        keys = give(services.keys, std::make_unique<FakeKeyMonitor>());
     }
     loginItem = give(services.loginItem, std::make_unique<FakeLoginItem>());
     screens = give(services.screens, std::make_unique<FakeScreenGrabber>());

@@ -7,6 +7,7 @@
 #include "FakeClock.h"
 #include "FakeDesktop.h"
 #include "FakeHttpClient.h"
+#include "FakeKeyMonitor.h"
 #include "FakeScreens.h"
 #include "FakeWebSocket.h"
 #include "FakeWindowFactory.h"
@@ -40,9 +41,10 @@ class TestProgram {
 public:
     enum class Start { signedOut, signedIn };
 
-    // Without a window factory there are no windows.
+    // Without a window factory there are no windows, without a key monitor no keyboard.
     explicit TestProgram(Start start = Start::signedIn, const platform::ApplicationInfo& info = defaultInfo(),
-                         std::unique_ptr<WindowFactory> windowFactory = {});
+                         std::unique_ptr<WindowFactory> windowFactory = {},
+                         std::unique_ptr<platform::KeyMonitor> keyMonitor = {});
 
     void launch();
     // Launches, opens the socket and has the server confirm a fresh session.
@@ -82,6 +84,7 @@ public:
     platform::DefaultsStore* defaults = nullptr;
     FakeWindowFactory* windows = nullptr;
     FakeLoginItem* loginItem = nullptr;
+    FakeKeyMonitor* keys = nullptr;
     FakeScreenGrabber* screens = nullptr;
     FakeClipboard* clipboard = nullptr;
     FakeNotifications* notifications = nullptr;

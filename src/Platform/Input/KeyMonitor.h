@@ -21,11 +21,12 @@ enum class KeyReach {
 
 enum class KeyMask { down = 1024, up = 2048 };
 
-// A key that the desktop is asked to watch. The name is one of the grammar's, in lower case: "up", "d", "\".
+// A key that the desktop is asked to watch: one with a code, or what it types in lower case.
 struct DesktopShortcut {
     QString id;
     QString description;
     quint32 modifierFlags = 0;
+    int keyCode = keycode::none;
     QString keyName;
     bool operator==(const DesktopShortcut&) const = default;
 };

@@ -60,7 +60,7 @@ public:
     QCoro::Task<QList<ScreenPicture>> grabScreens() override {
         QList<ScreenPicture> pictures;
         if (isWayland()) {
-            auto asking = m_portal.takePicture();
+            auto asking = ScreenshotPortal::takePicture();
             const auto desktop = co_await asking;
             QList<QRect> places;
             for (const auto* screen : QGuiApplication::screens()) {
@@ -78,9 +78,6 @@ public:
         }
         co_return pictures;
     }
-
-private:
-    ScreenshotPortal m_portal;
 };
 
 } // namespace

@@ -9,10 +9,7 @@ namespace platform {
 class ScreenshotPortal {
 public:
     // Waits for as long as the desktop asks its user. Throws ScreenGrabError.
-    QCoro::Task<QImage> takePicture();
-
-private:
-    int m_requests = 0;
+    static QCoro::Task<QImage> takePicture();
 };
 
 } // namespace platform

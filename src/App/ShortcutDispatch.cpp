@@ -1,0 +1,75 @@
+#include "AppDelegate.h"
+
+#include "AudioCaptureService.h"
+#include "CompletionViewModel.h"
+#include "Dispatch.h"
+#include "InterviewViewModel.h"
+#include "ScreenCaptureService.h"
+#include "SystemAudioViewModel.h"
+#include "Tasks.h"
+
+#include <map>
+
+namespace {
+
+constexpr int step = 12; // points
+
+} // namespace
+
+void AppDelegate::shortcutTriggered(ShortcutAction action) {
+    platform::dispatchToMain(this, [this, action] { perform(action); });
+}
+
+void AppDelegate::perform(ShortcutAction action) {
+    using Work = void (*)(AppDelegate&);
+    // The screen's y grows downwards.
+    static const std::map<ShortcutAction, Work> table{
+        {ShortcutAction::toggleDashboard, [](AppDelegate& app) { app.toggleDashboard(); }},
+        {ShortcutAction::toggleWindow, [](AppDelegate& app) { app.toggleFloatingPanel(); }},
+        {ShortcutAction::focusInput, [](AppDelegate& app) { app.focusInput(); }},
+        {ShortcutAction::moveWindowUp,
+         [](AppDelegate& app) {
+             app.movePanel({0, -step});
+         }},
+        {ShortcutAction::moveWindowDown,
+         [](AppDelegate& app) {
+             app.movePanel({0, step});
+         }},
+        {ShortcutAction::moveWindowLeft,
+         [](AppDelegate& app) {
+             app.movePanel({-step, 0});
+         }},
+        {ShortcutAction::moveWindowRight,
+         [](AppDelegate& app) {
+             app.movePanel({step, 0});
+         }},
+        {ShortcutAction::systemAudio, [](AppDelegate& app) { app.toggleSystemAudio(); }},
+        {ShortcutAction::audioRecording,
+         [](AppDelegate& app) {
+             auto& model = *app.m_completionViewModel;
+             model.setIsRecordingAudio(!model.isRecordingAudio());
+         }},
+        {ShortcutAction::screenshot,
+         [](AppDelegate& app) { app.m_screenCaptureService->triggerScreenshot(); }},
+        {ShortcutAction::manualSendStop,
+         [](AppDelegate& app) {
+             platform::startTask(app.m_interviewViewModel->sendManualStop(), "manual stop");
+         }},
+    };
+    table.at(action)(*this);
+}
+
+void AppDelegate::movePanel(QPoint by) {
+    if (m_floatingPanel) {
+        m_floatingPanel->setFrame(m_floatingPanel->frame().translated(by));
+    }
+}
+
+void AppDelegate::toggleSystemAudio() {
+    if (m_systemAudioViewModel->isCapturing()) {
+        m_audioCaptureService->stopMicrophoneCapture();
+        m_audioCaptureService->stopSystemCapture();
+    } else {
+        m_systemAudioViewModel->startCapture();
+    }
+}

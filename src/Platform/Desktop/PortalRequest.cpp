@@ -1,0 +1,55 @@
+#include "PortalRequest.h"
+
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+
+namespace platform {
+
+PortalRequest::PortalRequest(const QString& interface, const QString& method, const QVariantList& arguments,
+                             QVariantMap options)
+    : m_gone(portal::service, m_bus, QDBusServiceWatcher::WatchForUnregistration) {
+    connect(&m_gone, &QDBusServiceWatcher::serviceUnregistered, this,
+            [this] { fail(PortalError::Kind::wentAway, QStringLiteral("The portal went away.")); });
+    const auto token = newToken();
+    options[QStringLiteral("handle_token")] = token;
+    // Listens before it asks, so that no answer is missed.
+    listenTo(portal::path + QStringLiteral("/request/") +
+             m_bus.baseService().remove(u':').replace(u'.', u'_') + u'/' + token);
+    auto question = QDBusMessage::createMethodCall(
+        portal::service, portal::path, QStringLiteral("org.freedesktop.portal.") + interface, method);
+    question.setArguments(arguments + QVariantList{options});
+    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(question), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+        const QDBusPendingReply<QDBusObjectPath> reply = *watcher;
+        if (reply.isError()) {
+            fail(PortalError::Kind::notOffered, reply.error().message());
+        } else if (reply.value().path() != m_path) {
+            // A portal from before the agreement on the path.
+            listenTo(reply.value().path());
+        }
+        watcher->deleteLater();
+    });
+}
+
+QString PortalRequest::newToken() {
+    static int last = 0;
+    return QStringLiteral("request%1").arg(++last);
+}
+
+void PortalRequest::listenTo(const QString& path) {
+    m_path = path;
+    m_bus.connect(portal::service, path, QStringLiteral("org.freedesktop.portal.Request"),
+                  QStringLiteral("Response"), this, SLOT(responded(uint, QVariantMap)));
+}
+
+void PortalRequest::responded(uint response, const QVariantMap& results) {
+    m_answer.resolve(Answer{response, results});
+}
+
+void PortalRequest::fail(PortalError::Kind kind, const QString& text) const {
+    m_answer.fail(PortalError(kind, text));
+}
+
+} // namespace platform

@@ -1,0 +1,227 @@
+#include "DesktopKeyMonitor.h"
+
+#include "KeyTable.h"
+#include "Log.h"
+
+#include <QGuiApplication>
+#include <QInputMethodQueryEvent>
+#include <QKeyEvent>
+#include <QKeySequence>
+#include <QWindow>
+
+#include <algorithm>
+#include <array>
+
+namespace platform {
+
+namespace {
+
+constexpr std::array qtModifierKeys{Qt::Key_Shift,   Qt::Key_Control, Qt::Key_Meta,     Qt::Key_Alt,
+                                    Qt::Key_AltGr,   Qt::Key_Super_L, Qt::Key_Super_R,  Qt::Key_Hyper_L,
+                                    Qt::Key_Hyper_R, Qt::Key_NumLock, Qt::Key_CapsLock, Qt::Key_Mode_switch};
+
+struct QtModifier {
+    Qt::KeyboardModifier qt;
+    quint32 flag;
+};
+constexpr std::array qtModifiers{
+    QtModifier{Qt::ShiftModifier, modifier::shift}, QtModifier{Qt::ControlModifier, modifier::control},
+    QtModifier{Qt::AltModifier, modifier::option}, QtModifier{Qt::GroupSwitchModifier, modifier::option},
+    QtModifier{Qt::MetaModifier, modifier::command}};
+
+bool isWayland() {
+    return qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+}
+
+bool isTextField(QObject* object) {
+    if (!object) {
+        return false;
+    }
+    QInputMethodQueryEvent query(Qt::ImEnabled | Qt::ImReadOnly);
+    QGuiApplication::sendEvent(object, &query);
+    return query.value(Qt::ImEnabled).toBool() && !query.value(Qt::ImReadOnly).toBool();
+}
+
+// The bits of the state in which X11 events carry the layout's group.
+quint32 groupIn(quint32 state) {
+    return (state >> 13) & 3;
+}
+
+} // namespace
+
+KeyReach DesktopKeyMonitor::reach() const {
+    if (m_seesAllPrograms) {
+        return KeyReach::everywhere;
+    }
+    return desktopTriggers().isEmpty() ? KeyReach::ownWindows : KeyReach::desktop;
+}
+
+void DesktopKeyMonitor::setDesktopShortcuts(const QList<DesktopShortcut>& shortcuts) {
+    if (m_portal) {
+        m_portal->watch(shortcuts);
+    }
+}
+
+QMap<QString, QString> DesktopKeyMonitor::desktopTriggers() const {
+    return m_portal ? m_portal->triggers() : QMap<QString, QString>();
+}
+
+void DesktopKeyMonitor::watchingChanged() {
+    if (hasMonitors()) {
+        start();
+    } else {
+        stop();
+    }
+}
+
+void DesktopKeyMonitor::start() {
+    if (!qGuiApp) {
+        return;
+    }
+    qGuiApp->installEventFilter(this);
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &KeyMonitor::keysLost);
+    QMetaObject::invokeMethod(this, &DesktopKeyMonitor::followSleep, Qt::QueuedConnection);
+    if (QGuiApplication::platformName() == QLatin1String("xcb")) {
+        openKeyboard();
+    }
+    if (isWayland()) {
+        openPortal();
+    }
+}
+
+// A start does not wait for that bus.
+void DesktopKeyMonitor::followSleep() {
+    QDBusConnection::systemBus().connect({}, QStringLiteral("/org/freedesktop/login1"),
+                                         QStringLiteral("org.freedesktop.login1.Manager"),
+                                         QStringLiteral("PrepareForSleep"), this, SLOT(prepareForSleep()));
+}
+
+void DesktopKeyMonitor::stop() {
+    if (qGuiApp) {
+        qGuiApp->removeEventFilter(this);
+        disconnect(qGuiApp, nullptr, this, nullptr);
+    }
+    for (QObject* source :
+         {static_cast<QObject*>(m_keyboard.data()), static_cast<QObject*>(m_portal.data())}) {
+        if (source) {
+            disconnect(source, nullptr, this, nullptr);
+        }
+    }
+    m_keyboard.reset();
+    m_portal.reset();
+    m_seesAllPrograms = false;
+}
+
+void DesktopKeyMonitor::openKeyboard() {
+    // Under Wayland the server of X11 programs has only their keys, and loses the end of a press.
+    const bool ofAllPrograms = !isWayland();
+    m_keyboard.reset(X11Keyboard::open(ofAllPrograms).release());
+    if (!m_keyboard) {
+        logLine(
+            QStringLiteral("[Keys] This display does not show programs the keys of others: shortcuts work in "
+                           "this program's windows only"));
+        return;
+    }
+    m_seesAllPrograms = ofAllPrograms;
+    connect(m_keyboard.data(), &X11Keyboard::keyChanged, this, &DesktopKeyMonitor::takeSessionKey);
+    connect(m_keyboard.data(), &X11Keyboard::keysLost, this, &KeyMonitor::keysLost);
+    connect(m_keyboard.data(), &X11Keyboard::closed, this, [this] {
+        m_keyboard.reset();
+        m_seesAllPrograms = false;
+        Q_EMIT reachChanged();
+    });
+    Q_EMIT reachChanged();
+}
+
+void DesktopKeyMonitor::openPortal() {
+    m_portal.reset(new GlobalShortcutsPortal);
+    connect(m_portal.data(), &GlobalShortcutsPortal::triggersChanged, this, &KeyMonitor::reachChanged);
+    connect(m_portal.data(), &GlobalShortcutsPortal::pressed, this, &KeyMonitor::desktopShortcutPressed);
+    connect(m_portal.data(), &GlobalShortcutsPortal::released, this, &KeyMonitor::desktopShortcutReleased);
+    connect(m_portal.data(), &GlobalShortcutsPortal::lost, this, &KeyMonitor::keysLost);
+}
+
+void DesktopKeyMonitor::prepareForSleep() {
+    // Before it, and again after it.
+    Q_EMIT keysLost();
+}
+
+void DesktopKeyMonitor::takeSessionKey(const X11Keyboard::Key& key) {
+    const Press press{key.code, key.time};
+    const bool isOwn = QGuiApplication::focusWindow() || press == m_lastOwn;
+    // A key that went down next door comes up there, wherever the focus is by then.
+    if (isOwn && (key.isPress || key.code != m_lastOfOthers.code)) {
+        return;
+    }
+    if (key.isPress) {
+        m_lastOfOthers = press;
+    }
+    const auto flags = modifierFlagsOfX11(key.state);
+    const auto& layout = m_keyboard->layout();
+    const KeyEvent event{.modifierFlags = flags,
+                         .charactersIgnoringModifiers =
+                             layout.characters(key.code, key.group, flags & modifier::shift),
+                         .keyCode = layout.keyCode(key.code),
+                         .isARepeat = key.isARepeat};
+    deliverGlobal(key.isPress ? KeyMask::down : KeyMask::up, event);
+}
+
+bool DesktopKeyMonitor::eventFilter(QObject* watched, QEvent* event) {
+    const auto type = event->type();
+    if ((type != QEvent::KeyPress && type != QEvent::KeyRelease) || !watched->isWindowType()) {
+        return false;
+    }
+    return takeOwnKey(*static_cast<QKeyEvent*>(event));
+}
+
+bool DesktopKeyMonitor::takeOwnKey(const QKeyEvent& key) {
+    const bool isPress = key.type() == QEvent::KeyPress;
+    if (isModifier(key) || (!isPress && key.isAutoRepeat())) {
+        return false;
+    }
+    if (!isPress) {
+        deliverLocal(KeyMask::up, eventOf(key));
+        return false;
+    }
+    if (const Press press{key.nativeScanCode(), static_cast<quint32>(key.timestamp())}; press.code != 0) {
+        if (press == m_lastOfOthers) {
+            return false;
+        }
+        m_lastOwn = press;
+    }
+    return deliverLocal(KeyMask::down, eventOf(key));
+}
+
+bool DesktopKeyMonitor::isModifier(const QKeyEvent& key) const {
+    if (m_keyboard && key.nativeScanCode() != 0) {
+        return m_keyboard->layout().isModifier(key.nativeScanCode(), groupIn(key.nativeModifiers()));
+    }
+    return std::ranges::find(qtModifierKeys, static_cast<Qt::Key>(key.key())) != qtModifierKeys.end();
+}
+
+KeyEvent DesktopKeyMonitor::eventOf(const QKeyEvent& key) const {
+    KeyEvent event;
+    event.isARepeat = key.isAutoRepeat();
+    event.isInTextField = isTextField(QGuiApplication::focusObject());
+    if (m_keyboard && key.nativeScanCode() != 0) {
+        const auto& layout = m_keyboard->layout();
+        const auto state = key.nativeModifiers();
+        event.modifierFlags = modifierFlagsOfX11(state);
+        event.keyCode = layout.keyCode(key.nativeScanCode());
+        event.charactersIgnoringModifiers =
+            layout.characters(key.nativeScanCode(), groupIn(state), event.modifierFlags & modifier::shift);
+        return event;
+    }
+    for (const auto& row : qtModifiers) {
+        event.modifierFlags |= key.modifiers() & row.qt ? row.flag : 0;
+    }
+    event.keyCode = keyCodeOfQtKey(key.key());
+    event.charactersIgnoringModifiers = QKeySequence(key.key()).toString();
+    return event;
+}
+
+std::unique_ptr<KeyMonitor> makeDesktopKeyMonitor() {
+    return std::make_unique<DesktopKeyMonitor>();
+}
+
+} // namespace platform

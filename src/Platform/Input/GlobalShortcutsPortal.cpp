@@ -1,0 +1,254 @@
+#include "GlobalShortcutsPortal.h"
+
+#include "KeyTable.h"
+#include "Log.h"
+#include "PortalRequest.h"
+#include "Tasks.h"
+
+#include <QDBusArgument>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <QDBusPendingCall>
+#include <QPointer>
+#include <QScopedPointer>
+
+#include <xkbcommon/xkbcommon.h>
+
+#include <array>
+
+// As the portal has it on the bus.
+struct PortalShortcut {
+    QString id;
+    QVariantMap properties;
+};
+Q_DECLARE_METATYPE(PortalShortcut)
+
+static QDBusArgument& operator<<(QDBusArgument& argument, const PortalShortcut& shortcut) {
+    argument.beginStructure();
+    argument << shortcut.id << shortcut.properties;
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument& operator>>(const QDBusArgument& argument, PortalShortcut& shortcut) {
+    argument.beginStructure();
+    argument >> shortcut.id >> shortcut.properties;
+    argument.endStructure();
+    return argument;
+}
+
+namespace platform {
+
+namespace {
+
+const auto portalInterface = QStringLiteral("GlobalShortcuts");
+constexpr auto fullInterface = "org.freedesktop.portal.GlobalShortcuts";
+constexpr auto sessionInterface = "org.freedesktop.portal.Session";
+
+struct ModifierName {
+    quint32 flag;
+    const char* name;
+};
+
+// Those of the shortcuts format of the portals.
+constexpr std::array modifierNames{
+    ModifierName{modifier::command, "LOGO"},
+    ModifierName{modifier::control, "CTRL"},
+    ModifierName{modifier::option, "ALT"},
+    ModifierName{modifier::shift, "SHIFT"},
+};
+
+// Empty for a name that is no key's.
+QString symbolNameOf(const DesktopShortcut& shortcut) {
+    if (const auto* symbol = symbolOf(shortcut.keyCode)) {
+        return QLatin1String(symbol);
+    }
+    const auto characters = shortcut.keyName.toUcs4();
+    const auto symbol = characters.size() == 1 ? xkb_utf32_to_keysym(characters.first())
+                                               : xkb_keysym_from_name(shortcut.keyName.toUtf8().constData(),
+                                                                      XKB_KEYSYM_CASE_INSENSITIVE);
+    std::array<char, 64> name{};
+    return symbol != XKB_KEY_NoSymbol && xkb_keysym_get_name(symbol, name.data(), name.size()) > 0
+               ? QString::fromLatin1(name.data())
+               : QString();
+}
+
+QString triggerOf(const DesktopShortcut& shortcut) {
+    QString trigger;
+    for (const auto& row : modifierNames) {
+        if (shortcut.modifierFlags & row.flag) {
+            trigger += QLatin1String(row.name) + u'+';
+        }
+    }
+    return trigger + symbolNameOf(shortcut);
+}
+
+// The desktop takes the key from every program: no key that is typed.
+bool canBeTaken(const DesktopShortcut& shortcut) {
+    constexpr auto commanding = modifier::command | modifier::control | modifier::option;
+    return (shortcut.modifierFlags & commanding) && !symbolNameOf(shortcut).isEmpty();
+}
+
+QMap<QString, QString> triggersIn(const QVariant& shortcuts) {
+    QMap<QString, QString> triggers;
+    for (const auto& shortcut : qdbus_cast<QList<PortalShortcut>>(shortcuts)) {
+        const auto words = shortcut.properties.value(QStringLiteral("trigger_description")).toString();
+        if (!words.isEmpty()) {
+            triggers.insert(shortcut.id, words);
+        }
+    }
+    return triggers;
+}
+
+QCoro::Task<QVariantMap> ask(QString method, QVariantList arguments, QVariantMap options) {
+    const QScopedPointer<PortalRequest, QScopedPointerDeleteLater> request(
+        new PortalRequest(portalInterface, method, arguments, options));
+    const auto answer = co_await request->answer();
+    if (answer.response != PortalRequest::success) {
+        throw PortalError(PortalError::Kind::notOffered, QStringLiteral("It was refused."));
+    }
+    // Returned by itself it would be moved from, by a fault of g++ 12.
+    auto results = answer.results;
+    co_return results;
+}
+
+} // namespace
+
+GlobalShortcutsPortal::GlobalShortcutsPortal()
+    : m_portal(portal::service, m_bus) {
+    qDBusRegisterMetaType<PortalShortcut>();
+    qDBusRegisterMetaType<QList<PortalShortcut>>();
+    // The messages as they are: the bus may not know the types of their arguments yet.
+    listen(fullInterface, portal::path, "Activated", SLOT(activated(QDBusMessage)));
+    listen(fullInterface, portal::path, "Deactivated", SLOT(deactivated(QDBusMessage)));
+    listen(fullInterface, portal::path, "ShortcutsChanged", SLOT(shortcutsChanged(QDBusMessage)));
+    connect(&m_portal, &QDBusServiceWatcher::serviceUnregistered, this,
+            &GlobalShortcutsPortal::forgetSession);
+    connect(&m_portal, &QDBusServiceWatcher::serviceRegistered, this, [this] {
+        // Asking for it may be what has started it.
+        if (!m_isBinding && m_session.isEmpty()) {
+            m_bound.clear();
+            scheduleUpdate();
+        }
+    });
+}
+
+GlobalShortcutsPortal::~GlobalShortcutsPortal() {
+    closeSession();
+}
+
+void GlobalShortcutsPortal::listen(const char* interface, const QString& path, const char* signal,
+                                   const char* slot) {
+    m_bus.connect(portal::service, path, QLatin1String(interface), QLatin1String(signal), this, slot);
+}
+
+void GlobalShortcutsPortal::watch(const QList<DesktopShortcut>& shortcuts) {
+    m_wanted.clear();
+    std::ranges::copy_if(shortcuts, std::back_inserter(m_wanted), canBeTaken);
+    scheduleUpdate();
+}
+
+void GlobalShortcutsPortal::scheduleUpdate() {
+    if (!std::exchange(m_updateScheduled, true)) {
+        QMetaObject::invokeMethod(this, &GlobalShortcutsPortal::update, Qt::QueuedConnection);
+    }
+}
+
+void GlobalShortcutsPortal::update() {
+    m_updateScheduled = false;
+    if (!m_isBinding) {
+        startTask(bindWanted(), "desktop shortcuts");
+    }
+}
+
+QCoro::Task<void> GlobalShortcutsPortal::bindWanted() {
+    const QPointer self(this);
+    m_isBinding = true;
+    // They may be others again by the time the desktop has answered.
+    while (self && m_bound != m_wanted) {
+        m_bound = m_wanted;
+        closeSession();
+        if (m_bound.isEmpty()) {
+            continue;
+        }
+        try {
+            co_await bind(m_bound);
+        } catch (const PortalError& error) {
+            logLine(QStringLiteral("[Keys] The desktop watches no keys for programs (%1): shortcuts work in "
+                                   "this program's windows only")
+                        .arg(QString::fromUtf8(error.what())));
+        }
+    }
+    if (self) {
+        m_isBinding = false;
+    }
+}
+
+// A session binds once: other keys need another session.
+QCoro::Task<void> GlobalShortcutsPortal::bind(QList<DesktopShortcut> shortcuts) {
+    const QPointer self(this);
+    const QVariantMap names{{QStringLiteral("session_handle_token"), PortalRequest::newToken()}};
+    const auto session = co_await ask(QStringLiteral("CreateSession"), {}, names);
+    if (!self) {
+        co_return;
+    }
+    m_session = session.value(QStringLiteral("session_handle")).toString();
+    listen(sessionInterface, m_session, "Closed", SLOT(forgetSession()));
+    QList<PortalShortcut> list;
+    for (const auto& shortcut : shortcuts) {
+        list.append({shortcut.id,
+                     {{QStringLiteral("description"), shortcut.description},
+                      {QStringLiteral("preferred_trigger"), triggerOf(shortcut)}}});
+    }
+    const QVariantList arguments{QVariant::fromValue(QDBusObjectPath(m_session)), QVariant::fromValue(list),
+                                 QString()};
+    const auto results = co_await ask(QStringLiteral("BindShortcuts"), arguments, {});
+    if (self) {
+        setTriggers(triggersIn(results.value(QStringLiteral("shortcuts"))));
+    }
+}
+
+void GlobalShortcutsPortal::closeSession() {
+    if (const auto session = std::exchange(m_session, {}); !session.isEmpty()) {
+        m_bus.asyncCall(QDBusMessage::createMethodCall(
+            portal::service, session, QLatin1String(sessionInterface), QStringLiteral("Close")));
+    }
+    setTriggers({});
+}
+
+void GlobalShortcutsPortal::forgetSession() {
+    m_session.clear();
+    setTriggers({});
+    Q_EMIT lost();
+}
+
+void GlobalShortcutsPortal::setTriggers(const QMap<QString, QString>& triggers) {
+    if (std::exchange(m_triggers, triggers) != triggers) {
+        Q_EMIT triggersChanged();
+    }
+}
+
+bool GlobalShortcutsPortal::isOurs(const QDBusMessage& message) const {
+    const auto arguments = message.arguments();
+    return arguments.size() >= 2 && qvariant_cast<QDBusObjectPath>(arguments.first()).path() == m_session;
+}
+
+void GlobalShortcutsPortal::activated(const QDBusMessage& message) {
+    if (isOurs(message)) {
+        Q_EMIT pressed(message.arguments().at(1).toString());
+    }
+}
+
+void GlobalShortcutsPortal::deactivated(const QDBusMessage& message) {
+    if (isOurs(message)) {
+        Q_EMIT released(message.arguments().at(1).toString());
+    }
+}
+
+void GlobalShortcutsPortal::shortcutsChanged(const QDBusMessage& message) {
+    if (isOurs(message)) {
+        setTriggers(triggersIn(message.arguments().at(1)));
+    }
+}
+
+} // namespace platform

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "KeyMonitor.h"
+
+#include <QCoroTask>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusServiceWatcher>
+
+namespace platform {
+
+// Keys that the desktop watches for a program, by org.freedesktop.portal.GlobalShortcuts. Main thread.
+class GlobalShortcutsPortal : public QObject {
+    Q_OBJECT
+
+public:
+    GlobalShortcutsPortal();
+    ~GlobalShortcutsPortal() override;
+
+    // These from now on, and no others; soon. The desktop may ask its user, and may leave some out.
+    void watch(const QList<DesktopShortcut>& shortcuts);
+    // What it watches, by id, in its own words.
+    const QMap<QString, QString>& triggers() const { return m_triggers; }
+
+Q_SIGNALS:
+    void triggersChanged();
+    void pressed(const QString& id);
+    void released(const QString& id);
+    // Nothing is watched any more, also not the end of a press.
+    void lost();
+
+private Q_SLOTS:
+    void activated(const QDBusMessage& message);
+    void deactivated(const QDBusMessage& message);
+    void shortcutsChanged(const QDBusMessage& message);
+    void forgetSession();
+
+private:
+    bool isOurs(const QDBusMessage& message) const;
+    void scheduleUpdate();
+    void update();
+    QCoro::Task<void> bindWanted();
+    QCoro::Task<void> bind(QList<DesktopShortcut> shortcuts);
+    void listen(const char* interface, const QString& path, const char* signal, const char* slot);
+    void closeSession();
+    void setTriggers(const QMap<QString, QString>& triggers);
+
+    QDBusConnection m_bus = QDBusConnection::sessionBus();
+    QDBusServiceWatcher m_portal;
+    QList<DesktopShortcut> m_wanted;
+    QList<DesktopShortcut> m_bound; // or refused
+    QString m_session;
+    QMap<QString, QString> m_triggers;
+    bool m_updateScheduled = false;
+    bool m_isBinding = false;
+};
+
+} // namespace platform
