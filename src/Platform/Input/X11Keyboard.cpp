@@ -16,8 +16,11 @@ namespace platform {
 
 namespace {
 
+struct Free {
+    void operator()(void* block) const { std::free(block); }
+};
 template<typename Type>
-using Owned = std::unique_ptr<Type, decltype([](Type* block) { std::free(block); })>;
+using Owned = std::unique_ptr<Type, Free>;
 
 constexpr quint16 stateParts = XCB_XKB_STATE_PART_MODIFIER_STATE | XCB_XKB_STATE_PART_GROUP_STATE;
 constexpr quint16 newKeyboardParts = XCB_XKB_NKN_DETAIL_KEYCODES | XCB_XKB_NKN_DETAIL_DEVICE_ID;
