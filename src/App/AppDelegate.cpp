@@ -225,6 +225,7 @@ void AppDelegate::buildDashboard() {
     pages.setup =
         std::make_unique<CorvaneSetupPresenter>(*m_webSocketService, *m_apiService, *m_databaseService,
                                                 infoValue(defaultEndpointKey).value_or(QString()));
+    pages.shortcuts = std::make_unique<ShortcutsPresenter>(*m_settingsViewModel, *m_shortcutService);
     m_dashboardPresenter = std::make_unique<DashboardPresenter>(
         *m_dashboardViewModel, std::move(pages), *this, infoValue("CFBundleShortVersionString"));
     m_dashboardController = m_platform.windows->makeDashboard(*m_dashboardPresenter, *m_platform.defaults);

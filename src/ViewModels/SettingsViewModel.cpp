@@ -197,3 +197,7 @@ void SettingsViewModel::toggleAutostart() {
         platform::printLine(QStringLiteral("[Settings] Autostart error: ") + platform::errorText(error));
     }
 }
+
+void SettingsViewModel::setCursorType(CursorType type) {
+    changeSwitch([type](auto& state) { state.cursor.type = type; });
+}

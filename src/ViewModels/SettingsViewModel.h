@@ -65,6 +65,8 @@ public:
     void toggleContentProtected();
     // What the desktop refuses is logged; the switch keeps its new state.
     void toggleAutostart();
+    // Stored; nothing acts on it.
+    void setCursorType(CursorType type);
 
 Q_SIGNALS:
     void themeChanged();

@@ -19,6 +19,7 @@ constexpr std::array rows{
     Row{DashboardPage::account, "person.crop.circle", "account"},
     Row{DashboardPage::settings, "gear", "settings"},
     Row{DashboardPage::audio, "speaker.wave.2", "audio"},
+    Row{DashboardPage::shortcuts, "keyboard", "shortcuts"},
 };
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "AudioSettingsPresenter.h"
 #include "AuthGatePresenter.h"
 #include "CorvaneSetupPresenter.h"
+#include "ShortcutsPresenter.h"
 
 #include <QVariantList>
 
@@ -19,6 +20,7 @@ class DashboardPresenter : public QObject {
     Q_PROPERTY(AppSettingsPresenter* settings READ settings CONSTANT)
     Q_PROPERTY(AudioSettingsPresenter* audio READ audio CONSTANT)
     Q_PROPERTY(CorvaneSetupPresenter* setup READ setup CONSTANT)
+    Q_PROPERTY(ShortcutsPresenter* shortcuts READ shortcuts CONSTANT)
     // {title, symbol, view} of each row of the sidebar.
     Q_PROPERTY(QVariantList pages READ pages CONSTANT)
     Q_PROPERTY(int selectedPage READ selectedPage WRITE selectPage NOTIFY selectedPageChanged)
@@ -30,6 +32,7 @@ public:
         std::unique_ptr<AppSettingsPresenter> settings;
         std::unique_ptr<AudioSettingsPresenter> audio;
         std::unique_ptr<CorvaneSetupPresenter> setup;
+        std::unique_ptr<ShortcutsPresenter> shortcuts;
     };
 
     // `appVersion`: nothing when the installation does not say.
@@ -40,6 +43,7 @@ public:
     AppSettingsPresenter* settings() const { return m_pages.settings.get(); }
     AudioSettingsPresenter* audio() const { return m_pages.audio.get(); }
     CorvaneSetupPresenter* setup() const { return m_pages.setup.get(); }
+    ShortcutsPresenter* shortcuts() const { return m_pages.shortcuts.get(); }
     QVariantList pages() const;
     int selectedPage() const;
     void selectPage(int row);

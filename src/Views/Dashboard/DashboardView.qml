@@ -29,13 +29,15 @@ Rectangle {
                         setup: "CorvaneSetupView.qml",
                         account: "../Auth/AccountView.qml",
                         settings: "AppSettingsView.qml",
-                        audio: "AudioSettingsView.qml"
+                        audio: "AudioSettingsView.qml",
+                        shortcuts: "ShortcutsView.qml"
                     })
                 readonly property var presenters: ({
                         setup: view.presenter.setup,
                         account: view.presenter.gate.account,
                         settings: view.presenter.settings,
-                        audio: view.presenter.audio
+                        audio: view.presenter.audio,
+                        shortcuts: view.presenter.shortcuts
                     })
 
                 // By address: a page that nobody opens costs no start its reading.

@@ -1,0 +1,71 @@
+import QtQuick
+import Corvane.Shared
+import QtQuick.Templates as T
+
+// The keys of a shortcut; a click or a key on it asks for others by recordingWanted().
+T.AbstractButton {
+    id: chip
+
+    property string action
+    property bool recording: false
+
+    signal recordingWanted
+    signal recordingUnwanted
+
+    implicitWidth: Math.min(label.implicitWidth, 240) + leftPadding + rightPadding
+    implicitHeight: label.implicitHeight + topPadding + bottomPadding
+    leftPadding: 8
+    rightPadding: 8
+    topPadding: 4
+    bottomPadding: 4
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus
+    Accessible.role: Accessible.Button
+    Accessible.name: "Keys of " + action + ": " + text
+    onClicked: {
+        forceActiveFocus(Qt.MouseFocusReason);
+        recordingWanted();
+    }
+    onActiveFocusChanged: if (!activeFocus && recording) recordingUnwanted()
+    // A key that was pressed to be recorded still comes up here, and would count as a click.
+    Keys.onReleased: event => event.accepted = event.key === Qt.Key_Space
+    Keys.onPressed: event => {
+        if ([Qt.Key_Space, Qt.Key_Return, Qt.Key_Enter].includes(event.key)) {
+            event.accepted = true;
+            if (!event.isAutoRepeat) {
+                recordingWanted();
+            }
+        }
+    }
+
+    background: Rectangle {
+        radius: 4
+        color: chip.recording ? Qt.alpha(Theme.accent, 0.2) : Theme.control
+
+        Rectangle {
+            anchors.fill: parent
+            radius: parent.radius
+            visible: chip.hovered && !chip.recording
+            color: Qt.alpha(Theme.primary, chip.down ? 0.12 : 0.06)
+        }
+        FocusRing {
+            shown: chip.visualFocus
+            radius: 6
+        }
+    }
+
+    contentItem: Text {
+        id: label
+        text: chip.text
+        textFormat: Text.PlainText
+        elide: Text.ElideMiddle
+        color: Theme.primary
+        font.family: "monospace"
+        font.pixelSize: 12
+        Accessible.ignored: true
+    }
+
+    Tip {
+        text: label.truncated ? chip.text : ""
+    }
+}

@@ -1,0 +1,144 @@
+import QtQuick
+import Corvane.Dashboard
+import Corvane.Shared
+
+ScrollPage {
+    id: page
+
+    required property ShortcutsPresenter presenter
+
+    Component.onDestruction: presenter.leave()
+
+    Column {
+        width: parent.width
+        spacing: 8
+
+        Item {
+            width: parent.width
+            height: heading.height
+
+            PageHeading {
+                id: heading
+                anchors.left: parent.left
+                anchors.right: reset.left
+                anchors.rightMargin: 12
+                title: "Shortcuts"
+                text: "Configure global keyboard shortcuts."
+            }
+            SmallButton {
+                id: reset
+                anchors.right: parent.right
+                anchors.verticalCenter: parent.verticalCenter
+                text: "Reset to Defaults"
+                onClicked: page.presenter.resetToDefaults()
+            }
+        }
+        NoteText {
+            id: resetNote
+            width: parent.width
+            horizontalAlignment: Text.AlignRight
+            text: page.presenter.resetNote
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+
+            // Each reset is seen, also one that finds nothing to change.
+            NumberAnimation {
+                id: appearing
+                target: resetNote
+                property: "opacity"
+                from: 0
+                to: 1
+                duration: 300
+            }
+            Connections {
+                target: page.presenter
+                function onWasReset() {
+                    appearing.restart();
+                }
+            }
+        }
+    }
+
+    Banner {
+        width: parent.width
+        visible: page.presenter.reachNotice !== ""
+        radius: 8
+        symbol: "keyboard"
+        text: page.presenter.reachNotice
+    }
+
+    Column {
+        width: parent.width
+        spacing: 8
+
+        SectionLabel {
+            text: "Cursor Type"
+        }
+        Item {
+            width: parent.width
+            height: cursor.height
+
+            Text {
+                id: caption
+                width: 56
+                anchors.verticalCenter: parent.verticalCenter
+                text: "Cursor"
+                textFormat: Text.PlainText
+                color: Theme.primary
+                font.pixelSize: 13
+            }
+            FormComboBox {
+                id: cursor
+                anchors.left: caption.right
+                anchors.right: parent.right
+                label: "Cursor"
+                model: page.presenter.cursors
+                row: page.presenter.cursor
+                onPicked: row => page.presenter.pickCursor(row)
+            }
+        }
+    }
+
+    CardSurface {
+        width: parent.width
+        height: list.height
+
+        Column {
+            id: list
+            width: parent.width
+
+            Repeater {
+                // The rows stay while what they show changes: one of them has the keyboard.
+                model: page.presenter.rowCount
+
+                ShortcutRow {
+                    id: row
+
+                    required property int index
+                    readonly property var shortcut: page.presenter.rows[index]
+
+                    width: list.width
+                    name: shortcut.name
+                    description: shortcut.description
+                    key: shortcut.key
+                    on: shortcut.isOn
+                    recording: shortcut.isRecording
+                    note: shortcut.note
+                    warning: shortcut.warning
+                    onToggled: page.presenter.toggle(index)
+                    onRecordingWanted: page.presenter.record(index)
+                    onRecordingUnwanted: page.presenter.stopRecording()
+                    onTakeWanted: page.presenter.takeKey()
+                    onHeightChanged: if (recording) page.reveal(row)
+
+                    Rectangle {
+                        visible: row.index > 0
+                        width: list.width
+                        height: 1
+                        color: Qt.alpha(Theme.separator, 0.25)
+                    }
+                }
+            }
+        }
+    }
+}
