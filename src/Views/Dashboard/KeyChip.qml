@@ -6,7 +6,7 @@ import QtQuick.Templates as T
 T.AbstractButton {
     id: chip
 
-    property string action
+    property string shortcut
     property bool recording: false
 
     signal recordingWanted
@@ -21,7 +21,7 @@ T.AbstractButton {
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
     Accessible.role: Accessible.Button
-    Accessible.name: "Keys of " + action + ": " + text
+    Accessible.name: "Keys of " + shortcut + ": " + text
     onClicked: {
         forceActiveFocus(Qt.MouseFocusReason);
         recordingWanted();

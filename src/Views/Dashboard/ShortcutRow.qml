@@ -58,7 +58,7 @@ Item {
                 anchors.right: enabledSwitch.left
                 anchors.rightMargin: 12
                 anchors.verticalCenter: parent.verticalCenter
-                action: row.name
+                shortcut: row.name
                 onRecordingWanted: row.recordingWanted()
                 onRecordingUnwanted: row.recordingUnwanted()
             }
