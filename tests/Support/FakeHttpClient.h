@@ -40,8 +40,12 @@ public:
 
     // The answer's body reaches the sink in one piece.
     QCoro::Task<platform::HttpResponse> stream(platform::HttpRequest request, BodySink sink) override {
+        const auto wantsBody = request.wantsBody;
         auto response = co_await execute(std::move(request));
-        sink(std::exchange(response.body, {}));
+        const auto body = std::exchange(response.body, {});
+        if (!wantsBody || wantsBody(response)) {
+            sink(body);
+        }
         co_return response;
     }
 

@@ -22,6 +22,8 @@ struct HttpHeader {
 // A request leaves with exactly these headers besides those of the transport (Host, Content-Length,
 // Connection, User-Agent, Accept-*): no Content-Type, Cookie or Authorization of the library's own. `url` is
 // already encoded.
+struct HttpResponse;
+
 struct HttpRequest {
     QByteArray method;
     QUrl url;
@@ -31,6 +33,9 @@ struct HttpRequest {
     std::chrono::milliseconds timeout{60'000};
     // A longer response body fails with HttpError::tooLarge.
     qint64 maxBodyBytes = 8 * 1024 * 1024;
+    // Of a stream: asked once, with the status and the headers, before any of the body. False: the exchange
+    // ends there. It must not end the client.
+    std::function<bool(const HttpResponse& head)> wantsBody = {};
 };
 
 struct HttpResponse {

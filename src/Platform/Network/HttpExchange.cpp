@@ -198,8 +198,16 @@ void HttpExchange::deliver() {
     }
 }
 
+bool HttpExchange::wantsBody() {
+    return std::exchange(m_headJudged, true) || !m_request.wantsBody || m_request.wantsBody(response());
+}
+
 void HttpExchange::takeBody() {
     if (m_sink) {
+        if (!wantsBody()) {
+            settle([answer = response()](const auto& completion) { completion.resolve(answer); });
+            return;
+        }
         m_body += m_reply->readAll();
         m_deadline.start();
         if (!m_body.isEmpty()) {

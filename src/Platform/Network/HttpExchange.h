@@ -35,6 +35,7 @@ private:
     void start(QNetworkCookieJar* cookies);
     QNetworkReply* send(bool withCookies);
     void takeBody();
+    bool wantsBody();
     void scheduleDelivery();
     void deliver();
     void finish();
@@ -55,6 +56,7 @@ private:
     QByteArray m_body; // with a sink: what it has not got yet
     QList<QSslError> m_sslErrors;
     Completion<HttpResponse> m_completion;
+    bool m_headJudged = false;
     bool m_settled = false;
 };
 

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Appcast.h"
+#include "HttpClient.h"
+#include "UpdateError.h"
+
+namespace platform {
+
+class SPUUpdater;
+
+// Who hears of a program's updates. Called on the main thread, from within the updater: do no more than
+// queue.
+class SPUUpdaterDelegate {
+public:
+    // Where the feed is.
+    virtual QString feedURLString(const SPUUpdater& updater) const = 0;
+    virtual void updaterWillCheckForUpdates(const SPUUpdater& updater) = 0;
+    virtual void updaterDidNotFindUpdate(const SPUUpdater& updater) = 0;
+    virtual void updaterDidFindValidUpdate(const SPUUpdater& updater, const AppcastItem& item) = 0;
+    virtual void updaterWillDownloadUpdate(const SPUUpdater& updater, const AppcastItem& item,
+                                           const HttpRequest& request) = 0;
+    virtual void updaterDidDownloadUpdate(const SPUUpdater& updater, const AppcastItem& item) = 0;
+    virtual void updaterDidAbortWithError(const SPUUpdater& updater, const UpdateError& error) = 0;
+
+protected:
+    ~SPUUpdaterDelegate() = default;
+};
+
+} // namespace platform

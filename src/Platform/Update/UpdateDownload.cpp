@@ -1,0 +1,265 @@
+#include "UpdateDownload.h"
+
+#include "Background.h"
+#include "DebianPackage.h"
+#include "Tasks.h"
+#include "UpdateAddress.h"
+#include "UpdateVersion.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QRegularExpression>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+constexpr int mostRestarts = 2; // after a lost connection
+const auto packageSuffix = QStringLiteral(".deb");
+
+// Only a strong tag says that the bytes are the same; a weak one says that they mean the same.
+QByteArray strongTag(const HttpResponse& head) {
+    const auto tag = head.header("ETag").value_or(QByteArray());
+    return tag.startsWith('"') ? tag : QByteArray();
+}
+
+QByteArray contentsOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool writePrivately(const QString& path, const QByteArray& content) {
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+           file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) && file.write(content) == content.size();
+}
+
+UpdateError diskFailure(const QString& reason) {
+    return {UpdateError::downloadFailed,
+            QStringLiteral("The update could not be kept on the disk (%1). Make room, then check again.")
+                .arg(reason)};
+}
+
+} // namespace
+
+UpdateDownload::UpdateDownload(AppcastItem item, UpdateKey key, QString folder,
+                               std::unique_ptr<HttpClient> http)
+    : m_item(std::move(item))
+    , m_key(std::move(key))
+    , m_folder(std::move(folder))
+    , m_http(std::move(http)) {
+    const auto identity =
+        QCryptographicHash::hash(m_item.signature + m_item.url.toEncoded(), QCryptographicHash::Sha256);
+    m_base = m_folder + u'/' + QString::fromLatin1(identity.toHex().first(16));
+}
+
+void UpdateDownload::removeAll(const QString& folder) {
+    QDir(folder).removeRecursively();
+}
+
+void UpdateDownload::cancel() {
+    m_cancelled = true;
+    m_http.reset();
+}
+
+// The address's last part, so that the package installer shows a name that the user has seen.
+QString UpdateDownload::packagePath() const {
+    static const QRegularExpression unsafe(QStringLiteral("[^A-Za-z0-9._+~-]"));
+    auto name = m_item.url.fileName();
+    name.remove(unsafe);
+    return m_base + u'-' + name + (name.endsWith(packageSuffix) ? QString() : packageSuffix);
+}
+
+// What an older release left goes.
+void UpdateDownload::prepareFolder() {
+    constexpr auto privately = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+    if (!QDir().mkpath(m_folder) || !QFile::setPermissions(m_folder, privately)) {
+        throw diskFailure(QStringLiteral("no folder %1").arg(m_folder));
+    }
+    for (const auto& file : QDir(m_folder).entryInfoList(QDir::Files | QDir::Hidden | QDir::System)) {
+        if (!file.filePath().startsWith(m_base)) {
+            QFile::remove(file.filePath());
+        }
+    }
+}
+
+QCoro::Task<QString> UpdateDownload::run() {
+    prepareFolder();
+    const auto package = packagePath();
+    if (QFile::exists(package)) {
+        try {
+            co_await verify(package);
+            co_return package;
+        } catch (const UpdateError&) {
+            QFile::remove(package);
+        }
+    }
+    co_await fetch();
+    try {
+        co_await verify(partPath());
+    } catch (const UpdateError&) {
+        removePart();
+        throw;
+    }
+    if (m_cancelled) {
+        throw UpdateError(UpdateError::cancelled, QStringLiteral("The download was cancelled."));
+    }
+    keep();
+    co_return package;
+}
+
+QCoro::Task<void> UpdateDownload::verify(QString path) {
+    auto checking = inBackground([path, key = m_key, item = m_item] {
+        if (QFile(path).size() != item.contentLength || !key.verifies(path, item.signature)) {
+            throw UpdateError(UpdateError::badSignature,
+                              QStringLiteral("The update is not signed by who made this program, so it was "
+                                             "thrown away. Tell who runs the update server."));
+        }
+        return debianPackageVersion(path);
+    });
+    const auto version = co_await std::move(checking);
+    if (compareVersions(version, m_item.displayVersionString) != 0) {
+        throw UpdateError(UpdateError::badPackage,
+                          QStringLiteral("The update holds version %1 where version %2 was announced, so it "
+                                         "was thrown away. Tell who runs the update server.")
+                              .arg(version, m_item.displayVersionString));
+    }
+}
+
+QCoro::Task<void> UpdateDownload::fetch() {
+    RedirectTrail trail(m_item.url, QStringLiteral("The update"));
+    int restarts = 0;
+    openPart();
+    while (m_part.size() < m_item.contentLength) {
+        std::optional<HttpError> lost;
+        try {
+            const auto response = co_await request(trail.address());
+            judge(response, trail);
+        } catch (const HttpError& error) {
+            lost = error;
+        } catch (const OperationCancelled&) {
+            m_cancelled = true;
+        }
+        if (m_cancelled) {
+            throw UpdateError(UpdateError::cancelled, QStringLiteral("The download was cancelled."));
+        }
+        if (lost && restarts++ == mostRestarts) {
+            throw UpdateError(
+                UpdateError::downloadFailed,
+                QStringLiteral("The download stopped: %1 Check again to go on.").arg(errorText(*lost)));
+        }
+    }
+}
+
+void UpdateDownload::openPart() {
+    if (contentsOf(tagPath()).isEmpty()) {
+        removePart();
+    }
+    const int descriptor = ::open(QFile::encodeName(partPath()).constData(),
+                                  O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (descriptor < 0 ||
+        !m_part.open(descriptor, QIODevice::ReadWrite | QIODevice::Append | QIODevice::Unbuffered,
+                     QFile::AutoCloseHandle)) {
+        throw diskFailure(qt_error_string());
+    }
+    if (m_part.size() > m_item.contentLength) {
+        restart();
+    }
+}
+
+void UpdateDownload::restart() {
+    QFile::remove(tagPath());
+    m_part.resize(0);
+}
+
+QCoro::Task<HttpResponse> UpdateDownload::request(QUrl address) {
+    HttpRequest request{.method = "GET", .url = std::move(address), .headers = {}, .body = {}};
+    if (const auto offset = m_part.size(); offset > 0) {
+        request.headers = {{"Range", "bytes=" + QByteArray::number(offset) + '-'},
+                           {"If-Range", contentsOf(tagPath())}};
+    }
+    request.wantsBody = [this](const HttpResponse& head) { return beginBody(head); };
+    const HttpClient::BodySink sink = [this](const QByteArray& piece) { return take(piece); };
+    auto answer = m_http->stream(std::move(request), sink);
+    auto response = co_await std::move(answer);
+    co_return response;
+}
+
+bool UpdateDownload::beginBody(const HttpResponse& head) {
+    if (head.status == 206) {
+        const auto range = "bytes " + QByteArray::number(m_part.size()) + '-';
+        return head.header("Content-Range").value_or(QByteArray()).startsWith(range);
+    }
+    if (head.status != 200) {
+        return false;
+    }
+    restart();
+    if (const auto tag = strongTag(head); !tag.isEmpty() && !writePrivately(tagPath(), tag)) {
+        m_failure = diskFailure(qt_error_string());
+    }
+    return !m_failure;
+}
+
+bool UpdateDownload::take(const QByteArray& piece) {
+    if (m_failure || m_cancelled) {
+        return false;
+    }
+    if (m_part.size() + piece.size() > m_item.contentLength) {
+        m_failure = UpdateError(UpdateError::downloadFailed,
+                                QStringLiteral("The update is longer than announced, so it was thrown away. "
+                                               "Tell who runs the update server."));
+    } else if (m_part.write(piece) != piece.size()) {
+        m_failure = diskFailure(m_part.errorString());
+    } else {
+        Q_EMIT progressed(static_cast<double>(m_part.size()) / static_cast<double>(m_item.contentLength));
+    }
+    return !m_failure;
+}
+
+// After an answer that came to its end, with all of the body that there is.
+void UpdateDownload::judge(const HttpResponse& response, RedirectTrail& trail) {
+    if (m_cancelled) {
+        return;
+    }
+    if (m_failure) {
+        removePart();
+        throw *m_failure;
+    }
+    if (isRedirect(response)) {
+        trail.follow(response);
+        return;
+    }
+    const bool isBody = response.status == 200 || response.status == 206;
+    if (isBody && m_part.size() == m_item.contentLength) {
+        return;
+    }
+    removePart();
+    throw UpdateError(
+        UpdateError::downloadFailed,
+        isBody ? QStringLiteral(
+                     "The update is shorter than announced, so it was thrown away. Check again later.")
+               : QStringLiteral("The update server answered with status %1. Check again later.")
+                     .arg(response.status));
+}
+
+// On the disk before it has its name: after a crash there is the whole package or none.
+void UpdateDownload::keep() {
+    const bool kept = ::fsync(m_part.handle()) == 0 && QFile::rename(partPath(), packagePath());
+    m_part.close();
+    QFile::remove(tagPath());
+    if (!kept) {
+        removePart();
+        throw diskFailure(qt_error_string());
+    }
+}
+
+void UpdateDownload::removePart() {
+    m_part.close();
+    QFile::remove(partPath());
+    QFile::remove(tagPath());
+}
+
+} // namespace platform
