@@ -59,7 +59,7 @@ QCoro::Task<void> TourScript::signIn() {
 
 QCoro::Task<void> TourScript::visitPages() {
     m_transcript.chapter(QStringLiteral("The dashboard's pages"));
-    for (const auto* page : {"Account", "Audio", "Settings"}) {
+    for (const auto* page : {"Account", "Audio", "Shortcuts", "Settings"}) {
         co_await click(QLatin1String(page), QStringLiteral("Pages"));
         co_await picture(QString(QLatin1String(page)).toLower() + QStringLiteral("-page"));
     }

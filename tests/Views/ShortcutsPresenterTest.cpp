@@ -86,18 +86,6 @@ private Q_SLOTS:
         QCOMPARE(desk.of(0, "isRecording"), QVariant(desk.isRecording()).toString());
     }
 
-    void theButtonTakesAUsedKey() {
-        Page desk;
-        desk.page->record(0);
-        desk.page->takeKey();
-        QCOMPARE(desk.changes(), "");
-        desk.page->record(0);
-        desk.keys->press(up);
-        desk.page->takeKey();
-        QCOMPARE(desk.changes(), "Toggle Dashboard=Super+↑ Move Window Up=Not set");
-        QVERIFY(!desk.isRecording());
-    }
-
     void recordingEndsWithThePageAndWithAnotherRow() {
         Page desk;
         desk.page->record(0);

@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <qqmlregistration.h>
 
+#include <memory>
+
 class SettingsViewModel;
 struct CustomAIProvider;
 
@@ -26,6 +28,7 @@ class AppSettingsPresenter : public QObject {
     Q_PROPERTY(bool launchesAtLogin READ launchesAtLogin NOTIFY switchesChanged)
     Q_PROPERTY(QString answerSource READ answerSource NOTIFY answerSourceChanged)
     Q_PROPERTY(QString answerSourceNote READ answerSourceNote NOTIFY answerSourceChanged)
+    Q_PROPERTY(QObject* updater READ updater CONSTANT)
     Q_PROPERTY(QString contentProtectionNote READ contentProtectionNote CONSTANT)
 
 public:
@@ -53,6 +56,9 @@ public:
     // What the switch cannot do on this desktop; empty when it can do all. Nobody may believe to be hidden
     // who is not.
     QString contentProtectionNote() const;
+    // The presenter of the updater's card; null in a build without one.
+    QObject* updater() const { return m_updater.get(); }
+    void setUpdater(std::unique_ptr<QObject> presenter) { m_updater = std::move(presenter); }
 
 Q_SIGNALS:
     void themeChanged();
@@ -65,4 +71,5 @@ private:
 
     SettingsViewModel& m_settings;
     const platform::SystemAccess& m_access;
+    std::unique_ptr<QObject> m_updater;
 };

@@ -123,4 +123,12 @@ ScrollPage {
             text: page.presenter.answerSourceNote
         }
     }
+
+    Loader {
+        width: parent.width
+        visible: active
+        active: page.presenter.updater !== null
+        // By address: a build without the updater does not have it.
+        Component.onCompleted: if (active) setSource("qrc:/qt/qml/Corvane/Updates/UpdaterView.qml", {presenter: page.presenter.updater})
+    }
 }

@@ -147,7 +147,7 @@ QString ShortcutsPresenter::reachNotice() const {
         return QStringLiteral("This desktop shows key presses to the focused program only: shortcuts work "
                               "while a window of Corvane Lumetra has the keyboard.");
     case KeyReach::desktop:
-        return QStringLiteral("This desktop watches the keys itself: while another program has the keyboard, "
+        return QStringLiteral("This desktop watches the keys itself: for use in other programs, "
                               "keys are assigned in the desktop's settings.");
     case KeyReach::everywhere:
         break;

@@ -68,6 +68,7 @@ ScrollPage {
     }
 
     Column {
+        id: cursorSection
         width: parent.width
         spacing: 8
 
@@ -101,10 +102,10 @@ ScrollPage {
 
     CardSurface {
         width: parent.width
-        height: list.height
+        height: shortcutsList.height
 
         Column {
-            id: list
+            id: shortcutsList
             width: parent.width
 
             Repeater {
@@ -112,12 +113,12 @@ ScrollPage {
                 model: page.presenter.rowCount
 
                 ShortcutRow {
-                    id: row
+                    id: shortcutRow
 
                     required property int index
                     readonly property var shortcut: page.presenter.rows[index]
 
-                    width: list.width
+                    width: shortcutsList.width
                     name: shortcut.name
                     description: shortcut.description
                     key: shortcut.key
@@ -129,11 +130,11 @@ ScrollPage {
                     onRecordingWanted: page.presenter.record(index)
                     onRecordingUnwanted: page.presenter.stopRecording()
                     onTakeWanted: page.presenter.takeKey()
-                    onHeightChanged: if (recording) page.reveal(row)
+                    onHeightChanged: if (recording) page.reveal(shortcutRow)
 
                     Rectangle {
-                        visible: row.index > 0
-                        width: list.width
+                        visible: shortcutRow.index > 0
+                        width: shortcutsList.width
                         height: 1
                         color: Qt.alpha(Theme.separator, 0.25)
                     }
