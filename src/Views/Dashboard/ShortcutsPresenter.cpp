@@ -94,9 +94,9 @@ QVariant ShortcutsPresenter::rowOf(ShortcutAction action) const {
     const auto key = shownKeyOf(binding);
     const bool isRecording = m_recordingAction == action;
     QString warning;
-    if (isRecording && !m_contested.isEmpty()) {
+    if (isRecording && !m_recordedKey.isEmpty()) {
         warning = QStringLiteral("%1 is used by %2. Press it again to take it, or Escape.")
-                      .arg(shownKey(m_contested), namesOf(othersWith(m_contested, action)));
+                      .arg(shownKey(m_recordedKey), namesOf(othersWith(m_recordedKey, action)));
     }
     return QVariantMap{{QStringLiteral("name"), displayName(action)},
                        {QStringLiteral("description"), description(action)},
@@ -189,15 +189,15 @@ void ShortcutsPresenter::listen() {
 // Nothing: given up. Empty: cleared.
 void ShortcutsPresenter::take(const std::optional<QString>& key) {
     const bool isContested =
-        key && !key->isEmpty() && *key != m_contested && !othersWith(*key, *m_recordingAction).isEmpty();
+        key && !key->isEmpty() && *key != m_recordedKey && !othersWith(*key, *m_recordingAction).isEmpty();
     if (isContested) {
-        m_contested = *key;
+        m_recordedKey = *key;
         listen();
         Q_EMIT rowsChanged();
         return;
     }
     const auto action = *std::exchange(m_recordingAction, std::nullopt);
-    m_contested.clear();
+    m_recordedKey.clear();
     if (key) {
         assign(*key, action);
     }
@@ -215,7 +215,7 @@ void ShortcutsPresenter::assign(const QString& key, ShortcutAction action) {
 
 void ShortcutsPresenter::takeKey() {
     const auto action = m_recordingAction;
-    const auto key = m_contested;
+    const auto key = m_recordedKey;
     stopRecording();
     if (action && !key.isEmpty()) {
         assign(key, *action);

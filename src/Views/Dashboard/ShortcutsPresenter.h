@@ -75,6 +75,6 @@ private:
     SettingsViewModel& m_settings;
     ShortcutService& m_shortcuts;
     std::optional<ShortcutAction> m_recordingAction;
-    QString m_contested; // pressed for m_recordingAction, and in use
+    QString m_recordedKey; // pressed for m_recordingAction, and in use
     QString m_resetNote;
 };
