@@ -82,6 +82,9 @@ endfunction()
 function(corvane_shows_windows target)
     target_link_libraries(${target} PRIVATE Windows ViewsAuthplugin ViewsDashboardplugin ViewsOverlayplugin
         ViewsSharedplugin)
+    if(CORVANE_UPDATER)
+        target_link_libraries(${target} PRIVATE ViewsUpdatesplugin)
+    endif()
 endfunction()
 
 # What the thread sanitizer looks at: the tests with the label "threads".

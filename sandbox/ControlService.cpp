@@ -81,6 +81,13 @@ constexpr std::array<std::pair<std::string_view, LossWording>, 3> wordings{
     {{"plain", LossWording::sessionNotFound},
      {"id", LossWording::sessionIdNotFound},
      {"reversed", LossWording::notFoundSession}}};
+constexpr std::array<std::pair<std::string_view, UpdateFeed::Flaw>, 6> updateFlaws{
+    {{"none", UpdateFeed::Flaw::none},
+     {"unsigned", UpdateFeed::Flaw::unsignedPackage},
+     {"wrong_signature", UpdateFeed::Flaw::wrongSignature},
+     {"truncated", UpdateFeed::Flaw::truncated},
+     {"plain_address", UpdateFeed::Flaw::plainAddress},
+     {"older_package", UpdateFeed::Flaw::olderPackage}}};
 constexpr std::array<std::pair<std::string_view, CertificateAuthority::Kind>, 4> certificates{
     {{"sound", CertificateAuthority::Kind::sound},
      {"other_name", CertificateAuthority::Kind::otherName},
@@ -108,12 +115,20 @@ void misbehave(Core& core, Parameters& p) {
     }
 }
 
+void offerUpdate(Core& core, Parameters& p) {
+    core.updates().offer({.version = p.text("version", "2"),
+                          .displayVersion = p.text("display_version", "0.2.0"),
+                          .notes = p.text("notes", "**New:** something to try updates with."),
+                          .kilobytes = static_cast<std::size_t>(p.number("kilobytes", 1024)),
+                          .flaw = named(updateFlaws, p.text("flaw", "none"))});
+}
+
 struct Action {
     std::string_view name;
     void (*act)(Core&, Parameters&);
 };
 
-const std::array<Action, 23> actions{{
+const std::array<Action, 24> actions{{
     {"drop", [](Core& c, Parameters&) { c.backend().dropLinks(); }},
     {"close",
      [](Core& c, Parameters& p) {
@@ -134,6 +149,7 @@ const std::array<Action, 23> actions{{
      }},
     {"forget-interviews", [](Core& c, Parameters&) { c.backend().forgetInterviews(); }},
     {"misbehave", misbehave},
+    {"offer-update", offerUpdate},
     {"send-text", [](Core& c, Parameters& p) { c.backend().sendText(p.text("text")); }},
     {"go-away",
      [](Core& c, Parameters& p) {
@@ -214,6 +230,7 @@ json::object describeAddresses(const Core& core) {
           {"email", "interviewer@example.com"},
           {"code", emailCode}}},
         {"backend", {{"url", a.backend}, {"tls", a.backendTls}, {"plain", a.backendPlain}}},
+        {"updates", {{"feed", UpdateFeed::address()}, {"public_key", UpdateFeed::publicKey()}}},
         {"control", a.control},
         {"environment", {{"SSL_CERT_FILE", file}, {"https_proxy", a.proxy}}}};
 }

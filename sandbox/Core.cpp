@@ -16,7 +16,7 @@ namespace {
 
 asio::ssl::context makeContext(const CertificateAuthority& authority, CertificateAuthority::Kind kind) {
     const auto server = authority.issue({SignInService::development().host, SignInService::production().host,
-                                         std::string(backendHost), "localhost"},
+                                         std::string(backendHost), std::string(updateHost), "localhost"},
                                         kind);
     asio::ssl::context context(asio::ssl::context::tls_server);
     context.set_options(asio::ssl::context::no_tlsv1 | asio::ssl::context::no_tlsv1_1);
@@ -42,6 +42,7 @@ Core::Core(asio::io_context& context, const Options& options)
     , m_proxy(context, [](const HttpRequest&) { return HttpReply::json(403, R"({"error":"tunnels only"})"); })
     , m_control(context, [this](const HttpRequest& request) { return control(*this, request); }) {
     m_ledger.print = options.log;
+    m_updates.offer({});
     m_backend.manners = {options.pace, options.assessmentEvery, options.keepSamples};
     useCertificate(CertificateAuthority::Kind::sound);
     m_proxy.openTunnel = [this](const HttpRequest& request) { return openTunnel(request); };
@@ -74,6 +75,7 @@ HttpReply Core::answer(const HttpRequest& request) {
     HttpReply reply;
     try {
         reply = isSignIn                           ? m_signIn.answer(request)
+                : request.host == updateHost       ? m_updates.answer(request, m_backend.manners.pace)
                 : !isBackend                       ? misdirected()
                 : request.path == chatProviderPath ? answerChat(request, m_backend.manners.pace, m_ledger)
                                                    : m_backend.answer(request);
@@ -94,7 +96,7 @@ HttpServer::Tunnel Core::openTunnel(const HttpRequest& request) {
     const bool isLocal = host == "localhost" || host == "127.0.0.1";
     const bool toBackend = (host == backendHost && port == "443") || isLocal;
     HttpServer* server = nullptr;
-    if ((SignInService::serves(host) && port == "443") || (toBackend && !isLocal) ||
+    if (((SignInService::serves(host) || host == updateHost) && port == "443") || (toBackend && !isLocal) ||
         (isLocal && port == std::to_string(m_https.port()))) {
         server = &m_https;
     } else if (isLocal && port == std::to_string(m_http.port())) {

@@ -10,6 +10,7 @@
 #include "Ledger.h"
 #include "Sandbox.h"
 #include "SignInService.h"
+#include "UpdateFeed.h"
 
 #include <boost/asio/ssl/context.hpp>
 
@@ -46,6 +47,7 @@ public:
     SignInService& signIn() { return m_signIn; }
     BackendService& backend() { return m_backend; }
     const BackendService& backend() const { return m_backend; }
+    UpdateFeed& updates() { return m_updates; }
 
 private:
     HttpReply answer(const HttpRequest& request);
@@ -60,6 +62,7 @@ private:
     std::map<CertificateAuthority::Kind, asio::ssl::context> m_tls;
     SignInService m_signIn;
     BackendService m_backend;
+    UpdateFeed m_updates;
     HttpServer m_https;
     HttpServer m_http;
     HttpServer m_proxy;

@@ -93,6 +93,7 @@ void TourDesktop::stopSandbox() {
 
 QString TourDesktop::writeApplicationInfo() {
     const auto signIn = m_ready.value(QStringLiteral("sign_in")).toObject();
+    const auto updates = m_ready.value(QStringLiteral("updates")).toObject();
     const QJsonObject info{
         {QStringLiteral("CFBundleShortVersionString"), QStringLiteral(CORVANE_VERSION)},
         {QStringLiteral("CFBundleVersion"), QStringLiteral("1")},
@@ -100,6 +101,8 @@ QString TourDesktop::writeApplicationInfo() {
          signIn.value(QStringLiteral("development")).toObject().value(QStringLiteral("publishable_key"))},
         {QStringLiteral("CORVANE_DEFAULT_ENDPOINT"),
          m_ready.value(QStringLiteral("backend")).toObject().value(QStringLiteral("url"))},
+        {QStringLiteral("SUFeedURL"), updates.value(QStringLiteral("feed"))},
+        {QStringLiteral("SUPublicEDKey"), updates.value(QStringLiteral("public_key"))},
     };
     const auto path = filePath(QStringLiteral("application-info.json"));
     QFile file(path);

@@ -23,6 +23,10 @@
 #include "SystemAudioViewModel.h"
 #include "Tasks.h"
 #include "Theme.h"
+#ifdef CORVANE_UPDATER
+#include "UpdateDialogPresenter.h"
+#include "UpdaterService.h"
+#endif
 #include "WebSocketService.h"
 
 #include <QCoreApplication>
@@ -97,6 +101,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     } else {
         showDashboard();
     }
+    startUpdater();
     m_isLaunched = true;
     if (const auto id = std::exchange(m_pendingDeepLinkInterviewId, QString()); !id.isEmpty()) {
         handleDeepLinkInterview(id);
@@ -133,6 +138,7 @@ void AppDelegate::initializeServices() {
         m_analyticsService.apiKey =
             platform::Secret(m_platform.environment.value(QLatin1String(analyticsVariable)));
     }
+    makeUpdater();
 }
 
 std::unique_ptr<ScreenCaptureService> AppDelegate::makeScreenCaptureService() {
@@ -220,6 +226,7 @@ void AppDelegate::buildDashboard() {
     pages.gate = std::make_unique<AuthGatePresenter>(*m_clerkAuthService, *m_platform.systemAccess,
                                                      infoValue(platformSignUpKey).value_or(QString()));
     pages.settings = std::make_unique<AppSettingsPresenter>(*m_settingsViewModel, *m_platform.systemAccess);
+    addUpdaterCard(*pages.settings);
     pages.audio = std::make_unique<AudioSettingsPresenter>(*m_settingsViewModel, *m_audioCaptureService,
                                                            *m_platform.systemAccess);
     pages.setup =

@@ -2,6 +2,7 @@
 
 #include "AnalyticsService.h"
 #include "ApplicationWindows.h"
+#include "InterviewDetectorService.h"
 #include "PlatformServices.h"
 #include "ShortcutService.h"
 
@@ -13,6 +14,7 @@
 #include <memory>
 #include <stdexcept>
 
+class AppSettingsPresenter;
 class AudioCaptureService;
 class ChatsViewModel;
 class ClerkAuthService;
@@ -32,6 +34,8 @@ class ScreenCaptureService;
 class ScreenshotConsumer;
 class SettingsViewModel;
 class SystemAudioViewModel;
+class UpdateDialogPresenter;
+class UpdaterService;
 class WebSocketService;
 
 // The package is broken: the program cannot start. The text says what is wrong.
@@ -62,6 +66,8 @@ public:
     void setContentProtected(bool isProtected) override;
     void setActivationPolicy(ActivationPolicy policy) override;
     void terminate() override;
+    // The program ends and is to be started anew.
+    bool wantsRestart() const { return m_wantsRestart; }
     void toggleDashboard();
     void toggleFloatingPanel();
     // The bar comes forward and its id field takes the keyboard.
@@ -77,19 +83,45 @@ public:
     AudioCaptureService& audioCaptureService() const { return *m_audioCaptureService; }
     ScreenCaptureService& screenCaptureService() const { return *m_screenCaptureService; }
     ShortcutService& shortcutService() const { return *m_shortcutService; }
-    SettingsViewModel& settingsViewModel() const { return *m_settingsViewModel; }
-    OverlayViewModel& overlayViewModel() const { return *m_overlayViewModel; }
-    DashboardViewModel& dashboardViewModel() const { return *m_dashboardViewModel; }
-    OverlayBarPresenter& overlayBarPresenter() const { return *m_overlayBarPresenter; }
-    CompletionViewModel& completionViewModel() const { return *m_completionViewModel; }
-    ChatsViewModel& chatsViewModel() const { return *m_chatsViewModel; }
-    InterviewViewModel& interviewViewModel() const { return *m_interviewViewModel; }
-    SystemAudioViewModel& systemAudioViewModel() const { return *m_systemAudioViewModel; }
+#ifdef CORVANE_UPDATER
+    UpdaterService& updaterService() const {
+        return *m_updaterService;
+    }
+#endif
+    SettingsViewModel& settingsViewModel() const {
+        return *m_settingsViewModel;
+    }
+    OverlayViewModel& overlayViewModel() const {
+        return *m_overlayViewModel;
+    }
+    DashboardViewModel& dashboardViewModel() const {
+        return *m_dashboardViewModel;
+    }
+    OverlayBarPresenter& overlayBarPresenter() const {
+        return *m_overlayBarPresenter;
+    }
+    CompletionViewModel& completionViewModel() const {
+        return *m_completionViewModel;
+    }
+    ChatsViewModel& chatsViewModel() const {
+        return *m_chatsViewModel;
+    }
+    InterviewViewModel& interviewViewModel() const {
+        return *m_interviewViewModel;
+    }
+    SystemAudioViewModel& systemAudioViewModel() const {
+        return *m_systemAudioViewModel;
+    }
 
 private:
     void initializeServices();
     std::unique_ptr<ScreenCaptureService> makeScreenCaptureService();
     void initializeViewModels();
+    // These do nothing in a build without the updater.
+    void makeUpdater();
+    void startUpdater();
+    void addUpdaterCard(AppSettingsPresenter& page);
+    void restart();
     void setupFloatingPanel();
     void buildDashboard();
     void applyPersistedSettings();
@@ -120,6 +152,10 @@ private:
     std::unique_ptr<ScreenCaptureService> m_screenCaptureService;
     std::unique_ptr<ShortcutService> m_shortcutService;
     AnalyticsService m_analyticsService;
+    InterviewDetectorService m_interviewDetectorService;
+#ifdef CORVANE_UPDATER
+    std::unique_ptr<UpdaterService> m_updaterService;
+#endif
 
     std::unique_ptr<SettingsViewModel> m_settingsViewModel;
     std::unique_ptr<CompletionViewModel> m_completionViewModel;
@@ -135,10 +171,15 @@ private:
     std::unique_ptr<DashboardPresenter> m_dashboardPresenter;
     // Made the first time it shows.
     std::unique_ptr<DashboardWindow> m_dashboardController;
+#ifdef CORVANE_UPDATER
+    std::unique_ptr<UpdateDialogPresenter> m_updateDialogPresenter;
+    std::unique_ptr<QObject> m_updateWindow;
+#endif
 
     // Outlives nothing: replacing it cancels the wait for a session that a deep link is in.
     std::unique_ptr<QObject> m_deepLinkCancellable;
     QMetaObject::Connection m_authCancellable;
     QString m_pendingDeepLinkInterviewId;
     bool m_isLaunched = false;
+    bool m_wantsRestart = false;
 };

@@ -3,6 +3,7 @@
 #include "Log.h"
 
 #include <QCoreApplication>
+#include <QProcess>
 
 CorvaneApp::CorvaneApp(PlatformServices platform,
                        std::unique_ptr<platform::SessionApplication> sessionApplication)
@@ -33,5 +34,14 @@ bool CorvaneApp::launch() {
 }
 
 int CorvaneApp::run() {
-    return launch() ? QCoreApplication::exec() : m_exitStatus;
+    if (!launch()) {
+        return m_exitStatus;
+    }
+    const int status = QCoreApplication::exec();
+    if (m_appDelegate.wantsRestart()) {
+        // The name on the bus goes first, or the new one would hand over to this one and end.
+        m_sessionApplication.reset();
+        QProcess::startDetached(QCoreApplication::applicationFilePath(), {});
+    }
+    return status;
 }

@@ -13,12 +13,14 @@ PlatformServices PlatformServices::ofThisDesktop(std::unique_ptr<platform::Secre
                                         QStringLiteral("corvane-lumetra"), "CORVANE_APPLICATION_INFO");
     services.environment = QProcessEnvironment::systemEnvironment();
     services.dataFolder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    services.cacheFolder = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
     services.clock = std::make_unique<platform::SystemClock>();
     services.defaults = platform::makeFileDefaultsStore(
         configuration + QStringLiteral("/com.corvane.interview-assistant/settings.ini"));
     services.secrets = std::move(secrets);
     services.identityHttp = platform::makeHttpClient(platform::HttpSessionKind::ephemeral);
     services.backendHttp = platform::makeHttpClient(platform::HttpSessionKind::shared);
+    services.makeUpdateHttp = [] { return platform::makeHttpClient(platform::HttpSessionKind::ephemeral); };
     services.webSockets = platform::makeWebSocketFactory();
     services.connectivity = platform::makeConnectivityMonitor();
     services.audio = platform::makePulseAudioHost({}, {.name = QStringLiteral("Corvane Lumetra"),

@@ -20,6 +20,7 @@
 #include <QProcessEnvironment>
 #include <QString>
 
+#include <functional>
 #include <memory>
 
 // What the program needs of the desktop it runs on, in one bag that only the composition root opens. A test
@@ -27,12 +28,14 @@
 struct PlatformServices {
     platform::ApplicationInfo applicationInfo;
     QProcessEnvironment environment;
-    QString dataFolder; // the user's data folder; the program makes its own below it
+    QString dataFolder;  // the user's data folder; the program makes its own below it
+    QString cacheFolder; // the same for what can be fetched again
     std::unique_ptr<platform::Clock> clock;
     std::unique_ptr<platform::DefaultsStore> defaults;
     std::unique_ptr<platform::SecretStore> secrets;
     std::unique_ptr<platform::HttpClient> identityHttp; // keeps no cookies
     std::unique_ptr<platform::HttpClient> backendHttp;
+    std::function<std::unique_ptr<platform::HttpClient>()> makeUpdateHttp; // keeps no cookies
     std::unique_ptr<platform::WebSocketFactory> webSockets;
     std::unique_ptr<platform::ConnectivityMonitor> connectivity;
     std::unique_ptr<platform::AudioHost> audio;

@@ -3,6 +3,9 @@
 #include "DashboardWindowController.h"
 #include "FloatingPanel.h"
 #include "SelectionOverlayWindow.h"
+#ifdef CORVANE_UPDATER
+#include "UpdateWindow.h"
+#endif
 
 #include <QGuiApplication>
 
@@ -17,6 +20,11 @@ public:
                                                    platform::DefaultsStore& defaults) override {
         return std::make_unique<DashboardWindowController>(presenter, defaults);
     }
+#ifdef CORVANE_UPDATER
+    std::unique_ptr<QObject> makeUpdateWindow(UpdateDialogPresenter& presenter) override {
+        return std::make_unique<UpdateWindow>(presenter);
+    }
+#endif
     std::unique_ptr<SelectionOverlay> makeSelectionOverlay(int screenIndex,
                                                            const platform::ScreenPicture& picture) override {
         auto* screen = QGuiApplication::screens().value(screenIndex);

@@ -4,10 +4,13 @@
 #include "PanelWindow.h"
 #include "SelectionOverlay.h"
 
+#include <QObject>
+
 #include <memory>
 
 class DashboardPresenter;
 class OverlayBarPresenter;
+class UpdateDialogPresenter;
 
 namespace platform {
 class DefaultsStore;
@@ -23,6 +26,8 @@ public:
     virtual std::unique_ptr<PanelWindow> makeFloatingPanel(OverlayBarPresenter& presenter) = 0;
     virtual std::unique_ptr<DashboardWindow> makeDashboard(DashboardPresenter& presenter,
                                                            platform::DefaultsStore& defaults) = 0;
+    // Shows and hides itself as the presenter says. Null in a build without the updater.
+    virtual std::unique_ptr<QObject> makeUpdateWindow(UpdateDialogPresenter&) { return {}; }
     // Over the screen with that place in QGuiApplication::screens(); null when it is gone.
     virtual std::unique_ptr<SelectionOverlay>
     makeSelectionOverlay(int screenIndex, const platform::ScreenPicture& picture) = 0;

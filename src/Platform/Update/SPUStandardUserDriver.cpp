@@ -9,8 +9,9 @@ void SPUStandardUserDriver::show(Stage stage, const QString& text) {
     Q_EMIT stageChanged();
 }
 
-void SPUStandardUserDriver::showFound(const AppcastItem& item) {
+void SPUStandardUserDriver::showFound(const AppcastItem& item, bool unasked) {
     m_item = item;
+    m_unasked = unasked;
     show(Stage::found);
 }
 

@@ -17,6 +17,8 @@ public:
     Stage stage() const { return m_stage; }
     // Of found and what follows it.
     const AppcastItem& item() const { return m_item; }
+    // Of found: nobody asked, so it must not take the keyboard from what the user does.
+    bool isUnasked() const { return m_unasked; }
     // Of downloading, from 0 to 1.
     double progress() const { return m_progress; }
     // Of handedOver: the package's path. Of failed: what went wrong.
@@ -24,7 +26,7 @@ public:
 
     // The updater's side.
     void show(Stage stage, const QString& text = {});
-    void showFound(const AppcastItem& item);
+    void showFound(const AppcastItem& item, bool unasked);
     void showProgress(double share);
     void bringForward() { Q_EMIT broughtForward(); }
 
@@ -43,6 +45,7 @@ Q_SIGNALS:
 private:
     Stage m_stage = Stage::hidden;
     AppcastItem m_item;
+    bool m_unasked = false;
     double m_progress = 0;
     QString m_text;
 };

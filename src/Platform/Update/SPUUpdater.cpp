@@ -142,8 +142,8 @@ QCoro::Task<void> SPUUpdater::check() {
 }
 
 QCoro::Task<std::optional<AppcastItem>> SPUUpdater::lookUp() {
-    publicKey();
     RedirectTrail trail(feedAddress(), QStringLiteral("The update feed"));
+    publicKey();
     const auto running = host();
     m_feedHttp = m_surroundings.makeHttp();
     HttpResponse response;
@@ -199,7 +199,7 @@ void SPUUpdater::offer(const AppcastItem& item) {
     m_item = item;
     m_delegate.updaterDidFindValidUpdate(*this, item);
     if (m_isAsked || m_surroundings.defaults.string(declinedVersionKey) != item.versionString) {
-        m_userDriver.showFound(item);
+        m_userDriver.showFound(item, !m_isAsked);
     }
 }
 

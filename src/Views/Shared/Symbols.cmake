@@ -1,18 +1,21 @@
 # The pictures behind the symbols' names: <name>=<file of Bootstrap Icons>. Only these are compiled in.
 set(CORVANE_SYMBOLS
     arrow.clockwise=arrow-clockwise
+    arrow.down.circle=arrow-down-circle
     arrow.right.circle.fill=arrow-right-circle-fill
     arrow.trianglehead.2.clockwise=arrow-repeat
     arrow.up.circle.fill=arrow-up-circle-fill
     arrow.up.right.square=box-arrow-up-right
     arrowtriangle.right.fill=caret-right-fill
     checkmark=check-lg
+    checkmark.circle=check-circle
     chevron.down=chevron-down
     chevron.left=chevron-left
     chevron.right=chevron-right
     chevron.up=chevron-up
     chevron.up.chevron.down=chevron-expand
     exclamationmark.circle.fill=exclamation-circle-fill
+    exclamationmark.triangle=exclamation-triangle
     exclamationmark.triangle.fill=exclamation-triangle-fill
     gear=gear
     gearshape=gear

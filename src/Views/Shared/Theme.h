@@ -35,6 +35,8 @@ class Theme : public QObject {
     Q_PROPERTY(QColor orange READ orange NOTIFY changed)
     Q_PROPERTY(QColor yellow READ yellow NOTIFY changed)
     Q_PROPERTY(QColor green READ green NOTIFY changed)
+    Q_PROPERTY(QColor blue READ blue NOTIFY changed)
+    Q_PROPERTY(QColor gray READ gray NOTIFY changed)
     Q_PROPERTY(QColor material READ material NOTIFY changed)
     Q_PROPERTY(QColor shadow READ shadow NOTIFY changed)
     Q_PROPERTY(QColor focus READ focus NOTIFY changed)
@@ -63,6 +65,8 @@ public:
     QColor orange() const { return pick(0xFFB65408, 0xFFFFA94A); }
     QColor yellow() const { return pick(0xFFC79A00, 0xFFFFD60A); }
     QColor green() const { return pick(0xFF1B7F37, 0xFF4CD964); }
+    QColor blue() const { return pick(0xFF0A63D1, 0xFF6AA8FF); }
+    QColor gray() const { return pick(0xFF77777C, 0xFF96969C); }
     // What a window's surface is drawn with, at the strength that the settings give.
     QColor material() const { return pick(0xFFF4F4F6, 0xFF262629); }
     QColor shadow() const { return QColor(Qt::black); }

@@ -1,0 +1,55 @@
+#include "AppDelegate.h"
+
+#include "AppSettingsPresenter.h"
+#include "InterviewViewModel.h"
+#include "UpdateDialogPresenter.h"
+#include "UpdaterPresenter.h"
+#include "UpdaterService.h"
+
+#include <unistd.h>
+
+namespace {
+
+constexpr auto updatesFolder = "/com.corvane.interview-assistant/updates";
+const auto programName = QStringLiteral("Corvane Lumetra");
+
+} // namespace
+
+void AppDelegate::makeUpdater() {
+    m_updaterService = std::make_unique<UpdaterService>(
+        m_platform.applicationInfo,
+        platform::SPUUpdater::Surroundings{.makeHttp = m_platform.makeUpdateHttp,
+                                           .defaults = *m_platform.defaults,
+                                           .clock = *m_platform.clock,
+                                           .access = *m_platform.systemAccess,
+                                           .folder = m_platform.cacheFolder + QLatin1String(updatesFolder),
+                                           .runsAsRoot = geteuid() == 0});
+}
+
+void AppDelegate::startUpdater() {
+    m_updaterService->startUpdater();
+    m_updateDialogPresenter =
+        std::make_unique<UpdateDialogPresenter>(*m_updaterService->userDriver(), programName,
+                                                infoValue("CFBundleShortVersionString").value_or(QString()));
+    m_updateWindow = m_platform.windows->makeUpdateWindow(*m_updateDialogPresenter);
+    connect(m_updaterService->updater(), &platform::SPUUpdater::restartRequested, this,
+            &AppDelegate::restart);
+}
+
+void AppDelegate::addUpdaterCard(AppSettingsPresenter& page) {
+    page.setUpdater(std::make_unique<UpdaterPresenter>(*m_updaterService));
+}
+
+// An interview is worth more than a new version.
+void AppDelegate::restart() {
+    if (m_interviewViewModel->status() == InterviewStatus::idle) {
+        m_wantsRestart = true;
+        terminate();
+        return;
+    }
+    m_updaterService->userDriver()->show(
+        platform::SPUStandardUserDriver::Stage::failed,
+        QStringLiteral(
+            "An interview is running. End it, then try again, or let the new version wait until you "
+            "start the app the next time."));
+}

@@ -1,0 +1,76 @@
+#include "UpdateWindow.h"
+
+#include "QuietWindow.h"
+#include "UpdateDialogPresenter.h"
+
+#include <QEvent>
+#include <QQmlEngine>
+
+namespace {
+
+constexpr QSize plainSize(500, 210);
+constexpr QSize sizeWithNotes(500, 400);
+
+} // namespace
+
+UpdateWindow::UpdateWindow(UpdateDialogPresenter& presenter)
+    : m_presenter(presenter) {
+    // Not while a button of the view handles its own press.
+    connect(&presenter, &UpdateDialogPresenter::stageChanged, this, &UpdateWindow::follow,
+            Qt::QueuedConnection);
+    connect(&presenter, &UpdateDialogPresenter::broughtForward, this, &UpdateWindow::comeForward,
+            Qt::QueuedConnection);
+}
+
+void UpdateWindow::follow() {
+    if (!m_presenter.isShown()) {
+        m_view.reset();
+        return;
+    }
+    const bool isNew = !m_view;
+    if (isNew) {
+        open();
+    }
+    const auto size = m_presenter.notes().isEmpty() ? plainSize : sizeWithNotes;
+    m_view->setMinimumSize(size);
+    m_view->setMaximumSize(size);
+    m_view->resize(size);
+    if (!isNew) {
+        return;
+    }
+    m_view->create();
+    if (m_presenter.isUnasked()) {
+        platform::setShowsQuietly(*m_view);
+        m_view->show();
+    } else {
+        m_view->show();
+        comeForward();
+    }
+}
+
+void UpdateWindow::open() {
+    m_view = std::make_unique<QQuickView>();
+    m_view->setTitle(QStringLiteral("Software Update"));
+    m_view->setFlags(Qt::Dialog);
+    m_view->setResizeMode(QQuickView::SizeRootObjectToView);
+    m_view->installEventFilter(this);
+    m_view->engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
+    m_view->setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&m_presenter)}});
+    m_view->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Updates/UpdateDialogView.qml")));
+}
+
+void UpdateWindow::comeForward() {
+    if (m_view) {
+        m_view->raise();
+        m_view->requestActivate();
+    }
+}
+
+bool UpdateWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_view.get() && event->type() == QEvent::Close) {
+        event->ignore();
+        m_presenter.dismiss();
+        return true;
+    }
+    return QObject::eventFilter(watched, event);
+}

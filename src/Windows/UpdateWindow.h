@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QObject>
+#include <QQuickView>
+
+#include <memory>
+
+class UpdateDialogPresenter;
+
+// The window of an update. There is one only while something is shown in it; closing it says no.
+class UpdateWindow : public QObject {
+    Q_OBJECT
+
+public:
+    explicit UpdateWindow(UpdateDialogPresenter& presenter);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void follow();
+    void open();
+    void comeForward();
+
+    UpdateDialogPresenter& m_presenter;
+    std::unique_ptr<QQuickView> m_view;
+};
