@@ -83,35 +83,16 @@ public:
     AudioCaptureService& audioCaptureService() const { return *m_audioCaptureService; }
     ScreenCaptureService& screenCaptureService() const { return *m_screenCaptureService; }
     ShortcutService& shortcutService() const { return *m_shortcutService; }
-#ifdef CORVANE_UPDATER
-    UpdaterService& updaterService() const {
-        return *m_updaterService;
-    }
-#endif
-    SettingsViewModel& settingsViewModel() const {
-        return *m_settingsViewModel;
-    }
-    OverlayViewModel& overlayViewModel() const {
-        return *m_overlayViewModel;
-    }
-    DashboardViewModel& dashboardViewModel() const {
-        return *m_dashboardViewModel;
-    }
-    OverlayBarPresenter& overlayBarPresenter() const {
-        return *m_overlayBarPresenter;
-    }
-    CompletionViewModel& completionViewModel() const {
-        return *m_completionViewModel;
-    }
-    ChatsViewModel& chatsViewModel() const {
-        return *m_chatsViewModel;
-    }
-    InterviewViewModel& interviewViewModel() const {
-        return *m_interviewViewModel;
-    }
-    SystemAudioViewModel& systemAudioViewModel() const {
-        return *m_systemAudioViewModel;
-    }
+    SettingsViewModel& settingsViewModel() const { return *m_settingsViewModel; }
+    OverlayViewModel& overlayViewModel() const { return *m_overlayViewModel; }
+    DashboardViewModel& dashboardViewModel() const { return *m_dashboardViewModel; }
+    OverlayBarPresenter& overlayBarPresenter() const { return *m_overlayBarPresenter; }
+    CompletionViewModel& completionViewModel() const { return *m_completionViewModel; }
+    ChatsViewModel& chatsViewModel() const { return *m_chatsViewModel; }
+    InterviewViewModel& interviewViewModel() const { return *m_interviewViewModel; }
+    SystemAudioViewModel& systemAudioViewModel() const { return *m_systemAudioViewModel; }
+    // Not to be had in a build without the updater.
+    UpdaterService& updaterService() const;
 
 private:
     void initializeServices();

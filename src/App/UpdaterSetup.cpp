@@ -15,6 +15,10 @@ const auto programName = QStringLiteral("Corvane Lumetra");
 
 } // namespace
 
+UpdaterService& AppDelegate::updaterService() const {
+    return *m_updaterService;
+}
+
 void AppDelegate::makeUpdater() {
     m_updaterService = std::make_unique<UpdaterService>(
         m_platform.applicationInfo,

@@ -43,6 +43,12 @@ TestProgram::TestProgram(Start start, const platform::ApplicationInfo& info,
     secrets = give(services.secrets, std::make_unique<MemorySecretStore>());
     identityHttp = give(services.identityHttp, std::make_unique<FakeHttpClient>());
     backendHttp = give(services.backendHttp, std::make_unique<FakeHttpClient>());
+    services.cacheFolder = folder.filePath("cache");
+    services.makeUpdateHttp = [this] {
+        auto http = std::make_unique<FakeHttpClient>();
+        http->setHandler(updates);
+        return http;
+    };
     sockets = give(services.webSockets, std::make_unique<FakeWebSocketFactory>());
     audio = give(services.audio, std::make_unique<FakeAudioHost>());
     access = give(services.systemAccess, std::make_unique<FakeSystemAccess>());

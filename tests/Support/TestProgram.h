@@ -77,6 +77,8 @@ public:
     FakeClock* clock = nullptr;
     FakeHttpClient* identityHttp = nullptr;
     FakeHttpClient* backendHttp = nullptr;
+    // Answers the updater.
+    FakeHttpClient::Handler updates;
     FakeWebSocketFactory* sockets = nullptr;
     FakeAudioHost* audio = nullptr;
     MemorySecretStore* secrets = nullptr;

@@ -1,0 +1,109 @@
+#include "DashboardViewModel.h"
+#include "DashboardWindowController.h"
+#include "PrivateDisplay.h"
+#include "TestProgram.h"
+#include "UpdaterService.h"
+#include "UserHands.h"
+
+namespace {
+
+platform::ApplicationInfo updatableInfo() {
+    return platform::ApplicationInfo({{"CFBundleShortVersionString", "0.1.0"},
+                                      {"CFBundleVersion", "1"},
+                                      {"CLERK_PUBLISHABLE_KEY", "pk_live_Y2xlcmsubHVtZXRyYS50ZXN0JA=="},
+                                      {"CORVANE_DEFAULT_ENDPOINT", "https://backend.lumetra.test"},
+                                      {"SUFeedURL", "https://updates.lumetra.test/update/appcast.xml"},
+                                      {"SUPublicEDKey", "ack+ZdGSst6FVRag6K3nXO3fz3tY0hetIWJ+vpdI4Vw="}});
+}
+
+const QByteArray feed =
+    "<rss xmlns:sparkle='http://www.andymatuschak.org/xml-namespaces/sparkle'><channel><item>"
+    "<sparkle:version>2</sparkle:version>"
+    "<sparkle:shortVersionString>0.2.0</sparkle:shortVersionString>"
+    "<description><![CDATA[<h2>New</h2><ul><li>Candidates are heard at once.</li></ul>"
+    "<script>alert(1)</script><img src='https://a.test/x.png'>]]></description>"
+    "<enclosure url='https://updates.lumetra.test/corvane.deb' length='9' sparkle:edSignature='c2ln'/>"
+    "</item></channel></rss>";
+
+QWindow* updateWindow() {
+    for (auto* window : QGuiApplication::topLevelWindows()) {
+        if (window->title() == u"Software Update") {
+            return window;
+        }
+    }
+    return nullptr;
+}
+
+bool dashboardIsActive() {
+    return qobject_cast<DashboardWindowController*>(QGuiApplication::focusWindow()) != nullptr;
+}
+
+// The program with its real windows, at the settings, where the feed has a newer version.
+struct Desk : TestProgram {
+    Desk()
+        : TestProgram(Start::signedIn, updatableInfo(), makeWindowFactory()) {
+        updates = [](auto&&) { return FakeHttpClient::response(200, feed); };
+        launchToSession();
+        app->dashboardViewModel().setSelectedPage(DashboardPage::settings);
+        waitUntil(dashboardIsActive);
+    }
+};
+
+} // namespace
+
+class UpdateWindowTest : public QObject {
+    Q_OBJECT
+
+public:
+    explicit UpdateWindowTest(const PrivateDisplay& display)
+        : m_hands(display) {}
+
+private:
+    bool seen(const QString& name) const {
+        return waitUntil([&] { return m_hands.sees(name); });
+    }
+
+    const UserHands m_hands;
+
+private Q_SLOTS:
+    void theCardLeadsToTheWindowAndBack() {
+        Desk desk;
+        QVERIFY(seen("App Updates"));
+        m_hands.click("Check Now");
+        QVERIFY(seen("Corvane Lumetra 0.2.0 is available"));
+        QVERIFY(waitUntil([] { return updateWindow() && updateWindow()->isActive(); }));
+        QVERIFY(m_hands.sees("Release notes"));
+        m_hands.press("Escape");
+        QVERIFY(waitUntil([] { return !updateWindow(); }));
+        QVERIFY(seen("Update Available — 0.2.0"));
+
+        m_hands.click("Download & Install");
+        QVERIFY(waitUntil([] { return updateWindow() && updateWindow()->isActive(); }));
+        m_hands.press("Return"); // what it offers has the keyboard
+        QVERIFY(seen("The update did not succeed"));
+    }
+
+    // An interviewer types while the interval ends.
+    void whatNobodyAskedForLeavesTheKeyboard() {
+        Desk desk;
+        desk.clock->advance(std::chrono::minutes(1));
+        QVERIFY(seen("Corvane Lumetra 0.2.0 is available"));
+        QTest::qWait(200);
+        QVERIFY(dashboardIsActive());
+    }
+};
+
+int main(int argc, char* argv[]) {
+    // The accessible tree is that of the first application object: the display comes before it.
+    const PrivateDisplay display;
+    display.useInThisProcess();
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("QT_SCALE_FACTOR", "1");
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    QGuiApplication application(argc, argv);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    UpdateWindowTest test(display);
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "UpdateWindowTest.moc"
