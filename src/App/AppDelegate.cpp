@@ -77,6 +77,11 @@ AppDelegate::~AppDelegate() {
     }
 }
 
+void AppDelegate::readAhead(platform::SecretStore& secrets) {
+    secrets.readAhead(QString::fromLatin1(secretServiceName),
+                      QStringList(QString::fromLatin1(devBrowserItem)) + ClerkAuthService::storedItems());
+}
+
 std::optional<QString> AppDelegate::infoValue(const char* key) const {
     return m_platform.applicationInfo.string(QLatin1String(key));
 }

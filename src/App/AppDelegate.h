@@ -53,6 +53,8 @@ public:
     explicit AppDelegate(PlatformServices platform);
     ~AppDelegate() override;
 
+    // Begins to read what the launch will ask of the secret store.
+    static void readAhead(platform::SecretStore& secrets);
     // The launch sequence. Throws LaunchError.
     void applicationDidFinishLaunching();
     // Only the first address is looked at: corvane://interview/<id>.

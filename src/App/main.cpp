@@ -41,8 +41,9 @@ int main(int argc, char* argv[]) {
     choosePlatform();
     chooseSceneGraph();
     QCoreApplication::setApplicationName(QStringLiteral("Corvane Lumetra"));
-    // First: it gets to know the desktop's service while the display is opened.
+    // First: the desktop's service answers while the display is opened.
     auto secrets = platform::makeSecretServiceStore();
+    AppDelegate::readAhead(*secrets);
     QGuiApplication application(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("com.corvane.Lumetra"));
     // Not before the first window is seen: all its sizes are drawn for it. A desktop has it from the entry

@@ -99,6 +99,10 @@ ClerkAuthService::ClerkAuthService(ClerkClient& client, KeychainService& keychai
     restoreFromKeychain();
 }
 
+QStringList ClerkAuthService::storedItems() {
+    return {sessionIdItem, userEmailItem, clientTokenItem};
+}
+
 void ClerkAuthService::restoreFromKeychain() {
     const auto sessionId = m_keychain.get(sessionIdItem);
     const auto email = m_keychain.get(userEmailItem);

@@ -41,6 +41,9 @@ public:
     // Restores the signed-in state from the secret store, and once more when a locked store is unlocked.
     ClerkAuthService(ClerkClient& client, KeychainService& keychain, const platform::Clock& clock);
 
+    // The stored identity, as the secret store's items.
+    static QStringList storedItems();
+
     const State& state() const { return m_state; }
     bool isSignedIn() const { return m_state.has_value(); }
     const std::optional<QString>& pendingSignInId() const { return m_pendingSignInId; }

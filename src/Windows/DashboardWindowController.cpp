@@ -17,14 +17,14 @@ const auto frameKey = QStringLiteral("DashboardWindow"); // "x y width height"
 
 } // namespace
 
-DashboardWindowController::DashboardWindowController(DashboardPresenter& presenter,
+DashboardWindowController::DashboardWindowController(QQmlEngine& engine, DashboardPresenter& presenter,
                                                      platform::DefaultsStore& defaults)
-    : m_presenter(presenter)
+    : QQuickView(&engine, nullptr)
+    , m_presenter(presenter)
     , m_defaults(defaults) {
     setTitle(QStringLiteral("Corvane Lumetra"));
     setMinimumSize(smallestSize);
     setResizeMode(QQuickView::SizeRootObjectToView);
-    engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
     restoreFrame();
 }
 

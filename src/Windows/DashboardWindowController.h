@@ -16,7 +16,8 @@ class DashboardWindowController : public QQuickView, public DashboardWindow {
     Q_OBJECT
 
 public:
-    DashboardWindowController(DashboardPresenter& presenter, platform::DefaultsStore& defaults);
+    DashboardWindowController(QQmlEngine& engine, DashboardPresenter& presenter,
+                              platform::DefaultsStore& defaults);
     ~DashboardWindowController() override;
 
     void showWindow() override;

@@ -19,17 +19,14 @@ constexpr auto longestPainting = 500ms; // on a display that shows the bar to no
 
 } // namespace
 
-FloatingPanel::FloatingPanel(OverlayBarPresenter& presenter)
-    : m_presenter(presenter) {
+FloatingPanel::FloatingPanel(QQmlEngine& engine, OverlayBarPresenter& presenter)
+    : QQuickView(&engine, nullptr)
+    , m_presenter(presenter) {
     setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
     setColor(Qt::transparent);
     setTitle(QStringLiteral("Corvane Lumetra"));
     setResizeMode(QQuickView::SizeRootObjectToView);
     resize(panelWidth, barHeight);
-    engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
-    create();
-    platform::setShowsQuietly(*this);
-    m_aboveFullScreen = std::make_unique<platform::AboveFullScreen>(*this);
     connect(this, &QWindow::windowStateChanged, this, &FloatingPanel::comeBackFromIcon);
     connect(&presenter, &OverlayBarPresenter::drawnRegionChanged, this, &FloatingPanel::takeShape);
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, &FloatingPanel::comeBackToAScreen,
@@ -40,9 +37,13 @@ FloatingPanel::FloatingPanel(OverlayBarPresenter& presenter)
 
 FloatingPanel::~FloatingPanel() = default;
 
-// What is hidden, as the bar is while nobody is signed in, costs no start its content.
-void FloatingPanel::loadContent() {
+// What is hidden, as the bar is while nobody is signed in, costs no start its window and content.
+void FloatingPanel::prepare() {
     if (!rootObject()) {
+        create();
+        platform::setShowsQuietly(*this);
+        m_aboveFullScreen = std::make_unique<platform::AboveFullScreen>(*this);
+        takeShape();
         setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&m_presenter)}});
         setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Overlay/OverlayBarView.qml")));
     }
@@ -50,12 +51,11 @@ void FloatingPanel::loadContent() {
 
 void FloatingPanel::orderFrontRegardless() {
     if (!isVisible()) {
-        loadContent();
+        prepare();
         applyHints();
         QQuickView::show();
         // A window manager that sees only now to the last hiding has taken them away.
         applyHints();
-        m_aboveFullScreen->setEnabled(m_level == WindowLevel::floating);
     }
     raise();
 }
@@ -77,7 +77,6 @@ void FloatingPanel::setFrame(const QRect& frame) {
 void FloatingPanel::setLevel(WindowLevel level) {
     m_level = level;
     applyHints();
-    m_aboveFullScreen->setEnabled(level == WindowLevel::floating);
     if (level == WindowLevel::floating && !platform::canStayAbove()) {
         platform::logLine(
             QStringLiteral("[Panel] This desktop does not let the bar stay above other windows"));
@@ -103,6 +102,10 @@ void FloatingPanel::whenPainted(std::function<void()> then) {
 }
 
 void FloatingPanel::applyHints() {
+    if (!m_aboveFullScreen) {
+        return;
+    }
+    m_aboveFullScreen->setEnabled(m_level == WindowLevel::floating);
     platform::setOnEveryDesktop(*this);
     platform::setStaysAbove(*this, m_level == WindowLevel::floating);
     platform::setSkipsTaskbar(*this, m_policy == ActivationPolicy::accessory);
@@ -121,7 +124,9 @@ void FloatingPanel::takeShape() {
     if (needed != height()) {
         resize(panelWidth, needed);
     }
-    platform::setShape(*this, drawn);
+    if (m_aboveFullScreen) {
+        platform::setShape(*this, drawn);
+    }
 }
 
 void FloatingPanel::comeBackToAScreen() {

@@ -22,7 +22,7 @@ public:
     static constexpr int panelWidth = 620;
     static constexpr int barHeight = 48;
 
-    explicit FloatingPanel(OverlayBarPresenter& presenter);
+    FloatingPanel(QQmlEngine& engine, OverlayBarPresenter& presenter);
     ~FloatingPanel() override;
 
     void orderFrontRegardless() override;
@@ -41,7 +41,7 @@ public:
     void positionTopCenter(int offset);
 
 private:
-    void loadContent();
+    void prepare();
     void takeShape();
     void applyHints();
     void comeBackToAScreen();

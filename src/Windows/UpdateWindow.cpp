@@ -13,8 +13,9 @@ constexpr QSize sizeWithNotes(500, 400);
 
 } // namespace
 
-UpdateWindow::UpdateWindow(UpdateDialogPresenter& presenter)
-    : m_presenter(presenter) {
+UpdateWindow::UpdateWindow(QQmlEngine& engine, UpdateDialogPresenter& presenter)
+    : m_engine(engine)
+    , m_presenter(presenter) {
     // Not while a button of the view handles its own press.
     connect(&presenter, &UpdateDialogPresenter::stageChanged, this, &UpdateWindow::follow,
             Qt::QueuedConnection);
@@ -49,12 +50,11 @@ void UpdateWindow::follow() {
 }
 
 void UpdateWindow::open() {
-    m_view = std::make_unique<QQuickView>();
+    m_view = std::make_unique<QQuickView>(&m_engine, nullptr);
     m_view->setTitle(QStringLiteral("Software Update"));
     m_view->setFlags(Qt::Dialog);
     m_view->setResizeMode(QQuickView::SizeRootObjectToView);
     m_view->installEventFilter(this);
-    m_view->engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
     m_view->setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&m_presenter)}});
     m_view->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Updates/UpdateDialogView.qml")));
 }

@@ -12,7 +12,7 @@ class UpdateWindow : public QObject {
     Q_OBJECT
 
 public:
-    explicit UpdateWindow(UpdateDialogPresenter& presenter);
+    UpdateWindow(QQmlEngine& engine, UpdateDialogPresenter& presenter);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -22,6 +22,7 @@ private:
     void open();
     void comeForward();
 
+    QQmlEngine& m_engine;
     UpdateDialogPresenter& m_presenter;
     std::unique_ptr<QQuickView> m_view;
 };

@@ -8,21 +8,25 @@
 #endif
 
 #include <QGuiApplication>
+#include <QQmlEngine>
 
 namespace {
 
+// The windows share what the views are read and run by.
 class DesktopWindowFactory : public WindowFactory {
 public:
+    DesktopWindowFactory() { m_engine.addImportPath(QStringLiteral("qrc:/qt/qml")); }
+
     std::unique_ptr<PanelWindow> makeFloatingPanel(OverlayBarPresenter& presenter) override {
-        return std::make_unique<FloatingPanel>(presenter);
+        return std::make_unique<FloatingPanel>(m_engine, presenter);
     }
     std::unique_ptr<DashboardWindow> makeDashboard(DashboardPresenter& presenter,
                                                    platform::DefaultsStore& defaults) override {
-        return std::make_unique<DashboardWindowController>(presenter, defaults);
+        return std::make_unique<DashboardWindowController>(m_engine, presenter, defaults);
     }
 #ifdef CORVANE_UPDATER
     std::unique_ptr<QObject> makeUpdateWindow(UpdateDialogPresenter& presenter) override {
-        return std::make_unique<UpdateWindow>(presenter);
+        return std::make_unique<UpdateWindow>(m_engine, presenter);
     }
 #endif
     std::unique_ptr<SelectionOverlay> makeSelectionOverlay(int screenIndex,
@@ -30,6 +34,9 @@ public:
         auto* screen = QGuiApplication::screens().value(screenIndex);
         return screen ? std::make_unique<SelectionOverlayWindow>(*screen, picture) : nullptr;
     }
+
+private:
+    QQmlEngine m_engine;
 };
 
 } // namespace

@@ -17,7 +17,7 @@ class DefaultsStore;
 struct ScreenPicture;
 } // namespace platform
 
-// Makes the program's windows; a test makes its own.
+// Makes the program's windows, and outlives them; a test makes its own.
 class WindowFactory {
 public:
     virtual ~WindowFactory() = default;

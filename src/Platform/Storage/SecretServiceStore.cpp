@@ -26,6 +26,7 @@ public:
     SecretServiceStore() = default;
     ~SecretServiceStore() override;
 
+    void readAhead(const QString& service, const QStringList& names) override;
     Reading read(const QString& service, const QString& name) override;
     Status write(const QString& service, const QString& name, const QByteArray& value) override;
     Status erase(const QString& service, const QString& name) override;
@@ -47,6 +48,8 @@ private:
     };
 
     // On the main thread.
+    std::shared_ptr<Question> post(const Key& key);
+    std::shared_ptr<Question> takeAhead(const Key& key);
     Reading ask(const Key& key);
 
     // On the watch's thread.
@@ -68,11 +71,14 @@ private:
     Status judge(Status status);
     void announce();
 
+    // On the main thread: asked already, and nothing has changed the item since.
+    std::map<Key, std::shared_ptr<Question>> m_ahead;
+
     std::mutex m_mutex;
     std::condition_variable m_answered;
     std::condition_variable m_work;
 
-    // All of these under the lock.
+    // All from here on under the lock.
     std::map<Key, Change> m_overlay;
     std::deque<Key> m_queue;
     quint64 m_generation = 0;
@@ -110,6 +116,13 @@ SecretServiceStore::~SecretServiceStore() {
     m_thread.join();
 }
 
+void SecretServiceStore::readAhead(const QString& service, const QStringList& names) {
+    for (const auto& name : names) {
+        const Key key{service, name};
+        m_ahead[key] = post(key);
+    }
+}
+
 SecretStore::Reading SecretServiceStore::read(const QString& service, const QString& name) {
     const Key key{service, name};
     {
@@ -133,8 +146,10 @@ SecretStore::Reading SecretServiceStore::read(const QString& service, const QStr
 
 SecretStore::Status SecretServiceStore::write(const QString& service, const QString& name,
                                               const QByteArray& value) {
+    const Key key{service, name};
+    m_ahead.erase(key);
     const std::lock_guard lock(m_mutex);
-    change({service, name}, value);
+    change(key, value);
     return isAbsent() ? Status::absent : isGone() ? Status::locked : Status::ok;
 }
 
@@ -152,11 +167,32 @@ SecretStore::Status SecretServiceStore::erase(const QString& service, const QStr
     return reading.status;
 }
 
-SecretStore::Reading SecretServiceStore::ask(const Key& key) {
+std::shared_ptr<SecretServiceStore::Question> SecretServiceStore::post(const Key& key) {
     auto question = std::make_shared<Question>();
     m_watch.post([this, key, question](SecretServiceClient& client) { answer(client, key, *question); });
+    return question;
+}
+
+// Null when there is none, or when it met a service that may answer better by now.
+std::shared_ptr<SecretServiceStore::Question> SecretServiceStore::takeAhead(const Key& key) {
+    const auto ahead = m_ahead.extract(key);
+    if (!ahead) {
+        return {};
+    }
+    const std::lock_guard lock(m_mutex);
+    const auto& answer = ahead.mapped()->answer;
+    const bool isGood = !answer || answer->status == Status::ok || answer->status == Status::notFound;
+    return isGood ? ahead.mapped() : nullptr;
+}
+
+SecretStore::Reading SecretServiceStore::ask(const Key& key) {
+    auto question = takeAhead(key);
+    if (!question) {
+        question = post(key);
+    }
     std::unique_lock lock(m_mutex);
-    if (m_answered.wait_for(lock, patience, [&question] { return question->answer.has_value(); })) {
+    const auto isAnswered = [&question] { return question->answer.has_value(); };
+    if (m_answered.wait_for(lock, patience, isAnswered)) {
         return *question->answer;
     }
     question->givenUp = true;

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 #include <optional>
@@ -34,6 +35,9 @@ public:
         std::optional<QByteArray> value;
     };
 
+    // What is soon to be read, so that nobody waits for it then: each of these is looked up now and answers
+    // one read.
+    virtual void readAhead(const QString&, const QStringList&) {}
     // Never prompts and never waits longer than a few seconds.
     virtual Reading read(const QString& service, const QString& name) = 0;
     // Replaces. A locked collection is unlocked by one prompt for all writes of one action; until then the

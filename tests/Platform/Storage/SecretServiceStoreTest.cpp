@@ -100,6 +100,28 @@ private Q_SLOTS:
         QCOMPARE(read().value, "kept");
     }
 
+    void whatIsReadAheadAnswersOneRead() {
+        QVERIFY(m_session->startKeyring(password));
+        makeStore();
+        m_store->write(service, name, "kept");
+        makeStore();
+        m_store->readAhead(service, {name, "unknown"});
+        QCOMPARE(read().value, "kept");
+        QCOMPARE(m_store->read(service, "unknown").status, Status::notFound);
+
+        // Its answer is old by the time it is wanted.
+        m_store->readAhead(service, {name});
+        m_store->write(service, name, "changed");
+        QVERIFY(waitUntil([this] { return itemLabels().size() == 1; }));
+        QCOMPARE(read().value, "changed");
+        QVERIFY(m_session->lockKeyring());
+        m_store->readAhead(service, {name});
+        QCOMPARE(m_store->read(service, "other").status, Status::locked); // and so was the one before it
+        QVERIFY(m_session->unlockKeyring(password));
+        QVERIFY(waitUntil([this] { return m_store->read(service, "other").status != Status::locked; }));
+        QCOMPARE(read().status, Status::ok);
+    }
+
     void oneActionMakesOnePrompt() {
         QVERIFY(m_session->startKeyring(password));
         DismissingPrompter prompter;
