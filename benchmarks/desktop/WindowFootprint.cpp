@@ -50,15 +50,29 @@ bool forgetFiles() {
     return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write("3") == 1;
 }
 
+// A desktop that knows nothing of the program yet.
+struct Desktop {
+    PrivateSession session;
+    PrivateSound sound;
+    const PrivateDisplay display{{1280, 900}, PrivateDisplay::Manager::none};
+
+    Desktop() {
+        if (!session.startBus() || !session.startKeyring(QStringLiteral("benchmark"))) {
+            throw std::runtime_error("No private session.");
+        }
+        sound.start();
+        sound.addSink(QStringLiteral("speakers"));
+    }
+};
+
 // Milliseconds until a window is painted.
-double start(ChildProcess& process, const Peer& peer, const QString& display, const PrivateSession& session,
-             const PrivateSound& sound) {
-    auto environment = sound.environment();
-    environment.insert(QStringLiteral("DISPLAY"), display);
-    const Sight sight(display);
+double start(ChildProcess& process, const Peer& peer, const Desktop& desktop) {
+    auto environment = desktop.sound.environment();
+    environment.insert(QStringLiteral("DISPLAY"), desktop.display.name());
+    const Sight sight(desktop.display.name());
     QElapsedTimer time;
     time.start();
-    process.start(peer.program, {}, environment, session.folder() + QStringLiteral("/output"));
+    process.start(peer.program, {}, environment, desktop.session.folder() + QStringLiteral("/output"));
     while (!sight.isPainted()) {
         if (time.hasExpired(patience) || !process.isRunning()) {
             throw std::runtime_error(peer.program.toStdString() + " painted no window.");
@@ -66,6 +80,11 @@ double start(ChildProcess& process, const Peer& peer, const QString& display, co
         QThread::msleep(glance);
     }
     return static_cast<double>(time.nsecsElapsed()) / 1e6;
+}
+
+double start(const Peer& peer, const Desktop& desktop) {
+    ChildProcess process;
+    return start(process, peer, desktop);
 }
 
 Idleness watch(qint64 id) {
@@ -82,28 +101,20 @@ Idleness watch(qint64 id) {
 }
 
 void measure(Peer& peer, bool idleToo) {
-    PrivateSession session;
-    if (!session.startBus() || !session.startKeyring(QStringLiteral("benchmark"))) {
-        throw std::runtime_error("No private session.");
-    }
-    PrivateSound sound;
-    sound.start();
-    sound.addSink(QStringLiteral("speakers"));
-    const PrivateDisplay display({1280, 900}, PrivateDisplay::Manager::none);
+    // The peer before has left the files that both share in the machine's memory. A first start has all of
+    // its own there too, or it would be cold in part.
+    start(peer, Desktop());
+    const Desktop desktop;
     {
         ChildProcess process;
-        peer.firstStart.push_back(start(process, peer, display.name(), session, sound));
+        peer.firstStart.push_back(start(process, peer, desktop));
         if (idleToo) {
             peer.idle = watch(process.processId());
         }
     }
-    {
-        ChildProcess process;
-        peer.nextStart.push_back(start(process, peer, display.name(), session, sound));
-    }
+    peer.nextStart.push_back(start(peer, desktop));
     if (forgetFiles()) {
-        ChildProcess process;
-        peer.coldStart.push_back(start(process, peer, display.name(), session, sound));
+        peer.coldStart.push_back(start(peer, desktop));
     }
 }
 
