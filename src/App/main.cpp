@@ -7,6 +7,10 @@
 #include <QQuickWindow>
 #include <QTimer>
 
+#include <fontconfig/fontconfig.h>
+
+#include <thread>
+
 #include <sys/stat.h>
 
 using namespace std::chrono_literals;
@@ -44,6 +48,8 @@ int main(int argc, char* argv[]) {
     // First: the desktop's service answers while the display is opened.
     auto secrets = platform::makeSecretServiceStore();
     AppDelegate::readAhead(*secrets);
+    // So is the catalogue of the fonts read, which Qt asks for at its first text.
+    const std::jthread fonts([] { FcInit(); });
     QGuiApplication application(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("com.corvane.Lumetra"));
     // Not before the first window is seen: all its sizes are drawn for it. A desktop has it from the entry
