@@ -26,10 +26,8 @@ ShortcutService::ShortcutService(ShortcutServiceDelegate& delegate, platform::Ke
     load();
     parseKeys();
     connect(&keys, &platform::KeyMonitor::reachChanged, this, &ShortcutService::reachChanged);
-    connect(&keys, &platform::KeyMonitor::keysLost, this, [this] {
-        handleKeyUp();
-        stopRecording();
-    });
+    connect(&keys, &platform::KeyMonitor::keysLost, this, &ShortcutService::handleKeyUp);
+    connect(&keys, &platform::KeyMonitor::focusMoved, this, &ShortcutService::stopRecording);
     connect(&keys, &platform::KeyMonitor::desktopShortcutPressed, this,
             &ShortcutService::handleDesktopShortcut);
     connect(&keys, &platform::KeyMonitor::desktopShortcutReleased, this, &ShortcutService::handleKeyUp);
@@ -140,8 +138,13 @@ bool ShortcutService::handleLocalKeyDown(const KeyEvent& event) {
         record(event);
         return true;
     }
-    // What is typed into a field is text.
-    if (event.isInTextField && !(event.modifierFlags & modifier::all)) {
+    // The key that was recorded fires when it is pressed anew.
+    if (m_isRecordedHeld && event.isARepeat) {
+        return true;
+    }
+    m_isRecordedHeld = false;
+    // What is typed into a field is text, and a button that has the keyboard is pressed.
+    if ((event.isInTextField || event.isForControl) && !(event.modifierFlags & modifier::all)) {
         return false;
     }
     return handleKeyDown(event);
@@ -173,6 +176,7 @@ void ShortcutService::handleAction(ShortcutAction action, bool isRepeat) {
 }
 
 void ShortcutService::handleKeyUp() {
+    m_isRecordedHeld = false;
     m_moveTimers.clear();
 }
 
@@ -200,6 +204,7 @@ void ShortcutService::record(const KeyEvent& event) {
     if (event.isARepeat) {
         return;
     }
+    m_isRecordedHeld = true;
     if (isBare && event.keyCode == keycode::escape) {
         stopRecording();
     } else if (isBare && event.keyCode == keycode::backspace) {

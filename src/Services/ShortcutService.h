@@ -95,6 +95,7 @@ private:
     ShortcutsConfig m_config;
     std::vector<Key> m_parsed; // of what is enabled, in the order of the table
     Recorded m_recorded;
+    bool m_isRecordedHeld = false; // the last key that was pressed to be recorded
 
     std::unique_ptr<platform::KeyMonitor::Handle> m_globalMonitor;
     std::unique_ptr<platform::KeyMonitor::Handle> m_globalKeyUpMonitor;

@@ -15,6 +15,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int offsetFromTop = 54;
+constexpr auto longestMove = 300ms;     // until the display has told of it
 constexpr auto longestPainting = 500ms; // on a display that shows the bar to nobody it is not painted
 
 } // namespace
@@ -65,13 +66,22 @@ void FloatingPanel::orderOut() {
 }
 
 QRect FloatingPanel::frame() const {
-    return {position(), QSize(width(), m_height)};
+    return {m_arriving.hasExpired() ? position() : m_place, QSize(width(), m_height)};
 }
 
 void FloatingPanel::setFrame(const QRect& frame) {
+    if (frame.topLeft() != this->frame().topLeft()) {
+        moveTo(frame.topLeft());
+    }
     m_height = frame.height();
-    setPosition(frame.topLeft());
     takeShape();
+}
+
+// Steps that follow each other fast add up to the whole way, although the display tells of each one late.
+void FloatingPanel::moveTo(QPoint place) {
+    m_place = place;
+    m_arriving.setRemainingTime(longestMove);
+    setPosition(place);
 }
 
 void FloatingPanel::setLevel(WindowLevel level) {
@@ -114,7 +124,7 @@ void FloatingPanel::applyHints() {
 void FloatingPanel::positionTopCenter(int offset) {
     if (const auto* screen = QGuiApplication::primaryScreen()) {
         const auto free = screen->availableGeometry();
-        setPosition(free.x() + (free.width() - width()) / 2, free.y() + offset);
+        moveTo({free.x() + (free.width() - width()) / 2, free.y() + offset});
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "PanelWindow.h"
 
+#include <QDeadlineTimer>
 #include <QQuickView>
 #include <QRegion>
 
@@ -42,6 +43,7 @@ public:
 
 private:
     void prepare();
+    void moveTo(QPoint place);
     void takeShape();
     void applyHints();
     void comeBackToAScreen();
@@ -49,6 +51,8 @@ private:
 
     OverlayBarPresenter& m_presenter;
     int m_height = barHeight; // as the model has it; the window is higher while more is drawn
+    QPoint m_place;           // where it was last moved to, as long as the display may tell of earlier places
+    QDeadlineTimer m_arriving;
     std::unique_ptr<platform::AboveFullScreen> m_aboveFullScreen;
     WindowLevel m_level = WindowLevel::floating;
     ActivationPolicy m_policy = ActivationPolicy::regular;

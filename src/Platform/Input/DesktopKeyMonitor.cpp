@@ -42,6 +42,16 @@ bool isTextField(QObject* object) {
     return query.value(Qt::ImEnabled).toBool() && !query.value(Qt::ImReadOnly).toBool();
 }
 
+// What a control is used by, and the focus moved on with. A click leaves no focus that can be seen, and so
+// does not take the space bar away from its shortcut.
+constexpr std::array controlKeys{keycode::space, keycode::returnKey, keycode::tab, keycode::left,
+                                 keycode::right, keycode::down,      keycode::up};
+
+bool isUsedBy(const QObject* object, int keyCode) {
+    return object && object->property("visualFocus").toBool() &&
+           std::ranges::find(controlKeys, keyCode) != controlKeys.end();
+}
+
 // The bits of the state in which X11 events carry the layout's group.
 quint32 groupIn(quint32 state) {
     return (state >> 13) & 3;
@@ -79,7 +89,12 @@ void DesktopKeyMonitor::start() {
         return;
     }
     qGuiApp->installEventFilter(this);
-    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &KeyMonitor::keysLost);
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this] {
+        Q_EMIT focusMoved();
+        if (!m_seesAllPrograms) {
+            Q_EMIT keysLost();
+        }
+    });
     QMetaObject::invokeMethod(this, &DesktopKeyMonitor::followSleep, Qt::QueuedConnection);
     if (QGuiApplication::platformName() == QLatin1String("xcb")) {
         openKeyboard();
@@ -146,14 +161,25 @@ void DesktopKeyMonitor::prepareForSleep() {
     Q_EMIT keysLost();
 }
 
-void DesktopKeyMonitor::takeSessionKey(const X11Keyboard::Key& key) {
-    const Press press{key.code, key.time};
-    const bool isOwn = QGuiApplication::focusWindow() || press == m_lastOwn;
-    // A key that went down next door comes up there, wherever the focus is by then.
-    if (isOwn && (key.isPress || key.code != m_lastOfOthers.code)) {
-        return;
+// Whether one of our windows gets the keys. Qt says so for a while after it is no longer true.
+bool DesktopKeyMonitor::hasFocus() {
+    if (!QGuiApplication::focusWindow()) {
+        return false;
     }
+    const auto focused = m_keyboard->focusedWindow();
+    return focused == XCB_INPUT_FOCUS_POINTER_ROOT ||
+           std::ranges::any_of(QGuiApplication::allWindows(), [focused](const QWindow* window) {
+               return window->handle() && window->winId() == focused;
+           });
+}
+
+void DesktopKeyMonitor::takeSessionKey(const X11Keyboard::Key& key) {
+    // The end of a press counts wherever it is seen: a grab may keep it from our window.
     if (key.isPress) {
+        const Press press{key.code, key.time};
+        if (press == m_lastOwn || hasFocus()) {
+            return;
+        }
         m_lastOfOthers = press;
     }
     const auto flags = modifierFlagsOfX11(key.state);
@@ -179,11 +205,17 @@ bool DesktopKeyMonitor::takeOwnKey(const QKeyEvent& key) {
     if (isModifier(key) || (!isPress && key.isAutoRepeat())) {
         return false;
     }
+    const auto press = pressOf(key);
     if (!isPress) {
-        deliverLocal(KeyMask::up, eventOf(key));
+        m_lastOwnRelease = press;
+        // While the key is held, this is a repetition that has not wholly arrived, which Qt takes for the
+        // end.
+        if (!m_seesAllPrograms || !m_keyboard->isHeld(press.code)) {
+            deliverLocal(KeyMask::up, eventOf(key));
+        }
         return false;
     }
-    if (const Press press{key.nativeScanCode(), static_cast<quint32>(key.timestamp())}; press.code != 0) {
+    if (press.code != 0) {
         if (press == m_lastOfOthers) {
             return false;
         }
@@ -199,10 +231,21 @@ bool DesktopKeyMonitor::isModifier(const QKeyEvent& key) const {
     return std::ranges::find(qtModifierKeys, static_cast<Qt::Key>(key.key())) != qtModifierKeys.end();
 }
 
+DesktopKeyMonitor::Press DesktopKeyMonitor::pressOf(const QKeyEvent& key) {
+    return {key.nativeScanCode(), static_cast<quint32>(key.timestamp())};
+}
+
 KeyEvent DesktopKeyMonitor::eventOf(const QKeyEvent& key) const {
-    KeyEvent event;
-    event.isARepeat = key.isAutoRepeat();
+    KeyEvent event = codesOf(key);
+    // The server lets a key up and down in the same millisecond to repeat it.
+    event.isARepeat = key.isAutoRepeat() || (key.nativeScanCode() != 0 && pressOf(key) == m_lastOwnRelease);
+    event.isForControl = isUsedBy(QGuiApplication::focusObject(), event.keyCode);
     event.isInTextField = isTextField(QGuiApplication::focusObject());
+    return event;
+}
+
+KeyEvent DesktopKeyMonitor::codesOf(const QKeyEvent& key) const {
+    KeyEvent event;
     if (m_keyboard && key.nativeScanCode() != 0) {
         const auto& layout = m_keyboard->layout();
         const auto state = key.nativeModifiers();

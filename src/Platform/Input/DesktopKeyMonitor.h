@@ -40,16 +40,21 @@ private:
     void followSleep();
     void openKeyboard();
     void openPortal();
+    bool hasFocus();
     void takeSessionKey(const X11Keyboard::Key& key);
     bool takeOwnKey(const QKeyEvent& key);
     bool isModifier(const QKeyEvent& key) const;
+    static Press pressOf(const QKeyEvent& key);
     KeyEvent eventOf(const QKeyEvent& key) const;
+    // Its modifiers, its characters and its code.
+    KeyEvent codesOf(const QKeyEvent& key) const;
 
     // They may end while they report.
     QScopedPointer<X11Keyboard, QScopedPointerDeleteLater> m_keyboard;
     QScopedPointer<GlobalShortcutsPortal, QScopedPointerDeleteLater> m_portal;
     bool m_seesAllPrograms = false;
     Press m_lastOwn;
+    Press m_lastOwnRelease;
     Press m_lastOfOthers;
 };
 

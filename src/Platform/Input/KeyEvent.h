@@ -43,6 +43,7 @@ struct KeyEvent {
     int keyCode = keycode::none;
     bool isARepeat = false;     // the key has been down before
     bool isInTextField = false; // what has our own window's focus takes text
+    bool isForControl = false;  // the control that visibly has it is used by this key
 };
 
 } // namespace platform

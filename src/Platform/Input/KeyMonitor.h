@@ -60,8 +60,11 @@ public:
 Q_SIGNALS:
     // Of reach() and desktopTriggers().
     void reachChanged();
-    // The end of a press may go unseen: the focus moved, a keyboard went away, the machine slept.
+    // The end of a press may go unseen: a keyboard went away, the machine slept, the focus moved to where
+    // nothing is seen.
     void keysLost();
+    // From one of this program's windows to another, out of them or into them.
+    void focusMoved();
     void desktopShortcutPressed(const QString& id);
     void desktopShortcutReleased(const QString& id);
 

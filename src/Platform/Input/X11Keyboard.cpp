@@ -116,12 +116,23 @@ bool X11Keyboard::selectRawKeys() {
     return xcb_flush(m_connection) > 0;
 }
 
-const KeyLayout& X11Keyboard::layout() {
-    // Reading the layout may bring events, of which the descriptor then knows nothing.
+// An answer of the server may bring events along, of which the descriptor then knows nothing.
+void X11Keyboard::readEventsSoon() {
     if (!std::exchange(m_readingScheduled, true)) {
         QMetaObject::invokeMethod(this, &X11Keyboard::readEvents, Qt::QueuedConnection);
     }
+}
+
+const KeyLayout& X11Keyboard::layout() {
+    readEventsSoon();
     return m_layout;
+}
+
+quint32 X11Keyboard::focusedWindow() {
+    readEventsSoon();
+    const Owned<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    return reply ? reply->focus : quint32(XCB_NONE);
 }
 
 void X11Keyboard::readEvents() {

@@ -32,6 +32,10 @@ public:
     ~X11Keyboard() override;
 
     const KeyLayout& layout();
+    // The window that gets the keys, or PointerRoot: it is the one under the pointer. Asks the server.
+    quint32 focusedWindow();
+    // Where the keys of all programs are seen.
+    bool isHeld(quint32 code) const { return m_held.contains(code); }
 
 Q_SIGNALS:
     void keyChanged(const platform::X11Keyboard::Key& key);
@@ -45,6 +49,7 @@ private:
     bool selectKeyboardChanges();
     bool selectRawKeys();
     void readEvents();
+    void readEventsSoon();
     void handle(const xcb_generic_event_t& event);
     void handleRawKey(const xcb_generic_event_t& event, bool isPress);
     void handleKeyboardChange(const xcb_generic_event_t& event);

@@ -34,6 +34,10 @@ KeyEvent inField(KeyEvent event) {
     event.isInTextField = true;
     return event;
 }
+KeyEvent onControl(KeyEvent event) {
+    event.isForControl = true;
+    return event;
+}
 
 // A table with this one key, for Toggle Window.
 ShortcutsConfig only(const QString& text) {
@@ -147,15 +151,31 @@ private Q_SLOTS:
         record();
         desk.keys.press(key(0, "BackSpace", keycode::backspace));
         record();
-        Q_EMIT desk.keys.keysLost();
+        Q_EMIT desk.keys.focusMoved();
         QCOMPARE(recorded, QList<std::optional<QString>>({std::nullopt, QString(), std::nullopt}));
         QVERIFY(desk.keys.press(dashboard));
         QCOMPARE(desk.fired, {Action::toggleDashboard});
     }
 
-    void whatIsTypedIntoAFieldIsText() {
+    void aRecordedKeyActsWhenItIsPressedAnew() {
         Desk desk;
-        QVERIFY(!desk.keys.press(inField(space)));
+        const auto k = key(command, "k");
+        desk.service->recordNextKey(
+            [&](const auto& text) { desk.service->updateBinding(Action::moveWindowUp, text, std::nullopt); });
+        for (const auto& event : {k, repeated(k), repeated(k)}) {
+            QVERIFY(desk.keys.press(event));
+        }
+        desk.clock.advance(1s);
+        QVERIFY(desk.fired.isEmpty());
+        desk.keys.release();
+        QVERIFY(desk.keys.press(k) && desk.keys.press(repeated(k)));
+        desk.clock.advance(16ms);
+        QCOMPARE(desk.count(Action::moveWindowUp), 2);
+    }
+
+    void whatTheFocusUsesIsNoShortcut() {
+        Desk desk;
+        QVERIFY(!desk.keys.press(inField(space)) && !desk.keys.press(onControl(space)));
         QVERIFY(desk.fired.isEmpty());
         QVERIFY(desk.keys.press(inField(dashboard)));
         QVERIFY(desk.keys.press(space));
