@@ -30,6 +30,8 @@ Item {
             color: Theme.red
             font.pixelSize: 12
             wrapMode: Text.Wrap
+            Accessible.role: Accessible.AlertMessage
+            Accessible.name: text
         }
         CardSurface {
             width: parent.width
@@ -52,16 +54,15 @@ Item {
                 anchors.verticalCenter: parent.verticalCenter
                 spacing: 3
 
-                Text {
+                SpokenText {
                     width: parent.width
                     text: view.presenter.email
-                    textFormat: Text.PlainText
                     elide: Text.ElideMiddle
                     color: Theme.primary
                     font.pixelSize: 14
                     font.weight: Font.Medium
                 }
-                Text {
+                SpokenText {
                     text: "Signed in"
                     color: Theme.green
                     font.pixelSize: 12

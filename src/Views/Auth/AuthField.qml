@@ -25,6 +25,14 @@ T.TextField {
         color: Theme.textField
         border.width: field.activeFocus ? 2 : 1
         border.color: field.activeFocus ? Qt.alpha(Theme.accent, 0.6) : Qt.alpha(Theme.secondary, 0.25)
+
+        // The border alone is too faint to tell.
+        FocusRing {
+            shown: field.activeFocus
+            anchors.margins: -1
+            border.width: 1
+            radius: 11
+        }
     }
 
     Text {

@@ -8,8 +8,11 @@
 namespace {
 
 constexpr std::array titles{"Continue to Corvane Platform", "Enter verification code", "No account found"};
+const auto noAccount =
+    QStringLiteral("We couldn't find a Corvane account for%1. Sign up on the Corvane Platform, "
+                   "then come back here to sign in.");
 
-}
+} // namespace
 
 SignInPresenter::SignInPresenter(ClerkAuthService& auth, platform::SystemAccess& systemAccess,
                                  QString platformSignUpUrl)
@@ -44,10 +47,11 @@ QString SignInPresenter::sentTo() const {
 }
 
 QString SignInPresenter::noAccountText() const {
-    return QStringLiteral(
-               "We couldn't find a Corvane account for<br><b>%1</b>. Sign up on the Corvane Platform, "
-               "then come back here to sign in.")
-        .arg(email().trimmed().toHtmlEscaped());
+    return noAccount.arg("<br><b>" + email().trimmed().toHtmlEscaped() + "</b>");
+}
+
+QString SignInPresenter::noAccountSpoken() const {
+    return noAccount.arg(u' ' + email().trimmed());
 }
 
 bool SignInPresenter::canContinue() const {

@@ -19,6 +19,7 @@ class SignInPresenter : public QObject {
     Q_PROPERTY(QString code READ code WRITE setCode NOTIFY changed)
     Q_PROPERTY(QString sentTo READ sentTo NOTIFY changed)
     Q_PROPERTY(QString noAccountText READ noAccountText NOTIFY changed)
+    Q_PROPERTY(QString noAccountSpoken READ noAccountSpoken NOTIFY changed)
     Q_PROPERTY(bool isBusy READ isBusy NOTIFY changed)
     Q_PROPERTY(bool canContinue READ canContinue NOTIFY changed)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY changed)
@@ -38,6 +39,8 @@ public:
     QString sentTo() const;
     // Styled text, the address in bold.
     QString noAccountText() const;
+    // The same without styles.
+    QString noAccountSpoken() const;
     bool isBusy() const { return m_model.isBusy(); }
     bool canContinue() const;
     QString errorMessage() const { return m_model.errorText(); }

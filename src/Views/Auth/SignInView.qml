@@ -55,6 +55,8 @@ Rectangle {
                 font.pixelSize: 22
                 font.weight: Font.Bold
                 wrapMode: Text.Wrap
+                Accessible.role: Accessible.Heading
+                Accessible.name: text
             }
             Loader {
                 width: parent.width
@@ -125,10 +127,9 @@ Rectangle {
                 font.pixelSize: 14
                 font.weight: Font.DemiBold
             }
-            Text {
+            SpokenText {
                 width: parent.width
                 text: view.presenter.sentTo
-                textFormat: Text.PlainText
                 elide: Text.ElideMiddle
                 color: Theme.secondary
                 font.pixelSize: 12
@@ -178,11 +179,12 @@ Rectangle {
         Column {
             spacing: 18
 
-            Text {
+            SpokenText {
                 width: parent.width
                 horizontalAlignment: Text.AlignHCenter
                 text: view.presenter.noAccountText
                 textFormat: Text.StyledText
+                Accessible.name: view.presenter.noAccountSpoken
                 color: Theme.secondary
                 font.pixelSize: 14
                 wrapMode: Text.Wrap

@@ -39,11 +39,10 @@ ScrollPage {
                 id: label
                 text: "Transparency"
             }
-            Text {
+            SpokenText {
                 anchors.right: parent.right
                 anchors.baseline: label.baseline
                 text: page.presenter.transparencyText
-                textFormat: Text.PlainText
                 color: Theme.secondary
                 font.family: "monospace"
                 font.pixelSize: 12
@@ -103,7 +102,7 @@ ScrollPage {
                 id: source
                 text: "Chat Answers"
             }
-            Text {
+            SpokenText {
                 anchors.left: source.right
                 anchors.leftMargin: 24
                 anchors.right: parent.right
@@ -111,11 +110,8 @@ ScrollPage {
                 horizontalAlignment: Text.AlignRight
                 elide: Text.ElideRight
                 text: page.presenter.answerSource
-                textFormat: Text.PlainText
                 color: Theme.secondary
                 font.pixelSize: 13
-                Accessible.role: Accessible.StaticText
-                Accessible.name: text
             }
         }
         NoteText {

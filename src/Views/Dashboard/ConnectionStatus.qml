@@ -31,15 +31,12 @@ Rectangle {
             size: 14
             color: Theme.secondary
         }
-        Text {
+        SpokenText {
             anchors.verticalCenter: parent.verticalCenter
             text: status.presenter.statusText
-            textFormat: Text.PlainText
             color: Theme[status.presenter.statusColor]
             font.pixelSize: 13
             font.weight: Font.Medium
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
     }
 

@@ -17,7 +17,7 @@ Rectangle {
         y: 18
         width: parent.width - 20
         spacing: 2
-        Accessible.role: Accessible.PageTabList
+        Accessible.role: Accessible.List
         Accessible.name: "Pages"
 
         Repeater {
@@ -51,7 +51,7 @@ Rectangle {
             height: 1
             color: Qt.alpha(Theme.separator, 0.25)
         }
-        Text {
+        SpokenText {
             x: 16
             text: sidebar.presenter.version
             color: Theme.tertiary
@@ -67,6 +67,7 @@ Rectangle {
             focusPolicy: Qt.StrongFocus
             Accessible.role: Accessible.Button
             Accessible.name: text
+            Accessible.onPressAction: if (enabled) clicked()
             Keys.onReturnPressed: clicked()
             Keys.onEnterPressed: clicked()
             onClicked: sidebar.presenter.quit()

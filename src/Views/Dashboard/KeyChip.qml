@@ -22,6 +22,7 @@ T.AbstractButton {
     focusPolicy: Qt.StrongFocus
     Accessible.role: Accessible.Button
     Accessible.name: "Keys of " + shortcut + ": " + text
+    Accessible.onPressAction: if (enabled) clicked()
     onClicked: {
         forceActiveFocus(Qt.MouseFocusReason);
         recordingWanted();

@@ -75,8 +75,6 @@ Item {
         NoteText {
             id: noteText
             width: parent.width
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
         Item {
             visible: row.warning !== ""

@@ -38,8 +38,6 @@ ScrollPage {
             width: parent.width
             horizontalAlignment: Text.AlignRight
             text: page.presenter.resetNote
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
 
             // Each reset is seen, also one that finds nothing to change.
             NumberAnimation {

@@ -12,9 +12,10 @@ T.ItemDelegate {
     height: 32
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
-    Accessible.role: Accessible.PageTab
+    Accessible.role: Accessible.ListItem
     Accessible.name: text
     Accessible.selected: highlighted
+    Accessible.onPressAction: if (enabled) clicked()
 
     background: Rectangle {
         radius: 6

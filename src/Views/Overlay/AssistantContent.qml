@@ -66,7 +66,7 @@ Column {
             color: Theme.tertiary
             anchors.verticalCenter: parent.verticalCenter
         }
-        Text {
+        SpokenText {
             text: "Updating…"
             color: Theme.tertiary
             font.pixelSize: 11

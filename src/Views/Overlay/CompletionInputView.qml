@@ -21,7 +21,7 @@ Item {
         id: context
         anchors.fill: parent
         visible: !view.presenter.showsField
-        Accessible.role: Accessible.StaticText
+        Accessible.role: Accessible.Paragraph
         Accessible.name: view.presenter.contextText
 
         Item {

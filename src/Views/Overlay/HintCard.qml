@@ -10,7 +10,7 @@ CardSurface {
     property alias line: lineText.text
 
     implicitHeight: words.implicitHeight + 28
-    Accessible.role: Accessible.StaticText
+    Accessible.role: Accessible.Paragraph
     Accessible.name: title + ". " + line
 
     Column {

@@ -68,11 +68,10 @@ CardSurface {
             width: parent.width
         }
 
-        Text {
+        SpokenText {
             visible: text !== ""
             width: parent.width
             text: card.presenter.justification
-            textFormat: Text.PlainText
             wrapMode: Text.Wrap
             color: Theme.tertiary
             font.pixelSize: 12

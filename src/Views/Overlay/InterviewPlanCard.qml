@@ -6,9 +6,8 @@ InterviewInfoCard {
     id: card
     noun: "topic"
 
-    headline: Text {
+    headline: SpokenText {
         text: card.presenter.headline
-        textFormat: Text.PlainText
         wrapMode: Text.Wrap
         color: Theme.primary
         font.pixelSize: 16

@@ -15,14 +15,17 @@ T.AbstractButton {
     opacity: modes.manualModeAvailable ? 1 : 0
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
+    checkable: true
+    checked: modes.manualMode
     Accessible.role: Accessible.CheckBox
     Accessible.name: text
     Accessible.description: modes.manualModeTooltip
-    Accessible.checkable: true
-    Accessible.checked: modes.manualMode
+    Accessible.onToggleAction: if (enabled) clicked()
     Accessible.ignored: !modes.manualModeAvailable
+    Accessible.onPressAction: if (enabled) clicked()
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
+    onToggled: checked = Qt.binding(() => modes.manualMode)
     onClicked: modes.toggleManualMode()
     Behavior on opacity { Ease {} }
 

@@ -4,7 +4,7 @@ import QtQuick.Templates as T
 import Corvane.Shared
 
 // One of several modes, of which one is active.
-T.AbstractButton {
+T.RadioButton {
     id: segment
 
     required property string label
@@ -17,10 +17,11 @@ T.AbstractButton {
     opacity: disabled ? 0.35 : 1
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
-    Accessible.role: Accessible.RadioButton
+    checked: active
     Accessible.name: label
-    Accessible.checkable: true
-    Accessible.checked: active
+    Accessible.onToggleAction: if (enabled) clicked()
+    Accessible.onPressAction: if (enabled) clicked()
+    onToggled: checked = Qt.binding(() => active)
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
     Behavior on opacity { Ease {} }

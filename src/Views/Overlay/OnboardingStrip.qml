@@ -26,7 +26,8 @@ Material {
         text: "Watch onboarding video"
         Accessible.role: Accessible.Button
         Accessible.name: text
-        Accessible.description: tip.text
+        Accessible.description: length.text + ". " + tip.text
+        Accessible.onPressAction: if (enabled) clicked()
         Keys.onReturnPressed: clicked()
         Keys.onEnterPressed: clicked()
         onClicked: strip.presenter.watchOnboardingVideo()
@@ -55,6 +56,7 @@ Material {
                     font.weight: Font.Medium
                 }
                 Text {
+                    id: length
                     text: "2 min"
                     color: Theme.secondary
                     font.pixelSize: 11

@@ -56,7 +56,7 @@ FollowingScrollView {
 
     Component {
         id: noQuestions
-        Text {
+        SpokenText {
             text: "No questions for this topic."
             wrapMode: Text.Wrap
             color: Theme.secondary
@@ -79,9 +79,8 @@ FollowingScrollView {
                     size: 14
                     anchors.verticalCenter: parent.verticalCenter
                 }
-                Text {
+                SpokenText {
                     text: view.presenter.workingText
-                    textFormat: Text.PlainText
                     color: Theme.secondary
                     font.pixelSize: 13
                     anchors.verticalCenter: parent.verticalCenter

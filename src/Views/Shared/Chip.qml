@@ -12,12 +12,11 @@ Rectangle {
     radius: 5
     color: Qt.alpha(Theme.separator, 0.2)
 
-    Text {
+    SpokenText {
         id: label
         anchors.centerIn: parent
         width: Math.min(implicitWidth, chip.width - 14)
         elide: Text.ElideRight
-        textFormat: Text.PlainText
         color: Theme.secondary
         font.pixelSize: 11
         font.weight: Font.Medium

@@ -18,6 +18,7 @@ T.ItemDelegate {
     hoverEnabled: true
     Accessible.role: Accessible.ListItem
     Accessible.name: text
+    Accessible.onPressAction: if (enabled) clicked()
 
     background: Rectangle {
         radius: 5

@@ -25,6 +25,8 @@ T.ComboBox {
     font.pixelSize: 13
     opacity: enabled ? 1 : 0.5
     Accessible.name: label
+    Accessible.description: displayText
+    Accessible.onPressAction: if (enabled) popup.open()
     // The control keeps a row of its own and resets it with each new list.
     onRowChanged: showRow()
     onModelChanged: showRow()

@@ -14,6 +14,14 @@ T.Slider {
     focusPolicy: Qt.StrongFocus
     opacity: enabled ? 1 : 0.5
     Accessible.name: label
+    Accessible.onIncreaseAction: {
+        increase();
+        moved();
+    }
+    Accessible.onDecreaseAction: {
+        decrease();
+        moved();
+    }
 
     background: Rectangle {
         y: (slider.height - height) / 2

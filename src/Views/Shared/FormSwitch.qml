@@ -12,14 +12,16 @@ T.AbstractButton {
 
     implicitWidth: words.x + Math.max(label.implicitWidth, noteText.implicitWidth)
     implicitHeight: Math.max(20, words.implicitHeight)
+    checkable: true
+    checked: on
     focusPolicy: Qt.StrongFocus
     opacity: enabled ? 1 : 0.5
     Accessible.role: Accessible.CheckBox
     Accessible.name: text
     Accessible.description: note
-    Accessible.checkable: true
-    Accessible.checked: on
-    Accessible.onToggleAction: clicked()
+    Accessible.onToggleAction: if (enabled) clicked()
+    Accessible.onPressAction: if (enabled) clicked()
+    onToggled: checked = Qt.binding(() => on)
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 

@@ -2,9 +2,8 @@ import QtQuick
 import Corvane.Shared
 
 // A line of explanation; takes no room while it is empty.
-Text {
+SpokenText {
     visible: text !== ""
-    textFormat: Text.PlainText
     wrapMode: Text.Wrap
     color: Theme.secondary
     font.pixelSize: 12

@@ -21,10 +21,9 @@ Column {
         Accessible.role: Accessible.Heading
         Accessible.name: text
     }
-    Text {
+    SpokenText {
         id: line
         width: parent.width
-        textFormat: Text.PlainText
         wrapMode: Text.Wrap
         color: Theme.secondary
         font.pixelSize: 13

@@ -36,7 +36,7 @@ Rectangle {
             id: segments
             model: picker.model
 
-            T.AbstractButton {
+            T.RadioButton {
                 id: segment
 
                 required property int index
@@ -48,12 +48,12 @@ Rectangle {
                 text: modelData
                 focusPolicy: current || (picker.currentIndex < 0 && index === 0) ? Qt.StrongFocus : Qt.ClickFocus
                 hoverEnabled: true
+                checked: current
+                onToggled: checked = Qt.binding(() => current)
                 onClicked: picker.picked(index)
-                Accessible.role: Accessible.RadioButton
                 Accessible.name: text
-                Accessible.checkable: true
-                Accessible.checked: current
-                Accessible.onToggleAction: clicked()
+                Accessible.onToggleAction: if (enabled) clicked()
+                Accessible.onPressAction: if (enabled) clicked()
                 Keys.onLeftPressed: picker.step(index - 1)
                 Keys.onRightPressed: picker.step(index + 1)
 

@@ -70,7 +70,7 @@ public:
     // What a window's surface is drawn with, at the strength that the settings give.
     QColor material() const { return pick(0xFFF4F4F6, 0xFF262629); }
     QColor shadow() const { return QColor(Qt::black); }
-    QColor focus() const { return pick(0xFF3B8BFF, 0xFF6AA8FF); }
+    QColor focus() const { return pick(0xFF1F74E8, 0xFF6AA8FF); }
 
 Q_SIGNALS:
     void changed();

@@ -57,15 +57,12 @@ Rectangle {
             Accessible.role: Accessible.Heading
             Accessible.name: text
         }
-        Text {
+        SpokenText {
             width: parent.width
             text: view.presenter.text
-            textFormat: Text.PlainText
             wrapMode: Text.Wrap
             color: Theme.secondary
             font.pixelSize: 13
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
     }
 

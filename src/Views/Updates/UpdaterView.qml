@@ -48,26 +48,20 @@ Rectangle {
         Accessible.role: Accessible.Grouping
         Accessible.name: card.presenter.title
 
-        Text {
+        SpokenText {
             width: parent.width
             text: card.presenter.title
-            textFormat: Text.PlainText
             wrapMode: Text.Wrap
             color: Theme[card.presenter.titleColor]
             font.pixelSize: 13
             font.weight: Font.Medium
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
-        Text {
+        SpokenText {
             width: parent.width
             text: card.presenter.subtitle
-            textFormat: Text.PlainText
             wrapMode: Text.Wrap
             color: Theme.secondary
             font.pixelSize: 12
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
     }
 
