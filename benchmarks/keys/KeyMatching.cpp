@@ -1,0 +1,113 @@
+// One key press of the whole session against the table of shortcuts, beside parsing the table at each press
+// and beside Qt's own key sequences.
+
+#include "DefaultsStore.h"
+#include "FakeClock.h"
+#include "FakeKeyMonitor.h"
+#include "ShortcutService.h"
+
+#include <QKeySequence>
+
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <chrono>
+
+namespace {
+
+constexpr double limit = 2e-6; // seconds a press
+
+struct Press {
+    const char* name;
+    platform::KeyEvent event;
+    int qtKey;
+    Qt::KeyboardModifiers qtModifiers;
+    int fires; // shortcuts
+};
+
+// As a typist presses them, none repeated.
+const std::array presses{
+    Press{"a letter", {.charactersIgnoringModifiers = QStringLiteral("e")}, Qt::Key_E, Qt::NoModifier, 0},
+    Press{"the space bar",
+          {.charactersIgnoringModifiers = QStringLiteral(" "), .keyCode = platform::keycode::space},
+          Qt::Key_Space,
+          Qt::NoModifier,
+          1},
+    Press{"Super+Shift+S",
+          {.modifierFlags = platform::modifier::command | platform::modifier::shift,
+           .charactersIgnoringModifiers = QStringLiteral("S")},
+          Qt::Key_S,
+          Qt::MetaModifier | Qt::ShiftModifier,
+          1},
+};
+
+struct Counting : ShortcutServiceDelegate {
+    void shortcutTriggered(ShortcutAction) override { ++fired; }
+    qint64 fired = 0;
+};
+
+void finish(benchmark::State& state, qint64 fired) {
+    const auto& press = presses.at(size_t(state.range(0)));
+    state.SetLabel(press.name);
+    if (fired != state.iterations() * press.fires) {
+        state.SkipWithError("not what the key fires");
+    }
+}
+
+void matched(benchmark::State& state) {
+    const auto defaults = platform::makeMemoryDefaultsStore();
+    FakeKeyMonitor keys;
+    FakeClock clock;
+    Counting counting;
+    ShortcutService service(counting, keys, *defaults, clock);
+    service.registerAll();
+    const auto event = presses.at(size_t(state.range(0))).event;
+    const auto start = std::chrono::steady_clock::now();
+    for (auto _ : state) {
+        keys.pressElsewhere(event);
+    }
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+    finish(state, counting.fired);
+    state.counters["of the limit"] = taken.count() / (double(state.iterations()) * limit);
+}
+
+void parsedEachTime(benchmark::State& state) {
+    const auto config = ShortcutsConfig::defaults();
+    const auto event = presses.at(size_t(state.range(0))).event;
+    qint64 fired = 0;
+    for (auto _ : state) {
+        const auto lowered = event.charactersIgnoringModifiers.toLower();
+        for (const auto& binding : config.bindings) {
+            if (binding.enabled && KeyString::parse(binding.key).matches(event, lowered)) {
+                ++fired;
+                break;
+            }
+        }
+    }
+    finish(state, fired);
+}
+
+void byQt(benchmark::State& state) {
+    QList<QKeySequence> sequences;
+    for (const auto action : allShortcutActions) {
+        sequences.append(QKeySequence(defaultKey(action).replace("CmdOrCtrl", "Meta")));
+    }
+    const auto& press = presses.at(size_t(state.range(0)));
+    qint64 fired = 0;
+    for (auto _ : state) {
+        const QKeySequence pressed(QKeyCombination(press.qtModifiers, Qt::Key(press.qtKey)));
+        for (const auto& sequence : sequences) {
+            if (sequence.matches(pressed) == QKeySequence::ExactMatch) {
+                ++fired;
+                break;
+            }
+        }
+    }
+    finish(state, fired);
+}
+
+BENCHMARK(matched)->DenseRange(0, int(presses.size()) - 1);
+BENCHMARK(parsedEachTime)->DenseRange(0, int(presses.size()) - 1);
+BENCHMARK(byQt)->DenseRange(0, int(presses.size()) - 1);
+
+} // namespace
