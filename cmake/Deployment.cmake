@@ -1,0 +1,100 @@
+# Reads CORVANE_DEPLOYMENT, a JSON file with what belongs to a deployment, and sets a variable for each of its values. A
+# wrong value ends the configuration with the reason. `cmake -DCORVANE_DEPLOYMENT=file -P cmake/Deployment.cmake` only
+# checks the file.
+cmake_minimum_required(VERSION 3.25)
+
+# Name in the file, variable, what it is.
+set(deployment_values
+    endpoint CORVANE_DEFAULT_ENDPOINT endpoint
+    publishableKey CORVANE_CLERK_PUBLISHABLE_KEY publishable_key
+    signUpPage CORVANE_PLATFORM_SIGN_UP_URL page
+    onboardingVideo CORVANE_ONBOARDING_VIDEO_URL page
+    updateFeed CORVANE_UPDATE_FEED_URL feed
+    updateKey CORVANE_UPDATE_PUBLIC_KEY update_key)
+
+function(deployment_refuse name value reason)
+    message(FATAL_ERROR "${CORVANE_DEPLOYMENT}: ${name} is \"${value}\": ${reason}")
+endfunction()
+
+function(deployment_check_address name value)
+    set(host "([A-Za-z0-9]([A-Za-z0-9-]*[A-Za-z0-9])?\\.)*[A-Za-z0-9]([A-Za-z0-9-]*[A-Za-z0-9])?|\\[[0-9A-Fa-f:]+\\]")
+    set(rest "(:[0-9]+)?(/[A-Za-z0-9._~!$&'()*+,;=:@%/-]*)?(\\?[A-Za-z0-9._~!$&'()*+,;=:@%/?-]*)?")
+    if(NOT value MATCHES "^https?://(${host})${rest}$")
+        deployment_refuse(${name} "${value}" "this is not an http or https address.")
+    endif()
+    if(value MATCHES "^http:" AND NOT value MATCHES "^http://(localhost|127\\.0\\.0\\.1|\\[::1\\])(:[0-9]+)?(/|$)")
+        deployment_refuse(${name} "${value}" "without TLS only this machine itself may be named.")
+    endif()
+endfunction()
+
+function(deployment_check_endpoint name value)
+    deployment_check_address(${name} "${value}")
+    if(value MATCHES "/$" OR value MATCHES "\\?")
+        deployment_refuse(${name} "${value}" "paths are put behind it, so it ends without a slash and has no query.")
+    endif()
+endfunction()
+
+function(deployment_check_page name value)
+    deployment_check_address(${name} "${value}")
+endfunction()
+
+function(deployment_check_feed name value)
+    deployment_check_address(${name} "${value}")
+    if(NOT value MATCHES "^https:")
+        deployment_refuse(${name} "${value}" "updates are fetched over TLS only.")
+    endif()
+endfunction()
+
+# pk_test_ or pk_live_, then in base64 the sign-in service's host and a dollar sign.
+function(deployment_check_publishable_key name value)
+    set(shape "pk_test_ or pk_live_ and, in base64, the sign-in service's host with a dollar sign behind it.")
+    if(NOT value MATCHES "^pk_(test|live)_([A-Za-z0-9+/]+=?=?)$")
+        deployment_refuse(${name} "${value}" "a publishable key is ${shape}")
+    endif()
+    execute_process(COMMAND printf "%s" "${CMAKE_MATCH_2}" COMMAND base64 --decode OUTPUT_VARIABLE host RESULT_VARIABLE failed
+                    ERROR_QUIET)
+    if(failed OR NOT host MATCHES "^[A-Za-z0-9.-]+\\$$")
+        deployment_refuse(${name} "${value}" "a publishable key is ${shape}")
+    endif()
+endfunction()
+
+# 32 bytes are 43 characters and a padding one.
+function(deployment_check_update_key name value)
+    string(LENGTH "${value}" length)
+    if(NOT length EQUAL 44 OR NOT value MATCHES "^[A-Za-z0-9+/]+=$")
+        deployment_refuse(${name} "${value}" "a public Ed25519 key is 32 bytes in base64.")
+    endif()
+endfunction()
+
+macro(deployment_read)
+    if(NOT EXISTS "${CORVANE_DEPLOYMENT}")
+        message(FATAL_ERROR "CORVANE_DEPLOYMENT names \"${CORVANE_DEPLOYMENT}\", and there is no such file.")
+    endif()
+    file(READ "${CORVANE_DEPLOYMENT}" deployment_text)
+    string(JSON deployment_count ERROR_VARIABLE deployment_error LENGTH "${deployment_text}")
+    if(deployment_error)
+        message(FATAL_ERROR "${CORVANE_DEPLOYMENT} is no JSON object: ${deployment_error}")
+    endif()
+    set(deployment_left ${deployment_values})
+    set(deployment_names "")
+    while(deployment_left)
+        list(POP_FRONT deployment_left deployment_name deployment_variable deployment_kind)
+        list(APPEND deployment_names ${deployment_name})
+        string(JSON deployment_type ERROR_VARIABLE deployment_error TYPE "${deployment_text}" ${deployment_name})
+        if(NOT deployment_type STREQUAL "STRING")
+            message(FATAL_ERROR "${CORVANE_DEPLOYMENT} has no text for ${deployment_name}.")
+        endif()
+        string(JSON ${deployment_variable} GET "${deployment_text}" ${deployment_name})
+        cmake_language(CALL deployment_check_${deployment_kind} ${deployment_name} "${${deployment_variable}}")
+    endwhile()
+    math(EXPR deployment_last "${deployment_count} - 1")
+    foreach(deployment_index RANGE ${deployment_last})
+        string(JSON deployment_name MEMBER "${deployment_text}" ${deployment_index})
+        if(NOT deployment_name IN_LIST deployment_names)
+            list(JOIN deployment_names ", " deployment_known)
+            message(FATAL_ERROR "${CORVANE_DEPLOYMENT} has an unknown name, ${deployment_name}. Known are: ${deployment_known}.")
+        endif()
+    endforeach()
+endmacro()
+
+deployment_read()

@@ -1,0 +1,16 @@
+# The sandbox's deployment with VALUE for NAME, or without NAME, is refused with REASON, or taken where there is none.
+file(READ "${SOURCES}/deployments/sandbox.json" text)
+if(VALUE STREQUAL "")
+    string(JSON text REMOVE "${text}" "${NAME}")
+else()
+    string(JSON text SET "${text}" "${NAME}" "\"${VALUE}\"")
+endif()
+file(WRITE "${CHANGED}" "${text}")
+execute_process(COMMAND ${CMAKE_COMMAND} "-DCORVANE_DEPLOYMENT=${CHANGED}" -P "${SOURCES}/cmake/Deployment.cmake"
+                RESULT_VARIABLE refused ERROR_VARIABLE said)
+string(REGEX REPLACE "[ \n]+" " " said "${said}")
+if(REASON STREQUAL "" AND refused)
+    message(FATAL_ERROR "A sound deployment was refused: ${said}")
+elseif(NOT REASON STREQUAL "" AND (NOT refused OR NOT said MATCHES "${REASON}"))
+    message(FATAL_ERROR "Wanted a refusal for \"${REASON}\", got: ${said}")
+endif()
