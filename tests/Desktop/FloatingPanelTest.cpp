@@ -329,6 +329,9 @@ void FloatingPanelTest::theDashboardComesBackAsItWas() {
     const auto frame = window.geometry();
     m_hands.press("alt+F4");
     QVERIFY(waitUntil([&] { return !window.isVisible(); }));
+    // What the next start begins with.
+    const QStringList numbers{QString::number(frame.x()), QString::number(frame.y()), "700", "500"};
+    QCOMPARE(desk.defaults->string("DashboardWindow"), numbers.join(' '));
     QVERIFY(opens());
     QVERIFY(waitUntil([&] { return window.geometry() == frame; }));
     QCOMPARE(desk.app->dashboardViewModel().selectedPage(), DashboardPage::audio);
