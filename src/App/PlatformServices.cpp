@@ -26,7 +26,6 @@ PlatformServices PlatformServices::ofThisDesktop(std::unique_ptr<platform::Secre
     services.audio = platform::makePulseAudioHost({}, {.name = QStringLiteral("Corvane Lumetra"),
                                                        .id = QStringLiteral("com.corvane.Lumetra"),
                                                        .iconName = {}});
-    services.systemAccess = platform::makeSystemAccess();
     services.appearance = platform::makeDesktopAppearance();
     services.loginItem = platform::makeAutostartEntry(
         configuration + QStringLiteral("/autostart"), QStringLiteral("com.corvane.Lumetra"),
@@ -36,6 +35,7 @@ PlatformServices PlatformServices::ofThisDesktop(std::unique_ptr<platform::Secre
     services.clipboard = platform::makeDesktopClipboard();
     services.notifications = platform::makeDesktopNotifications(QStringLiteral("Corvane Lumetra"),
                                                                 QStringLiteral("com.corvane.Lumetra"));
+    services.systemAccess = platform::makeSystemAccess(services.notifications.get());
     services.windows = makeWindowFactory();
     return services;
 }

@@ -15,9 +15,10 @@ using platform::Secret;
 namespace {
 
 constexpr std::array kindTexts{
-    "You are not signed in.",
-    "This account cannot sign in with an e-mail code.",
-    "The sign-in did not complete.",
+    "You are not signed in. Sign in at the dashboard.",
+    "This account cannot sign in with an e-mail code. Allow that on the Corvane Platform, or use another "
+    "address.",
+    "The sign-in did not complete. Go back to the address and ask for a new code.",
 };
 
 // Refusals that mean that the service still knows this device as somebody's.

@@ -83,19 +83,20 @@ void ensureAlive(const QPointer<ClerkClient>& client) {
 } // namespace
 
 ClerkClient::Error::Error(std::exception_ptr underlying)
-    : std::runtime_error("The sign-in service's answer could not be read: " +
-                         platform::errorText(underlying).toStdString())
+    : std::runtime_error("The sign-in service's answer could not be read (" +
+                         platform::errorText(underlying).toStdString() + "). Try again in a moment.")
     , m_kind(decoding)
     , m_underlying(std::move(underlying)) {}
 
 ClerkClient::Error::Error(int status, QByteArray body)
-    : std::runtime_error("The sign-in service answered with HTTP status " + std::to_string(status) + ".")
+    : std::runtime_error("The sign-in service answered with HTTP status " + std::to_string(status) +
+                         ". Try again in a moment.")
     , m_kind(http)
     , m_status(status)
     , m_body(std::move(body)) {}
 
 ClerkClient::Error::Error(Kind kind)
-    : std::runtime_error("The sign-in service gave an invalid answer.")
+    : std::runtime_error("The sign-in service gave an invalid answer. Try again in a moment.")
     , m_kind(kind) {}
 
 ClerkClient::DevBrowserStorage ClerkClient::DevBrowserStorage::inMemory() {

@@ -1,6 +1,7 @@
 #include "SystemAccess.h"
 
 #include "Log.h"
+#include "Notifications.h"
 
 #include <QProcess>
 #include <QStandardPaths>
@@ -45,17 +46,26 @@ bool startProgram(const QString& program, const QStringList& arguments) {
 
 class DesktopAccess : public SystemAccess {
 public:
+    explicit DesktopAccess(Notifications* notifications)
+        : m_notifications(notifications) {}
+
     bool open(const QString& address) override {
-        const bool opened = address.startsWith(QLatin1String("x-apple.systempreferences:"))
-                                ? openSettings(address)
-                                : startProgram(QStringLiteral("xdg-open"), {address});
+        const bool isSettings = address.startsWith(QLatin1String("x-apple.systempreferences:"));
+        const bool opened =
+            isSettings ? openSettings(address) : startProgram(QStringLiteral("xdg-open"), {address});
         if (!opened) {
             logLine(QStringLiteral("[App] Nothing on this desktop opens %1").arg(address));
+            tell(isSettings ? soundSettingsAdvice() : webAdvice(address));
         }
         return opened;
     }
 
 private:
+    void tell(const QString& advice) {
+        if (m_notifications) {
+            m_notifications->show(QStringLiteral("Nothing was opened"), advice);
+        }
+    }
     static bool openSettings(const QString& address) {
         const auto desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':');
         for (const auto& page : settingsPages) {
@@ -74,12 +84,22 @@ private:
         }
         return false;
     }
+
+    Notifications* m_notifications;
 };
 
 } // namespace
 
-std::unique_ptr<SystemAccess> makeSystemAccess() {
-    return std::make_unique<DesktopAccess>();
+QString soundSettingsAdvice() {
+    return QStringLiteral("This desktop has no sound settings to open. Install pavucontrol and try again.");
+}
+
+QString webAdvice(const QString& address) {
+    return QStringLiteral("No web browser opens here. Go to %1 in one of your own.").arg(address);
+}
+
+std::unique_ptr<SystemAccess> makeSystemAccess(Notifications* notifications) {
+    return std::make_unique<DesktopAccess>(notifications);
 }
 
 } // namespace platform

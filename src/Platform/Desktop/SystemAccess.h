@@ -7,6 +7,8 @@
 
 namespace platform {
 
+class Notifications;
+
 enum class MicrophoneAuthorization { notDetermined, restricted, denied, authorized };
 
 // What the desktop grants and opens for the program.
@@ -30,6 +32,11 @@ public:
     virtual bool canHideWindowsFromCapture() const { return false; }
 };
 
-std::unique_ptr<SystemAccess> makeSystemAccess();
+// What could not be opened, and what to do about it, is told by `notifications`, which outlive the access.
+std::unique_ptr<SystemAccess> makeSystemAccess(Notifications* notifications = nullptr);
+
+// What to do where nothing opens the sound settings, or the page.
+QString soundSettingsAdvice();
+QString webAdvice(const QString& address);
 
 } // namespace platform

@@ -70,6 +70,12 @@ void SignInPresenter::submit() {
     }
 }
 
+QString SignInPresenter::errorMessage() const {
+    const bool needsBrowser = m_browserIsMissing && m_model.phase() == SignInViewModel::Phase::noAccount;
+    return needsBrowser ? platform::webAdvice(m_platformSignUpUrl) : m_model.errorText();
+}
+
 void SignInPresenter::openPlatform() {
-    m_systemAccess.open(m_platformSignUpUrl);
+    m_browserIsMissing = !m_systemAccess.open(m_platformSignUpUrl);
+    Q_EMIT changed();
 }

@@ -43,7 +43,7 @@ public:
     QString noAccountSpoken() const;
     bool isBusy() const { return m_model.isBusy(); }
     bool canContinue() const;
-    QString errorMessage() const { return m_model.errorText(); }
+    QString errorMessage() const;
 
     // The button and the Return key of the face on show. Does nothing where it cannot go on.
     Q_INVOKABLE void submit();
@@ -57,4 +57,5 @@ private:
     SignInViewModel m_model;
     platform::SystemAccess& m_systemAccess;
     const QString m_platformSignUpUrl;
+    bool m_browserIsMissing = false;
 };

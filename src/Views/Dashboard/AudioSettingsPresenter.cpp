@@ -105,9 +105,7 @@ void AudioSettingsPresenter::pickOutput(int row) {
 
 void AudioSettingsPresenter::openSystemSettings() {
     const bool opened = m_access.open(QString::fromLatin1(screenRecordingPage));
-    setSetupNotice(opened ? QString()
-                          : QStringLiteral("This desktop has no sound settings to open. "
-                                           "Install pavucontrol and try again."));
+    setSetupNotice(opened ? QString() : platform::soundSettingsAdvice());
 }
 
 void AudioSettingsPresenter::setDevicesNotice(const QString& notice) {

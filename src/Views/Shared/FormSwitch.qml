@@ -29,7 +29,7 @@ T.AbstractButton {
         width: 34
         height: 20
         radius: 10
-        color: control.on ? Theme.accent : Qt.alpha(Theme.separator, 0.45)
+        color: control.on ? Theme.accent : Qt.alpha(Theme.separator, 0.8)
 
         Rectangle {
             x: control.on ? parent.width - width - 2 : 2

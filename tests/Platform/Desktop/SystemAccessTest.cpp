@@ -2,6 +2,7 @@
 #include "ApplicationInfo.h"
 #include "LogCapture.h"
 #include "MachineIdentifier.h"
+#include "Notifications.h"
 #include "Rows.h"
 #include "WaitFor.h"
 
@@ -9,28 +10,40 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+namespace {
+
+struct Notices : platform::Notifications {
+    void show(const QString&, const QString& body) override { bodies.append(body); }
+
+    QStringList bodies;
+};
+
+} // namespace
+
 class SystemAccessTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void settingsAddressesOpenWhatTheDesktopHas_data() {
-        const auto row = rows<QString, QString, QString, QString>();
+        const auto row = rows<QString, QString, QString, QString, QString>();
         const auto microphone =
             QStringLiteral("x-apple.systempreferences:com.apple.preference.security?Privacy_Microphone");
         const auto screen =
             QStringLiteral("x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture");
 
         row("GNOME's own page first", "ubuntu:GNOME", "gnome-control-center pavucontrol", microphone,
-            "gnome-control-center microphone");
-        row("any desktop with a mixer", "i3", "pavucontrol", microphone, "pavucontrol --tab=4");
+            "gnome-control-center microphone", "");
+        row("any desktop with a mixer", "i3", "pavucontrol", microphone, "pavucontrol --tab=4", "");
         row("another desktop's page is passed over", "XFCE", "gnome-control-center pavucontrol", screen,
-            "pavucontrol --tab=3");
-        row("nothing installed", "GNOME", "", screen, "");
+            "pavucontrol --tab=3", "");
+        row("nothing installed", "GNOME", "", screen, "", "Install pavucontrol");
         row("a web address", "GNOME", "xdg-open", "https://example.com/a?b=c",
-            "xdg-open https://example.com/a?b=c");
+            "xdg-open https://example.com/a?b=c", "");
+        row("no browser", "GNOME", "", "https://example.com", "", "Go to https://example.com in");
     }
     void settingsAddressesOpenWhatTheDesktopHas() {
-        const auto [desktop, installed, address, started] = currentRow<QString, QString, QString, QString>();
+        const auto [desktop, installed, address, started, advice] =
+            currentRow<QString, QString, QString, QString, QString>();
         // Programs that write down how they were called.
         const QTemporaryDir folder;
         for (const auto& name : installed.split(u' ', Qt::SkipEmptyParts)) {
@@ -46,11 +59,14 @@ private Q_SLOTS:
         qputenv("PATH", folder.path().toUtf8());
         qputenv("XDG_CURRENT_DESKTOP", desktop.toUtf8());
         LogCapture log;
-        const bool opened = platform::makeSystemAccess()->open(address);
+        Notices notices;
+        const bool opened = platform::makeSystemAccess(&notices)->open(address);
         qputenv("PATH", path);
 
         QCOMPARE(opened, !started.isEmpty());
         QCOMPARE(log.count(address), started.isEmpty() ? 1 : 0);
+        QCOMPARE(notices.bodies.size(), opened ? 0 : 1);
+        QVERIFY(notices.bodies.join(u'|').contains(advice));
         if (opened) {
             QFile called(folder.filePath("called"));
             QVERIFY(waitUntil([&] { return called.exists(); }));

@@ -107,7 +107,8 @@ private Q_SLOTS:
 
     void devBrowserAnswers_data() {
         const auto row = rows<int, QByteArray, QString>();
-        const auto invalid = QStringLiteral("The sign-in service gave an invalid answer.");
+        const auto invalid =
+            QStringLiteral("The sign-in service gave an invalid answer. Try again in a moment.");
         row("plain", 200, R"({"response":{"token":"b"},"token":"a"})", "a");
         row("wrapped", 200, R"({"response":{"token":"b"}})", "b");
         row("number", 200, R"({"token":1,"response":{"token":"b"}})", invalid);
@@ -115,7 +116,8 @@ private Q_SLOTS:
         row("text", 200, R"({"response":"token"})", invalid);
         row("array", 200, "[]", invalid);
         row("refusal", 403, R"({"errors":[{"code":"x","message":"No."}]})", "No.");
-        row("redirect", 302, R"({"token":"a"})", "The sign-in service answered with HTTP status 302.");
+        row("redirect", 302, R"({"token":"a"})",
+            "The sign-in service answered with HTTP status 302. Try again in a moment.");
     }
     void devBrowserAnswers() {
         const auto [status, body, stored] = currentRow<int, QByteArray, QString>();
