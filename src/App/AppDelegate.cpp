@@ -11,6 +11,7 @@
 #include "DashboardPresenter.h"
 #include "DashboardViewModel.h"
 #include "DatabaseService.h"
+#include "InterviewLink.h"
 #include "InterviewViewModel.h"
 #include "KeychainService.h"
 #include "Log.h"
@@ -329,19 +330,15 @@ void AppDelegate::open(const QList<QUrl>& urls) {
     if (urls.isEmpty()) {
         return;
     }
-    const auto& url = urls.first();
-    if (url.scheme() != QLatin1String("corvane") || url.host() != QLatin1String("interview")) {
+    const auto id = interviewOfLink(urls.first());
+    if (!id) {
         return;
     }
-    const auto id = url.path(QUrl::FullyDecoded).section(u'/', -1, -1, QString::SectionSkipEmpty);
-    if (id.isEmpty() || id == QLatin1String("interview")) {
-        return;
-    }
-    logLine(QStringLiteral("[DeepLink] Received interview ID: %1").arg(id));
+    logLine(QStringLiteral("[DeepLink] Received interview ID: %1").arg(*id));
     if (m_isLaunched) {
-        handleDeepLinkInterview(id);
+        handleDeepLinkInterview(*id);
     } else {
-        m_pendingDeepLinkInterviewId = id;
+        m_pendingDeepLinkInterviewId = *id;
     }
 }
 

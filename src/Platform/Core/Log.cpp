@@ -19,7 +19,20 @@ LogState& state() {
     return instance;
 }
 
-void write(LogSink sink, const QString& line) {
+// What comes from a server, a link or a file must not pass for a line of its own, nor reach the terminal as a
+// command.
+QString onOneLine(QString text) {
+    for (auto& character : text) {
+        if (character.category() == QChar::Other_Control || character == QChar::LineSeparator ||
+            character == QChar::ParagraphSeparator) {
+            character = u' ';
+        }
+    }
+    return text;
+}
+
+void write(LogSink sink, const QString& message) {
+    const auto line = onOneLine(message);
     auto& shared = state();
     const std::lock_guard lock(shared.mutex);
     if (shared.handler) {

@@ -1,0 +1,36 @@
+#include "Fuzzing.h"
+
+#include "AssessmentSectionsModel.h"
+
+namespace {
+
+QString withoutBlanks(const QString& text) {
+    QString result;
+    std::ranges::copy_if(text, std::back_inserter(result), [](QChar c) { return !c.isSpace(); });
+    return result;
+}
+
+} // namespace
+
+// The first line says how the rest comes apart.
+void fuzz(const QByteArray& input) {
+    const TwoParts parts(input);
+    const auto text = QString::fromUtf8(parts.rest);
+    const auto sections = parseAssessmentSections(text);
+
+    // Nothing is lost but the headers.
+    QString shown;
+    for (const auto& section : sections) {
+        ALWAYS(!section.text.isEmpty() && section.text == section.text.trimmed());
+        shown += section.text;
+    }
+    QString expected;
+    for (const auto& line : text.split(u'\n')) {
+        expected += sectionHeaderType(line).isEmpty() ? line : QString();
+    }
+    ALWAYS(withoutBlanks(shown) == withoutBlanks(expected));
+
+    AssessmentSectionsModel model;
+    inPieces(text, parts.first, [&](const QString& piece) { model.append(piece); });
+    ALWAYS(model.sections() == sections);
+}

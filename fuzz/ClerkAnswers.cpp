@@ -1,0 +1,35 @@
+#include "Fuzzing.h"
+
+#include "ClerkModels.h"
+
+namespace {
+
+// A record that can be read comes back from its own JSON as it is.
+template<typename Record>
+void check(const boost::json::value& document) {
+    try {
+        const auto record = Record::fromJson(document);
+        ALWAYS(Record::fromJson(json::parse(json::serialize(record.toJson()))) == record);
+    } catch (const json::DecodingError&) {
+        // The only way to refuse.
+    }
+}
+
+template<typename... Records>
+void checkEach(const boost::json::value& document) {
+    (check<Records>(document), ...);
+}
+
+} // namespace
+
+void fuzz(const QByteArray& input) {
+    boost::json::value document;
+    try {
+        document = json::parse(input);
+    } catch (const json::DecodingError&) {
+        return;
+    }
+    checkEach<ClerkEmailAddress, ClerkSupportedFirstFactor, ClerkSignIn, ClerkSession, ClerkClientResource,
+              ClerkTokenResponse, ClerkAPIError, ClerkEnvelope<ClerkSignIn>, ClerkEnvelope<ClerkSession>,
+              ClerkEnvelope<ClerkClientResource>>(document);
+}

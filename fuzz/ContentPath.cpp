@@ -1,0 +1,51 @@
+#include "Fuzzing.h"
+
+#include "CustomProviderService.h"
+#include "Json.h"
+
+namespace {
+
+// Whether a string of the document is this one.
+bool holds(const boost::json::value& value, const QString& text) {
+    if (const auto* string = value.if_string()) {
+        return json::toQString(*string) == text;
+    }
+    if (const auto* array = value.if_array()) {
+        return std::ranges::any_of(*array, [&](const auto& element) { return holds(element, text); });
+    }
+    const auto* object = value.if_object();
+    return object &&
+           std::ranges::any_of(*object, [&](const auto& member) { return holds(member.value(), text); });
+}
+
+} // namespace
+
+// A path, and behind it a document.
+void fuzz(const QByteArray& input) {
+    const TwoParts parts(input);
+    const auto path = QString::fromUtf8(parts.first);
+    boost::json::value document;
+    try {
+        document = json::parse(parts.rest);
+    } catch (const json::DecodingError&) {
+        return;
+    }
+    const auto* object = document.if_object();
+    if (!object) {
+        return;
+    }
+    const auto found = CustomProviderService::extractContent(*object, path);
+    ALWAYS(!found || holds(document, *found));
+    // Dots only separate.
+    auto doubled = path;
+    doubled.replace(u'.', QStringLiteral(".."));
+    ALWAYS(CustomProviderService::extractContent(*object, u'.' + doubled + u'.') == found);
+    // Each member is found by its own name.
+    for (const auto& [key, value] : *object) {
+        const auto name = json::toQString(key);
+        if (value.is_string() && !name.isEmpty() && !name.contains(u'.')) {
+            ALWAYS(CustomProviderService::extractContent(*object, name) ==
+                   json::toQString(value.get_string()));
+        }
+    }
+}

@@ -1,0 +1,24 @@
+#include "Fuzzing.h"
+
+#include "InterviewId.h"
+#include "InterviewLink.h"
+
+#include <QUrl>
+
+void fuzz(const QByteArray& input) {
+    const auto text = QString::fromUtf8(input);
+    if (const auto id = interviewOfLink(QUrl(text, QUrl::StrictMode))) {
+        ALWAYS(!id->isEmpty() && !id->contains(u'/'));
+        ALWAYS(text.startsWith(u"corvane:", Qt::CaseInsensitive));
+    }
+    // A plain word goes through a link as it is.
+    const auto encoded = QString::fromLatin1(QUrl::toPercentEncoding(text));
+    const auto word = interviewOfLink(QUrl(QStringLiteral("corvane://interview/") + encoded));
+    if (interviewId::isValid(text) && text == text.trimmed()) {
+        ALWAYS(word == text);
+    }
+    if (const auto id = interviewId::extractUUID(text)) {
+        ALWAYS(interviewId::isValid(*id) && text.contains(*id));
+        ALWAYS(!interviewId::extractUUID(*id));
+    }
+}

@@ -1,0 +1,28 @@
+#include "Fuzzing.h"
+
+#include "JWT.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+void check(const QString& token) {
+    const platform::Secret secret(token);
+    try {
+        const auto expiry = JWT::expiry(secret);
+        ALWAYS(!JWT::needsRefresh(secret, 30, expiry - 31s));
+        ALWAYS(JWT::needsRefresh(secret, 30, expiry - 29s));
+        ALWAYS(JWT::needsRefresh(secret, 0, expiry + 1s));
+    } catch (const JWT::Error&) {
+        // The only way to refuse.
+    }
+}
+
+} // namespace
+
+// As a token, and as what a token carries.
+void fuzz(const QByteArray& input) {
+    check(QString::fromUtf8(input));
+    const auto payload = input.toBase64(QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals);
+    check(QString::fromLatin1("e30." + payload + ".c2ln"));
+}

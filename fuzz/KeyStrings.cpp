@@ -1,0 +1,22 @@
+#include "Fuzzing.h"
+#include "KeyString.h"
+
+void fuzz(const QByteArray& input) {
+    const auto text = QString::fromUtf8(input);
+    const auto key = KeyString::parse(text);
+    ALWAYS((key.modifierFlags & ~platform::modifier::all) == 0);
+    ALWAYS(!key.name.contains(u'+'));
+    ALWAYS(shownKey(text).isEmpty() == (key.name.isEmpty() && key.modifierFlags == 0));
+
+    // What is pressed is written so that it matches what was pressed, and stays as it is written.
+    const platform::KeyEvent event{
+        .modifierFlags = key.modifierFlags, .charactersIgnoringModifiers = key.name, .keyCode = key.keyCode};
+    if (const auto written = KeyString::of(event)) {
+        const auto again = KeyString::parse(*written);
+        ALWAYS(again.matches(event, key.name.toLower()));
+        ALWAYS(again.modifierFlags == key.modifierFlags && again.keyCode == key.keyCode);
+        ALWAYS(KeyString::of({.modifierFlags = again.modifierFlags,
+                              .charactersIgnoringModifiers = again.name,
+                              .keyCode = again.keyCode}));
+    }
+}

@@ -1,0 +1,45 @@
+#include "Fuzzing.h"
+
+#include "IncrementalMarkdown.h"
+
+#include <QGuiApplication>
+
+namespace {
+
+// Entities are looked up in a document, which wants an application.
+void needApplication() {
+    static int count = 0;
+    static const bool isSet = qputenv("QT_QPA_PLATFORM", "offscreen");
+    static QGuiApplication application(count, nullptr);
+    ALWAYS(isSet);
+}
+
+} // namespace
+
+// The first line says how the rest comes apart.
+void fuzz(const QByteArray& input) {
+    needApplication();
+    const TwoParts parts(input);
+    const auto text = QString::fromUtf8(parts.rest);
+    const auto whole = parseInlineMarkdown(text);
+    qsizetype end = 0;
+    for (const auto& run : whole.runs) {
+        ALWAYS(run.start >= end && run.length > 0);
+        end = run.end();
+    }
+    ALWAYS(end <= whole.text.size());
+
+    IncrementalMarkdown markdown;
+    QString source;
+    QString followed; // by what it tells of its changes
+    inPieces(text, parts.first, [&](const QString& piece) {
+        const auto unchanged = source.size();
+        source += piece;
+        if (const auto from = markdown.update(source, unchanged)) {
+            ALWAYS(*from <= followed.size() && *from <= markdown.shown().text.size());
+            followed = followed.left(*from) + markdown.shown().text.mid(*from);
+        }
+    });
+    ALWAYS(followed == markdown.shown().text);
+    ALWAYS(markdown.shown() == whole || text.isEmpty());
+}

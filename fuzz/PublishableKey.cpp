@@ -1,0 +1,28 @@
+#include "Fuzzing.h"
+
+#include "ClerkConfig.h"
+
+namespace {
+
+void check(const QString& key) {
+    try {
+        const ClerkConfig config(key);
+        const auto& url = config.frontendAPIURL();
+        // The key names a host, and nothing else of an address.
+        ALWAYS(url.isValid() && url.scheme() == u"https" && !url.host().isEmpty());
+        ALWAYS(url.toEncoded() == "https://" + url.host().toLatin1());
+        ALWAYS(config.isDevelopment() == key.startsWith(u"pk_test_"));
+        const auto encoded = QString::fromLatin1((url.host() + u'$').toLatin1().toBase64());
+        ALWAYS(ClerkConfig(key.first(8) + encoded).frontendAPIURL() == url);
+    } catch (const ClerkConfig::Error&) {
+        // The only way to refuse.
+    }
+}
+
+} // namespace
+
+// As a key, and as what a key carries.
+void fuzz(const QByteArray& input) {
+    check(QString::fromUtf8(input));
+    check(QStringLiteral("pk_live_") + QString::fromLatin1(input.toBase64()));
+}

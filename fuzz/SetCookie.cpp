@@ -1,0 +1,29 @@
+#include "Fuzzing.h"
+
+#include "ClientToken.h"
+
+namespace {
+
+std::optional<QString> tokenOf(const QList<platform::HttpHeader>& headers) {
+    const auto token = extractClientToken({.status = 200, .url = {}, .headers = headers, .body = {}});
+    return token ? std::optional(token->reveal()) : std::nullopt;
+}
+
+} // namespace
+
+void fuzz(const QByteArray& input) {
+    const auto token = tokenOf({{"Set-Cookie", input}});
+    if (token) {
+        ALWAYS(input.contains("__client"));
+        ALWAYS(!token->contains(u';') && !token->contains(u'\n') && *token == token->trimmed());
+    }
+    // Another cookie before it takes nothing away from it, be it in a header of its own or in the same.
+    ALWAYS(tokenOf({{"Set-Cookie", "a=b; Expires=Wed, 21 Oct 2026 07:28:00 GMT"}, {"set-cookie", input}}) ==
+           token);
+    if (!input.startsWith(' ') && !input.startsWith('\t')) {
+        ALWAYS(tokenOf({{"Set-Cookie", "a=b; Path=/\n" + input}}) == token);
+    }
+    // The header for it goes first.
+    const auto authorized = tokenOf({{"Set-Cookie", input}, {"authorization", "Bearer abc"}});
+    ALWAYS(authorized == QStringLiteral("abc"));
+}

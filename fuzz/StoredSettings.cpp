@@ -1,0 +1,70 @@
+#include "Fuzzing.h"
+
+#include "DefaultsText.h"
+#include "ProviderModels.h"
+#include "SettingsModels.h"
+#include "ShortcutModels.h"
+
+namespace text = platform::defaultstext;
+
+namespace {
+
+template<typename Record>
+void checkRoundTrip(const boost::json::value& document) {
+    try {
+        const auto record = Record::fromJson(document);
+        ALWAYS(Record::fromJson(json::parse(json::serialize(record.toJson()))) == record);
+    } catch (const json::DecodingError&) {
+        // The only way to refuse.
+    }
+}
+
+// Of records that are only read: the same twice.
+template<typename Record>
+void checkReading(const boost::json::value& document) {
+    try {
+        ALWAYS(Record::fromJson(document) == Record::fromJson(document));
+    } catch (const json::DecodingError&) {
+        // The only way to refuse.
+    }
+}
+
+void checkRecords(const QByteArray& input) {
+    try {
+        const auto document = json::parse(input);
+        checkRoundTrip<CustomizableState>(document);
+        checkRoundTrip<ScreenshotConfig>(document);
+        checkRoundTrip<ResponseSettings>(document);
+        checkRoundTrip<SelectedAudioDevices>(document);
+        checkRoundTrip<ShortcutsConfig>(document);
+        checkReading<CustomAIProvider>(document);
+        checkReading<CustomSTTProvider>(document);
+        checkReading<SelectedProvider>(document);
+    } catch (const json::DecodingError&) {
+        // No document.
+    }
+}
+
+// How any value stands in the file.
+void checkText(const QByteArray& input) {
+    ALWAYS(text::toData(text::fromData(input)) == input);
+    const auto value = QString::fromUtf8(input);
+    const auto line = text::fromString(value);
+    ALWAYS(text::toString(line) == value);
+    ALWAYS(!line.contains(u'\n') && !line.contains(u'\r') && line == line.trimmed());
+    ALWAYS(!text::toBoolean(line) && !text::toInteger(line) && !text::toReal(line) && !text::toData(line));
+    // A value that was written by hand is of one kind; only a whole number is two.
+    const int kinds = text::toString(value).has_value() + text::toBoolean(value).has_value() +
+                      text::toReal(value).has_value() + text::toData(value).has_value();
+    ALWAYS(kinds <= 1);
+    if (const auto real = text::toReal(value)) {
+        ALWAYS(text::toReal(text::fromReal(*real)) == real);
+    }
+}
+
+} // namespace
+
+void fuzz(const QByteArray& input) {
+    checkRecords(input);
+    checkText(input);
+}

@@ -1,0 +1,24 @@
+#include "Fuzzing.h"
+#include "UpdateVersion.h"
+
+using platform::compareVersions;
+
+// Versions, one a line: a strict weak order among each three of them.
+void fuzz(const QByteArray& input) {
+    QStringList versions = QString::fromUtf8(input).split(u'\n');
+    versions.resize(3);
+    for (const auto& a : versions) {
+        ALWAYS(compareVersions(a, a) == 0);
+        // What separates at the ends and how letters are written means nothing.
+        ALWAYS(compareVersions(a, u'.' + a + u'-') == 0);
+        for (const auto& b : versions) {
+            const auto order = compareVersions(a, b);
+            ALWAYS((order < 0) == (compareVersions(b, a) > 0));
+            for (const auto& c : versions) {
+                if (order <= 0 && compareVersions(b, c) <= 0) {
+                    ALWAYS(compareVersions(a, c) <= 0);
+                }
+            }
+        }
+    }
+}

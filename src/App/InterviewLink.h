@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+class QUrl;
+
+// The interview that corvane://interview/<id> names: the last piece of the path. Nothing for any other
+// address.
+std::optional<QString> interviewOfLink(const QUrl& url);
