@@ -19,27 +19,31 @@ QString hostNotFound(const QString& host) {
 }
 
 QString cannotConnect(const QString& host, const QString& reason) {
-    return withReason(QStringLiteral("Could not connect to %1").arg(host), reason);
+    return withReason(QStringLiteral("Could not connect to %1").arg(host), reason) +
+           QStringLiteral(" Check the network, then try again.");
 }
 
 QString connectionLost(const QString& host) {
-    return QStringLiteral("The connection to %1 was lost.").arg(host);
+    return QStringLiteral("The connection to %1 was lost. Try again.").arg(host);
 }
 
 QString timedOut(const QString& host) {
-    return QStringLiteral("%1 did not answer in time.").arg(host);
+    return QStringLiteral("%1 did not answer in time. Try again.").arg(host);
 }
 
 QString certificateRefused(const QString& host, const QString& reason) {
-    return withReason(QStringLiteral("The certificate of %1 cannot be trusted").arg(host), reason);
+    return withReason(QStringLiteral("The certificate of %1 cannot be trusted").arg(host), reason) +
+           QStringLiteral(" Check the date of this computer, or ask who runs its network.");
 }
 
 QString tlsFailed(const QString& host, const QString& reason) {
-    return withReason(QStringLiteral("No secure connection to %1 could be made").arg(host), reason);
+    return withReason(QStringLiteral("No secure connection to %1 could be made").arg(host), reason) +
+           QStringLiteral(" Ask who runs the network of this computer.");
 }
 
 QString proxyFailed(const QString& proxy, const QString& reason) {
-    return withReason(QStringLiteral("The proxy %1 failed").arg(proxy), reason);
+    return withReason(QStringLiteral("The proxy %1 failed").arg(proxy), reason) +
+           QStringLiteral(" Check the proxy in the network settings.");
 }
 
 QString tooLarge(const QString& host, qint64 limitBytes) {
@@ -47,17 +51,19 @@ QString tooLarge(const QString& host, qint64 limitBytes) {
 }
 
 QString notHttp(const QString& host) {
-    return QStringLiteral("The answer of %1 is not HTTP.").arg(host);
+    return QStringLiteral("The answer of %1 is not HTTP. Check the address.").arg(host);
 }
 
 QString notWebSocket(const QString& host) {
-    return QStringLiteral("The answer of %1 is not that of a WebSocket server.").arg(host);
+    return QStringLiteral("The answer of %1 is not that of a WebSocket server. Check the address.").arg(host);
 }
 
 QString upgradeRefused(int status, bool webPage) {
-    return webPage ? QStringLiteral("The server answered with a web page (HTTP %1) and opened no connection.")
-                         .arg(status)
-                   : QStringLiteral("The server refused the connection (HTTP %1).").arg(status);
+    return webPage
+               ? QStringLiteral("The server answered with a web page (HTTP %1) and opened no connection. "
+                                "Check the network for a page to sign in at.")
+                     .arg(status)
+               : QStringLiteral("The server refused the connection (HTTP %1). Try again later.").arg(status);
 }
 
 QString protocolBroken(const QString& host, const QString& reason) {

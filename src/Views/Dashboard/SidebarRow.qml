@@ -33,7 +33,7 @@ T.ItemDelegate {
             anchors.verticalCenter: parent.verticalCenter
             name: row.symbol
             size: 13
-            color: row.highlighted ? Theme.onAccent : Theme.accent
+            color: row.highlighted ? Theme.onAccent : Theme.blue
         }
         Text {
             anchors.left: picture.right

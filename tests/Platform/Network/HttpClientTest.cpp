@@ -127,12 +127,12 @@ private Q_SLOTS:
         const auto row = rows<QByteArray, QByteArray, Kind, QString>();
         const QByteArray ok = "HTTP/1.1 200 OK\r\n";
         row("nobody listens", {}, {}, Kind::cannotConnect,
-            "Could not connect to localhost: Connection refused.");
+            "Could not connect to localhost: Connection refused. Check the network, then try again.");
         row("proxy is gone", "-", "http://localhost:1", Kind::proxyFailed,
-            "The proxy localhost failed: Connection refused.");
-        row("hangs up", "", {}, Kind::connectionLost, "The connection to localhost was lost.");
+            "The proxy localhost failed: Connection refused. Check the proxy in the network settings.");
+        row("hangs up", "", {}, Kind::connectionLost, "The connection to localhost was lost. Try again.");
         row("body cut off", ok + "Content-Length: 10\r\n\r\nabc", {}, Kind::connectionLost,
-            "The connection to localhost was lost.");
+            "The connection to localhost was lost. Try again.");
         row("too long, as announced", ok + "Content-Length: 90000000000\r\n\r\n", {}, Kind::tooLarge, "");
         row("too long", ok + "Connection: close\r\n\r\n" + QByteArray(1001, 'x'), {}, Kind::tooLarge, "");
         row("fits", ok + "Connection: close\r\n\r\n" + QByteArray(1000, 'x'), {}, Kind::other, "200");
@@ -161,13 +161,13 @@ private Q_SLOTS:
         timer.start();
         const auto error = failureOf(request);
         QCOMPARE(error.kind(), Kind::timedOut);
-        QCOMPARE(QString::fromUtf8(error.what()), "localhost did not answer in time.");
+        QCOMPARE(QString::fromUtf8(error.what()), "localhost did not answer in time. Try again.");
         QVERIFY(timer.elapsed() >= 100);
     }
 
     void aStreamLastsUntilItsEndOrASilence_data() {
         const auto row = rows<int, bool, QString>();
-        row("silence", 1000, false, "localhost did not answer in time.");
+        row("silence", 1000, false, "localhost did not answer in time. Try again.");
         row("enough", 3, false, "");
         row("the client goes", 1000, true, "The operation was cancelled.");
     }
@@ -214,6 +214,22 @@ private Q_SLOTS:
             error.what());
         QVERIFY2(text.contains(refusal), error.what());
         QCOMPARE(server.requests.size(), refusal.isEmpty() ? 1 : 0);
+    }
+
+    void anOutdatedProtocolIsRefused() {
+        const TestCertificates certificates;
+        RawServer server(certificates.outdatedServer());
+        QVERIFY(certificates.isReachable(server.serverPort()));
+        QCOMPARE(failureOf(post(server.url("https"))).kind(), Kind::tlsFailed);
+        QCOMPARE(server.requests.size(), 0);
+    }
+
+    void aRedirectTakesNoTokenElsewhere() {
+        RawServer elsewhere;
+        m_server->reply = "HTTP/1.1 307 Moved\r\nLocation: " + elsewhere.url("http").toEncoded() +
+                          "\r\nContent-Length: 0\r\n\r\n";
+        QCOMPARE(execute(post(url(), {{"Authorization", "Bearer jwt"}}, "{}")).status, 307);
+        QVERIFY(!waitUntil([&] { return !elsewhere.requests.isEmpty(); }, 50));
     }
 
     void theProxyIsLookedUpForEachRequest() {

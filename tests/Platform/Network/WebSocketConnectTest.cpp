@@ -50,20 +50,22 @@ private Q_SLOTS:
     void refusals_data() {
         const auto row = rows<QByteArray, int, Kind, QString>();
         row("401", "HTTP/1.1 401 Unauthorized\r\nContent-Length: 2\r\n\r\nno", 401, Kind::upgradeRefused,
-            "The server refused the connection (HTTP 401).");
+            "The server refused the connection (HTTP 401). Try again later.");
         row("503 web page",
             "HTTP/1.1 503 Service Unavailable\r\nContent-Type: text/html\r\nContent-Length: 6\r\n\r\n<html>",
             503, Kind::upgradeRefused,
-            "The server answered with a web page (HTTP 503) and opened no connection.");
+            "The server answered with a web page (HTTP 503) and opened no connection. Check the network for "
+            "a page to sign in at.");
         row("401 with its body cut off", "HTTP/1.1 401 Unauthorized\r\nContent-Length: 100\r\n\r\nno", 401,
-            Kind::upgradeRefused, "The server refused the connection (HTTP 401).");
+            Kind::upgradeRefused, "The server refused the connection (HTTP 401). Try again later.");
         row("wrong accept key",
             "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
             "Sec-WebSocket-Accept: s3pPLMBiTxaQ9kYGzzhZRbK+xOo=\r\n\r\n",
-            101, Kind::protocol, "The answer of localhost is not that of a WebSocket server.");
+            101, Kind::protocol,
+            "The answer of localhost is not that of a WebSocket server. Check the address.");
         row("not HTTP", "SSH-2.0-OpenSSH_9.2\r\n\r\n", 0, Kind::protocol,
-            "The answer of localhost is not that of a WebSocket server.");
-        row("nothing", "", 0, Kind::connectionLost, "The connection to localhost was lost.");
+            "The answer of localhost is not that of a WebSocket server. Check the address.");
+        row("nothing", "", 0, Kind::connectionLost, "The connection to localhost was lost. Try again.");
     }
     void refusals() {
         const auto [reply, status, kind, text] = currentRow<QByteArray, int, Kind, QString>();
@@ -102,6 +104,17 @@ private Q_SLOTS:
         QCOMPARE(server.requests.size(), 0);
     }
 
+    void anOutdatedProtocolIsRefused() {
+        const TestCertificates certificates;
+        WebSocketServer server(certificates.outdatedServer());
+        QVERIFY(certificates.isReachable(server.serverPort()));
+        WebSocketProbe probe(server.wsUrl());
+        probe->resume();
+        QVERIFY(waitUntil([&] { return probe.isOver(); }));
+        QCOMPARE(probe.error.value().kind(), Kind::tlsFailed);
+        QCOMPARE(server.requests.size(), 0);
+    }
+
     void theProxyIsLookedUpForEachTask() {
         const TestCertificates certificates;
         WebSocketServer server(certificates.server("backend.example"));
@@ -127,17 +140,20 @@ private Q_SLOTS:
     void failuresOnTheWay_data() {
         const auto row = rows<QString, QByteArray, Kind, QString>();
         row("nobody listens", "ws://127.0.0.1:1/", {}, Kind::cannotConnect,
-            "Could not connect to 127.0.0.1: Connection refused.");
+            "Could not connect to 127.0.0.1: Connection refused. Check the network, then try again.");
         row("no such name", "wss://nobody.invalid/", {}, Kind::hostNotFound,
             "The server nobody.invalid was not found. Check the network connection.");
         row("another scheme", "https://localhost/", {}, Kind::cannotConnect,
             "The address is none of a WebSocket.");
         row("proxy wants a password", "ws://backend.example/", "HTTP/1.1 407 Proxy Auth\r\n\r\n",
-            Kind::proxyFailed, "The proxy localhost failed: it asks for a user name and a password.");
+            Kind::proxyFailed,
+            "The proxy localhost failed: it asks for a user name and a password. Check the proxy in the "
+            "network settings.");
         row("proxy refuses", "wss://backend.example/", "HTTP/1.1 403 Forbidden\r\n\r\n", Kind::proxyFailed,
-            "The proxy localhost failed: it refused the way to the server, HTTP 403.");
+            "The proxy localhost failed: it refused the way to the server, HTTP 403. Check the proxy in the "
+            "network settings.");
         row("proxy hangs up", "wss://backend.example/", "", Kind::proxyFailed,
-            "The proxy localhost failed: End of file.");
+            "The proxy localhost failed: End of file. Check the proxy in the network settings.");
     }
     void failuresOnTheWay() {
         const auto [url, proxyReply, kind, text] = currentRow<QString, QByteArray, Kind, QString>();

@@ -73,7 +73,7 @@ private Q_SLOTS:
         row("a plain answer", "200 OK\r\nContent-Length: 2\r\n\r\n{}", "", "");
         row("a redirect is not followed", "307 Moved\r\nLocation: https://127.0.0.1:1/\r\n\r\n", "", "");
         row("cut off", "200 OK\r\nContent-Length: 1000\r\n\r\n" + a + "\n", "a",
-            "The connection to localhost was lost.");
+            "The connection to localhost was lost. Try again.");
         row("one line of many megabytes", ok + a + "\ndata: " + QByteArray(9 * 1024 * 1024, 'x') + "\n" + a,
             "a", "localhost sent an event of more than 8 MB. Check the address of your provider.");
     }
