@@ -11,6 +11,7 @@
 
 #include <thread>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace std::chrono_literals;
@@ -37,11 +38,23 @@ void chooseSceneGraph() {
     }
 }
 
+// A dump of the memory would put the tokens on disk. Only the soft limit: who looks for a fault raises it by
+// prlimit. Not PR_SET_DUMPABLE: portals and the sound server look into /proc at who calls them, and would
+// refuse.
+void keepMemoryOffDisk() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_CORE, &limit) == 0) {
+        limit.rlim_cur = 0;
+        setrlimit(RLIMIT_CORE, &limit);
+    }
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
     // What the program writes is for its user alone.
     umask(S_IRWXG | S_IRWXO);
+    keepMemoryOffDisk();
     choosePlatform();
     chooseSceneGraph();
     QCoreApplication::setApplicationName(QStringLiteral("Corvane Lumetra"));

@@ -3,6 +3,8 @@
 #include "Json.h"
 #include "Log.h"
 
+#include <QHostAddress>
+
 #include <array>
 
 namespace {
@@ -31,6 +33,10 @@ constexpr std::array typeNames{
     TypeName{"set_english_assessment", WSServerMessageType::setEnglishAssessment},
     TypeName{"error", WSServerMessageType::error},
 };
+
+bool isThisMachine(const QString& host) {
+    return host == QLatin1String("localhost") || QHostAddress(host).isLoopback();
+}
 
 struct ToJson {
     using Object = boost::json::object;
@@ -104,6 +110,12 @@ std::optional<QUrl> webSocketUrl(const QString& baseURL, const platform::Secret&
     if (!url.isValid() || (url.scheme() != QLatin1String("wss") && url.scheme() != QLatin1String("ws"))) {
         platform::logLine(QStringLiteral("[WS] Invalid URL"));
         return std::nullopt;
+    }
+    if (url.scheme() == QLatin1String("ws") && !isThisMachine(url.host())) {
+        platform::logLine(
+            QStringLiteral("[WS] %1 is reached without encryption: anyone on the way can read the sound "
+                           "and the session token. Set an https address.")
+                .arg(url.host()));
     }
     // Everything but unreserved characters is escaped: many servers read a bare plus sign as a blank.
     url.setQuery(QStringLiteral("token=") + QString::fromLatin1(QUrl::toPercentEncoding(token.reveal())),

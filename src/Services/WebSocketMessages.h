@@ -93,5 +93,5 @@ struct SessionResumedPayload {
 };
 
 // The address of the socket under a backend root. Nothing, after a log line if the text is no URL, when there
-// is none.
+// is none. A log line too for an address of another machine that is not encrypted.
 std::optional<QUrl> webSocketUrl(const QString& baseURL, const platform::Secret& token);

@@ -3,8 +3,10 @@
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDirIterator>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QUuid>
 
@@ -88,6 +90,28 @@ private Q_SLOTS:
         // Each once, and by a program that has found its information.
         QCOMPARE(contents(m_session.busLog()).count("[DeepLink] Received"), starts);
         QCOMPARE(contents(m_session.busLog()).count("launched: v0."), starts);
+    }
+
+    void whatItLeavesIsForItsUserAlone() {
+        QVERIFY(startBus());
+        const auto link = newLink();
+        open(link, Launcher::command);
+        QVERIFY(received(link));
+        const auto limits = contents(QStringLiteral("/proc/%1/limits").arg(processId()));
+        QVERIFY2(QRegularExpression("Max core file size +0 ").match(limits).hasMatch(), limits.constData());
+        QVERIFY(endProgram());
+        int count = 0;
+        for (const char* place : {"data", "config", "cache", "state"}) {
+            QDirIterator written(m_session.folder() + '/' + place, QDir::AllEntries | QDir::NoDotAndDotDot,
+                                 QDirIterator::Subdirectories);
+            while (written.hasNext()) {
+                const auto path = written.next();
+                const QFile::Permissions others(0x0077);
+                QVERIFY2((QFile::permissions(path) & others) == QFile::Permissions(), qPrintable(path));
+                ++count;
+            }
+        }
+        QVERIFY(count >= 2); // a folder, and the database in it
     }
 
     void theRunningProgramGetsLinksAndActivation() {

@@ -5,6 +5,8 @@
 #include "SystemClock.h"
 #include "TestProgram.h"
 
+#include <QDirIterator>
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -33,8 +35,10 @@ public:
              {"CORVANE_DEFAULT_ENDPOINT", QString::fromStdString(addresses.backend)}});
         services.dataFolder = folder.path();
         services.clock = std::make_unique<platform::SystemClock>();
-        services.defaults = platform::makeMemoryDefaultsStore();
-        services.secrets = std::make_unique<MemorySecretStore>();
+        services.defaults = platform::makeFileDefaultsStore(folder.filePath("settings/settings.ini"));
+        auto store = std::make_unique<MemorySecretStore>();
+        secrets = store.get();
+        services.secrets = std::move(store);
         services.identityHttp = platform::makeHttpClient(platform::HttpSessionKind::ephemeral);
         services.backendHttp = platform::makeHttpClient(platform::HttpSessionKind::shared);
         services.webSockets = platform::makeWebSocketFactory();
@@ -79,6 +83,7 @@ public:
     QTemporaryDir folder;
     sandbox::Sandbox sandbox;
     platform::ConnectivityMonitor* monitor = nullptr;
+    MemorySecretStore* secrets = nullptr;
     std::unique_ptr<AppDelegate> app;
 };
 
@@ -178,6 +183,39 @@ private Q_SLOTS:
         link.manualReconnect();
         QVERIFY(program.reaches(InterviewStatus::streaming));
         QVERIFY(!link.authError());
+    }
+
+    // Neither in a file, nor in the log, nor where other programs of the machine look.
+    void secretsStayInTheirStore() {
+        LiveProgram program;
+        QVERIFY(program.connectSession() && program.startInterview());
+        program.sandbox.apply("fail-rest", {{"status", 401}});
+        program.sandbox.apply("drop");
+        QVERIFY(program.reaches(InterviewStatus::paused) && program.reaches(InterviewStatus::streaming));
+        auto secrets = program.secrets->items.values();
+        QVERIFY(!secrets.isEmpty());
+        secrets.append(::waitFor(program.app->clerkAuthService().getFreshJWT()).reveal().toUtf8());
+        secrets.append("424242");
+
+        QMap<QString, QByteArray> places{
+            {"the log", program.log.lines().join('\n').toUtf8()},
+            {"the environment", QProcessEnvironment::systemEnvironment().toStringList().join('\n').toUtf8()}};
+        QStringList files{"/proc/self/cmdline", "/proc/self/environ"};
+        QDirIterator written(program.folder.path(), QDir::Files, QDirIterator::Subdirectories);
+        while (written.hasNext()) {
+            files.append(written.next());
+        }
+        QVERIFY(files.size() > 3);
+        for (const auto& path : files) {
+            QFile file(path);
+            QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(path));
+            places[path] = file.readAll();
+        }
+        for (auto place = places.cbegin(); place != places.cend(); ++place) {
+            for (const auto& secret : secrets) {
+                QVERIFY2(!place->contains(secret), qPrintable(place.key()));
+            }
+        }
     }
 
     void aFailedHandshakeKeepsSoundBack() {

@@ -114,6 +114,12 @@ private Q_SLOTS:
         QCOMPARE(log.lines().size(), 1);
     }
 
+    void aLogCallIsOneLine() {
+        const LogCapture log;
+        platform::logLine(QString("[DeepLink] a\n[Auth] forged\r\u001b[2J\u2028b"));
+        QCOMPARE(log.lines(), QStringList{"[DeepLink] a [Auth] forged  [2J b"});
+    }
+
     void workOfAnotherThreadArrivesInOrder() {
         std::vector<int> order;
         std::thread worker([&] {

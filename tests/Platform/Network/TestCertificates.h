@@ -2,6 +2,7 @@
 
 #include "RawServer.h"
 #include "Rows.h"
+#include "WaitFor.h"
 
 #include <CertificateAuthority.h>
 
@@ -22,6 +23,22 @@ public:
         configuration.setPrivateKey(QSslKey(QByteArray::fromStdString(issued.key), QSsl::Ec));
         configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
         return configuration;
+    }
+
+    // Speaks nothing newer than TLS 1.1, which OpenSSL does only when told to.
+    QSslConfiguration outdatedServer() const {
+        auto configuration = server();
+        configuration.setProtocol(QSsl::AnyProtocol);
+        configuration.setBackendConfigurationOption("CipherString", "DEFAULT:@SECLEVEL=0");
+        configuration.setBackendConfigurationOption("MaxProtocol", "TLSv1.1");
+        return configuration;
+    }
+    // Whether a client that is told to can talk to it.
+    bool isReachable(quint16 port) const {
+        QSslSocket client;
+        client.setSslConfiguration(outdatedServer());
+        client.connectToHostEncrypted("localhost", port);
+        return waitUntil([&] { return client.isEncrypted(); });
     }
 
     // For a data-driven test: what a server shows, and a word of the refusal; empty when it is accepted.

@@ -149,6 +149,9 @@ private Q_SLOTS:
         row("https://b.example/v1?x=y", "wss://b.example/v1");
         row("wss://b.example", "wss://b.example/ws");
         row("http://[::1]:80", "ws://[::1]:80/ws");
+        row("http://127.0.0.2", "ws://127.0.0.2/ws");
+        row("http://localhost:1", "ws://localhost:1/ws");
+        row("http://localhost.b.example", "ws://localhost.b.example/ws");
         for (const char* unusable : {"b.example", "HTTPS://b.example", "ftp://b.example", "https://b example",
                                      "https://b.example:99999", "https://b.example/%zz"}) {
             row(unusable, "");
@@ -163,6 +166,8 @@ private Q_SLOTS:
             QCOMPARE(url->toEncoded(), address.toLatin1() + "?token=a%2Bb%2Fc%3D%3D%26d%23e%2520f%20g-._~");
         }
         QCOMPARE(log.count("[WS] Invalid URL"), url ? 0 : 1);
+        const bool isReadable = address.startsWith("ws:") && address.contains("b.example");
+        QCOMPARE(log.count("is reached without encryption"), isReadable ? 1 : 0);
     }
 
     void malformedTextIsNoMessage() {
