@@ -187,6 +187,7 @@ void SettingsViewModel::toggleContentProtected() {
 
 void SettingsViewModel::toggleAutostart() {
     changeSwitch([](auto& state) { state.autostart.isEnabled = !state.autostart.isEnabled; });
+    m_autostartError.clear();
     try {
         if (m_customizable.autostart.isEnabled) {
             m_desktop.loginItem.registerItem();
@@ -194,8 +195,10 @@ void SettingsViewModel::toggleAutostart() {
             m_desktop.loginItem.unregisterItem();
         }
     } catch (const std::exception& error) {
-        platform::printLine(QStringLiteral("[Settings] Autostart error: ") + platform::errorText(error));
+        m_autostartError = platform::errorText(error);
+        platform::printLine(QStringLiteral("[Settings] Autostart error: ") + m_autostartError);
     }
+    Q_EMIT customizableChanged();
 }
 
 void SettingsViewModel::setCursorType(CursorType type) {

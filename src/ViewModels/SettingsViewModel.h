@@ -63,8 +63,10 @@ public:
     void toggleAppIconVisibility();
     void toggleAlwaysOnTop();
     void toggleContentProtected();
-    // What the desktop refuses is logged; the switch keeps its new state.
+    // What the desktop refuses is logged and kept as autostartError(); the switch keeps its new state.
     void toggleAutostart();
+    // Empty when the desktop has done what the switch says.
+    QString autostartError() const { return m_autostartError; }
     // Stored; nothing acts on it.
     void setCursorType(CursorType type);
 
@@ -87,6 +89,7 @@ private:
     AppTheme m_theme = AppTheme::system;
     double m_transparency = 100.0;
     CustomizableState m_customizable;
+    QString m_autostartError;
     ScreenshotConfig m_screenshotConfig;
     ResponseSettings m_responseSettings;
     bool m_corvaneApiEnabled = true;

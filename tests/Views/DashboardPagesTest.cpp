@@ -133,6 +133,10 @@ private Q_SLOTS:
         QVERIFY(fixture.log.standardOutputLines().contains("[Settings] Autostart error: no folder"));
         QVERIFY(!page.launchesAtLogin());
         QVERIFY(fixture.stored("customizable").contains(R"("autostart":{"isEnabled":false})"));
+        QVERIFY(page.launchNote().contains("no folder"));
+        fixture.loginItem.error.clear();
+        page.toggleLaunchAtLogin();
+        QVERIFY(page.launchNote().isEmpty());
     }
 
     void devicesAreThoseOfTheAppearance() {

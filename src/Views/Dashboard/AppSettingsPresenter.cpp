@@ -59,6 +59,15 @@ bool AppSettingsPresenter::launchesAtLogin() const {
     return m_settings.customizable().autostart.isEnabled;
 }
 
+QString AppSettingsPresenter::launchNote() const {
+    const auto error = m_settings.autostartError();
+    return error.isEmpty()
+               ? QString()
+               : QStringLiteral("The desktop was not told. %1 Make that place writable, then turn "
+                                "this off and on again.")
+                     .arg(error.endsWith(u'.') ? error : error + u'.');
+}
+
 void AppSettingsPresenter::toggleDockIcon() {
     m_settings.toggleAppIconVisibility();
 }

@@ -26,6 +26,7 @@ class AppSettingsPresenter : public QObject {
     Q_PROPERTY(bool alwaysOnTop READ alwaysOnTop NOTIFY switchesChanged)
     Q_PROPERTY(bool contentProtection READ contentProtection NOTIFY switchesChanged)
     Q_PROPERTY(bool launchesAtLogin READ launchesAtLogin NOTIFY switchesChanged)
+    Q_PROPERTY(QString launchNote READ launchNote NOTIFY switchesChanged)
     Q_PROPERTY(QString answerSource READ answerSource NOTIFY answerSourceChanged)
     Q_PROPERTY(QString answerSourceNote READ answerSourceNote NOTIFY answerSourceChanged)
     Q_PROPERTY(QObject* updater READ updater CONSTANT)
@@ -45,6 +46,8 @@ public:
     bool alwaysOnTop() const;
     bool contentProtection() const;
     bool launchesAtLogin() const;
+    // Why the desktop does not do what the switch says; empty when it does.
+    QString launchNote() const;
     Q_INVOKABLE void toggleDockIcon();
     Q_INVOKABLE void toggleAlwaysOnTop();
     Q_INVOKABLE void toggleContentProtection();

@@ -84,7 +84,9 @@ ScrollPage {
             onClicked: page.presenter.toggleContentProtection()
         }
         FormSwitch {
+            width: Math.min(implicitWidth, parent.width)
             text: "Launch at Login"
+            note: page.presenter.launchNote
             on: page.presenter.launchesAtLogin
             onClicked: page.presenter.toggleLaunchAtLogin()
         }
