@@ -13,6 +13,8 @@
 #include <csignal>
 #include <memory>
 
+#include <sys/resource.h>
+
 namespace {
 
 constexpr auto applicationId = "com.corvane.Lumetra";
@@ -93,6 +95,12 @@ private Q_SLOTS:
     }
 
     void whatItLeavesIsForItsUserAlone() {
+        // What is started from here could dump its memory, if it did not forbid it.
+        rlimit limit{};
+        QCOMPARE(::getrlimit(RLIMIT_CORE, &limit), 0);
+        QVERIFY(limit.rlim_max > 0);
+        limit.rlim_cur = limit.rlim_max;
+        QCOMPARE(::setrlimit(RLIMIT_CORE, &limit), 0);
         QVERIFY(startBus());
         const auto link = newLink();
         open(link, Launcher::command);
