@@ -135,8 +135,9 @@ private:
 
     Buffer m_buffer;
     MarkdownParts m_parts;
-    std::vector<InlineRun> m_styles{InlineRun{}};
-    size_t m_end = 0; // of the last stretch
+    std::vector<MD_SPANTYPE> m_spans;             // those that are open
+    std::vector<InlineRun> m_styles{InlineRun{}}; // outside of all, and within each
+    size_t m_end = 0;                             // of the last stretch
     bool m_entered = false;
 
     MarkdownDelimiters m_open; // so far, brackets and parentheses left out
@@ -202,10 +203,18 @@ void Reader::enterSpan(MD_SPANTYPE type, void* detail) {
         break;
     }
     m_styles.push_back(std::move(style));
+    m_spans.push_back(type);
 }
 
-void Reader::leaveSpan(MD_SPANTYPE) {
-    m_styles.pop_back();
+// The parser also tells of the end of a span that it has not told of: "[a](*)**" has its opener in the
+// address.
+void Reader::leaveSpan(MD_SPANTYPE type) {
+    const auto found = std::find(m_spans.rbegin(), m_spans.rend(), type);
+    if (found != m_spans.rend()) {
+        const auto depth = static_cast<size_t>(m_spans.rend() - found) - 1;
+        m_spans.resize(depth);
+        m_styles.resize(depth + 1);
+    }
 }
 
 void Reader::receive(MD_TEXTTYPE type, const char* text, size_t size) {
