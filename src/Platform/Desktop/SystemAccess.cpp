@@ -3,10 +3,14 @@
 #include "Log.h"
 #include "Notifications.h"
 
+#include <QDeadlineTimer>
 #include <QProcess>
 #include <QStandardPaths>
 
 #include <array>
+#include <chrono>
+
+#include <unistd.h>
 
 namespace platform {
 
@@ -40,6 +44,9 @@ constexpr std::array settingsPages{
     SettingsPage{screenPage, "", "pavucontrol-qt", "--tab=3"},
 };
 
+// A browser that ends later than this has been there.
+constexpr std::chrono::seconds longestSearch{10};
+
 bool startProgram(const QString& program, const QStringList& arguments) {
     return !QStandardPaths::findExecutable(program).isEmpty() && QProcess::startDetached(program, arguments);
 }
@@ -48,20 +55,48 @@ class DesktopAccess : public SystemAccess {
 public:
     explicit DesktopAccess(Notifications* notifications)
         : m_notifications(notifications) {}
+    ~DesktopAccess() override {
+        for (auto* process : m_starters.findChildren<QProcess*>()) {
+            if (process->state() != QProcess::NotRunning) {
+                process->setParent(nullptr);
+            }
+        }
+    }
 
     bool open(const QString& address) override {
         const bool isSettings = address.startsWith(QLatin1String("x-apple.systempreferences:"));
-        const bool opened =
-            isSettings ? openSettings(address) : startProgram(QStringLiteral("xdg-open"), {address});
+        const bool opened = isSettings ? openSettings(address) : openPage(address);
         if (!opened) {
-            logLine(QStringLiteral("[App] Nothing on this desktop opens %1").arg(address));
-            tell(isSettings ? soundSettingsAdvice() : webAdvice(address));
+            refuse(address, isSettings ? soundSettingsAdvice() : webAdvice(address));
         }
         return opened;
     }
 
 private:
-    void tell(const QString& advice) {
+    // Whether there is a browser is known only once the desktop's own starter has looked for one. The browser
+    // may run under it and outlives this process.
+    bool openPage(const QString& address) {
+        const auto starter = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
+        if (starter.isEmpty()) {
+            return false;
+        }
+        auto* process = new QProcess(&m_starters);
+        process->setStandardOutputFile(QProcess::nullDevice());
+        process->setStandardErrorFile(QProcess::nullDevice());
+        process->setChildProcessModifier([] { ::setsid(); });
+        const QDeadlineTimer search(longestSearch);
+        QObject::connect(process, &QProcess::finished, &m_starters,
+                         [this, address, search](int code, QProcess::ExitStatus) {
+                             if (code != 0 && !search.hasExpired()) {
+                                 refuse(address, webAdvice(address));
+                             }
+                         });
+        QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
+        process->start(starter, {address});
+        return process->waitForStarted();
+    }
+    void refuse(const QString& address, const QString& advice) {
+        logLine(QStringLiteral("[App] Nothing on this desktop opens %1").arg(address));
         if (m_notifications) {
             m_notifications->show(QStringLiteral("Nothing was opened"), advice);
         }
@@ -86,6 +121,7 @@ private:
     }
 
     Notifications* m_notifications;
+    QObject m_starters;
 };
 
 } // namespace

@@ -48,6 +48,7 @@ public:
     // Nothing: light. The appearance has to outlive the theme's use.
     void follow(platform::Appearance* appearance);
 
+    // A colour of text stands out by 4.5 to 1 at least from the window, a control and the material.
     bool isDark() const { return m_dark; }
     QColor window() const { return pick(0xFFECECEE, 0xFF1E1E20); }
     QColor control() const { return pick(0xFFFFFFFF, 0xFF3A3A3D); }
@@ -55,16 +56,16 @@ public:
     QColor separator() const { return pick(0xFF6E6E73, 0xFFA0A0A6); }
     QColor primary() const { return pick(0xFF1D1D1F, 0xFFF2F2F4); }
     QColor secondary() const { return pick(0xFF5A5A5F, 0xFFB4B4BA); }
-    QColor tertiary() const { return pick(0xFF77777C, 0xFF96969C); }
+    QColor tertiary() const { return pick(0xFF68686D, 0xFFA6A6AC); }
     QColor accent() const { return pick(0xFF0A63D1, 0xFF2A6FDB); }
     QColor onAccent() const { return QColor(Qt::white); }
     QColor bar() const { return pick(0xFF111113, 0xFF000000); }
     QColor barDisabled() const { return pick(0x99555555, 0x99555555); }
     QColor destructive() const { return pick(0xFFC9281C, 0xFFB3372F); }
-    QColor red() const { return pick(0xFFC9281C, 0xFFFF6A61); }
-    QColor orange() const { return pick(0xFFB65408, 0xFFFFA94A); }
+    QColor red() const { return pick(0xFFC9281C, 0xFFFF7F77); }
+    QColor orange() const { return pick(0xFFA94D07, 0xFFFFA94A); }
     QColor yellow() const { return pick(0xFFC79A00, 0xFFFFD60A); }
-    QColor green() const { return pick(0xFF1B7F37, 0xFF4CD964); }
+    QColor green() const { return pick(0xFF187733, 0xFF4CD964); }
     QColor blue() const { return pick(0xFF0A63D1, 0xFF6AA8FF); }
     QColor gray() const { return pick(0xFF77777C, 0xFF96969C); }
     // What a window's surface is drawn with, at the strength that the settings give.

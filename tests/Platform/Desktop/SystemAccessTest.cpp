@@ -75,6 +75,24 @@ private Q_SLOTS:
         }
     }
 
+    void aStarterThatFindsNoBrowserSaysSo() {
+        const QTemporaryDir folder;
+        QFile program(folder.filePath("xdg-open"));
+        QVERIFY(program.open(QIODevice::WriteOnly));
+        program.write("#!/bin/sh\nexit 3\n");
+        program.close();
+        program.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+        const auto path = qgetenv("PATH");
+        qputenv("PATH", folder.path().toUtf8());
+        const LogCapture log;
+        Notices notices;
+        const auto access = platform::makeSystemAccess(&notices);
+        access->open("https://example.com");
+        qputenv("PATH", path);
+        QVERIFY(waitUntil([&] { return !notices.bodies.isEmpty(); }));
+        QVERIFY(notices.bodies.first().contains("https://example.com"));
+    }
+
     void applicationInformationIsReadFromOneFile() {
         const LogCapture log;
         const QTemporaryDir folder;
