@@ -1,0 +1,111 @@
+#!/usr/bin/env bash
+# Makes the Debian package, looks at it, installs it in a bare system, starts it there, and removes it.
+#   scripts/check-package.sh [BUILD]
+# Needs root for the bare system, which is made from the mirrors that this one uses.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+build=$(realpath "${1:-build/release}")
+work=$build/package
+root=$work/root
+display=:$((200 + $$ % 700))
+bus=unix:abstract=corvane-package-$$
+started=()
+
+fail() {
+    echo "check-package: $*" >&2
+    exit 1
+}
+
+finish() {
+    for process in "${started[@]}"; do
+        kill "$process" 2>/dev/null || true
+    done
+    rm -rf --one-file-system "$root"
+}
+trap finish EXIT
+
+[[ $(id -u) == 0 ]] || fail "only root can make a bare system: run it as root, or in a container."
+rm -rf --one-file-system "$work"
+
+echo "== The package"
+(cd "$build" && cpack -G DEB) >"$build/package.log" 2>&1 || fail "cpack failed: see $build/package.log"
+package=$(echo "$work"/corvane-lumetra_*.deb)
+ls -l "$package"
+lintian --allow-root --fail-on error "$package"
+scripts/check-hardening.sh "$build"/bin/corvane-lumetra "$build"/bin/corvane-lumetra-open
+appstreamcli validate --no-net "$build"/packaging/com.corvane.Lumetra.metainfo.xml
+for page in "$build"/packaging/*.1; do
+    complaints=$(cd "$build/packaging" && MANROFFSEQ='' LC_ALL=C.UTF-8 groff -man -Tutf8 -ww "$page" 2>&1 >/dev/null)
+    [[ -z $complaints || $page == *-open.1 ]] || fail "$page: $complaints"
+done
+
+echo "== A bare system"
+mirrors=()
+for list in /etc/apt/sources.list /etc/apt/sources.list.d/*.list /etc/apt/sources.list.d/*.sources; do
+    [[ -s $list ]] && mirrors+=("$list")
+done
+# desktop-file-utils stands for the desktop, which keeps the index of what opens what.
+mmdebstrap --quiet --mode=root --variant=minbase --skip=cleanup/apt/lists --include=ca-certificates,desktop-file-utils bookworm "$root" "${mirrors[@]}"
+cp "$package" "$root/corvane.deb"
+cp /etc/resolv.conf "$root/etc/resolv.conf"
+cp --no-clobber /etc/apt/apt.conf.d/* "$root/etc/apt/apt.conf.d/" # a way to the mirrors that needs settings
+# shellcheck disable=SC2016
+in_root() { # in namespaces of its own, so that nothing that it starts or mounts outlives it
+    unshare --mount --pid --fork --kill-child bash -c \
+        'mount -t proc proc "$0/proc" && exec chroot "$0" "$@"' "$root" "$@"
+}
+in_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends /corvane.deb >"$build/package.log" 2>&1 ||
+    fail "it does not install: see $build/package.log"
+du -sh "$root"
+
+echo "== Installed"
+for file in usr/share/applications/com.corvane.Lumetra.desktop usr/share/dbus-1/services/com.corvane.Lumetra.service; do
+    grep -q '^Exec=/usr/bin/corvane-lumetra' "$root/$file" || fail "$file names no installed program."
+done
+grep -q '^x-scheme-handler/corvane=com.corvane.Lumetra.desktop' "$root/usr/share/applications/mimeinfo.cache" ||
+    fail "nothing opens links."
+[[ -s $root/usr/share/icons/hicolor/scalable/apps/com.corvane.Lumetra.svg ]] || fail "there is no icon."
+while read -r module; do
+    compgen -G "$root/usr/lib/*/qt6/qml/${module//.//}/qmldir" >/dev/null || fail "the package does not bring $module."
+done < <(grep -rhoP '^import \KQt[A-Za-z.]+' src/Views --include='*.qml' | sort -u)
+
+echo "== Started"
+Xvfb "$display" -screen 0 1280x900x24 >/dev/null 2>&1 &
+started+=($!)
+dbus-daemon --session --nofork --address="$bus" >/dev/null 2>&1 &
+started+=($!)
+colours() {
+    xwd -root -silent -display "$display" 2>/dev/null | od -An -v -tx4 -w4 | sort -u | wc -l
+}
+for ((i = 0; i < 50; i++)); do
+    empty=$(colours)
+    ((empty > 0)) && break
+    sleep 0.1
+done
+in_root env -i PATH=/usr/bin:/bin HOME=/root LANG=C.UTF-8 DISPLAY="$display" DBUS_SESSION_BUS_ADDRESS="$bus" \
+    corvane-lumetra >"$work/log" 2>&1 &
+program=$!
+started+=("$program")
+for ((i = 0; i < 100; i++)); do
+    seen=$(colours)
+    ((seen > empty + 20)) && break
+    kill -0 "$program" 2>/dev/null || break
+    sleep 0.2
+done
+cat "$work/log"
+((seen > empty + 20)) || fail "it shows no window."
+! grep -qiE 'module .* is not installed|cannot load|qrc:.*error|is not a type' "$work/log" || fail "a view misses something."
+dbus-send --bus="$bus" --dest=org.freedesktop.DBus --print-reply=literal / org.freedesktop.DBus.GetNameOwner \
+    string:com.corvane.Lumetra || fail "links would not reach it."
+kill "$program"
+wait "$program" || true
+
+echo "== Removed"
+in_root env DEBIAN_FRONTEND=noninteractive apt-get purge -y -qq corvane-lumetra >"$build/package.log" 2>&1 ||
+    fail "it cannot be removed: see $build/package.log"
+left=$(find "$root" -xdev \( -path "$root/proc" -o -path "$root/root" -o -path "$root/tmp" \) -prune -o -iname '*corvane*' -print |
+    grep -v '/corvane.deb$' || true)
+[[ -z $left ]] || fail "it leaves behind: $left"
+! grep -q corvane "$root/usr/share/applications/mimeinfo.cache" 2>/dev/null || fail "links still lead to it."
+echo "The package installs, starts and goes."
