@@ -1,5 +1,6 @@
 #include "Fuzzing.h"
 
+#include "AudioModels.h"
 #include "DefaultsText.h"
 #include "ProviderModels.h"
 #include "SettingsModels.h"
@@ -36,6 +37,7 @@ void checkRecords(const QByteArray& input) {
         checkRoundTrip<ScreenshotConfig>(document);
         checkRoundTrip<ResponseSettings>(document);
         checkRoundTrip<SelectedAudioDevices>(document);
+        checkRoundTrip<VadConfig>(document);
         checkRoundTrip<ShortcutsConfig>(document);
         checkReading<CustomAIProvider>(document);
         checkReading<CustomSTTProvider>(document);

@@ -3,6 +3,7 @@
 #include "Json.h"
 
 #include <array>
+#include <cmath>
 
 namespace JWT {
 
@@ -44,10 +45,12 @@ Error::Error(Kind kind)
 platform::WallTime expiry(const platform::Secret& token) {
     const auto object = claims(decodedPayload(token.reveal()));
     const auto* exp = object.if_contains("exp");
-    if (!exp || !exp->is_number()) {
+    // Boost.JSON reads 0e310 as no number.
+    const auto value = exp && exp->is_number() ? exp->to_number<double>() : std::nan("");
+    if (std::isnan(value)) {
         throw Error(Error::missingExp);
     }
-    const auto seconds = std::clamp(exp->to_number<double>(), -maxSeconds, maxSeconds);
+    const auto seconds = std::clamp(value, -maxSeconds, maxSeconds);
     return platform::WallTime(std::chrono::microseconds(std::llround(seconds * 1e6)));
 }
 

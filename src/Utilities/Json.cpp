@@ -3,6 +3,8 @@
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 
+#include <cmath>
+
 namespace json {
 
 namespace {
@@ -53,7 +55,8 @@ std::optional<qint64> integerOf(const boost::json::value& value) {
 }
 
 std::optional<double> realOf(const boost::json::value& value) {
-    return value.is_number() ? std::optional(value.to_number<double>()) : std::nullopt;
+    const auto number = value.is_number() ? value.to_number<double>() : std::nan("");
+    return std::isnan(number) ? std::nullopt : std::optional(number); // the library reads 0e310 as that
 }
 
 std::optional<bool> booleanOf(const boost::json::value& value) {

@@ -89,7 +89,8 @@ private Q_SLOTS:
         const auto config = interviewVadConfig.toJson();
         QCOMPARE(VadConfig::fromJson(config), interviewVadConfig);
         for (const auto& [key, number] :
-             {std::pair("hopSize", 1.5), std::pair("silenceChunks", 3e9), std::pair("peakThreshold", 1e39)}) {
+             {std::pair("hopSize", 1.5), std::pair("silenceChunks", 3e9), std::pair("peakThreshold", 1e39),
+              std::pair("noiseGateThreshold", std::nan(""))}) {
             auto changed = config;
             changed[key] = number;
             QVERIFY2(isRefused(again<VadConfig>, changed), key);

@@ -35,6 +35,7 @@ private Q_SLOTS:
         // Both characters in which base64url differs.
         row("url alphabet", tokenWith(R"({"exp":1,"n":"ÿ?ÿ>ÿÿ"})"), "1.000");
         row("empty pieces dropped", tokenWith(R"({"exp":7})").replace(u'.', ".."), "7.000");
+        row("no number", tokenWith(R"({"exp":-0e310})"), "missingExp");
         row("text", tokenWith(R"({"exp":"1700000000"})"), "missingExp");
         row("boolean", tokenWith(R"({"exp":true})"), "missingExp");
         row("no exp", tokenWith("{}"), "missingExp");

@@ -3,7 +3,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QLocale>
-#include <QStringDecoder>
 
 #include <cmath>
 
@@ -71,9 +70,8 @@ QString fromReal(double value) {
 }
 
 QString fromData(const QByteArray& value) {
-    QStringDecoder decode(QStringDecoder::Utf8);
-    const QString text = decode(value);
-    return !decode.hasError() && isDocument(text)
+    const auto text = QString::fromUtf8(value);
+    return text.toUtf8() == value && isDocument(text)
                ? text
                : encodedStart + QString::fromLatin1(value.toBase64()) + encodedEnd;
 }

@@ -51,6 +51,7 @@ private Q_SLOTS:
         const auto json = "{\"t\":\"\\u0001\\\"\\\\,\",\"n\":1.0}"_qba;
         m_store->setData("bytes", "\xff\x00"_qba);
         m_store->setData("json", json);
+        m_store->setData("cut off", json + '\xee');
         m_store->setReal("real", 100);
         m_store->setInteger("integer", std::numeric_limits<qint64>::min());
         m_store->setBoolean("no", false);
@@ -60,6 +61,7 @@ private Q_SLOTS:
         }
         QCOMPARE(m_store->data("bytes"), "\xff\x00"_qba);
         QCOMPARE(m_store->data("json"), json);
+        QCOMPARE(m_store->data("cut off"), json + '\xee');
         QCOMPARE(readings("real"), "real 100");
         QCOMPARE(m_store->integer("integer"), std::numeric_limits<qint64>::min());
         QCOMPARE(readings("no"), "boolean false");
