@@ -94,6 +94,8 @@ const QList<Qt::Key> pressKeys{Qt::Key_Return, Qt::Key_Space};
 const QList<Use> uses{
     {"dashboard", "Audio", pressKeys, "Audio", "Press",
      [](Desk& desk) { return QVariant::fromValue(desk.app->dashboardViewModel().selectedPage()); }},
+    {"dashboard, expired session", "Open Account", pressKeys, "Open Account", "Press",
+     [](Desk& desk) { return QVariant::fromValue(desk.app->dashboardViewModel().selectedPage()); }},
     {"account", "Sign out", pressKeys, "Sign out", "Press",
      [](Desk& desk) { return QVariant(desk.app->clerkAuthService().isSignedIn()); }},
     {"settings", "Always on Top", pressKeys, "Always on Top", "Toggle",

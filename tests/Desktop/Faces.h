@@ -144,6 +144,13 @@ inline constexpr auto faces = [] {
          }},
         {"dashboard", dashboard, "API base URL", [](Desk&) {}},
         {"dashboard, no link", dashboard, "Reconnect", [](Desk& desk) { desk.loseLink(); }},
+        {"dashboard, expired session", dashboard, "Open Account",
+         [](Desk& desk) {
+             desk.loseLink();
+             desk.clock->advance(std::chrono::seconds(1));
+             desk.settle();
+             desk.peer().complete({}, 401);
+         }},
         {"account", dashboard, "Sign out", [](Desk& desk) { desk.open(DashboardPage::account); }},
         {"settings", dashboard, "Launch at Login", [](Desk& desk) { desk.open(DashboardPage::settings); }},
         {"audio", dashboard, "Open System Settings", [](Desk& desk) { desk.open(DashboardPage::audio); }},

@@ -7,6 +7,8 @@ ScrollPage {
 
     required property CorvaneSetupPresenter presenter
 
+    signal accountWanted
+
     onAppeared: presenter.loadSettings()
 
     PageHeading {
@@ -24,6 +26,11 @@ ScrollPage {
         title: "Session Expired"
         text: page.presenter.authError
         fill: Qt.alpha(Theme.orange, 0.1)
+
+        SmallButton {
+            text: "Open Account"
+            onClicked: page.accountWanted()
+        }
     }
 
     ConnectionStatus {

@@ -54,6 +54,10 @@ void DashboardPresenter::selectPage(int row) {
     }
 }
 
+void DashboardPresenter::showAccount() {
+    m_model.setSelectedPage(DashboardPage::account);
+}
+
 void DashboardPresenter::quit() {
     m_windows.terminate();
 }

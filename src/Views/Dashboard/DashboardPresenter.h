@@ -49,6 +49,8 @@ public:
     void selectPage(int row);
     QString version() const { return m_version; }
 
+    // The page where one signs out, to sign in again.
+    Q_INVOKABLE void showAccount();
     // At once, with no question.
     Q_INVOKABLE void quit();
 

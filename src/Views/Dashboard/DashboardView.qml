@@ -50,6 +50,14 @@ Rectangle {
                 height: parent.height
                 onWantedChanged: open()
                 Component.onCompleted: open()
+
+                Connections {
+                    target: page.item
+                    ignoreUnknownSignals: true
+                    function onAccountWanted() {
+                        view.presenter.showAccount();
+                    }
+                }
             }
         }
     }
