@@ -76,13 +76,14 @@ started+=($!)
 dbus-daemon --session --nofork --address="$bus" >/dev/null 2>&1 &
 started+=($!)
 colours() {
-    xwd -root -silent -display "$display" 2>/dev/null | od -An -v -tx4 -w4 | sort -u | wc -l
+    { xwd -root -silent -display "$display" 2>/dev/null || true; } | od -An -v -tx4 -w4 | sort -u | wc -l
 }
 for ((i = 0; i < 50; i++)); do
     empty=$(colours)
     ((empty > 0)) && break
     sleep 0.1
 done
+((empty > 0)) || fail "no display could be started."
 in_root env -i PATH=/usr/bin:/bin HOME=/root LANG=C.UTF-8 DISPLAY="$display" DBUS_SESSION_BUS_ADDRESS="$bus" \
     corvane-lumetra >"$work/log" 2>&1 &
 program=$!
