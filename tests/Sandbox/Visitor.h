@@ -49,13 +49,6 @@ inline HttpResponse request(const QUrl& url, const QByteArray& method = "GET",
         client->execute({.method = method, .url = url, .headers = std::move(headers), .body = content}));
 }
 
-// The code of a refusal's first error; empty without one.
-inline std::string errorOf(const HttpResponse& answer) {
-    const auto said = jsonOf(answer.body);
-    const auto* errors = said.if_contains("errors");
-    return errors == nullptr ? std::string() : std::string(errors->at(0).at("code").as_string());
-}
-
 // The token in any of the forms that the sign-in service uses; empty without one.
 inline QByteArray clientToken(const HttpResponse& answer) {
     if (const auto value = answer.header("Authorization")) {
@@ -81,8 +74,6 @@ public:
         }
         m_probe.receiveAll();
     }
-    int status() { return m_probe->httpStatus(); }
-    WebSocketProbe::Task& task() { return *m_probe; }
 
     void sendText(const std::string& text) {
         m_probe->send(platform::WebSocketTask::Payload::text, QByteArray::fromStdString(text), [](auto&&) {});

@@ -1,14 +1,9 @@
 #include "Visitor.h"
 
-#include "Rows.h"
-
-#include <QElapsedTimer>
-
 using namespace sandbox;
 
-// That the stand-in notices what it must, and that its faults happen as asked; what they do to the program is
-// tested with the program.
-class SandboxFaultsTest : public QObject {
+// That the stand-in notices what it must. Its faults are tested by what they do to the program.
+class SandboxTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -23,47 +18,6 @@ private Q_SLOTS:
     void cleanup() {
         m_visitor.reset();
         m_stand.reset();
-    }
-
-    void refusesUpgrades() {
-        const auto token = m_visitor->token();
-        m_stand->apply("refuse-upgrade", {{"status", 503}, {"times", 2}});
-        for (const int status : {503, 503, 101}) {
-            QCOMPARE(Link(m_visitor->socketUrl(token)).status(), status);
-        }
-        QCOMPARE(Link(m_visitor->socketUrl("a.b.c")).status(), 401);
-        m_stand->apply("revoke-tokens");
-        QCOMPARE(Link(m_visitor->socketUrl(token)).status(), 401);
-    }
-
-    void answersSlowly() {
-        auto link = m_visitor->link();
-        m_stand->apply("slow", {{"milliseconds", 150}});
-        QElapsedTimer timer;
-        timer.start();
-        link->echo();
-        QVERIFY(timer.elapsed() >= 150);
-    }
-
-    void sendsNonsense_data() {
-        const auto row = rows<int, bool, QByteArray>();
-        row("malformed", 1, true, "{\"type\":\"chat_chunk\"");
-        row("unknown_type", 1, true, "{\"type\":\"brand_new\"");
-        row("wrong_types", 6, true, "{\"type\":\"chat_chunk\"");
-        row("deeply_nested", 1, true, QByteArray(100'000, '['));
-        row("binary", 1, false, "\x01\x02");
-    }
-    void sendsNonsense() {
-        const auto [messages, isText, start] = currentRow<int, bool, QByteArray>();
-        auto link = m_visitor->link();
-        m_stand->apply("misbehave", {{"kind", QTest::currentDataTag()}});
-        for (int i = 0; i < messages; ++i) {
-            const auto message = link->receive();
-            QVERIFY(message);
-            QCOMPARE(message->isText, isText);
-            QVERIFY(i > 0 || message->payload.startsWith(start));
-        }
-        link->echo();
     }
 
     void obeysTheControlAddress() {
@@ -164,17 +118,6 @@ private Q_SLOTS:
         QCOMPARE(violations(), 4U);
     }
 
-    void signsInAndOut() {
-        auto& visitor = *m_visitor;
-        const auto current = std::exchange(visitor.client, "ct_old");
-        QCOMPARE(visitor.post(visitor.session("/tokens")).status, 401);
-        visitor.client = current;
-        QCOMPARE(visitor.makeSession("m", visitor.token()).status, 201);
-        QCOMPARE(visitor.post(visitor.session("/remove")).status, 200);
-        QCOMPARE(visitor.post(visitor.session("/tokens")).status, 404);
-        QCOMPARE(violations(), 0U);
-    }
-
     void noticesWhatTheProgramMustNotSend() {
         const auto isNoticed = [&](const QByteArray& query, platform::HttpHeader added,
                                    const QByteArray& form) {
@@ -196,25 +139,6 @@ private Q_SLOTS:
         QVERIFY(isNoticed("", {}, signInForm + "&x=y"));
     }
 
-    void failsAsAskedAndThenWorks() {
-        auto& visitor = *m_visitor;
-        m_stand->apply("fail-sign-in", {{"code", "identifier_already_signed_in"}});
-        QVERIFY_EXCEPTION_THROWN(visitor.signIn(), std::runtime_error);
-        visitor.signIn();
-        m_stand->apply("fail-token", {{"status", 401}, {"times", 2}});
-        for (const int status : {401, 401, 200}) {
-            QCOMPARE(visitor.post(visitor.session("/tokens")).status, status);
-        }
-        m_stand->apply("end-sign-ins");
-        QCOMPARE(visitor.post(visitor.session("/tokens")).status, 404);
-        for (const char* kind : {"other_name", "expired", "unknown_issuer"}) {
-            m_stand->apply("certificate", {{"kind", kind}});
-            QVERIFY_EXCEPTION_THROWN(visitor.post(signIns, signInForm), platform::HttpError);
-        }
-        m_stand->apply("cure");
-        QCOMPARE(visitor.post(signIns, signInForm).status, 200);
-    }
-
 private:
     std::optional<Sandbox> m_stand;
     std::optional<Visitor> m_visitor;
@@ -228,5 +152,5 @@ private:
     std::size_t violations() const { return m_stand->violations().size(); }
 };
 
-QTEST_GUILESS_MAIN(SandboxFaultsTest)
-#include "SandboxFaultsTest.moc"
+QTEST_GUILESS_MAIN(SandboxTest)
+#include "SandboxTest.moc"
