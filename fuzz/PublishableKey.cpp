@@ -10,9 +10,9 @@ void check(const QString& key) {
         const auto& url = config.frontendAPIURL();
         // The key names a host, and nothing else of an address.
         ALWAYS(url.isValid() && url.scheme() == u"https" && !url.host().isEmpty());
-        ALWAYS(url.toEncoded() == "https://" + url.host().toLatin1());
+        ALWAYS(url.toString() == QStringLiteral("https://") + url.host());
         ALWAYS(config.isDevelopment() == key.startsWith(u"pk_test_"));
-        const auto encoded = QString::fromLatin1((url.host() + u'$').toLatin1().toBase64());
+        const auto encoded = QString::fromLatin1((url.host() + u'$').toUtf8().toBase64());
         ALWAYS(ClerkConfig(key.first(8) + encoded).frontendAPIURL() == url);
     } catch (const ClerkConfig::Error&) {
         // The only way to refuse.
