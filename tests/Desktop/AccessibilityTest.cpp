@@ -1,6 +1,6 @@
 #include "ClerkAuthService.h"
+#include "DesktopMain.h"
 #include "Faces.h"
-#include "PrivateDisplay.h"
 #include "PrivateSession.h"
 #include "ScreenReader.h"
 
@@ -275,17 +275,9 @@ int main(int argc, char* argv[]) {
         std::fputs("No bus: dbus-daemon did not start.\n", stderr);
         return 1;
     }
-    // Tall enough for the longest page, so that nothing scrolls between two pictures.
-    const PrivateDisplay display({1280, 1600});
-    display.useInThisProcess();
     qputenv("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1");
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    qputenv("QT_SCALE_FACTOR", "1");
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-    QGuiApplication application(argc, argv);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    AccessibilityTest test(display);
-    return QTest::qExec(&test, argc, argv);
+    // Tall enough for the longest page, so that nothing scrolls between two pictures.
+    return runOnDisplay<AccessibilityTest>(argc, argv, {1280, 1600});
 }
 
 #include "AccessibilityTest.moc"

@@ -1,19 +1,16 @@
 #include "FloatingPanel.h"
 #include "DashboardViewModel.h"
 #include "DashboardWindowController.h"
-#include "Neighbour.h"
+#include "DesktopMain.h"
 #include "OverlayBarPresenter.h"
 #include "OverlayViewModel.h"
-#include "PrivateDisplay.h"
 #include "Rows.h"
 #include "SettingsViewModel.h"
 #include "TestProgram.h"
 #include "UserHands.h"
 
-#include <QAccessible>
 #include <QClipboard>
 #include <QProcess>
-#include <QQuickItem>
 #include <QScreen>
 
 namespace {
@@ -101,7 +98,6 @@ private Q_SLOTS:
     void whatIsNotDrawnOnTakesNoClicks();
     void theBarMovesThePanelAndHeightsKeepItsTop();
     void thereIsRoomUnderTheLowBar();
-    void everyControlIsReachedByTab();
     void theDashboardComesBackAsItWas();
     void aFrameOnAScreenThatIsGoneFallsBack_data();
     void aFrameOnAScreenThatIsGoneFallsBack();
@@ -286,31 +282,6 @@ void FloatingPanelTest::thereIsRoomUnderTheLowBar() {
     QCOMPARE(first.panel().frame().height(), 48);
 }
 
-void FloatingPanelTest::everyControlIsReachedByTab() {
-    Desk desk;
-    desk.interview().setInterviewId(someId);
-    desk.completion().setIsResponsePopoverOpen(true);
-    QVERIFY(entersField(desk));
-    QStringList names;
-    for (int step = 0; step < 5; ++step) {
-        auto* item = desk.panel().activeFocusItem();
-        names += QAccessible::queryAccessibleInterface(item)->text(QAccessible::Name);
-        m_hands.press("Tab");
-        QVERIFY(waitUntil([&] { return desk.panel().activeFocusItem() != item; }));
-        QVERIFY(desk.panel().activeFocusItem()->property("visualFocus") != false);
-    }
-    QCOMPARE(names, QStringList({field, "Hide panel", "Settings", "Quit", "Start"}));
-    // On the field again: back to "Quit" by way of "Start".
-    m_hands.press("shift+Tab");
-    m_hands.press("shift+Tab");
-    for (const auto* key : {"Return", "space"}) {
-        m_hands.press(key);
-        QVERIFY(waitUntil([&] { return desk.presenter().showingDialog(); }));
-        m_hands.press("Escape");
-        QVERIFY(waitUntil([&] { return !desk.presenter().showingDialog(); }));
-    }
-}
-
 void FloatingPanelTest::theDashboardComesBackAsItWas() {
     Desk desk;
     auto& window = *dashboard();
@@ -369,19 +340,7 @@ QString FloatingPanelTest::whoTakesClick(Desk& desk, QPoint place) {
 }
 
 int main(int argc, char* argv[]) {
-    if (argc > 1 && qstrcmp(argv[1], Neighbour::argument) == 0) {
-        return Neighbour::run(argc, argv);
-    }
-    // The accessible tree is that of the first application object: the display comes before it.
-    const PrivateDisplay display;
-    display.useInThisProcess();
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    qputenv("QT_SCALE_FACTOR", "1");
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-    QGuiApplication application(argc, argv);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    FloatingPanelTest test(display);
-    return QTest::qExec(&test, argc, argv);
+    return runOnDisplay<FloatingPanelTest>(argc, argv);
 }
 
 #include "FloatingPanelTest.moc"

@@ -1,6 +1,6 @@
 #include "DashboardViewModel.h"
 #include "DashboardWindowController.h"
-#include "PrivateDisplay.h"
+#include "DesktopMain.h"
 #include "TestProgram.h"
 #include "UserHands.h"
 
@@ -92,16 +92,7 @@ private Q_SLOTS:
 };
 
 int main(int argc, char* argv[]) {
-    // The accessible tree is that of the first application object: the display comes before it.
-    const PrivateDisplay display;
-    display.useInThisProcess();
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    qputenv("QT_SCALE_FACTOR", "1");
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-    QGuiApplication application(argc, argv);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    ShortcutsPageTest test(display);
-    return QTest::qExec(&test, argc, argv);
+    return runOnDisplay<ShortcutsPageTest>(argc, argv);
 }
 
 #include "ShortcutsPageTest.moc"

@@ -1,6 +1,6 @@
 #include "DashboardViewModel.h"
 #include "DashboardWindowController.h"
-#include "PrivateDisplay.h"
+#include "DesktopMain.h"
 #include "TestProgram.h"
 #include "UpdateFeed.h"
 #include "UpdaterService.h"
@@ -77,16 +77,7 @@ private Q_SLOTS:
 };
 
 int main(int argc, char* argv[]) {
-    // The accessible tree is that of the first application object: the display comes before it.
-    const PrivateDisplay display;
-    display.useInThisProcess();
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    qputenv("QT_SCALE_FACTOR", "1");
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-    QGuiApplication application(argc, argv);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    UpdateWindowTest test(display);
-    return QTest::qExec(&test, argc, argv);
+    return runOnDisplay<UpdateWindowTest>(argc, argv);
 }
 
 #include "UpdateWindowTest.moc"

@@ -20,31 +20,6 @@ private Q_SLOTS:
         m_stand.reset();
     }
 
-    void obeysTheControlAddress() {
-        const auto control = QString::fromStdString(m_stand->addresses().control);
-        const auto post = [&](const char* action, const QByteArray& body) {
-            return request(QUrl(control + u'/' + action), "POST", {}, body);
-        };
-        auto link = m_visitor->interview();
-        link->sendBinary(audioFrame(1, tone(480, 0.5)));
-        link->echo();
-        const auto sound = jsonOf(post("save-sound", "").body);
-        QCOMPARE(QFileInfo(QString::fromStdString(std::string(sound.at("files").at(1).as_string()))).size(),
-                 44 + 960);
-        QCOMPARE(post("close", R"({"code":1011,"reason":"test"})").status, 200);
-        QCOMPARE(link->awaitEnd(), 1011);
-        QVERIFY_EXCEPTION_THROWN(m_stand->apply("no-such-action"), std::invalid_argument);
-        QVERIFY_EXCEPTION_THROWN(m_stand->apply("close", {{"kode", 1011}}), std::invalid_argument);
-
-        const auto state = request(QUrl(control + "/state"));
-        QCOMPARE(jsonOf(state.body).at("interviews").at(0).at("candidate").at("samples").to_number<int>(),
-                 480);
-        for (const auto& secret :
-             {m_visitor->client, QByteArray::fromStdString(m_visitor->token()).first(40)}) {
-            QVERIFY(!state.body.contains(secret));
-        }
-    }
-
     void countsSoundToTheSample() {
         auto link = m_visitor->interview();
         std::vector<std::int16_t> sent;

@@ -160,13 +160,6 @@ private Q_SLOTS:
         desk.page->toggle(4);
         QCOMPARE(desk.page->resetNote(), "");
     }
-
-    void aCursorIsStored() {
-        Page desk;
-        desk.page->pickCursor(1);
-        QCOMPARE(desk.page->cursors().at(desk.page->cursor()), "Invisible");
-        QVERIFY(desk.defaults->data("customizable")->contains(R"("cursor":{"type":"invisible"})"));
-    }
 };
 
 QTEST_GUILESS_MAIN(ShortcutsPresenterTest)

@@ -327,20 +327,6 @@ private Q_SLOTS:
         QCOMPARE(f.stored(), identity);
     }
 
-    void savingReplacesTheOneItemOfThisService() {
-        MemorySecretStore store;
-        store.items.insert({"another", key}, "theirs");
-        KeychainService keychain(service, store);
-        QVERIFY(!keychain.get(key));
-        keychain.save(key, Secret("old"));
-        keychain.save(key, Secret("né\uFEFFw"));
-        QCOMPARE(store.items.size(), 2);
-        QCOMPARE(keychain.get(key), Secret("né\uFEFFw"));
-        QVERIFY(keychain.remove(key));
-        QVERIFY(!keychain.remove(key));
-        QCOMPARE(store.items.keys(), QList({MemorySecretStore::Key("another", key)}));
-    }
-
     void onlyUtf8GoesInAndComesOut() {
         MemorySecretStore store;
         KeychainService keychain(service, store);

@@ -232,10 +232,6 @@ private Q_SLOTS:
         QCOMPARE(outcome([&] { return ClerkConfig(key); }), expected);
     }
 
-    void thePrefixTellsDevelopmentFromProduction() {
-        QVERIFY(ClerkConfig(developmentKey).isDevelopment() && !ClerkConfig(productionKey).isDevelopment());
-    }
-
     void comesFromTheApplicationsInformation() {
         const auto from = [](const QByteArray& json) {
             return outcome(

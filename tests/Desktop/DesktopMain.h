@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Neighbour.h"
+#include "PrivateDisplay.h"
+
+#include <QQuickWindow>
+#include <QTest>
+
+// Runs a test of windows on this display; started by such a test with the neighbour's argument, the program
+// is the neighbour.
+template<typename Test>
+int runOnDisplay(int argc, char* argv[], const QSize& size = {1280, 900}) {
+    if (argc > 1 && qstrcmp(argv[1], Neighbour::argument) == 0) {
+        return Neighbour::run(argc, argv);
+    }
+    // The accessible tree is that of the first application object: the display comes before it.
+    const PrivateDisplay display(size);
+    display.useInThisProcess();
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("QT_SCALE_FACTOR", "1");
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    QGuiApplication application(argc, argv);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    Test test(display);
+    return QTest::qExec(&test, argc, argv);
+}
