@@ -33,8 +33,12 @@ struct Buffer {
     explicit Buffer(QStringView source) {
         bytes.reserve(static_cast<size_t>(source.size()) * 2 + 16);
         qsizetype start = 0;
+        qsizetype carriageReturn = -1; // the next one, looked for once: most texts have none
         while (true) {
-            auto end = std::min(indexOf(source, u'\n', start), indexOf(source, u'\r', start));
+            if (carriageReturn < start) {
+                carriageReturn = indexOf(source, u'\r', start);
+            }
+            const auto end = std::min(indexOf(source, u'\n', start), carriageReturn);
             bytes += sentinel;
             lines.push_back({bytes.size(), start});
             const auto line = source.sliced(start, end - start).toUtf8();
