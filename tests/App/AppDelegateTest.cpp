@@ -19,13 +19,6 @@ class AppDelegateTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void launchSaysItsVersion() {
-        TestProgram program(TestProgram::Start::signedOut);
-        program.launch();
-        QVERIFY(program.log.contains("==== Corvane Lumetra launched: v1.2 (build 34) ===="));
-        QCOMPARE(program.sockets->count(), 0);
-    }
-
     void aBrokenPackageDoesNotLaunch() {
         TestProgram program(TestProgram::Start::signedOut, platform::ApplicationInfo());
         try {

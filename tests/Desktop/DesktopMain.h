@@ -6,6 +6,17 @@
 #include <QQuickWindow>
 #include <QTest>
 
+// Of the program that runs; null when it has none of them.
+template<typename Window>
+Window* windowOf() {
+    for (auto* window : QGuiApplication::topLevelWindows()) {
+        if (auto* found = qobject_cast<Window*>(window)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
 // Runs a test of windows on this display; started by such a test with the neighbour's argument, the program
 // is the neighbour.
 template<typename Test>

@@ -18,14 +18,8 @@ namespace {
 constexpr auto someId = "3f2b8c64-9d1e-4a57-b0c3-5e8f7a6d2c19";
 constexpr auto field = "Interview ID";
 
-// Of the program that runs.
-QWindow* dashboard() {
-    for (auto* window : QGuiApplication::topLevelWindows()) {
-        if (qobject_cast<DashboardWindowController*>(window)) {
-            return window;
-        }
-    }
-    return nullptr;
+DashboardWindowController* dashboard() {
+    return windowOf<DashboardWindowController>();
 }
 
 // The program with its real windows; the dashboard has shown, as it does at each launch, and is put away.

@@ -1,8 +1,7 @@
 #include "DashboardWindowController.h"
+#include "DesktopMain.h"
 #include "FloatingPanel.h"
-#include "Neighbour.h"
 #include "OverlayBarPresenter.h"
-#include "PrivateDisplay.h"
 #include "Rows.h"
 #include "TestProgram.h"
 #include "UserHands.h"
@@ -275,18 +274,7 @@ private Q_SLOTS:
 };
 
 int main(int argc, char* argv[]) {
-    if (argc > 1 && qstrcmp(argv[1], Neighbour::argument) == 0) {
-        return Neighbour::run(argc, argv);
-    }
-    const PrivateDisplay display;
-    display.useInThisProcess();
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    qputenv("QT_SCALE_FACTOR", "1");
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-    const QGuiApplication application(argc, argv);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    ShortcutKeysTest test(display);
-    return QTest::qExec(&test, argc, argv);
+    return runOnDisplay<ShortcutKeysTest>(argc, argv);
 }
 
 #include "ShortcutKeysTest.moc"

@@ -9,12 +9,7 @@ namespace {
 const QString dashboardKeys = "Keys of Toggle Dashboard: ";
 
 DashboardWindowController* dashboard() {
-    for (auto* window : QGuiApplication::topLevelWindows()) {
-        if (auto* found = qobject_cast<DashboardWindowController*>(window)) {
-            return found;
-        }
-    }
-    return nullptr;
+    return windowOf<DashboardWindowController>();
 }
 
 // The program with its real windows and keyboard, at the page.

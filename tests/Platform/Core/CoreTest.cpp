@@ -91,18 +91,6 @@ private Q_SLOTS:
         QVERIFY2(least < stall / 2, qPrintable(QString::number(least.count())));
     }
 
-    void aTimerMayEndItselfInItsTick() {
-        platform::SystemClock clock;
-        int ticks = 0;
-        std::unique_ptr<platform::Timer> timer;
-        timer = clock.repeat(1ms, [&] {
-            ++ticks;
-            timer.reset();
-        });
-        QTest::qWait(20);
-        QCOMPARE(ticks, 1);
-    }
-
     void whatEscapesABackgroundTaskIsLogged() {
         LogCapture log;
         platform::startTask(failing(), "print");

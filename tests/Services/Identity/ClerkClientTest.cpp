@@ -232,17 +232,6 @@ private Q_SLOTS:
         QCOMPARE(outcome([&] { return ClerkConfig(key); }), expected);
     }
 
-    void comesFromTheApplicationsInformation() {
-        const auto from = [](const QByteArray& json) {
-            return outcome(
-                [&] { return ClerkConfig::fromBundle(platform::ApplicationInfo::fromJson(json)); });
-        };
-        QCOMPARE(from(R"({"CLERK_PUBLISHABLE_KEY":"pk_live_YS5leGFtcGxlJA"})"), "https://a.example");
-        QCOMPARE(from(R"({"CLERK_PUBLISHABLE_KEY":"pk_live_"})"), "missingTrailingDollar");
-        for (const auto* json : {"{}", R"({"CLERK_PUBLISHABLE_KEY":""})", R"({"CLERK_PUBLISHABLE_KEY":1})"}) {
-            QCOMPARE(from(json), "missingBundleKey");
-        }
-    }
 };
 
 QTEST_GUILESS_MAIN(ClerkClientTest)

@@ -175,16 +175,6 @@ private Q_SLOTS:
         QVERIFY(isCounting(f.systemFiles) && isCounting(f.microphoneFiles));
     }
 
-    void stopMayComeFromAChunk() {
-        CaptureFixture f;
-        waitFor(f.start());
-        f.on(&AudioCaptureService::speechDetected, [&f] { f.service->stopSystemCapture(); });
-        f.host.pushSystem(countingSamples(10'000));
-        f.clock.advance(1s);
-        QCOMPARE(f.systemFiles.size(), 1);
-        QVERIFY(!f.host.systemRuns());
-    }
-
     void destructionEndsAStartUnderWay() {
         CaptureFixture f;
         f.host.hold();

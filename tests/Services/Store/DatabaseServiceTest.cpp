@@ -114,22 +114,6 @@ private Q_SLOTS:
         QCOMPARE(m_log->lines(), QStringList());
     }
 
-    void aPromptsChangeIsDatedAlsoWithoutNewTexts() {
-        m_database->createSystemPrompt("it's", "'");
-        m_database->updateSystemPrompt(1, "a", "p'");
-        m_database->createSystemPrompt("b", "p");
-        query(m_database->dbPath(), "UPDATE system_prompts SET updated_at = '2001-02-03 04:05:0' || id");
-        QCOMPARE(m_database->getAllSystemPrompts().at(0).name, "b");
-        m_database->updateSystemPrompt(1, std::nullopt, std::nullopt);
-        const auto prompts = m_database->getAllSystemPrompts();
-        QCOMPARE(prompts.at(0).name, "a");
-        QCOMPARE(prompts.at(0).prompt, "p'");
-        QVERIFY(prompts.at(0).updatedAt > "2020");
-        QCOMPARE(prompts.at(1).updatedAt, "2001-02-03 04:05:02");
-        m_database->deleteSystemPrompt(1);
-        QCOMPARE(m_database->getAllSystemPrompts(), QList{prompts.at(1)});
-    }
-
     void onlyTheUserReadsTheFiles() {
         m_database->setSetting("k", "v");
         const auto folder = QFileInfo(m_database->dbPath()).dir();
