@@ -29,16 +29,6 @@ private Q_SLOTS:
         }
     }
 
-    void noBackendMeansNoConnection() {
-        TestProgram program;
-        {
-            DatabaseService database(program.folder.path(), *program.clock);
-            database.setSetting("corvane_api_url", QString());
-        }
-        program.launch();
-        QCOMPARE(program.sockets->count(), 0);
-    }
-
     void signingOutAndInMovesTheLink() {
         TestProgram program;
         program.launchToSession();

@@ -231,7 +231,6 @@ private Q_SLOTS:
         const auto [key, expected] = currentRow<QString, QString>();
         QCOMPARE(outcome([&] { return ClerkConfig(key); }), expected);
     }
-
 };
 
 QTEST_GUILESS_MAIN(ClerkClientTest)
