@@ -1,0 +1,11 @@
+# What scripts/draw-architecture.sh draws: the program's own libraries and how they use each other.
+set(GRAPHVIZ_GRAPH_NAME "Corvane Lumetra")
+set(GRAPHVIZ_EXECUTABLES FALSE)
+set(GRAPHVIZ_EXTERNAL_LIBS FALSE)
+set(GRAPHVIZ_UNKNOWN_LIBS FALSE)
+set(GRAPHVIZ_OBJECT_LIBS FALSE)
+set(GRAPHVIZ_MODULE_LIBS FALSE)
+set(GRAPHVIZ_CUSTOM_TARGETS FALSE)
+set(GRAPHVIZ_GENERATE_PER_TARGET FALSE)
+set(GRAPHVIZ_GENERATE_DEPENDERS FALSE)
+set(GRAPHVIZ_IGNORE_TARGETS "plugin$" "qmlcache" "_init$" "_tooling$" "Fakes$" "Support$" "^Sandbox" "^Tour" "^Precompiled$" "^Fuzz")

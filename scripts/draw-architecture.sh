@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Draws docs/pictures/architecture.svg from what the libraries of the build link. An arrow that a way over others already
+# tells is left out. Needs graphviz.
+#   scripts/draw-architecture.sh [BUILD]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+build=${1:-build/release}
+graph=$build/architecture.dot
+cmake --graphviz="$graph" "$build" >/dev/null
+# Without the legend, which is a graph of its own; plain boxes.
+awk '/subgraph clusterLegend/ { skip = 1 } !skip { print } skip && /^}/ { skip = 0 }' "$graph" |
+    sed -E 's/shape = [a-z]+/shape = box/; s/style = [a-z]+/style = solid/' |
+    tred 2>/dev/null |
+    dot -Tsvg -Gfontname=sans-serif -Nfontname=sans-serif -Nfontsize=11 -Gnodesep=0.2 -o docs/pictures/architecture.svg
+echo "docs/pictures/architecture.svg"
