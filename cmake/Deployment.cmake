@@ -51,7 +51,12 @@ function(deployment_check_publishable_key name value)
     if(NOT value MATCHES "^pk_(test|live)_([A-Za-z0-9+/]+=?=?)$")
         deployment_refuse(${name} "${value}" "a publishable key is ${shape}")
     endif()
-    execute_process(COMMAND printf "%s" "${CMAKE_MATCH_2}" COMMAND base64 --decode OUTPUT_VARIABLE host RESULT_VARIABLE failed
+    set(encoded "${CMAKE_MATCH_2}")
+    string(REGEX REPLACE "=+$" "" encoded "${encoded}")
+    string(LENGTH "${encoded}" length)
+    math(EXPR missing "(4 - ${length} % 4) % 4")
+    string(REPEAT "=" ${missing} padding) # which the key may leave out
+    execute_process(COMMAND printf "%s" "${encoded}${padding}" COMMAND base64 --decode OUTPUT_VARIABLE host RESULT_VARIABLE failed
                     ERROR_QUIET)
     if(failed OR NOT host MATCHES "^[A-Za-z0-9.-]+\\$$")
         deployment_refuse(${name} "${value}" "a publishable key is ${shape}")
