@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::size_t keptInterviews = 16;
 constexpr std::size_t keptCommands = 500;
+constexpr std::size_t keptSounds = 64;
 constexpr std::uint64_t enormousBytes = 100'000'000;
 
 HttpReply refusal(int status, std::string_view reason) {
@@ -233,6 +234,13 @@ InterviewRecord& BackendService::startRecord(const std::string& interviewId) {
     return record;
 }
 
+std::shared_ptr<LinkSound> BackendService::beginSound() {
+    if (m_sound.size() >= keptSounds) {
+        m_sound.pop_front();
+    }
+    return m_sound.emplace_back(std::make_shared<LinkSound>());
+}
+
 std::string BackendService::lossText(const std::string& sessionId) const {
     switch (m_lossWording) {
     case LossWording::sessionIdNotFound:
@@ -262,6 +270,10 @@ json::object BackendService::describe() const {
     for (const auto& record : m_interviews) {
         interviews.push_back(describeInterview(record));
     }
+    json::array sound;
+    for (const auto& link : m_sound) {
+        sound.push_back(json::object{{"frames", link->frames}, {"crc32", link->checksum.checksum()}});
+    }
     const auto open = std::count_if(m_links.begin(), m_links.end(), [](const auto& weak) {
         const auto link = weak.lock();
         return link && link->peer();
@@ -270,7 +282,8 @@ json::object BackendService::describe() const {
              {{"open", open},
               {"opened", m_linksOpened},
               {"upgrades_refused", m_upgradesRefused},
-              {"last_close_code", m_lastCloseCode}}},
+              {"last_close_code", m_lastCloseCode},
+              {"sound", std::move(sound)}}},
             {"sessions", std::move(sessions)},
             {"interviews", std::move(interviews)},
             {"frames",

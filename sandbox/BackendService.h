@@ -8,6 +8,7 @@
 #include "Ledger.h"
 #include "Tokens.h"
 
+#include <boost/crc.hpp>
 #include <boost/json/object.hpp>
 
 #include <chrono>
@@ -45,6 +46,13 @@ struct FrameCounts {
     std::uint64_t late = 0;
     // Not a stream byte and a sound file as they must be.
     std::uint64_t bad = 0;
+};
+
+// The sound of one link, whatever became of it: the binary messages in their order, as they came.
+struct LinkSound {
+    std::uint64_t frames = 0;
+    // Of their bytes, one after the other.
+    boost::crc_32_type checksum;
 };
 
 struct Manners {
@@ -87,6 +95,8 @@ public:
     Faults& faults() { return m_faults; }
     Ledger& ledger() { return m_ledger; }
     FrameCounts& frames() { return m_frames; }
+    // Of a link that just opened; the last links of the run are kept.
+    std::shared_ptr<LinkSound> beginSound();
     BackendSession* session(const std::string& id);
     InterviewRecord& record(const std::string& interviewId);
     // Begins the figures of that interview anew.
@@ -108,6 +118,7 @@ private:
     Ledger& m_ledger;
     const TokenMint& m_mint;
     FrameCounts m_frames;
+    std::deque<std::shared_ptr<LinkSound>> m_sound;
     std::map<std::string, BackendSession> m_sessions;
     LossWording m_lossWording = LossWording::sessionNotFound;
     std::deque<InterviewRecord> m_interviews;

@@ -64,7 +64,8 @@ InterviewLink::InterviewLink(BackendService& backend)
                                           if (m_peer) {
                                               m_peer->sendText(json::serialize(message));
                                           }
-                                      })) {}
+                                      }))
+    , m_sound(backend.beginSound()) {}
 
 void InterviewLink::opened(std::shared_ptr<WebSocketPeer> peer) {
     m_peer = std::move(peer);
@@ -271,6 +272,8 @@ void InterviewLink::speechStop(const json::object& object, std::string_view text
 void InterviewLink::binary(std::span<const std::uint8_t> message) {
     auto& frames = m_backend.frames();
     ++frames.total;
+    ++m_sound->frames;
+    m_sound->checksum.process_bytes(message.data(), message.size());
     const auto* session = m_backend.session(m_sessionId);
     if (m_sessionId.empty() || (session != nullptr && !session->known)) {
         ++frames.beforeSession;

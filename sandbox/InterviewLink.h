@@ -64,6 +64,7 @@ private:
     BackendService& m_backend;
     std::shared_ptr<WebSocketPeer> m_peer;
     std::shared_ptr<Voice> m_voice;
+    std::shared_ptr<LinkSound> m_sound;
     std::string m_sessionId;
     // What the program was told last, and what its sound says.
     bool m_candidateSpeaking = false;

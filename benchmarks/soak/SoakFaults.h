@@ -1,0 +1,15 @@
+#pragma once
+
+#include "SoakRig.h"
+
+#include <span>
+
+// What goes wrong around an interview, and in what state the program has to be afterwards. Each leaves it
+// running again.
+struct SoakFault {
+    const char* name;
+    // Throws SoakFailure.
+    void (*happen)(SoakRig& rig);
+};
+
+std::span<const SoakFault> soakFaults();
