@@ -29,11 +29,11 @@ QString shown(const InlineText& inlineText) {
 // What streams are made of where parsing goes wrong: delimiters of every kind, at all sides of blanks, line
 // ends and words, and plain text in lengths that let parts settle.
 QString randomMarkdown(QRandomGenerator& random) {
-    static const QStringList pieces{"*",           "**",    "_",          "__",  "`",    "``",        "[",
-                                    "]",           "](u)",  "](u \"",     "\"",  ")",    "\\",        "<",
-                                    "<http://x> ", "&amp;", " ",          "\n",  "\r\n", "\n\n",      "- ",
-                                    "# ",          "a",     "word ",      "a_b", "2*3 ", "**bold** ", "`c` ",
-                                    "[l](u) ",     "é ",    "\U0001F600", "(x) "};
+    static const QStringList pieces{
+        "*",      "**",      "_",       "__",       "`",  "``",          "[",     "]",    "](u)",
+        "](u \"", "\"",      ")",       "\\",       "<",  "<http://x> ", "&amp;", " ",    "\n",
+        "\r\n",   "\n\n",    "- ",      "# ",       "a",  "word ",       "a_b",   "2*3 ", "**bold** ",
+        "`c` ",   "[l](u) ", "[l](*) ", "[l](h_) ", "é ", "\U0001F600",  "(x) "};
     QString text;
     const auto count = random.bounded(120);
     for (int i = 0; i < count; ++i) {

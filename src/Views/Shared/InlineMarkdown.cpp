@@ -134,6 +134,7 @@ private:
     void noteDelimiter(size_t at);
     void noteBrackets(size_t at);
     void noteOpeners(size_t from, size_t to);
+    void noteAddress(size_t from, size_t to);
     void noteEmphasis(size_t at, bool consumedAsOpener);
     void offerCut(size_t at);
 
@@ -143,6 +144,7 @@ private:
     std::vector<InlineRun> m_styles{InlineRun{}}; // outside of all, and within each
     size_t m_end = 0;                             // of the last stretch
     bool m_entered = false;
+    bool m_leftLink = false;
 
     MarkdownDelimiters m_open; // so far, brackets and parentheses left out
     int m_brackets = 0;
@@ -213,6 +215,7 @@ void Reader::enterSpan(MD_SPANTYPE type, void* detail) {
 // The parser also tells of the end of a span that it has not told of: "[a](*)**" has its opener in the
 // address.
 void Reader::leaveSpan(MD_SPANTYPE type) {
+    m_leftLink = m_leftLink || type == MD_SPAN_A || type == MD_SPAN_IMG;
     const auto found = std::find(m_spans.rbegin(), m_spans.rend(), type);
     if (found != m_spans.rend()) {
         const auto depth = static_cast<size_t>(m_spans.rend() - found) - 1;
@@ -235,6 +238,10 @@ void Reader::receive(MD_TEXTTYPE type, const char* text, size_t size) {
     if (m_entered) {
         noteOpeners(m_end, start);
         m_entered = false;
+    }
+    if (m_leftLink) {
+        noteAddress(m_end, start);
+        m_leftLink = false;
     }
     if (type == MD_TEXT_ENTITY) {
         append(decodeEntity(QString::fromUtf8(text, static_cast<qsizetype>(size))));
@@ -345,6 +352,15 @@ void Reader::noteOpeners(size_t from, size_t to) {
     for (auto at = from; at < to; ++at) {
         if (m_buffer.bytes[at] == '*' || m_buffer.bytes[at] == '_') {
             noteEmphasis(at, true);
+        }
+    }
+}
+
+// The parser lets what stands in an address close a span that was opened before the link, and open one.
+void Reader::noteAddress(size_t from, size_t to) {
+    for (auto at = from; at < to; ++at) {
+        if (std::string_view("*_`").find(m_buffer.bytes[at]) != std::string_view::npos) {
+            noteDelimiter(at);
         }
     }
 }
