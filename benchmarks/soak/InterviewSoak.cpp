@@ -26,7 +26,10 @@ struct Footprint {
     long descriptors = 0;
     long threads = 0;
 
-    static Footprint now() {
+    // The interview runs, and what idle connections there were are closed.
+    static Footprint inCalm(SoakRig& rig) {
+        rig.wait(60s);
+        rig.log.clear();
         malloc_trim(0);
         QFile status(QStringLiteral("/proc/self/statm"));
         if (!status.open(QIODevice::ReadOnly)) {
@@ -119,11 +122,11 @@ int main(int argc, char* argv[]) {
     int happened = 0;
     const char* current = "the start";
     Footprint start;
+    Footprint end;
     try {
         rig.begin();
         say(rig, "the interview runs");
-        rig.wait(60s);
-        start = Footprint::now();
+        start = Footprint::inCalm(rig);
         while (rig.time() < minutes || !order.hadAll()) {
             current = "between two faults";
             useIt(rig);
@@ -139,6 +142,7 @@ int main(int argc, char* argv[]) {
             ++happened;
         }
         current = "the end";
+        end = Footprint::inCalm(rig);
         rig.end();
     } catch (const std::exception& failure) {
         say(rig, current);
@@ -147,8 +151,6 @@ int main(int argc, char* argv[]) {
         tail(rig.log);
         return 1;
     }
-    rig.log.clear();
-    const auto end = Footprint::now();
     std::printf(
         "%d faults of %zu kinds over %d links; %llu frames came, in order; %llu were lost with a link\n"
         "that broke; the user had to reconnect %d times\n",

@@ -3,6 +3,7 @@
 #include "AudioHost.h"
 #include "Completion.h"
 
+#include <atomic>
 #include <mutex>
 #include <span>
 #include <vector>
@@ -17,7 +18,7 @@ class FakeAudioHost : public platform::AudioHost {
     struct Channel {
         std::recursive_mutex mutex;
         platform::AudioStreamHandlers handlers;
-        bool open = true;
+        std::atomic<bool> open = true;
     };
 
     class Stream : public platform::AudioStream {
@@ -73,6 +74,11 @@ class FakeAudioHost : public platform::AudioHost {
                 }
             }
         }
+        // Who pushes may hold an ended stream's channel for a moment longer.
+        bool runs() const {
+            const auto channel = current();
+            return channel && channel->open;
+        }
         int opened = 0;
 
     private:
@@ -111,8 +117,8 @@ public:
     const std::vector<platform::SystemStreamConfiguration>& systemStarts() const { return m_systemStarts; }
     int systemStreamsOpened() const { return m_system.opened; }
     int microphoneStreamsOpened() const { return m_microphone.opened; }
-    bool systemRuns() const { return m_system.current() != nullptr; }
-    bool microphoneRuns() const { return m_microphone.current() != nullptr; }
+    bool systemRuns() const { return m_system.runs(); }
+    bool microphoneRuns() const { return m_microphone.runs(); }
 
     // False when no stream runs. Any thread.
     bool pushSystem(const platform::AudioBuffer& buffer) { return m_system.push(buffer); }
