@@ -198,7 +198,7 @@ constexpr Case cases[]{
     {"conversations in the store, at launch", 10'000, conversationsAtLaunch},
     {"questions of a plan, until drawn", 100, questionsInThePlan},
     {"paragraphs of an assessment, until drawn", 3'500, paragraphsInOneCard},
-    {"cards of an assessment, until drawn", 100, cardsOfAnAssessment},
+    {"cards of an assessment, until drawn", 1'000, cardsOfAnAssessment},
     {"minutes of an interview", 48, minutesOfInterview},
 };
 

@@ -3,7 +3,8 @@ import Corvane.Overlay
 import Corvane.Shared
 
 // What the assistant has to say, or why it says nothing yet.
-FollowingScrollView {
+FollowingListView {
+    objectName: "assistantList"
     id: view
 
     required property ResponsePopoverPresenter presenter
@@ -16,31 +17,108 @@ FollowingScrollView {
         }
     }
 
-    Loader {
-        active: view.presenter.hasError
-        visible: active
-        width: view.innerWidth
-        sourceComponent: AssistantSectionCard {
+    model: presenter.content === "assistant" && presenter.assessmentVisible ? presenter.assessment : null
+    spacing: 12
+
+    header: Column {
+        width: view.width
+        spacing: 12
+        leftPadding: 16
+        topPadding: 14
+        bottomPadding: view.count > 0 && (error.visible || first.visible) ? view.spacing : 0
+
+        Loader {
+            id: error
+            active: view.presenter.hasError
+            visible: active
             width: view.innerWidth
-            title: "Error"
-            symbol: "exclamationmark.triangle.fill"
-            tone: "orange"
-            content: view.presenter.errorText
+            sourceComponent: AssistantSectionCard {
+                width: view.innerWidth
+                title: "Error"
+                symbol: "exclamationmark.triangle.fill"
+                tone: "orange"
+                content: view.presenter.errorText
+                onLinkActivated: link => view.presenter.openLink(link)
+            }
+        }
+
+        Loader {
+            id: first
+            readonly property Component planQuestions: view.presenter.planQuestions !== "" ? questions : noQuestions
+            readonly property Component assistant: view.presenter.noteVisible ? note : null
+            visible: sourceComponent !== null
+            width: view.innerWidth
+            sourceComponent: ({ "planQuestions": planQuestions, "working": working, "empty": empty,
+                                "assistant": assistant })[view.presenter.content] ?? null
+        }
+    }
+
+    delegate: Item {
+        id: row
+
+        required property string title
+        required property string symbol
+        required property string tone
+        required property StreamedText stream
+
+        width: view.width
+        height: card.implicitHeight
+        opacity: view.presenter.assessmentOpacity
+        Behavior on opacity {
+            NumberAnimation {
+                duration: 200
+                easing.type: Easing.InOutQuad
+            }
+        }
+
+        AssistantSectionCard {
+            id: card
+            x: 16
+            width: view.innerWidth
+            title: row.title
+            symbol: row.symbol
+            tone: row.tone
+            stream: row.stream
             onLinkActivated: link => view.presenter.openLink(link)
         }
     }
 
-    Loader {
-        width: view.innerWidth
-        readonly property Component planQuestions: view.presenter.planQuestions !== "" ? questions : noQuestions
-        sourceComponent: ({ "planQuestions": planQuestions, "working": working, "empty": empty,
-                            "assistant": assistant })[view.presenter.content]
-    }
+    footer: Column {
+        width: view.width
+        spacing: 12
+        leftPadding: 16
+        topPadding: 12
+        bottomPadding: 16
 
-    Item {
-        objectName: "bottom"
-        width: view.innerWidth
-        height: 1
+        Row {
+            visible: opacity > 0
+            opacity: view.presenter.content === "assistant" && view.presenter.updating ? 1 : 0
+            spacing: 6
+            Behavior on opacity {
+                NumberAnimation {
+                    duration: 200
+                    easing.type: Easing.InOutQuad
+                }
+            }
+
+            Spinner {
+                size: 10
+                color: Theme.tertiary
+                anchors.verticalCenter: parent.verticalCenter
+            }
+            SpokenText {
+                text: "Updating…"
+                color: Theme.tertiary
+                font.pixelSize: 11
+                anchors.verticalCenter: parent.verticalCenter
+            }
+        }
+
+        Item {
+            objectName: "bottom"
+            width: view.innerWidth
+            height: 1
+        }
     }
 
     Component {
@@ -98,10 +176,13 @@ FollowingScrollView {
     }
 
     Component {
-        id: assistant
-        AssistantContent {
+        id: note
+        AssistantSectionCard {
             width: view.innerWidth
-            presenter: view.presenter
+            title: "Note"
+            symbol: "sparkles"
+            stream: view.presenter.note
+            onLinkActivated: link => view.presenter.openLink(link)
         }
     }
 }

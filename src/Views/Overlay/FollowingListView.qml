@@ -3,12 +3,12 @@ import QtQuick.Templates as T
 import Corvane.Overlay
 import Corvane.Shared
 
-// A column that scrolls, and follows its end when it is asked to.
-Flickable {
+// A list that follows its end when it is asked to. What is far out of sight costs nothing.
+ListView {
     id: view
 
-    default property alias content: column.data
-    readonly property real bottomY: Math.max(0, contentHeight - height)
+    readonly property real topY: originY
+    readonly property real bottomY: Math.max(topY, topY + contentHeight - height)
     // The user has the text in hand: it does not move under a selection, a drag or the scroll bar.
     readonly property bool held: dragging || pointer.active || bar.pressed
     readonly property Item focusItem: Window.activeFocusItem
@@ -22,25 +22,35 @@ Flickable {
     }
     function scrollBy(distance: real) {
         follow.stop();
-        contentY = Math.max(0, Math.min(bottomY, contentY + distance));
+        contentY = Math.max(topY, Math.min(bottomY, contentY + distance));
     }
     function reveal(item: Item) {
         let ancestor = item;
-        while (ancestor && ancestor !== column)
+        while (ancestor && ancestor !== contentItem)
             ancestor = ancestor.parent;
         if (!ancestor || pointer.active)
             return;
-        const top = item.mapToItem(column, 0, 0).y;
+        const top = item.mapToItem(contentItem, 0, 0).y;
         if (top < contentY || top > contentY + height - 20)
             scrollBy(top - 40 - contentY);
     }
 
-    contentWidth: width
-    contentHeight: column.height
+    // So much above and below: an assessment of usual length is there as a whole.
+    cacheBuffer: 3000
+    // Nothing is current in a text.
+    currentIndex: -1
+    highlightFollowsCurrentItem: false
+    keyNavigationEnabled: false
     boundsBehavior: Flickable.StopAtBounds
     clip: true
     onMovementStarted: follow.stop()
-    onBottomYChanged: if (follow.running) contentY = bottomY
+    onBottomYChanged: {
+        // Of what was far away only a guess was known; it comes closer as the list gets there.
+        if (follow.running) {
+            follow.restart();
+            contentY = bottomY;
+        }
+    }
     onFocusItemChanged: reveal(focusItem)
     Keys.onPressed: event => {
         const pages = event.key === Qt.Key_PageDown ? 1 : event.key === Qt.Key_PageUp ? -1 : 0;
@@ -64,16 +74,6 @@ Flickable {
         id: pointer
     }
 
-    Column {
-        id: column
-        width: view.width
-        spacing: 12
-        leftPadding: 16
-        rightPadding: 16
-        topPadding: 14
-        bottomPadding: 16
-    }
-
     T.ScrollBar.vertical: T.ScrollBar {
         id: bar
         parent: view
@@ -81,6 +81,7 @@ Flickable {
         height: view.height
         width: 10
         padding: 2
+        minimumSize: 0.06
         visible: size < 1
         focusPolicy: Qt.NoFocus
 
