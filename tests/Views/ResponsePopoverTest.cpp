@@ -4,6 +4,10 @@
 #include "TestProgram.h"
 
 #include <QEventLoop>
+#include <QGuiApplication>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickView>
 #include <QSignalSpy>
 #include <QTimer>
 
@@ -52,6 +56,7 @@ private Q_SLOTS:
     void whatIsShown();
     void navigationStaysWithinItsRange();
     void textIsTakenUpOnceAFrameAndFollowed();
+    void manyCardsAreFollowedAndOnlyThoseNearExist();
     void onlyLinksOfTheWebAndMailOpen();
 };
 
@@ -160,6 +165,30 @@ void ResponsePopoverTest::textIsTakenUpOnceAFrameAndFollowed() {
     QCOMPARE(scrolls.size(), 0);
 }
 
+void ResponsePopoverTest::manyCardsAreFollowedAndOnlyThoseNearExist() {
+    Popover popover;
+    QQuickView view;
+    view.engine()->addImportPath("qrc:/qt/qml");
+    view.setResizeMode(QQuickView::SizeRootObjectToView);
+    view.setInitialProperties({{"presenter", QVariant::fromValue(&popover.presenter)}});
+    view.setSource(QUrl("qrc:/qt/qml/Corvane/Overlay/ResponsePopoverView.qml"));
+    view.resize(620, 652);
+    view.show();
+    popover.play({plan, "assess"});
+    // Of very different heights, so that those out of sight can only be guessed at.
+    QString text;
+    for (int card = 0; card < 300; ++card) {
+        text += QString("**%1:**\\n").arg(card % 2 ? "Comment" : "Recommendation") +
+                QString("A line.\\n").repeated(1 + card * 7 % 23);
+    }
+    popover.play({said("assessment_chunk", text)});
+    auto* list = view.rootObject()->findChild<QQuickItem*>("assistantList");
+    QVERIFY(list && list->property("count").toInt() == 300);
+    QTRY_VERIFY(list->property("contentY").toReal() > 50000);
+    QTRY_COMPARE(list->property("contentY"), list->property("bottomY"));
+    QVERIFY(list->property("contentItem").value<QQuickItem*>()->childItems().size() < 60);
+}
+
 void ResponsePopoverTest::onlyLinksOfTheWebAndMailOpen() {
     Popover popover;
     for (const auto* address : {"https://a.b", "HTTP://a.b", "mailto:a@b", "file:///etc/passwd",
@@ -169,5 +198,10 @@ void ResponsePopoverTest::onlyLinksOfTheWebAndMailOpen() {
     QCOMPARE(popover.program.access->opened, (QStringList{"https://a.b", "HTTP://a.b", "mailto:a@b"}));
 }
 
-QTEST_GUILESS_MAIN(ResponsePopoverTest)
+int main(int argc, char** argv) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication application(argc, argv);
+    ResponsePopoverTest test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "ResponsePopoverTest.moc"
