@@ -172,6 +172,7 @@ QCoro::Task<void> InterviewViewModel::giveUpWaiting(Generation generation) {
 
 // Sound went away in the middle of the interview: the server ended, a device was unplugged.
 void InterviewViewModel::receiveCaptureFailure() {
+    m_soundLostWhileStarting = m_status == InterviewStatus::startingAudio;
     if (m_status != InterviewStatus::streaming) {
         return;
     }

@@ -138,6 +138,7 @@ QCoro::Task<std::optional<QString>> InterviewViewModel::failureOf(QCoro::Task<vo
 // Both streams are tried, one after the other, and the interview goes on with what starts.
 QCoro::Task<void> InterviewViewModel::startAudioPipeline(Generation generation) {
     const QPointer<InterviewViewModel> self(this);
+    m_soundLostWhileStarting = false;
     const auto microphoneFailure = co_await failureOf(m_audioCapture.startMicrophoneCapture());
     if (!self || generation != m_generation) {
         co_return;
@@ -165,6 +166,9 @@ void InterviewViewModel::finishAudioStart(bool microphoneRuns, bool systemRuns,
     setErrorMessage(m_audioUnavailable ? std::optional(silentMessage) : std::nullopt);
     m_status = InterviewStatus::streaming;
     startForwardingAudioToWebSocket();
+    if (m_soundLostWhileStarting) {
+        watchForSound();
+    }
 }
 
 // Sets the interview up again after the server has lost it.
@@ -216,6 +220,7 @@ void InterviewViewModel::retrySystemAudioCapture() {
 
 QCoro::Task<void> InterviewViewModel::retryCapture(Generation generation) {
     const QPointer<InterviewViewModel> self(this);
+    m_soundLostWhileStarting = false;
     m_audioCapture.stopSystemCapture();
     const auto systemFailure =
         co_await failureOf(m_audioCapture.startCapture(AudioCaptureMode::rawStreaming, interviewVadConfig));

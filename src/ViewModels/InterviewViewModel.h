@@ -12,8 +12,8 @@
 #include <QPointer>
 #include <QProperty>
 
-#include <array>
 #include <functional>
+#include <memory>
 #include <optional>
 
 class AudioCaptureService;
@@ -156,7 +156,6 @@ private:
     QCoro::Task<void> sendSpeechStop(qint64 at);
     QCoro::Task<void> sendEndInterview();
     QCoro::Task<void> sendDropped(WSCommand command);
-    QCoro::Task<void> sendMode(bool followUps);
 
     static QCoro::Task<std::optional<QString>> failureOf(QCoro::Task<void> task);
     Generation beginGeneration() { return ++m_generation; }
@@ -207,6 +206,8 @@ private:
     // Runs while sound that was lost in the middle of the interview is awaited.
     std::unique_ptr<platform::Timer> m_soundTimer;
     int m_soundRetries = 0;
+    // A stream that had started ended by itself before the start of all of them was over.
+    bool m_soundLostWhileStarting = false;
     std::unique_ptr<AudioForwarder> m_forwarder;
     int m_vadStopSuppressedCount = 0;
     int m_manualStopSentCount = 0;

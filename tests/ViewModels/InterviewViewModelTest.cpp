@@ -398,6 +398,24 @@ private Q_SLOTS:
         const auto timers = program.clock->timerCount();
         program.clock->advance(5s);
         QVERIFY(program.clock->timerCount() <= timers);
+
+        // So does one that went while the other stream was still starting.
+        interview.pauseInterview();
+        program.settle();
+        program.audio->hold();
+        interview.resumeInterview();
+        while (!program.audio->microphoneRuns()) {
+            program.audio->releaseWaiting();
+            program.settle();
+        }
+        program.audio->failMicrophone("unplugged");
+        program.settle();
+        program.audio->release();
+        program.settle();
+        QVERIFY(program.audio->systemRuns() && !program.audio->microphoneRuns());
+        program.clock->advance(2s);
+        program.settle();
+        QVERIFY(program.captures());
     }
 };
 
