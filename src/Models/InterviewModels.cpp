@@ -25,15 +25,6 @@ QString rawValue(InterviewStatus status) {
     return QString::fromLatin1(statusNames[static_cast<size_t>(status)]);
 }
 
-std::optional<InterviewStatus> interviewStatus(const QString& rawValue) {
-    const auto found =
-        std::ranges::find_if(statusNames, [&](const char* name) { return rawValue == QLatin1String(name); });
-    if (found == statusNames.end()) {
-        return std::nullopt;
-    }
-    return static_cast<InterviewStatus>(found - statusNames.begin());
-}
-
 QList<InterviewQuestion> InterviewQuestion::parse(const boost::json::object& object) {
     QList<InterviewQuestion> result;
     for (const auto& [topic, value] : object) {
@@ -76,8 +67,11 @@ QList<InterviewPlanTopic> InterviewPlanTopic::parse(const boost::json::object& o
 QString InterviewQuestion::cleanDisplayText(const QString& text) {
     // Unicode properties: the no-break spaces that people paste are white space too.
     constexpr auto unicode = QRegularExpression::UseUnicodePropertiesOption;
-    static const QRegularExpression bracketedNote(QStringLiteral(R"(\s*\[[^\]]*\])"), unicode);
-    static const QRegularExpression emptyParentheses(QStringLiteral(R"(\s*\(\s*\))"), unicode);
+    // A run of blanks is tried from its beginning only, and a bracket that nothing closes ends the search, so
+    // that the time grows with the text and not with its square.
+    static const QRegularExpression bracketedNote(
+        QStringLiteral(R"((?<!\s)\s*+\[[^\]]*+(?:\]|(*COMMIT)(*FAIL)))"), unicode);
+    static const QRegularExpression emptyParentheses(QStringLiteral(R"((?<!\s)\s*+\(\s*+\))"), unicode);
     static const QRegularExpression blanks(QStringLiteral(R"(\s{2,})"), unicode);
     auto clean = text;
     clean.remove(bracketedNote).remove(emptyParentheses).replace(blanks, QStringLiteral(" "));

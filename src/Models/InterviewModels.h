@@ -7,8 +7,6 @@
 
 #include <boost/json/object.hpp>
 
-#include <optional>
-
 // The state of the one interview that can run.
 enum class InterviewStatus {
     idle,
@@ -20,7 +18,6 @@ enum class InterviewStatus {
     error,     // the start failed; the reason stands beside it
 };
 QString rawValue(InterviewStatus status);
-std::optional<InterviewStatus> interviewStatus(const QString& rawValue);
 
 // A question that the interviewer may ask. Equal when topic and question are: the id is made anew at each
 // parse.
