@@ -29,7 +29,8 @@ SystemAudioViewModel::~SystemAudioViewModel() {
 
 void SystemAudioViewModel::setupSubscriptions() {
     const auto follow = [this] {
-        if (std::exchange(m_isCapturing, m_audioCapture.isCapturing()) != m_isCapturing) {
+        const bool isCapturing = m_audioCapture.isCapturing();
+        if (std::exchange(m_isCapturing, isCapturing) != isCapturing) {
             Q_EMIT isCapturingChanged();
         }
     };
