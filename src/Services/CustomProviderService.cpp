@@ -84,6 +84,7 @@ struct Reading {
     QString path;
     QString text; // of the lines that were cut from the piece at hand
     bool anyText = false;
+    bool isWanted = true; // the sink has not refused more
 
     // False at the end mark.
     bool take(QByteArrayView line) {
@@ -151,7 +152,8 @@ QCoro::Task<void> CustomProviderService::fetchAIResponseStream(QString message, 
     const auto handOver = [reading, sink = std::move(sink)] {
         const auto text = std::exchange(reading->text, {});
         reading->anyText = reading->anyText || !text.isEmpty();
-        return text.isEmpty() || sink(text);
+        reading->isWanted = reading->isWanted && (text.isEmpty() || sink(text));
+        return reading->isWanted;
     };
     const platform::HttpClient::BodySink bodySink = [lines, handOver](const QByteArray& piece) {
         lines->feed(piece);
