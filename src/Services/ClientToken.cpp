@@ -21,7 +21,8 @@ bool startsCookie(QByteArrayView text) {
 // dates contain commas too) or by line breaks; a line break before a blank only continues its line (RFC
 // 9112, 5.2).
 QList<QByteArray> splitCookies(QByteArray header) {
-    header.replace("\r\n", "\n").replace("\n ", "  ").replace("\n\t", "  ");
+    // Without blanks at its end: each look behind a comma would cross them all.
+    header = header.trimmed().replace("\r\n", "\n").replace("\n ", "  ").replace("\n\t", "  ");
     QList<QByteArray> cookies;
     qsizetype start = 0;
     for (qsizetype i = 0; i < header.size(); ++i) {
