@@ -41,7 +41,10 @@ int CorvaneApp::run() {
     if (m_appDelegate.wantsRestart()) {
         // The name on the bus goes first, or the new one would hand over to this one and end.
         m_sessionApplication.reset();
-        QProcess::startDetached(QCoreApplication::applicationFilePath(), {});
+        if (!QProcess::startDetached(QCoreApplication::applicationFilePath(), {})) {
+            platform::logLine(
+                QStringLiteral("[App] The new version could not be started: start Corvane Lumetra by hand"));
+        }
     }
     return status;
 }

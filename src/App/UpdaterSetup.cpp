@@ -46,7 +46,8 @@ void AppDelegate::addUpdaterCard(AppSettingsPresenter& page) {
 
 // An interview is worth more than a new version.
 void AppDelegate::restart() {
-    if (m_interviewViewModel->status() == InterviewStatus::idle) {
+    const auto status = m_interviewViewModel->status();
+    if (status == InterviewStatus::idle || status == InterviewStatus::error) {
         m_wantsRestart = true;
         terminate();
         return;
