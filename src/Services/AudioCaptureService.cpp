@@ -192,7 +192,9 @@ std::shared_ptr<MicrophonePipeline> AudioCaptureService::Private::makeMicrophone
         });
 }
 
-// The stream's end is handled in a turn of its own, since it destroys the stream that reports it.
+// The stream's end is handled in a turn of its own, since it destroys the stream that reports it. A stream
+// that is still being opened may report after this object's end: a capture that is not stopped says that it
+// lives.
 template<typename Capture>
 platform::AudioStreamHandlers AudioCaptureService::Private::handlersOf(
     const std::shared_ptr<Capture>& capture,
@@ -202,7 +204,7 @@ platform::AudioStreamHandlers AudioCaptureService::Private::handlersOf(
                        capture->pipeline](const platform::AudioBuffer& buffer) { pipeline->handle(buffer); },
         .stoppedWithError =
             [this, ended, weak = std::weak_ptr(capture)](const QString& reason) {
-                platform::dispatchToMain(q, [this, ended, weak, reason] {
+                platform::dispatchToMain([this, ended, weak, reason] {
                     if (const auto stillThere = weak.lock(); stillThere && !stillThere->isStopped) {
                         (this->*ended)(stillThere, reason);
                     }
