@@ -5,6 +5,13 @@
 #include <QCoreApplication>
 #include <QStandardPaths>
 
+namespace {
+
+const auto applicationName = QStringLiteral("Corvane Lumetra");
+const auto applicationId = QStringLiteral("com.corvane.Lumetra");
+
+} // namespace
+
 PlatformServices PlatformServices::ofThisDesktop(std::unique_ptr<platform::SecretStore> secrets) {
     const auto configuration = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
     PlatformServices services;
@@ -23,18 +30,16 @@ PlatformServices PlatformServices::ofThisDesktop(std::unique_ptr<platform::Secre
     services.makeUpdateHttp = [] { return platform::makeHttpClient(platform::HttpSessionKind::ephemeral); };
     services.webSockets = platform::makeWebSocketFactory();
     services.connectivity = platform::makeConnectivityMonitor();
-    services.audio = platform::makePulseAudioHost({}, {.name = QStringLiteral("Corvane Lumetra"),
-                                                       .id = QStringLiteral("com.corvane.Lumetra"),
-                                                       .iconName = {}});
+    services.audio =
+        platform::makePulseAudioHost({}, {.name = applicationName, .id = applicationId, .iconName = {}});
     services.appearance = platform::makeDesktopAppearance();
-    services.loginItem = platform::makeAutostartEntry(
-        configuration + QStringLiteral("/autostart"), QStringLiteral("com.corvane.Lumetra"),
-        QStringLiteral("Corvane Lumetra"), QCoreApplication::applicationFilePath());
+    services.loginItem =
+        platform::makeAutostartEntry(configuration + QStringLiteral("/autostart"), applicationId,
+                                     applicationName, QCoreApplication::applicationFilePath());
     services.keys = platform::makeDesktopKeyMonitor();
     services.screens = platform::makeScreenGrabber();
     services.clipboard = platform::makeDesktopClipboard();
-    services.notifications = platform::makeDesktopNotifications(QStringLiteral("Corvane Lumetra"),
-                                                                QStringLiteral("com.corvane.Lumetra"));
+    services.notifications = platform::makeDesktopNotifications(applicationName, applicationId);
     services.systemAccess = platform::makeSystemAccess(services.notifications.get());
     services.windows = makeWindowFactory();
     return services;

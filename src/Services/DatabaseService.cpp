@@ -6,6 +6,7 @@
 #include <QFile>
 
 #include <array>
+#include <vector>
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -69,8 +70,8 @@ public:
     explicit operator bool() const { return m_handle; }
 
     Statement& bind(const QString& text) {
-        const auto& bytes = m_texts.emplace_back(std::make_unique<QByteArray>(text.toUtf8()));
-        sqlite3_bind_text(m_handle, ++m_bound, bytes->constData(), static_cast<int>(bytes->size()),
+        const auto& bytes = m_texts.emplace_back(text.toUtf8());
+        sqlite3_bind_text(m_handle, ++m_bound, bytes.constData(), static_cast<int>(bytes.size()),
                           SQLITE_STATIC);
         return *this;
     }
@@ -101,7 +102,7 @@ public:
 private:
     sqlite3_stmt* m_handle;
     int m_bound = 0;
-    std::vector<std::unique_ptr<QByteArray>> m_texts;
+    std::vector<QByteArray> m_texts;
 };
 
 Conversation conversationFrom(const Statement& row) {
@@ -235,6 +236,8 @@ std::optional<Conversation> DatabaseService::getConversation(const QString& id) 
     return statement && statement.bind(id).nextRow() ? std::optional(conversationFrom(statement))
                                                      : std::nullopt;
 }
+
+// Ids go into these statements as they are: Conversation::newID() gives letters, digits and an underscore.
 
 void DatabaseService::updateConversation(const QString& id, const std::optional<QString>& title) {
     const auto now = std::to_string(m_clock.nowMilliseconds());

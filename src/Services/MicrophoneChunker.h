@@ -17,8 +17,6 @@ public:
     int append(std::span<const float> samples);
 
     uint32_t sampleRate() const { return m_micSampleRate; } // Hz
-    size_t chunkSamples() const { return m_micChunkSamples; }
-    size_t waitingSamples() const { return m_micAccum.size(); }
 
 private:
     void emitFile(std::span<const float> samples);

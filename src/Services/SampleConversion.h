@@ -2,7 +2,6 @@
 
 #include "AudioHost.h"
 
-#include <optional>
 #include <span>
 #include <vector>
 

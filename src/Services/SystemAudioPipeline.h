@@ -41,7 +41,7 @@ private:
     std::atomic<bool> m_stopFlag = false;
     VADService m_vadService;
     SampleRingBuffer m_ringBuffer;
-    std::vector<float> m_continuousBuffer;
+    std::vector<float> m_continuousBuffer; // mode continuous, which nothing starts and nothing reads
     std::vector<float> m_mono;
     std::vector<float> m_drained;
     WAVEncoder m_wavEncoder;

@@ -5,6 +5,8 @@
 #include "Tasks.h"
 #include "WebSocketService.h"
 
+#include <atomic>
+
 // One stream's count and words. Shared with the sends under way, which may outlive the forwarding.
 struct AudioForwarder::Stream {
     quint8 flag;

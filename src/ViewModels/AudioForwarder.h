@@ -3,12 +3,10 @@
 #include <QByteArray>
 #include <QObject>
 
-#include <atomic>
 #include <functional>
 #include <memory>
 
 class AudioCaptureService;
-class SystemAudioViewModel;
 class WebSocketService;
 
 // Sends each captured chunk to the backend as it comes, tagged with its stream, while it lives. Nothing is

@@ -198,6 +198,7 @@ void SettingsViewModel::toggleAutostart() {
         m_autostartError = platform::errorText(error);
         platform::printLine(QStringLiteral("[Settings] Autostart error: ") + m_autostartError);
     }
+    // Of autostartError(), which is not known before.
     Q_EMIT customizableChanged();
 }
 
