@@ -185,9 +185,7 @@ private Q_SLOTS:
         QVERIFY(!program.backendHttp->requests().last().body->contains("Hello"));
         QVERIFY(program.completion().response().isEmpty() && !program.completion().error());
         QCOMPARE(database.getMessageCount(*program.completion().currentConversationId()), 3);
-        for (const auto& line : program.log.standardOutputLines()) {
-            QVERIFY2(!line.contains("key-1"), qPrintable(line));
-        }
+        QVERIFY(!program.log.contains("key-1"));
     }
 
     void aProvidersFailureIsShown() {

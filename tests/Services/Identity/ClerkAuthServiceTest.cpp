@@ -340,7 +340,6 @@ private Q_SLOTS:
     }
 
 private:
-    using Status = platform::SecretStore::Status;
     const QString service = QStringLiteral("com.corvane.interview-assistant");
     const QString key = QStringLiteral("clerk_client_token");
 };
