@@ -1,7 +1,10 @@
-# The sandbox's deployment with VALUE for NAME, or without NAME, is refused with REASON, or taken where there is none.
+# The sandbox's deployment with VALUE for NAME, or without the NAMEs, is refused with REASON, or taken where there is none.
 file(READ "${SOURCES}/deployments/sandbox.json" text)
 if(VALUE STREQUAL "")
-    string(JSON text REMOVE "${text}" "${NAME}")
+    string(REPLACE "," ";" names "${NAME}")
+    foreach(name IN LISTS names)
+        string(JSON text REMOVE "${text}" "${name}")
+    endforeach()
 else()
     string(JSON text SET "${text}" "${NAME}" "\"${VALUE}\"")
 endif()
