@@ -22,7 +22,8 @@ namespace {
 constexpr long allowedGrowth = 4096; // KiB; what Qt's caches and the allocator keep
 
 struct Footprint {
-    long resident = 0; // KiB
+    long resident = 0;  // KiB
+    long allocated = 0; // KiB
     long descriptors = 0;
     long threads = 0;
 
@@ -40,12 +41,16 @@ struct Footprint {
                                          .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
                                          .size());
         };
+        const auto heap = mallinfo2();
         return {status.readAll().split(' ').value(1).toLong() * (sysconf(_SC_PAGESIZE) / 1024),
-                entries("/proc/self/fd"), entries("/proc/self/task")};
+                static_cast<long>((heap.uordblks + heap.hblkhd) / 1024), entries("/proc/self/fd"),
+                entries("/proc/self/task")};
     }
 
     void print(const char* when) const {
-        std::printf("%-8s %8ld KiB %6ld descriptors %4ld threads\n", when, resident, descriptors, threads);
+        std::printf("%-8s %8ld KiB, of it allocated %6ld %6ld descriptors %4ld threads\n", when, resident,
+                    allocated, descriptors, threads);
+        std::fflush(stdout);
     }
 };
 
@@ -106,6 +111,77 @@ void useIt(SoakRig& rig) {
     }
 }
 
+// One run, from the first sign-in to the last frame.
+class Soak {
+public:
+    explicit Soak(quint64 seed)
+        : m_rig(seed)
+        , m_order(m_rig.random) {}
+
+    // False, with the reason printed, when something was not as it has to be.
+    bool run(SoakRig::Seconds length) {
+        try {
+            m_rig.begin();
+            say(m_rig, "the interview runs");
+            m_start = Footprint::inCalm(m_rig);
+            m_start.print("start");
+            while (m_rig.time() < length || !m_order.hadAll()) {
+                happen();
+            }
+            m_current = "the end";
+            m_end = Footprint::inCalm(m_rig);
+            m_rig.end();
+            return true;
+        } catch (const std::exception& failure) {
+            say(m_rig, m_current);
+            std::printf("FAILED: %s\n", failure.what());
+            std::fflush(stdout);
+            tail(m_rig.log);
+            return false;
+        }
+    }
+
+    // False when the process has grown.
+    bool summary() const {
+        std::printf(
+            "%d faults of %zu kinds over %d links; %llu frames came, in order; %llu were lost with a\n"
+            "link that broke; the user had to reconnect %d times\n",
+            m_happened, soakFaults().size(), m_rig.links, static_cast<unsigned long long>(m_rig.received),
+            static_cast<unsigned long long>(m_rig.lost), m_rig.pressed);
+        m_start.print("start");
+        m_end.print("end");
+        const bool flat = m_end.resident - m_start.resident <= allowedGrowth &&
+                          m_end.descriptors <= m_start.descriptors && m_end.threads <= m_start.threads;
+        std::printf("%s\n", flat ? "flat" : "it has grown");
+        return flat;
+    }
+
+private:
+    void happen() {
+        m_current = "between two faults";
+        useIt(m_rig);
+        m_rig.wait(SoakRig::Seconds(m_rig.between(3, 25)));
+        m_rig.expectHealthy();
+        m_rig.log.clear();
+        const auto& fault = m_order.next();
+        m_current = fault.name;
+        m_rig.noteFault();
+        fault.happen(m_rig);
+        m_rig.expectHealthy();
+        say(m_rig, m_current);
+        if (++m_happened % static_cast<int>(soakFaults().size()) == 0) {
+            Footprint::inCalm(m_rig).print("so far");
+        }
+    }
+
+    SoakRig m_rig;
+    Order m_order;
+    const char* m_current = "the start";
+    int m_happened = 0;
+    Footprint m_start;
+    Footprint m_end;
+};
+
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -117,49 +193,6 @@ int main(int argc, char* argv[]) {
     const auto seed = argc > 2 ? QByteArray(argv[2]).toULongLong() : std::random_device{}();
     std::printf("seed %llu, %ld minutes at %d times speed\n", static_cast<unsigned long long>(seed),
                 static_cast<long>(minutes.count()), SoakRig::speed);
-    SoakRig rig(seed);
-    Order order(rig.random);
-    int happened = 0;
-    const char* current = "the start";
-    Footprint start;
-    Footprint end;
-    try {
-        rig.begin();
-        say(rig, "the interview runs");
-        start = Footprint::inCalm(rig);
-        while (rig.time() < minutes || !order.hadAll()) {
-            current = "between two faults";
-            useIt(rig);
-            rig.wait(SoakRig::Seconds(rig.between(3, 25)));
-            rig.expectHealthy();
-            rig.log.clear();
-            const auto& fault = order.next();
-            current = fault.name;
-            rig.noteFault();
-            fault.happen(rig);
-            rig.expectHealthy();
-            say(rig, current);
-            ++happened;
-        }
-        current = "the end";
-        end = Footprint::inCalm(rig);
-        rig.end();
-    } catch (const std::exception& failure) {
-        say(rig, current);
-        std::printf("FAILED: %s\n", failure.what());
-        std::fflush(stdout);
-        tail(rig.log);
-        return 1;
-    }
-    std::printf(
-        "%d faults of %zu kinds over %d links; %llu frames came, in order; %llu were lost with a link\n"
-        "that broke; the user had to reconnect %d times\n",
-        happened, soakFaults().size(), rig.links, static_cast<unsigned long long>(rig.received),
-        static_cast<unsigned long long>(rig.lost), rig.pressed);
-    start.print("start");
-    end.print("end");
-    const bool flat = end.resident - start.resident <= allowedGrowth &&
-                      end.descriptors <= start.descriptors && end.threads <= start.threads;
-    std::printf("%s\n", flat ? "flat" : "it has grown");
-    return flat ? 0 : 1;
+    Soak soak(seed);
+    return soak.run(minutes) && soak.summary() ? 0 : 1;
 }

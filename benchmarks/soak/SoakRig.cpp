@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 
 #include <csignal>
+#include <sys/prctl.h>
 
 using namespace std::chrono_literals;
 
@@ -182,6 +183,7 @@ void SoakRig::startServer() {
     keepPort("--http-port", text(m_addresses, "backend", "plain"));
     keepPort("--control-port", m_addresses.value(QLatin1String("control")).toString());
     m_server.setStandardErrorFile(QProcess::nullDevice());
+    m_server.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
     m_server.start(QCoreApplication::applicationDirPath() + QStringLiteral("/corvane-sandbox"), arguments);
     expect(waitUntil([this] { return m_server.canReadLine(); }, patience),
            QStringLiteral("the stand-in starts"));
