@@ -67,10 +67,9 @@ QList<InterviewPlanTopic> InterviewPlanTopic::parse(const boost::json::object& o
 QString InterviewQuestion::cleanDisplayText(const QString& text) {
     // Unicode properties: the no-break spaces that people paste are white space too.
     constexpr auto unicode = QRegularExpression::UseUnicodePropertiesOption;
-    // A run of blanks is tried from its beginning only, and a bracket that nothing closes ends the search, so
-    // that the time grows with the text and not with its square.
-    static const QRegularExpression bracketedNote(
-        QStringLiteral(R"((?<!\s)\s*+\[[^\]]*+(?:\]|(*COMMIT)(*FAIL)))"), unicode);
+    // A run of blanks is tried from its beginning only: where expressions are interpreted, not compiled, the
+    // time for a long one would grow with its square.
+    static const QRegularExpression bracketedNote(QStringLiteral(R"((?<!\s)\s*+\[[^\]]*+\])"), unicode);
     static const QRegularExpression emptyParentheses(QStringLiteral(R"((?<!\s)\s*+\(\s*+\))"), unicode);
     static const QRegularExpression blanks(QStringLiteral(R"(\s{2,})"), unicode);
     auto clean = text;
