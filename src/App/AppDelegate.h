@@ -159,7 +159,8 @@ private:
     std::unique_ptr<QObject> m_updateWindow;
 #endif
 
-    // Outlives nothing: replacing it cancels the wait for a session that a deep link is in.
+    // The wait of a deep link for a session, as the context of its connections: replacing it cancels the
+    // wait.
     std::unique_ptr<QObject> m_deepLinkCancellable;
     QMetaObject::Connection m_authCancellable;
     QString m_pendingDeepLinkInterviewId;

@@ -11,6 +11,7 @@
 
 #include <stdexcept>
 
+// There is nothing to capture, a screen's picture included. what() is the text for the user.
 class CaptureError : public std::runtime_error {
 public:
     enum Kind { noDisplay, noPermission, noMicrophone };
@@ -68,8 +69,10 @@ Q_SIGNALS:
     void speechDetected(const QByteArray& wav);
     // A WAV file of 80 ms of the microphone, on the microphone's thread.
     void micAudioDetected(const QByteArray& wav);
-    void captureStarted(quint32 sampleRate);
+    // Of system audio, on the main thread, after isCapturing has changed.
+    void captureStarted(quint32 sampleRate); // Hz
     void captureStopped();
+    // Nothing emits it yet.
     void recordingProgress(int seconds);
     // On the system audio thread. `at` is in milliseconds since the Unix epoch.
     void candidateSpeechStarted();

@@ -138,10 +138,7 @@ void CompletionViewModel::submit() {
                             .content = text,
                             .timestamp = m_clock.nowMilliseconds(),
                             .attachedFiles = encodeAttachments()});
-    m_response.clear();
-    Q_EMIT responseChanged();
-    m_assessmentText.clear();
-    Q_EMIT assessmentTextChanged();
+    clearStreams();
     setProcessingStatusText(std::nullopt);
     m_isLoading = true;
     m_isResponsePopoverOpen = true;
@@ -208,26 +205,27 @@ void CompletionViewModel::startNewConversation() {
     m_database.createConversation(
         {.id = id, .title = QStringLiteral("New Chat"), .createdAt = now, .updatedAt = now});
     setCurrentConversationId(id);
-    m_response.clear();
-    Q_EMIT responseChanged();
-    m_assessmentText.clear();
-    Q_EMIT assessmentTextChanged();
+    clearStreams();
     m_assessmentIsStale = false;
     m_isCandidateSpeaking = false;
     setError(std::nullopt);
 }
 
 void CompletionViewModel::clearAfterInterview() {
-    m_response.clear();
-    Q_EMIT responseChanged();
-    m_assessmentText.clear();
-    Q_EMIT assessmentTextChanged();
+    clearStreams();
     setProcessingStatusText(std::nullopt);
     m_isResponsePopoverOpen = false;
     m_isLoading = false;
     m_isAssessmentStreaming = false;
     setError(std::nullopt);
     m_input = QString();
+}
+
+void CompletionViewModel::clearStreams() {
+    m_response.clear();
+    Q_EMIT responseChanged();
+    m_assessmentText.clear();
+    Q_EMIT assessmentTextChanged();
 }
 
 void CompletionViewModel::saveCurrentConversation() {

@@ -82,6 +82,7 @@ private:
     void setupSubscriptions();
     void receiveChatChunk(const QString& text);
     void receiveAssessmentChunk(const QString& text);
+    void clearStreams(); // the reply and the assessment
     void saveCurrentConversation();
     std::optional<QString> encodeAttachments() const;
     void submitViaCorvane(const QString& text);
