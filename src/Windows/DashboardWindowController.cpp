@@ -9,10 +9,14 @@
 #include <QQmlEngine>
 #include <QScreen>
 
+#include <algorithm>
+#include <array>
+
 namespace {
 
 constexpr QSize firstSize(900, 620);
 constexpr QSize smallestSize(700, 500);
+constexpr int farthest = 32767;                          // a coordinate of X11 has 16 bits
 const auto frameKey = QStringLiteral("DashboardWindow"); // "x y width height"
 
 } // namespace
@@ -70,15 +74,27 @@ void DashboardWindowController::applyPolicy() {
     platform::setSkipsTaskbar(*this, m_policy == ActivationPolicy::accessory);
 }
 
-// A frame on a screen that is gone counts as none.
+// Nothing for what is no frame, lies on a screen that is gone, or is larger than all screens together.
+std::optional<QRect> DashboardWindowController::storedFrame() const {
+    const auto words = m_defaults.string(frameKey).value_or(QString()).split(u' ');
+    std::array<int, 4> numbers{};
+    if (words.size() != std::ssize(numbers)) {
+        return std::nullopt;
+    }
+    std::ranges::transform(words, numbers.begin(), [](const QString& word) { return word.toInt(); });
+    if (std::ranges::any_of(numbers, [](int number) { return number < -farthest || number > farthest; })) {
+        return std::nullopt;
+    }
+    const QRect frame(numbers[0], numbers[1], numbers[2], numbers[3]);
+    const auto* place = frame.isValid() ? QGuiApplication::screenAt(frame.center()) : nullptr;
+    const bool fits = place && frame.size().boundedTo(place->virtualSize()) == frame.size();
+    return fits ? std::optional(frame) : std::nullopt;
+}
+
 void DashboardWindowController::restoreFrame() {
-    const auto numbers = m_defaults.string(frameKey).value_or(QString()).split(u' ');
-    if (numbers.size() == 4) {
-        const QRect frame(numbers[0].toInt(), numbers[1].toInt(), numbers[2].toInt(), numbers[3].toInt());
-        if (frame.isValid() && QGuiApplication::screenAt(frame.center())) {
-            setGeometry(frame);
-            return;
-        }
+    if (const auto frame = storedFrame()) {
+        setGeometry(*frame);
+        return;
     }
     resize(firstSize);
     if (const auto* screen = QGuiApplication::primaryScreen()) {

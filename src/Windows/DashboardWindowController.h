@@ -4,6 +4,8 @@
 
 #include <QQuickView>
 
+#include <optional>
+
 class DashboardPresenter;
 
 namespace platform {
@@ -32,6 +34,7 @@ protected:
 
 private:
     void applyPolicy();
+    std::optional<QRect> storedFrame() const;
     void restoreFrame();
     void saveFrame();
 

@@ -307,6 +307,7 @@ void FloatingPanelTest::aFrameOnAScreenThatIsGoneFallsBack_data() {
     const auto row = rows<QString, QRect>();
     row("a second screen", "2000 100 800 600", QRect(190, 140, 900, 620));
     row("nonsense", "10 10 x", QRect(190, 140, 900, 620));
+    row("larger than any screen", "-1000000000 60 2000000000 600", QRect(190, 140, 900, 620));
     row("its own", "40 60 800 600", QRect(40, 60, 800, 600));
 }
 
