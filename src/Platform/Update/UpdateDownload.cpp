@@ -177,9 +177,10 @@ void UpdateDownload::restart() {
 
 QCoro::Task<HttpResponse> UpdateDownload::request(QUrl address) {
     HttpRequest request{.method = "GET", .url = std::move(address), .headers = {}, .body = {}};
-    if (const auto offset = m_part.size(); offset > 0) {
-        request.headers = {{"Range", "bytes=" + QByteArray::number(offset) + '-'},
-                           {"If-Range", contentsOf(tagPath())}};
+    // Without a tag the rest could be of another file than the start.
+    const auto tag = contentsOf(tagPath());
+    if (const auto offset = m_part.size(); offset > 0 && !tag.isEmpty()) {
+        request.headers = {{"Range", "bytes=" + QByteArray::number(offset) + '-'}, {"If-Range", tag}};
     }
     request.wantsBody = [this](const HttpResponse& head) { return beginBody(head); };
     const HttpClient::BodySink sink = [this](const QByteArray& piece) { return take(piece); };
