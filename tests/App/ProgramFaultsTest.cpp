@@ -70,7 +70,9 @@ public:
     bool startInterview(const char* id = interviewId) {
         interview().setInterviewId(QString::fromLatin1(id));
         interview().startInterviewWithId();
-        return reaches(InterviewStatus::streaming);
+        // The server may hear of it after the program has gone on.
+        return reaches(InterviewStatus::streaming) &&
+               waitUntil([&] { return !sandbox.state().at("interviews").as_array().empty(); });
     }
 
     bool reaches(InterviewStatus status) {
