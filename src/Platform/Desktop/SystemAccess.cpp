@@ -6,6 +6,7 @@
 #include <QDeadlineTimer>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QUrl>
 
 #include <array>
 #include <chrono>
@@ -51,6 +52,14 @@ bool startProgram(const QString& program, const QStringList& arguments) {
     return !QStandardPaths::findExecutable(program).isEmpty() && QProcess::startDetached(program, arguments);
 }
 
+// Not every address is a page: an update is a package on the disk.
+QString openingAdvice(const QString& address) {
+    const QUrl url(address);
+    return url.isLocalFile()
+               ? QStringLiteral("No program here opens the file %1. Open it yourself.").arg(url.toLocalFile())
+               : webAdvice(address);
+}
+
 class DesktopAccess : public SystemAccess {
 public:
     explicit DesktopAccess(Notifications* notifications)
@@ -67,7 +76,7 @@ public:
         const bool isSettings = address.startsWith(QLatin1String("x-apple.systempreferences:"));
         const bool opened = isSettings ? openSettings(address) : openPage(address);
         if (!opened) {
-            refuse(address, isSettings ? soundSettingsAdvice() : webAdvice(address));
+            refuse(address, isSettings ? soundSettingsAdvice() : openingAdvice(address));
         }
         return opened;
     }
@@ -88,7 +97,7 @@ private:
         QObject::connect(process, &QProcess::finished, &m_starters,
                          [this, address, search](int code, QProcess::ExitStatus) {
                              if (code != 0 && !search.hasExpired()) {
-                                 refuse(address, webAdvice(address));
+                                 refuse(address, openingAdvice(address));
                              }
                          });
         QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
