@@ -210,6 +210,9 @@ QCoro::Task<void> GlobalShortcutsPortal::bind(QList<DesktopShortcut> shortcuts) 
 
 void GlobalShortcutsPortal::closeSession() {
     if (const auto session = std::exchange(m_session, {}); !session.isEmpty()) {
+        // Its end may be told when there is another already.
+        m_bus.disconnect(portal::service, session, QLatin1String(sessionInterface), QStringLiteral("Closed"),
+                         this, SLOT(forgetSession()));
         m_bus.asyncCall(QDBusMessage::createMethodCall(
             portal::service, session, QLatin1String(sessionInterface), QStringLiteral("Close")));
     }
