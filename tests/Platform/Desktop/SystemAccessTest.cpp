@@ -40,6 +40,7 @@ private Q_SLOTS:
         row("a web address", "GNOME", "xdg-open", "https://example.com/a?b=c",
             "xdg-open https://example.com/a?b=c", "");
         row("no browser", "GNOME", "", "https://example.com", "", "Go to https://example.com in");
+        row("no package installer", "GNOME", "", "file:///a%20b.deb", "", "opens the file /a b.deb");
     }
     void settingsAddressesOpenWhatTheDesktopHas() {
         const auto [desktop, installed, address, started, advice] =
