@@ -9,7 +9,7 @@ build=$(realpath "${1:-build/release}")
 work=$build/package
 root=$work/root
 display=:$((200 + $$ % 700))
-bus=unix:abstract=corvane-package-$$
+link=corvane://interview/3f2b8c64-9d1e-4a57-b0c3-5e8f7a6d2c19
 started=()
 
 fail() {
@@ -19,7 +19,7 @@ fail() {
 
 finish() {
     for process in "${started[@]}"; do
-        kill "$process" 2>/dev/null || true
+        { kill -KILL "$process" && wait "$process"; } 2>/dev/null || true
     done
     rm -rf --one-file-system "$root"
 }
@@ -35,9 +35,11 @@ ls -l "$package"
 lintian --allow-root --fail-on error "$package"
 scripts/check-hardening.sh "$build"/bin/corvane-lumetra "$build"/bin/corvane-lumetra-open
 appstreamcli validate --no-net "$build"/packaging/com.corvane.Lumetra.metainfo.xml
-for page in "$build"/packaging/*.1; do
-    complaints=$(cd "$build/packaging" && MANROFFSEQ='' LC_ALL=C.UTF-8 groff -man -Tutf8 -ww "$page" 2>&1 >/dev/null)
-    [[ -z $complaints || $page == *-open.1 ]] || fail "$page: $complaints"
+mkdir -p "$work/man/man1" # one page is the other's, by its place
+cp "$build"/packaging/*.1 "$work/man/man1"
+for page in "$work"/man/man1/*.1; do
+    complaints=$(cd "$work/man" && MANROFFSEQ='' LC_ALL=C.UTF-8 groff -man -Tutf8 -ww "$page" 2>&1 >/dev/null)
+    [[ -z $complaints ]] || fail "$page: $complaints"
 done
 
 echo "== A bare system"
@@ -45,17 +47,16 @@ mirrors=()
 for list in /etc/apt/sources.list /etc/apt/sources.list.d/*.list /etc/apt/sources.list.d/*.sources; do
     [[ -s $list ]] && mirrors+=("$list")
 done
-# desktop-file-utils stands for the desktop, which keeps the index of what opens what.
-mmdebstrap --quiet --mode=root --variant=minbase --skip=cleanup/apt/lists --include=ca-certificates,desktop-file-utils bookworm "$root" "${mirrors[@]}"
+# The last three stand for the desktop, which keeps the index of what opens what, and has a session bus.
+mmdebstrap --quiet --mode=root --variant=minbase --skip=cleanup/apt/lists \
+    --include=ca-certificates,desktop-file-utils,dbus-daemon,dbus-session-bus-common bookworm "$root" "${mirrors[@]}"
 cp "$package" "$root/corvane.deb"
 cp /etc/resolv.conf "$root/etc/resolv.conf"
 cp --no-clobber /etc/apt/apt.conf.d/* "$root/etc/apt/apt.conf.d/" # a way to the mirrors that needs settings
+# In namespaces of its own, so that nothing that it starts or mounts outlives it.
 # shellcheck disable=SC2016
-in_root() { # in namespaces of its own, so that nothing that it starts or mounts outlives it
-    unshare --mount --pid --fork --kill-child bash -c \
-        'mount -t proc proc "$0/proc" && exec chroot "$0" "$@"' "$root" "$@"
-}
-in_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends /corvane.deb >"$build/package.log" 2>&1 ||
+in_root=(unshare --mount --pid --fork --kill-child bash -c 'mount -t proc proc "$0/proc" && exec chroot "$0" "$@"' "$root")
+"${in_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends /corvane.deb >"$build/package.log" 2>&1 ||
     fail "it does not install: see $build/package.log"
 du -sh "$root"
 
@@ -73,37 +74,47 @@ done < <(grep -rhoP '^import \KQt[A-Za-z.]+' src/Views --include='*.qml' | sort 
 echo "== Started"
 Xvfb "$display" -screen 0 1280x900x24 >/dev/null 2>&1 &
 started+=($!)
-dbus-daemon --session --nofork --address="$bus" >/dev/null 2>&1 &
+user=(env -i PATH=/usr/bin:/bin HOME=/root LANG=C.UTF-8 DISPLAY="$display" DBUS_SESSION_BUS_ADDRESS=unix:path=/tmp/bus)
+"${in_root[@]}" "${user[@]}" dbus-daemon --session --nofork --address=unix:path=/tmp/bus >"$work/bus.log" 2>&1 &
 started+=($!)
 colours() {
     { xwd -root -silent -display "$display" 2>/dev/null || true; } | od -An -v -tx4 -w4 | sort -u | wc -l
 }
-for ((i = 0; i < 50; i++)); do
-    empty=$(colours)
-    ((empty > 0)) && break
-    sleep 0.1
-done
-((empty > 0)) || fail "no display could be started."
-in_root env -i PATH=/usr/bin:/bin HOME=/root LANG=C.UTF-8 DISPLAY="$display" DBUS_SESSION_BUS_ADDRESS="$bus" \
-    corvane-lumetra >"$work/log" 2>&1 &
+soon() { # condition; fails after twenty seconds
+    for ((i = 0; i < 100; i++)); do
+        if "$@"; then return 0; fi
+        sleep 0.2
+    done
+    return 1
+}
+display_there() { empty=$(colours) && ((empty > 0)); }
+nothing_shown() { (($(colours) <= empty)); }
+window_shown() { (($(colours) > empty + 20)); }
+program_reached() {
+    dbus-send --bus="unix:path=$root/tmp/bus" --dest=org.freedesktop.DBus --print-reply=literal / \
+        org.freedesktop.DBus.GetNameOwner string:com.corvane.Lumetra 2>/dev/null
+}
+soon display_there || fail "no display could be started."
+soon test -S "$root/tmp/bus" || fail "no session bus could be started."
+"${in_root[@]}" "${user[@]}" corvane-lumetra >"$work/log" 2>&1 &
 program=$!
 started+=("$program")
-for ((i = 0; i < 100; i++)); do
-    seen=$(colours)
-    ((seen > empty + 20)) && break
-    kill -0 "$program" 2>/dev/null || break
-    sleep 0.2
-done
+soon window_shown || fail "it shows no window: $(cat "$work/log")"
 cat "$work/log"
-((seen > empty + 20)) || fail "it shows no window."
 ! grep -qiE 'module .* is not installed|cannot load|qrc:.*error|is not a type' "$work/log" || fail "a view misses something."
-dbus-send --bus="$bus" --dest=org.freedesktop.DBus --print-reply=literal / org.freedesktop.DBus.GetNameOwner \
-    string:com.corvane.Lumetra || fail "links would not reach it."
-kill "$program"
-wait "$program" || true
+soon program_reached || fail "links would not reach it."
+kill -KILL "$program" # and with the namespace what is in it; other signals do not get through
+wait "$program" 2>/dev/null || true
+
+echo "== Started by a link"
+soon nothing_shown || fail "its window stays."
+"${in_root[@]}" "${user[@]}" corvane-lumetra-open "$link" || fail "nobody takes the link."
+soon window_shown || fail "the session bus starts no window: $(cat "$work/bus.log")"
+soon grep -q "\[DeepLink\] Received interview ID: ${link##*/}" "$work/bus.log" || fail "the link is lost: $(cat "$work/bus.log")"
+program_reached || fail "it was not started by the session bus."
 
 echo "== Removed"
-in_root env DEBIAN_FRONTEND=noninteractive apt-get purge -y -qq corvane-lumetra >"$build/package.log" 2>&1 ||
+"${in_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get purge -y -qq corvane-lumetra >"$build/package.log" 2>&1 ||
     fail "it cannot be removed: see $build/package.log"
 left=$(find "$root" -xdev \( -path "$root/proc" -o -path "$root/root" -o -path "$root/tmp" \) -prune -o -iname '*corvane*' -print |
     grep -v '/corvane.deb$' || true)
