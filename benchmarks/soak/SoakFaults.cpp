@@ -7,6 +7,7 @@
 #include <sqlite3.h>
 
 #include <array>
+#include <cstdio>
 
 using namespace std::chrono_literals;
 using Cause = platform::ConnectivityMonitor::Cause;
@@ -295,15 +296,15 @@ void keyringLocked(SoakRig& rig) {
 // Another program holds the database while a message is to be stored.
 void storeLocked(SoakRig& rig) {
     const auto path = rig.folder.filePath(QStringLiteral("com.corvane.interview-assistant/corvane.db"));
-    sqlite3* other = nullptr;
-    rig.expect(sqlite3_open(path.toUtf8().constData(), &other) == SQLITE_OK &&
-                   sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) == SQLITE_OK,
-               QStringLiteral("another program locks the store"));
+    QProcess other;
+    other.start(QCoreApplication::applicationFilePath(), {QLatin1String(lockOption), path});
+    rig.expectSoon([&] { return other.canReadLine(); }, QStringLiteral("another program locks the store"));
     auto& chat = rig.app->completionViewModel();
     chat.setInput(QStringLiteral("What should I ask next?"));
     chat.submit();
     rig.expectUndisturbed(10s);
-    sqlite3_close(other);
+    other.closeWriteChannel();
+    rig.expectSoon([&] { return other.state() == QProcess::NotRunning; }, QStringLiteral("the lock is gone"));
     rig.expect(chat.errorText().isEmpty(), QStringLiteral("the chat goes on: ") + chat.errorText());
 }
 
@@ -351,4 +352,16 @@ constexpr std::array faults{
 
 std::span<const SoakFault> soakFaults() {
     return faults;
+}
+
+int lockStore(const char* path) {
+    sqlite3* store = nullptr;
+    if (sqlite3_open(path, &store) != SQLITE_OK ||
+        sqlite3_exec(store, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) != SQLITE_OK) {
+        return 1;
+    }
+    std::puts("locked");
+    std::fflush(stdout);
+    std::getchar(); // until the other end closes
+    return sqlite3_close(store) == SQLITE_OK ? 0 : 1;
 }

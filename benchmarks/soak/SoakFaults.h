@@ -13,3 +13,8 @@ struct SoakFault {
 };
 
 std::span<const SoakFault> soakFaults();
+
+// The soak's program started with this option and a path is another program that holds the database there,
+// until its input ends. Gives its exit status.
+constexpr auto lockOption = "--lock";
+int lockStore(const char* path);
