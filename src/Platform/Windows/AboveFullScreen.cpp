@@ -17,10 +17,6 @@ namespace {
 
 constexpr int patience = 1000; // ms, for the window manager to have restacked
 
-xcb_window_t idOf(const QWindow& window) {
-    return static_cast<xcb_window_t>(window.winId());
-}
-
 bool isFullScreen(xcb_window_t window) {
     return x11::holds(window, "_NET_WM_STATE", x11::atom("_NET_WM_STATE_FULLSCREEN")) &&
            !x11::holds(window, "_NET_WM_STATE", x11::atom("_NET_WM_STATE_HIDDEN"));
@@ -98,7 +94,7 @@ void AboveFullScreen::update() {
 // The full-screen window that has to be stood above now. It stays on top for as long as nothing else of its
 // screen is active.
 quint32 AboveFullScreen::wantedRival() const {
-    const auto self = idOf(m_window);
+    const auto self = x11::idOf(m_window);
     const auto active = x11::values(x11::rootOf(self), "_NET_ACTIVE_WINDOW");
     const auto first = active.empty() ? xcb_window_t(XCB_WINDOW_NONE) : active.front();
     if (first != XCB_WINDOW_NONE && first != self && first != m_rival && isFullScreen(first) &&
@@ -117,11 +113,11 @@ void AboveFullScreen::standFor(quint32 rival) {
     auto* x = x11::connection();
     m_rival = rival;
     if (rival != XCB_WINDOW_NONE) {
-        xcb_change_property(x, XCB_PROP_MODE_REPLACE, idOf(m_window), XCB_ATOM_WM_TRANSIENT_FOR,
+        xcb_change_property(x, XCB_PROP_MODE_REPLACE, x11::idOf(m_window), XCB_ATOM_WM_TRANSIENT_FOR,
                             XCB_ATOM_WINDOW, 32, 1, &rival);
         QTimer::singleShot(patience, this, &AboveFullScreen::checkPlace);
     } else {
-        xcb_delete_property(x, idOf(m_window), XCB_ATOM_WM_TRANSIENT_FOR);
+        xcb_delete_property(x, x11::idOf(m_window), XCB_ATOM_WM_TRANSIENT_FOR);
         // A window goes where its dialogs' owner goes.
         setOnEveryDesktop(m_window);
     }
@@ -130,7 +126,8 @@ void AboveFullScreen::standFor(quint32 rival) {
 
 void AboveFullScreen::checkPlace() const {
     static bool isSaid = false;
-    if (m_rival != XCB_WINDOW_NONE && standsAbove(m_rival, idOf(m_window)) && !std::exchange(isSaid, true)) {
+    if (m_rival != XCB_WINDOW_NONE && standsAbove(m_rival, x11::idOf(m_window)) &&
+        !std::exchange(isSaid, true)) {
         logLine(QStringLiteral("[Panel] This desktop keeps full-screen windows above the bar"));
     }
 }

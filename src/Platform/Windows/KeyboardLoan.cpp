@@ -16,10 +16,6 @@ std::map<xcb_window_t, xcb_window_t>& loans() {
     return current;
 }
 
-xcb_window_t idOf(const QWindow& window) {
-    return static_cast<xcb_window_t>(window.winId());
-}
-
 xcb_window_t focused() {
     auto* x = x11::connection();
     const x11::Answer<xcb_get_input_focus_reply_t> reply(
@@ -35,13 +31,13 @@ KeyboardLoan::KeyboardLoan(QWindow& window)
         const auto owner = focused();
         const auto lent = loans().find(owner);
         m_lender = lent == loans().end() ? owner : lent->second;
-        loans()[idOf(window)] = m_lender;
+        loans()[x11::idOf(window)] = m_lender;
     }
     window.requestActivate();
 }
 
 KeyboardLoan::~KeyboardLoan() {
-    if (loans().erase(idOf(m_window)) == 0 || focused() != idOf(m_window)) {
+    if (loans().erase(x11::idOf(m_window)) == 0 || focused() != x11::idOf(m_window)) {
         return;
     }
     auto* x = x11::connection();

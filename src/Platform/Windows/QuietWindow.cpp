@@ -12,14 +12,10 @@ namespace {
 
 constexpr uint32_t everyDesktop = 0xFFFFFFFF;
 
-xcb_window_t idOf(const QWindow& window) {
-    return static_cast<xcb_window_t>(window.winId());
-}
-
 void setProperty(const QWindow& window, const char* name, xcb_atom_t type,
                  const std::vector<uint32_t>& values) {
-    xcb_change_property(x11::connection(), XCB_PROP_MODE_REPLACE, idOf(window), x11::atom(name), type, 32,
-                        static_cast<uint32_t>(values.size()), values.data());
+    xcb_change_property(x11::connection(), XCB_PROP_MODE_REPLACE, x11::idOf(window), x11::atom(name), type,
+                        32, static_cast<uint32_t>(values.size()), values.data());
     xcb_flush(x11::connection());
 }
 
@@ -30,10 +26,10 @@ void setState(const QWindow& window, const char* name, bool on) {
     }
     const auto state = x11::atom(name);
     if (window.isVisible()) {
-        x11::tellManager(idOf(window), "_NET_WM_STATE", on ? 1 : 0, state);
+        x11::tellManager(x11::idOf(window), "_NET_WM_STATE", on ? 1 : 0, state);
         return;
     }
-    auto states = x11::values(idOf(window), "_NET_WM_STATE");
+    auto states = x11::values(x11::idOf(window), "_NET_WM_STATE");
     std::erase(states, state);
     if (on) {
         states.push_back(state);
@@ -63,7 +59,7 @@ void setOnEveryDesktop(QWindow& window) {
         return;
     }
     if (window.isVisible()) {
-        x11::tellManager(idOf(window), "_NET_WM_DESKTOP", everyDesktop, 1);
+        x11::tellManager(x11::idOf(window), "_NET_WM_DESKTOP", everyDesktop, 1);
     } else {
         setProperty(window, "_NET_WM_DESKTOP", XCB_ATOM_CARDINAL, {everyDesktop});
     }

@@ -1,6 +1,7 @@
 #include "XcbWindow.h"
 
 #include <QGuiApplication>
+#include <QWindow>
 #include <qguiapplication_platform.h>
 
 #include <algorithm>
@@ -31,6 +32,10 @@ xcb_window_t rootOf(xcb_window_t window) {
     const Answer<xcb_get_geometry_reply_t> reply(
         xcb_get_geometry_reply(x, xcb_get_geometry(x, window), nullptr));
     return reply ? reply->root : xcb_window_t(XCB_WINDOW_NONE);
+}
+
+xcb_window_t idOf(const QWindow& window) {
+    return static_cast<xcb_window_t>(window.winId());
 }
 
 std::vector<uint32_t> values(xcb_window_t window, const char* property) {

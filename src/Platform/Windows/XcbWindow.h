@@ -6,6 +6,8 @@
 #include <memory>
 #include <vector>
 
+class QWindow;
+
 // Small questions and messages to the X server and its window manager. Main thread.
 namespace platform::x11 {
 
@@ -19,6 +21,8 @@ using Answer = std::unique_ptr<Reply, Free>;
 xcb_connection_t* connection();
 xcb_atom_t atom(const char* name);
 xcb_window_t rootOf(xcb_window_t window);
+// A window that has been made by the platform.
+xcb_window_t idOf(const QWindow& window);
 // A list of 32-bit values; empty when the window or its property is not there.
 std::vector<uint32_t> values(xcb_window_t window, const char* property);
 bool holds(xcb_window_t window, const char* property, uint32_t value);

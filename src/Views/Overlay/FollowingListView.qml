@@ -55,7 +55,8 @@ ListView {
     Keys.onPressed: event => {
         const pages = event.key === Qt.Key_PageDown ? 1 : event.key === Qt.Key_PageUp ? -1 : 0;
         event.accepted = pages !== 0;
-        scrollBy(pages * (height - 40));
+        if (event.accepted)
+            scrollBy(pages * (height - 40));
     }
     Behavior on contentY {
         enabled: follow.running

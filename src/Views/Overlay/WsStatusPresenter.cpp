@@ -55,9 +55,11 @@ void WsStatusPresenter::update() {
         m_presentation = std::move(now);
         Q_EMIT presentationChanged();
     }
-    if (std::exchange(m_hadIssue, hasIssue()) == m_hadIssue) {
+    const bool issue = hasIssue();
+    if (issue == m_hadIssue) {
         return;
     }
+    m_hadIssue = issue;
     if (m_hadIssue) {
         m_wait = m_clock.once(patience, [this] { setShowIcon(true); });
     } else {
