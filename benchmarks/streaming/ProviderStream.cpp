@@ -103,7 +103,7 @@ private:
     void note() {
         const auto text = QStringView(m_completion.response()).sliced(m_seen);
         m_seen += text.size();
-        const auto written = text.left(text.indexOf(u' ')).toLongLong();
+        const auto written = text.left(text.indexOf(u':')).toLongLong();
         if (written != 0) {
             known.push_back(millisecondsSince(written));
             m_undrawn = m_undrawn == 0 ? written : m_undrawn;

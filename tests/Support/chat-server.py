@@ -2,7 +2,7 @@
 """A chat-completion server on loopback, by aiohttp: chat-server.py [CERTIFICATE KEY]. Its port is the first line.
 
 POST /chat?pieces=N   the reply that the question itself asks for, written N bytes at a time
-POST /flood?events=N&rate=R   N events at R a second, each with the time of its writing in ns (monotonic clock)
+POST /flood?events=N&rate=R   N events at R a second, each a word and the time of its writing in ns (monotonic clock)
 """
 import asyncio
 import json
@@ -43,7 +43,7 @@ async def flood(request):
     while sent < count:
         due = min(count, int((time.monotonic() - start) * rate) + 1)
         for _ in range(sent, due):
-            await response.write(event(f"{time.monotonic_ns()} "))
+            await response.write(event(f"{time.monotonic_ns()}:word "))
         sent = due
         await asyncio.sleep(0.0005)
     return response
