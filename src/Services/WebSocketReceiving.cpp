@@ -59,7 +59,7 @@ void WebSocketService::Private::handleTextMessage(int identifier, const QByteArr
     logLine(QStringLiteral("[WS] Received: %1").arg(message->rawType));
     platform::dispatchToMain(&q, [this, identifier, message = std::move(*message)] {
         // What a lost connection still says must not pass for the word of a live one.
-        if (isInUse(identifier) && !didHandleDisconnect) {
+        if (isAlive(identifier)) {
             dispatchMessage(message);
         }
     });

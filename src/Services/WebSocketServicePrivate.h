@@ -53,6 +53,8 @@ public:
     bool isActive(int identifier) const { return socket.snapshot().activeTaskIdentifier == identifier; }
     // It is also still in use.
     bool isInUse(int identifier) const;
+    // And it has not been lost.
+    bool isAlive(int identifier) const { return isInUse(identifier) && !didHandleDisconnect; }
 
     // Loss and reconnection.
     void handleClosed(int identifier, int code);

@@ -27,12 +27,12 @@ void WebSocketService::Private::handleSessionNotFound() {
     platform::startTask(recoverSession(socket.snapshot().activeTaskIdentifier), "session recovery");
 }
 
-// Over REST, then over the socket. False when that socket is not in use any more: its successor has a
-// handshake of its own.
+// Over REST, then over the socket. False when that socket has been lost or left meanwhile: its successor has
+// a handshake of its own.
 QCoro::Task<bool> WebSocketService::Private::announceSession(int identifier, QString machineId) {
     const QPointer<WebSocketService> self(&q);
     co_await apiService->ensureMachineSession();
-    if (!self || !isInUse(identifier)) {
+    if (!self || !isAlive(identifier)) {
         co_return false;
     }
     co_await q.send(WSCommand::setSession(machineId));
@@ -61,7 +61,7 @@ QCoro::Task<void> WebSocketService::Private::recoverSession(int identifier) {
             logLine(QStringLiteral("[WS] Re-sent set_session after session recovery: %1").arg(machineId));
         }
     } catch (const std::exception& error) {
-        if (self && isInUse(identifier)) {
+        if (self && isAlive(identifier)) {
             logLine(QStringLiteral("[WS] Session recovery failed: %1 — notifying observers")
                         .arg(errorText(error)));
             Q_EMIT q.sessionNotFound(QStringLiteral("session recovery failed"));

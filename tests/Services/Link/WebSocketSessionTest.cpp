@@ -50,23 +50,27 @@ private Q_SLOTS:
         QCOMPARE(link.sockets.peer(1).sentTexts(), {setSession});
     }
 
-    // The user who signed out meanwhile hears nothing of it.
+    // Who signed out meanwhile hears nothing of it, nor does an interview whose link was lost: the next link
+    // has a handshake of its own.
     void recoveryThatFails() {
-        for (const bool signsOut : {false, true}) {
+        for (const auto meanwhile : {"", "signs out", "loses the link"}) {
+            const QString event(meanwhile);
             LinkFixture link;
             link.open();
             QSignalSpy notFound(link.service.get(), &WebSocketService::sessionNotFound);
             link.sessionStatus = 503;
             link.http.setHeld(true);
             link.receive(R"({"type":"error","message":"Session not found"})");
-            if (signsOut) {
+            if (event == "signs out") {
                 link.service->disconnect();
+            } else if (event == "loses the link") {
+                link.breakConnection();
             }
             link.settle();
             link.http.setHeld(false);
             link.settle();
-            QCOMPARE(link.service->isConnected(), !signsOut);
-            QCOMPARE(notFound.value(0).value(0).toString(), signsOut ? "" : "session recovery failed");
+            QCOMPARE(link.service->isConnected(), event.isEmpty());
+            QCOMPARE(notFound.value(0).value(0).toString(), event.isEmpty() ? "session recovery failed" : "");
         }
     }
 
