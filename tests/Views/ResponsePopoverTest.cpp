@@ -187,6 +187,26 @@ void ResponsePopoverTest::manyCardsAreFollowedAndOnlyThoseNearExist() {
     QTRY_VERIFY(list->property("contentY").toReal() > 50000);
     QTRY_COMPARE(list->property("contentY"), list->property("bottomY"));
     QVERIFY(list->property("contentItem").value<QQuickItem*>()->childItems().size() < 60);
+
+    // Up to cards that are younger than those below them: Tab still goes down, and back up.
+    view.requestActivate();
+    QVERIFY(QTest::qWaitForWindowActive(&view));
+    for (int page = 0; page < 40; ++page) {
+        QMetaObject::invokeMethod(list, "scrollBy", Q_ARG(double, -500));
+        popover.play({});
+    }
+    const auto row = [&] { return list->property("tabRow").toInt(); };
+    const int first = row();
+    QVERIFY(first > 0 && first < 290);
+    QMetaObject::invokeMethod(list, "focusRow", Q_ARG(int, first), Q_ARG(int, Qt::TabFocusReason));
+    for (const auto& [key, steps] : {std::pair(Qt::Key_Tab, 20), std::pair(Qt::Key_Backtab, 30)}) {
+        for (int step = 1; step <= steps; ++step) {
+            const int before = row();
+            QTest::keyClick(&view, key);
+            QCOMPARE(row(), before + (key == Qt::Key_Tab ? 1 : -1));
+            QVERIFY(view.activeFocusItem() && view.activeFocusItem()->property("readOnly").toBool());
+        }
+    }
 }
 
 void ResponsePopoverTest::onlyLinksOfTheWebAndMailOpen() {

@@ -11,10 +11,19 @@ CardSurface {
     property string tone: "secondary"
     property alias content: words.content
     property StreamedText stream: null
+    // Whether the Tab key stops at the text, which it leaves as onTabPressed says.
+    property alias tabStop: words.activeFocusOnTab
+    readonly property alias textFocused: words.activeFocus
     readonly property bool neutral: tone === "secondary"
     readonly property color ink: Theme[tone]
 
     signal linkActivated(string link)
+    // Leaves event.accepted false where the key does what it does everywhere.
+    signal tabPressed(int direction, var event)
+
+    function focusText(reason: int) {
+        words.forceActiveFocus(reason);
+    }
 
     implicitHeight: words.y + words.height + 12
     fill: neutral ? Qt.alpha(Theme.control, 0.5) : Qt.alpha(ink, 0.06)
@@ -65,5 +74,13 @@ CardSurface {
         stream: card.stream
         Accessible.name: card.title
         onLinkActivated: link => card.linkActivated(link)
+        Keys.onTabPressed: event => {
+            event.accepted = false;
+            card.tabPressed(1, event);
+        }
+        Keys.onBacktabPressed: event => {
+            event.accepted = false;
+            card.tabPressed(-1, event);
+        }
     }
 }

@@ -12,6 +12,10 @@ ListView {
     // The user has the text in hand: it does not move under a selection, a drag or the scroll bar.
     readonly property bool held: dragging || pointer.active || bar.pressed
     readonly property Item focusItem: Window.activeFocusItem
+    // Rows come into being as they are scrolled to, and Qt's own order of focus is that of their making. So one of them is
+    // the Tab key's stop, and the key goes on by rows. A row has focusText(reason), and tells of its focus by noteFocus().
+    property int tabRow: 0
+    property Item focusedRow: null
 
     function scrollToBottom() {
         if (held)
@@ -23,6 +27,32 @@ ListView {
     function scrollBy(distance: real) {
         follow.stop();
         contentY = Math.max(topY, Math.min(bottomY, contentY + distance));
+    }
+    function focusRow(row: int, reason: int): bool {
+        if (row < 0 || row >= count)
+            return false;
+        if (!itemAtIndex(row))
+            positionViewAtIndex(row, ListView.Contain);
+        itemAtIndex(row).focusText(reason); // and that row becomes the stop
+        return true;
+    }
+    function noteFocus(row: Item, index: int, focused: bool) {
+        if (focused) {
+            focusedRow = row;
+            tabRow = index;
+        } else if (focusedRow === row) {
+            focusedRow = null;
+        }
+    }
+    // Who comes by Tab comes to what is seen.
+    function chooseTabRow() {
+        if (focusedRow)
+            return;
+        const seen = indexAt(width / 2, contentY + height / 3);
+        if (seen >= 0)
+            tabRow = seen;
+        else if (tabRow >= count)
+            tabRow = 0;
     }
     function reveal(item: Item) {
         let ancestor = item;
@@ -44,6 +74,8 @@ ListView {
     boundsBehavior: Flickable.StopAtBounds
     clip: true
     onMovementStarted: follow.stop()
+    onContentYChanged: chooseTabRow()
+    onCountChanged: chooseTabRow()
     onBottomYChanged: {
         // Of what was far away only a guess was known; it comes closer as the list gets there.
         if (follow.running) {

@@ -56,10 +56,15 @@ FollowingListView {
     delegate: Item {
         id: row
 
+        required property int index
         required property string title
         required property string symbol
         required property string tone
         required property StreamedText stream
+
+        function focusText(reason: int) {
+            card.focusText(reason);
+        }
 
         width: view.width
         height: card.implicitHeight
@@ -79,7 +84,11 @@ FollowingListView {
             symbol: row.symbol
             tone: row.tone
             stream: row.stream
+            tabStop: row.index === view.tabRow
+            onTextFocusedChanged: view.noteFocus(row, row.index, textFocused)
             onLinkActivated: link => view.presenter.openLink(link)
+            onTabPressed: (direction, event) => event.accepted =
+                view.focusRow(row.index + direction, direction > 0 ? Qt.TabFocusReason : Qt.BacktabFocusReason)
         }
     }
 
