@@ -100,28 +100,6 @@ private Q_SLOTS:
         QCOMPARE(read().value, "kept");
     }
 
-    void whatIsReadAheadAnswersOneRead() {
-        QVERIFY(m_session->startKeyring(password));
-        makeStore();
-        m_store->write(service, name, "kept");
-        makeStore();
-        m_store->readAhead(service, {name, "unknown"});
-        QCOMPARE(read().value, "kept");
-        QCOMPARE(m_store->read(service, "unknown").status, Status::notFound);
-
-        // Its answer is old by the time it is wanted.
-        m_store->readAhead(service, {name});
-        m_store->write(service, name, "changed");
-        QVERIFY(waitUntil([this] { return itemLabels().size() == 1; }));
-        QCOMPARE(read().value, "changed");
-        QVERIFY(m_session->lockKeyring());
-        m_store->readAhead(service, {name});
-        QCOMPARE(m_store->read(service, "other").status, Status::locked); // and so was the one before it
-        QVERIFY(m_session->unlockKeyring(password));
-        QVERIFY(waitUntil([this] { return m_store->read(service, "other").status != Status::locked; }));
-        QCOMPARE(read().status, Status::ok);
-    }
-
     void oneActionMakesOnePrompt() {
         QVERIFY(m_session->startKeyring(password));
         DismissingPrompter prompter;
@@ -202,6 +180,30 @@ private Q_SLOTS:
         QCOMPARE(m_store->write(service, name, "memory"), Status::ok);
         QCOMPARE(read().value, "memory");
         QVERIFY2(timer.elapsed() < 3500, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    // The last one: after it, on a busy machine, the library has been seen to keep its connection to the bus
+    // that is gone, and to look for the next bus behind it.
+    void whatIsReadAheadAnswersOneRead() {
+        QVERIFY(m_session->startKeyring(password));
+        makeStore();
+        m_store->write(service, name, "kept");
+        makeStore();
+        m_store->readAhead(service, {name, "unknown"});
+        QCOMPARE(read().value, "kept");
+        QCOMPARE(m_store->read(service, "unknown").status, Status::notFound);
+
+        // Its answer is old by the time it is wanted.
+        m_store->readAhead(service, {name});
+        m_store->write(service, name, "changed");
+        QVERIFY(waitUntil([this] { return itemLabels().size() == 1; }));
+        QCOMPARE(read().value, "changed");
+        QVERIFY(m_session->lockKeyring());
+        m_store->readAhead(service, {name});
+        QCOMPARE(m_store->read(service, "other").status, Status::locked); // and so was the one before it
+        QVERIFY(m_session->unlockKeyring(password));
+        QVERIFY(waitUntil([this] { return m_store->read(service, "other").status != Status::locked; }));
+        QCOMPARE(read().status, Status::ok);
     }
 
 private:
