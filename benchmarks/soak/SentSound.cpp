@@ -5,7 +5,7 @@
 namespace {
 
 // Between a frame's handing over and its arrival, on a machine that is busy.
-constexpr std::chrono::milliseconds travelTime{500};
+constexpr std::chrono::milliseconds travelTime{1000};
 // A link carries so many in a minute or two; more are appended all the same.
 constexpr size_t usualFrames = 32 * 1024;
 

@@ -72,7 +72,7 @@ void networkChangedForTheWorse(SoakRig& rig) {
     const auto start = rig.time();
     Q_EMIT rig.connectivity->disturbed(Cause::networkChanged);
     rig.expectPaused();
-    rig.expect(rig.time() - start < 25s, QStringLiteral("a doubted link is known to be dead within seconds"));
+    rig.expect(rig.time() - start < 40s, QStringLiteral("a doubted link is known to be dead within seconds"));
     rig.expectStreaming();
 }
 

@@ -13,6 +13,8 @@ CardSurface {
     property StreamedText stream: null
     // Whether the Tab key stops at the text, which it leaves as onTabPressed says.
     property alias tabStop: words.activeFocusOnTab
+    // Of a focus scope around the card, the text's place in it.
+    property alias textFocus: words.focus
     readonly property alias textFocused: words.activeFocus
     readonly property bool neutral: tone === "secondary"
     readonly property color ink: Theme[tone]
@@ -20,10 +22,6 @@ CardSurface {
     signal linkActivated(string link)
     // Leaves event.accepted false where the key does what it does everywhere.
     signal tabPressed(int direction, var event)
-
-    function focusText(reason: int) {
-        words.forceActiveFocus(reason);
-    }
 
     implicitHeight: words.y + words.height + 12
     fill: neutral ? Qt.alpha(Theme.control, 0.5) : Qt.alpha(ink, 0.06)

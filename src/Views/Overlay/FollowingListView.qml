@@ -13,7 +13,7 @@ ListView {
     readonly property bool held: dragging || pointer.active || bar.pressed
     readonly property Item focusItem: Window.activeFocusItem
     // Rows come into being as they are scrolled to, and Qt's own order of focus is that of their making. So one of them is
-    // the Tab key's stop, and the key goes on by rows. A row has focusText(reason), and tells of its focus by noteFocus().
+    // the Tab key's stop, and the key goes on by rows. A row is a focus scope, and tells of its focus by noteFocus().
     property int tabRow: 0
     property Item focusedRow: null
 
@@ -33,7 +33,7 @@ ListView {
             return false;
         if (!itemAtIndex(row))
             positionViewAtIndex(row, ListView.Contain);
-        itemAtIndex(row).focusText(reason); // and that row becomes the stop
+        itemAtIndex(row).forceActiveFocus(reason); // and that row becomes the stop
         return true;
     }
     function noteFocus(row: Item, index: int, focused: bool) {

@@ -53,7 +53,7 @@ FollowingListView {
         }
     }
 
-    delegate: Item {
+    delegate: FocusScope {
         id: row
 
         required property int index
@@ -61,10 +61,6 @@ FollowingListView {
         required property string symbol
         required property string tone
         required property StreamedText stream
-
-        function focusText(reason: int) {
-            card.focusText(reason);
-        }
 
         width: view.width
         height: card.implicitHeight
@@ -84,6 +80,7 @@ FollowingListView {
             symbol: row.symbol
             tone: row.tone
             stream: row.stream
+            textFocus: true
             tabStop: row.index === view.tabRow
             onTextFocusedChanged: view.noteFocus(row, row.index, textFocused)
             onLinkActivated: link => view.presenter.openLink(link)
