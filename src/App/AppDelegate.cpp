@@ -358,8 +358,13 @@ void AppDelegate::handleDeepLinkInterview(const QString& id) {
 
 void AppDelegate::waitForSession(const QString& id) {
     m_deepLinkCancellable = std::make_unique<QObject>();
-    const auto proceed = [this, id] {
-        // Only the first event counts. This runs in an event of the context, which must outlive it.
+    auto* context = m_deepLinkCancellable.get();
+    const auto proceed = [this, id, context] {
+        // Only the first event counts: disconnecting does not take back another that is queued.
+        if (m_deepLinkCancellable.get() != context) {
+            return;
+        }
+        // This runs in an event of the context, which must outlive it.
         auto* wait = m_deepLinkCancellable.release();
         m_webSocketService->QObject::disconnect(wait);
         wait->deleteLater();
@@ -368,7 +373,6 @@ void AppDelegate::waitForSession(const QString& id) {
             m_interviewViewModel->startInterviewWithId();
         }
     };
-    auto* context = m_deepLinkCancellable.get();
     connect(m_webSocketService.get(), &WebSocketService::sessionFresh, context, proceed,
             Qt::QueuedConnection);
     connect(m_webSocketService.get(), &WebSocketService::sessionResumed, context, proceed,

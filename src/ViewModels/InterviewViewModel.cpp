@@ -253,6 +253,8 @@ void InterviewViewModel::pauseInterview() {
     }
     beginGeneration();
     stopCapture();
+    // This pause is the user's: no recovery of an earlier loss ends it.
+    m_pausedByDisconnect = false;
     m_status = InterviewStatus::paused;
 }
 
@@ -268,6 +270,7 @@ void InterviewViewModel::resumeInterview() {
 void InterviewViewModel::stopInterview() {
     m_showStopDialog = false;
     beginGeneration();
+    ++m_interviewSerial; // a finished interview has nothing to recover
     stopCapture();
     startTask(sendEndInterview(), "end interview");
     m_status = InterviewStatus::idle;

@@ -199,8 +199,8 @@ private:
     bool m_pausedByDisconnect = false;
     // Finished interviews whose end the server has not acknowledged yet: their late answers end nothing else.
     int m_awaitedEndAcks = 0;
-    // Counts the interviews. The serial of the one that a lost connection has paused: its recovery touches no
-    // other.
+    // Counts the starts and ends of interviews. The serial of the one that a lost connection has paused: its
+    // recovery touches no other.
     quint64 m_interviewSerial = 0;
     quint64 m_disconnectedSerial = 0;
     // Runs while sound that was lost in the middle of the interview is awaited.

@@ -123,7 +123,11 @@ private Q_SLOTS:
         program.settle();
         // Connected, though the session is not confirmed: a third link needs no wait and takes the place of
         // the second.
+        // The server says so twice in one breath, and is heard afterwards.
+        program.peer().sendText(R"({"type":"session_resumed"})");
         program.serverSays(R"({"type":"session_resumed"})");
+        program.serverSays(R"({"type":"processing_status","stage":"thinking"})");
+        QVERIFY(program.completion().processingStatusText());
         QCOMPARE(program.commands("chat").size(), 1);
         QCOMPARE(program.log.count("Session ready — starting interview"), 1);
         QVERIFY(program.log.contains("Session ready — starting interview two"));

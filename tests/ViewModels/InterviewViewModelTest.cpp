@@ -206,6 +206,15 @@ private Q_SLOTS:
         program.reopenLink(resumed);
         QCOMPARE(interview.status(), InterviewStatus::paused);
         QVERIFY(!interview.disconnectedDuringInterview() && program.isSilent());
+        // Nor is one after a loss that the user had gone past.
+        interview.resumeInterview();
+        program.settle();
+        program.loseLink();
+        interview.resumeInterview();
+        program.settle();
+        interview.pauseInterview();
+        program.reopenLink(resumed);
+        QVERIFY(interview.status() == InterviewStatus::paused && program.isSilent());
 
         // A recovery that failed leaves the decision to the user.
         interview.resumeInterview();
