@@ -4,7 +4,7 @@ target_link_libraries(BareQuickWindow PRIVATE Qt6::Quick)
 corvane_precompiled(BareQuickWindow)
 corvane_warnings(BareQuickWindow)
 corvane_benchmark(WindowFootprint
-    SOURCES desktop/ProcessUse.cpp desktop/ProcessUse.h desktop/Sight.cpp desktop/Sight.h desktop/WindowFootprint.cpp
+    SOURCES Figures.h ProcessUse.cpp ProcessUse.h desktop/Sight.cpp desktop/Sight.h desktop/WindowFootprint.cpp
     LIBS DisplaySupport SessionSupport SoundSupport PkgConfig::Xcb)
 add_dependencies(WindowFootprint BareQuickWindow corvane-lumetra)
 set_target_properties(BareQuickWindow WindowFootprint PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
@@ -13,7 +13,7 @@ set_target_properties(BareQuickWindow WindowFootprint PROPERTIES RUNTIME_OUTPUT_
 if(TARGET ProgramSupport)
     set(tour ${CMAKE_SOURCE_DIR}/sandbox/tour)
     corvane_benchmark(InterviewMinute
-        SOURCES desktop/InterviewMinute.cpp desktop/ProcessUse.cpp desktop/ProcessUse.h
+        SOURCES Figures.h ProcessUse.cpp ProcessUse.h desktop/InterviewMinute.cpp
                 ${tour}/TourDesktop.cpp ${tour}/TourDesktop.h
         LIBS ProgramSupport DisplaySupport SessionSupport SoundSupport)
     target_include_directories(InterviewMinute PRIVATE ${tour})

@@ -4,7 +4,7 @@
 // moment to the next. Usage: CaptureFragments [seconds to measure each, 20]
 
 #include "PrivateSound.h"
-#include "ProcessCost.h"
+#include "ProcessUse.h"
 #include "PulseSettings.h"
 #include "Tasks.h"
 
@@ -34,8 +34,8 @@ void runFor(int seconds) {
 }
 
 struct Result {
-    ProcessCost capture;
-    ProcessCost server;
+    ProcessUse capture;
+    ProcessUse server;
     double buffersPerSecond = 0;
     int shortChunks = 0;
 };
@@ -108,11 +108,11 @@ Result measureOwn(PrivateSound& sound, int fragment, int seconds) {
     }
     system.measuring = true;
     microphone.measuring = true;
-    const auto self = ProcessCost::of(QCoreApplication::applicationPid());
-    const auto server = ProcessCost::of(sound.processId());
+    const auto self = ProcessUse::of(QCoreApplication::applicationPid());
+    const auto server = ProcessUse::of(sound.processId());
     runFor(seconds);
-    Result result{.capture = ProcessCost::of(QCoreApplication::applicationPid()) - self,
-                  .server = ProcessCost::of(sound.processId()) - server};
+    Result result{.capture = ProcessUse::of(QCoreApplication::applicationPid()) - self,
+                  .server = ProcessUse::of(sound.processId()) - server};
     streams.clear();
     result.buffersPerSecond =
         static_cast<double>(system.arrivals.size() + microphone.arrivals.size()) / seconds;
@@ -134,12 +134,12 @@ Result measurePeer(PrivateSound& sound, int fragment, int seconds) {
                        QStringLiteral("--channels=1"), QStringLiteral("--rate=44100")});
     runFor(settleSeconds);
     const auto both = [&] {
-        return ProcessCost::of(system.processId()) + ProcessCost::of(microphone.processId());
+        return ProcessUse::of(system.processId()) + ProcessUse::of(microphone.processId());
     };
     const auto peers = both();
-    const auto server = ProcessCost::of(sound.processId());
+    const auto server = ProcessUse::of(sound.processId());
     runFor(seconds);
-    return {.capture = both() - peers, .server = ProcessCost::of(sound.processId()) - server};
+    return {.capture = both() - peers, .server = ProcessUse::of(sound.processId()) - server};
 }
 
 template<typename Value>
@@ -153,10 +153,10 @@ double median(std::vector<Result>& results, Value value) {
 void print(const char* name, int fragment, std::vector<Result>& results, int seconds) {
     const auto minute = 60.0 / seconds;
     std::printf("| %-5s | %2d ms | %5.0f ms | %5.1f | %5.0f ms | %5.1f |", name, fragment,
-                median(results, [](const Result& each) { return each.capture.milliseconds; }) * minute,
-                median(results, [](const Result& each) { return each.capture.wakeUps; }) / seconds,
-                median(results, [](const Result& each) { return each.server.milliseconds; }) * minute,
-                median(results, [](const Result& each) { return each.server.wakeUps; }) / seconds);
+                median(results, [](const Result& each) { return each.capture.processorTime; }) * minute,
+                median(results, [](const Result& each) { return each.capture.switches; }) / seconds,
+                median(results, [](const Result& each) { return each.server.processorTime; }) * minute,
+                median(results, [](const Result& each) { return each.server.switches; }) / seconds);
     if (results.front().buffersPerSecond > 0) {
         int missed = 0;
         for (const auto& each : results) {
@@ -187,11 +187,11 @@ void run(int seconds) {
     sound.start();
     sound.useInThisProcess();
     addDevices(sound);
-    const auto idle = ProcessCost::of(sound.processId());
+    const auto idle = ProcessUse::of(sound.processId());
     runFor(seconds);
-    const auto rest = ProcessCost::of(sound.processId()) - idle;
+    const auto rest = ProcessUse::of(sound.processId()) - idle;
     std::printf("Server alone: %.0f ms a minute, %.1f wake-ups a second.\n\n",
-                rest.milliseconds * 60.0 / seconds, static_cast<double>(rest.wakeUps) / seconds);
+                rest.processorTime * 60.0 / seconds, rest.switches / seconds);
     std::map<int, std::vector<Result>> own;
     std::map<int, std::vector<Result>> peer;
     for (int round = 0; round < rounds; ++round) {

@@ -4,6 +4,7 @@
 #include "AppDelegate.h"
 #include "ChildProcess.h"
 #include "ClerkAuthService.h"
+#include "Figures.h"
 #include "PrivateDisplay.h"
 #include "ProcessUse.h"
 #include "TourDesktop.h"
@@ -27,13 +28,19 @@ constexpr int settling = 14'000; // ms; a text cursor blinks for ten seconds
 constexpr int patience = 30'000; // ms
 constexpr int mumblePort = 64'799;
 
+constexpr double memoryLimit = 90;    // MB, talking
+constexpr double shareOfMumble = 0.5; // of its processor time
+
 struct Minute {
-    double idleMemory = 0;   // MB
-    double idleSwitches = 0; // a second
-    double memory = 0;       // MB at the end
-    double processorTime = 0;
-    double switches = 0; // a second
+    ProcessUse idle; // of `settling`
+    ProcessUse talking;
 };
+
+ProcessUse useOf(qint64 process, int time) {
+    const auto before = ProcessUse::of(process);
+    QThread::msleep(static_cast<unsigned long>(time));
+    return ProcessUse::of(process) - before;
+}
 
 bool says(const QString& path, const QByteArray& words) {
     QFile file(path);
@@ -66,16 +73,15 @@ private:
     SoundPlayback m_candidate;
 };
 
-Minute watch(TourDesktop& desktop, qint64 process, Minute result) {
+ProcessUse useOfTalking(TourDesktop& desktop, qint64 process) {
     const Conversation conversation(desktop);
     QThread::msleep(warmUp);
-    const auto before = ProcessUse::of(process);
-    QThread::msleep(minute);
-    const auto after = ProcessUse::of(process);
-    result.memory = after.resident;
-    result.processorTime = after.processorTime - before.processorTime;
-    result.switches = (after.switches - before.switches) * 1000 / minute;
-    return result;
+    return useOf(process, minute);
+}
+
+ProcessUse useOfIdling(qint64 process) {
+    QThread::msleep(settling);
+    return useOf(process, settling);
 }
 
 QProcessEnvironment environmentOn(const PrivateDisplay& display) {
@@ -104,24 +110,12 @@ Minute interviewMinute(TourDesktop& desktop, const PrivateDisplay& display) {
                   environmentOn(display), output);
     wantUntil("a session",
               [&] { return says(output, "session confirmed") || says(output, "Session resumed"); });
-    QThread::msleep(settling);
-    Minute result;
-    const auto before = ProcessUse::of(program.processId());
-    QThread::msleep(settling);
-    const auto after = ProcessUse::of(program.processId());
-    result.idleMemory = after.resident;
-    result.idleSwitches = (after.switches - before.switches) * 1000 / settling;
+    const auto idle = useOfIdling(program.processId());
     ChildProcess launcher;
-    launcher.start(QStringLiteral("gdbus"),
-                   {QStringLiteral("call"), QStringLiteral("--session"), QStringLiteral("--dest"),
-                    QStringLiteral("com.corvane.Lumetra"), QStringLiteral("--object-path"),
-                    QStringLiteral("/com/corvane/Lumetra"), QStringLiteral("--method"),
-                    QStringLiteral("org.freedesktop.Application.Open"),
-                    QStringLiteral("['corvane://interview/%1']").arg(QLatin1String(tourvoices::interviewId)),
-                    QStringLiteral("{}")},
+    launcher.start(QStringLiteral("gdbus"), TourDesktop::callToOpen(QLatin1String(tourvoices::interviewId)),
                    environmentOn(display), desktop.folder() + QStringLiteral("/launcher"));
     wantUntil("the interview's sound", [&] { return says(output, "Starting dual audio forwarding"); });
-    return watch(desktop, program.processId(), result);
+    return {idle, useOfTalking(desktop, program.processId())};
 }
 
 void writeFile(const QString& path, const QByteArray& text) {
@@ -161,28 +155,41 @@ Minute mumbleMinute(TourDesktop& desktop, const PrivateDisplay& display, const Q
         display.xdotool({QStringLiteral("key"), QStringLiteral("alt+y")});
         return says(serverOutput, "Authenticated");
     });
-    QThread::msleep(settling);
-    Minute result;
-    const auto before = ProcessUse::of(client.processId());
-    QThread::msleep(settling);
-    const auto after = ProcessUse::of(client.processId());
-    result.idleMemory = after.resident;
-    result.idleSwitches = (after.switches - before.switches) * 1000 / settling;
-    return watch(desktop, client.processId(), result);
+    const auto idle = useOfIdling(client.processId());
+    return {idle, useOfTalking(desktop, client.processId())};
 }
 
-void print(const char* name, std::vector<Minute>& minutes) {
+template<typename What>
+double medianOf(const std::vector<Minute>& minutes, What what) {
+    std::vector<double> values;
+    std::ranges::transform(minutes, std::back_inserter(values), what);
+    return median(std::move(values));
+}
+
+double talkingMemory(const Minute& each) {
+    return each.talking.resident;
+}
+double talkingTime(const Minute& each) {
+    return each.talking.processorTime;
+}
+
+void print(const char* name, const std::vector<Minute>& minutes) {
     if (minutes.empty()) {
         std::printf("| %s | not measured | | | | |\n", name);
         return;
     }
-    const auto median = [&](double Minute::*what) {
-        std::ranges::sort(minutes, {}, what);
-        return minutes[minutes.size() / 2].*what;
-    };
-    std::printf("| %s | %.1f MB | %.1f | %.1f MB | %.0f ms | %.0f |\n", name, median(&Minute::idleMemory),
-                median(&Minute::idleSwitches), median(&Minute::memory), median(&Minute::processorTime),
-                median(&Minute::switches));
+    const auto perSecond = [](double switches, int time) { return switches * 1000 / time; };
+    std::printf(
+        "| %s | %.1f MB | %.1f | %.1f MB | %.0f ms | %.0f |\n", name,
+        medianOf(minutes, [](const Minute& each) { return each.idle.resident; }),
+        perSecond(medianOf(minutes, [](const Minute& each) { return each.idle.switches; }), settling),
+        medianOf(minutes, talkingMemory), medianOf(minutes, talkingTime),
+        perSecond(medianOf(minutes, [](const Minute& each) { return each.talking.switches; }), minute));
+}
+
+bool isWithinLimits(const std::vector<Minute>& ours, const std::vector<Minute>& theirs) {
+    return !ours.empty() && medianOf(ours, talkingMemory) <= memoryLimit &&
+           (theirs.empty() || medianOf(ours, talkingTime) <= shareOfMumble * medianOf(theirs, talkingTime));
 }
 
 } // namespace
@@ -215,5 +222,5 @@ int main(int argc, char* argv[]) {
                 "minute | wake-ups a second |\n|---|---|---|---|---|---|\n");
     print("Corvane Lumetra", ours);
     print("Mumble", theirs);
-    return ours.empty() ? 1 : 0;
+    return isWithinLimits(ours, theirs) ? 0 : 1;
 }

@@ -2,6 +2,7 @@
 // client, on a private display, session and sound server each time.
 //   WindowFootprint [rounds]
 #include "ChildProcess.h"
+#include "Figures.h"
 #include "PrivateDisplay.h"
 #include "PrivateSession.h"
 #include "PrivateSound.h"
@@ -15,7 +16,9 @@
 #include <QThread>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
+#include <functional>
 #include <stdexcept>
 
 #include <unistd.h>
@@ -27,20 +30,22 @@ constexpr int settling = 14'000; // ms after the first paint; a text cursor blin
 constexpr int glance = 2;        // ms between looks at the display, which cost its server time
 constexpr int idling = 10'000;   // ms
 
-struct Idleness {
-    double resident = 0;      // MB
-    double proportional = 0;  // MB
-    double processorTime = 0; // ms
-    double switches = 0;      // voluntary ones a second
-};
+// What the program may take.
+constexpr double timesBareStart = 1.6;
+constexpr double shareOfMumbleStart = 1.0 / 6;
+constexpr double memoryLimit = 75; // MB
+constexpr double wakeUpLimit = 2;  // a second
 
 struct Peer {
     const char* name;
     QString program;
-    std::vector<double> firstStart; // ms to the first painted window, as a new user
-    std::vector<double> nextStart;  // the same user again
-    std::vector<double> coldStart;  // nothing of it in the machine's memory
-    Idleness idle;
+    std::vector<double> firstStart = {}; // ms to the first painted window, as a new user
+    std::vector<double> nextStart = {};  // the same user again
+    std::vector<double> coldStart = {};  // nothing of it in the machine's memory
+    ProcessUse idle = {};                // of `idling`
+    double proportional = 0;             // MB
+
+    double wakeUps() const { return idle.switches * 1000 / idling; } // a second
 };
 
 // What the machine holds in memory of its files. Only a privileged process may throw it away.
@@ -87,17 +92,11 @@ double start(const Peer& peer, const Desktop& desktop) {
     return start(process, peer, desktop);
 }
 
-Idleness watch(qint64 id) {
-    Idleness result;
+ProcessUse watch(qint64 id) {
     QThread::msleep(settling);
     const auto before = ProcessUse::of(id);
     QThread::msleep(idling);
-    const auto after = ProcessUse::of(id);
-    result.resident = after.resident;
-    result.proportional = after.proportional;
-    result.processorTime = after.processorTime - before.processorTime;
-    result.switches = (after.switches - before.switches) * 1000 / idling;
-    return result;
+    return ProcessUse::of(id) - before;
 }
 
 void measure(Peer& peer, bool idleToo) {
@@ -110,6 +109,7 @@ void measure(Peer& peer, bool idleToo) {
         peer.firstStart.push_back(start(process, peer, desktop));
         if (idleToo) {
             peer.idle = watch(process.processId());
+            peer.proportional = proportionalMemory(process.processId());
         }
     }
     peer.nextStart.push_back(start(peer, desktop));
@@ -118,12 +118,29 @@ void measure(Peer& peer, bool idleToo) {
     }
 }
 
-QString median(std::vector<double>& values) {
-    if (values.empty()) {
-        return QStringLiteral("-");
-    }
-    std::ranges::sort(values);
-    return QStringLiteral("%1 ms").arg(values[values.size() / 2], 0, 'f', 0);
+QString medianText(const std::vector<double>& values) {
+    return values.empty() ? QStringLiteral("-") : QStringLiteral("%1 ms").arg(median(values), 0, 'f', 0);
+}
+
+using Starts = std::vector<double> Peer::*;
+constexpr std::array<Starts, 3> kindsOfStart{&Peer::firstStart, &Peer::nextStart, &Peer::coldStart};
+
+// How many times as long the one takes, by pairs of one round: what slows the machine down meets both.
+double ratio(const Peer& ours, const Peer& other, Starts starts) {
+    std::vector<double> ratios;
+    std::ranges::transform(ours.*starts, other.*starts, std::back_inserter(ratios), std::divides());
+    return median(std::move(ratios));
+}
+
+bool startsWithin(const Peer& ours, double times, const Peer& other) {
+    return std::ranges::all_of(kindsOfStart,
+                               [&](Starts starts) { return ratio(ours, other, starts) <= times; });
+}
+
+bool isWithinLimits(const Peer& ours, const Peer& bare, const Peer* mumble) {
+    return !ours.nextStart.empty() && startsWithin(ours, timesBareStart, bare) &&
+           (!mumble || startsWithin(ours, shareOfMumbleStart, *mumble)) && ours.idle.resident > 0 &&
+           ours.idle.resident <= memoryLimit && ours.wakeUps() <= wakeUpLimit;
 }
 
 } // namespace
@@ -133,11 +150,11 @@ int main(int argc, char* argv[]) {
     const int rounds = argc > 1 ? std::max(1, QString::fromLocal8Bit(argv[1]).toInt()) : 5;
     const auto folder = QCoreApplication::applicationDirPath();
     std::vector<Peer> peers{
-        {"bare Qt Quick window", folder + QStringLiteral("/BareQuickWindow"), {}, {}, {}, {}},
-        {"Corvane Lumetra", folder + QStringLiteral("/corvane-lumetra"), {}, {}, {}, {}},
+        {"bare Qt Quick window", folder + QStringLiteral("/BareQuickWindow")},
+        {"Corvane Lumetra", folder + QStringLiteral("/corvane-lumetra")},
     };
     if (const auto mumble = QStandardPaths::findExecutable(QStringLiteral("mumble")); !mumble.isEmpty()) {
-        peers.push_back({"Mumble", mumble, {}, {}, {}, {}});
+        peers.push_back({"Mumble", mumble});
     }
     // By turns, so that a busy minute of the machine meets all of them.
     for (int round = 0; round < rounds; ++round) {
@@ -153,11 +170,14 @@ int main(int argc, char* argv[]) {
         "| | first start | next start | cold start | resident / proportional | idle, 10 s of processor "
         "time | wake-ups a second |\n"
         "|---|---|---|---|---|---|---|\n");
-    for (auto& peer : peers) {
+    for (const auto& peer : peers) {
         std::printf("| %s | %s | %s | %s | %.1f / %.1f MB | %.0f ms | %.1f |\n", peer.name,
-                    qPrintable(median(peer.firstStart)), qPrintable(median(peer.nextStart)),
-                    qPrintable(median(peer.coldStart)), peer.idle.resident, peer.idle.proportional,
-                    peer.idle.processorTime, peer.idle.switches);
+                    qPrintable(medianText(peer.firstStart)), qPrintable(medianText(peer.nextStart)),
+                    qPrintable(medianText(peer.coldStart)), peer.idle.resident, peer.proportional,
+                    peer.idle.processorTime, peer.wakeUps());
     }
-    return 0;
+    std::printf("By rounds %.2f, %.2f and %.2f times the bare window (limit: %.1f).\n",
+                ratio(peers[1], peers[0], &Peer::firstStart), ratio(peers[1], peers[0], &Peer::nextStart),
+                ratio(peers[1], peers[0], &Peer::coldStart), timesBareStart);
+    return isWithinLimits(peers[1], peers[0], peers.size() > 2 ? &peers[2] : nullptr) ? 0 : 1;
 }

@@ -3,7 +3,7 @@
 //   Growth
 #include "ChatsViewModel.h"
 #include "DatabaseService.h"
-#include "ResponsePopoverPresenter.h"
+#include "PopoverWindow.h"
 #include "TestProgram.h"
 
 #include <QElapsedTimer>
@@ -11,8 +11,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QQmlEngine>
-#include <QQuickView>
 
 #include <algorithm>
 #include <cstdio>
@@ -54,21 +52,15 @@ QByteArray message(const char* type, const QString& key, const QJsonValue& value
 struct Interview {
     TestProgram program;
     std::unique_ptr<ResponsePopoverPresenter> presenter;
-    QQuickView view;
+    std::unique_ptr<PopoverWindow> view;
 
     Interview() {
         program.launchToSession();
         presenter = std::make_unique<ResponsePopoverPresenter>(
             program.completion(), program.interview(), program.app->settingsViewModel(), *program.access);
-        view.engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
-        view.setResizeMode(QQuickView::SizeRootObjectToView);
-        view.setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(presenter.get())}});
-        view.setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Overlay/ResponsePopoverView.qml")));
-        view.resize(620, 652);
-        view.show();
+        view = std::make_unique<PopoverWindow>(*presenter);
         program.startInterview(QString::fromLatin1(interviewId));
     }
-    ~Interview() { view.setSource({}); }
 
     void draw() {
         program.settle();
@@ -76,7 +68,7 @@ struct Interview {
         QTimer::singleShot(40ms, Qt::PreciseTimer, &frame,
                            &QEventLoop::quit); // the presenter's own wait is over
         frame.exec();
-        view.grabWindow();
+        view->grabWindow();
     }
     // Half of the paragraphs are comments and half recommendations, each with a card of its own, or all are
     // in one card.
@@ -215,10 +207,7 @@ Cost best(const Case& each, int size) {
 } // namespace
 
 int main(int argc, char* argv[]) {
-    qputenv("QT_QUICK_BACKEND", "software");
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
+    PopoverWindow::chooseRenderer();
     const QGuiApplication application(argc, argv);
     platform::setLogHandler([](platform::LogSink, const QString&) {});
     // What is read once, by whoever is first, is no part of the smaller case.

@@ -83,13 +83,3 @@ BENCHMARK(parsedByBoost)->Arg(200)->Arg(64 * 1024);
 BENCHMARK(parsedByQt)->Arg(200)->Arg(64 * 1024);
 
 } // namespace
-
-int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}

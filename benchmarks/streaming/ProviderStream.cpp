@@ -5,18 +5,16 @@
 //   ProviderStream [events a second] [seconds]
 #include "ChatServer.h"
 #include "CustomProviderService.h"
+#include "Figures.h"
+#include "PopoverWindow.h"
 #include "ProviderEntries.h"
-#include "ResponsePopoverPresenter.h"
 #include "TestProgram.h"
 
 #include <QGuiApplication>
-#include <QQmlEngine>
-#include <QQuickView>
 #include <QTimer>
 
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 
 namespace {
 
@@ -28,18 +26,6 @@ constexpr double stallLimit = 100;  // ms
 
 double millisecondsSince(qint64 nanoseconds) {
     return static_cast<double>(Clock::now().time_since_epoch().count() - nanoseconds) / 1e6;
-}
-
-double processorTime() {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
-}
-
-double percentile(std::vector<double> values, double share) {
-    std::ranges::sort(values);
-    return values.empty() ? 0
-                          : values.at(static_cast<size_t>(share * static_cast<double>(values.size() - 1)));
 }
 
 void report(const char* name, const std::vector<double>& values) {
@@ -57,12 +43,6 @@ class Stage {
 public:
     Stage(const QString& baseUrl, const QString& endpoint)
         : m_defaults(providerEntries(baseUrl, endpoint)) {
-        m_view.engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
-        m_view.setResizeMode(QQuickView::SizeRootObjectToView);
-        m_view.setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&m_presenter)}});
-        m_view.setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Overlay/ResponsePopoverView.qml")));
-        m_view.resize(620, 652);
-        m_view.show();
         QObject::connect(&m_completion, &CompletionViewModel::responseChanged, &m_view, [this] { note(); });
         QObject::connect(&m_view, &QQuickWindow::frameSwapped, &m_view, [this] {
             if (m_undrawn != 0) {
@@ -79,7 +59,7 @@ public:
     // Gives the texts that arrived.
     qsizetype run() {
         m_completion.setInput(QStringLiteral("Go"));
-        const auto busy = processorTime();
+        const auto busy = threadTime();
         m_completion.submit();
         m_lastTick = Clock::now().time_since_epoch().count();
         m_tick.start(1);
@@ -87,7 +67,7 @@ public:
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         }
         m_tick.stop();
-        work = processorTime() - busy;
+        work = threadTime() - busy;
         if (m_completion.error()) {
             std::printf("failed: %s\n", qPrintable(m_completion.errorText()));
         }
@@ -123,7 +103,7 @@ private:
                                      *m_program.clock};
     ResponsePopoverPresenter m_presenter{m_completion, m_program.interview(),
                                          m_program.app->settingsViewModel(), *m_program.access};
-    QQuickView m_view;
+    PopoverWindow m_view{m_presenter};
     QTimer m_tick;
     qsizetype m_seen = 0;
     qint64 m_undrawn = 0;
@@ -150,10 +130,7 @@ bool measure(const ChatServer& server, int rate, int seconds) {
 } // namespace
 
 int main(int argc, char** argv) {
-    qputenv("QT_QUICK_BACKEND", "software");
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
+    PopoverWindow::chooseRenderer();
     QGuiApplication application(argc, argv);
     platform::setLogHandler([](platform::LogSink, const QString&) {});
     const ChatServer server;

@@ -1,19 +1,17 @@
 // Frames of the popover while 200 pieces of an assessment a second arrive in a text of 10 KB and of 100 KB:
 // what the main thread does for a frame, and for a piece. The software renderer draws, as in the program.
 //   StreamingFrames [seconds]
-#include "ResponsePopoverPresenter.h"
+#include "Figures.h"
+#include "PopoverWindow.h"
 #include "TestProgram.h"
 
 #include <QGuiApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QQmlEngine>
-#include <QQuickView>
 #include <QTimer>
 
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 
 namespace {
 
@@ -21,14 +19,6 @@ using namespace std::chrono_literals;
 
 constexpr auto chunkInterval = 5ms;
 constexpr double frameLimit = 16.7; // ms
-constexpr int panelHeight = 652;
-
-// Processor time of the main thread, in ms: what others do on the machine does not count.
-double processorTime() {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
-}
 
 // Prose with inline markdown, as an assessment is: sentences, line breaks and here and there an empty line.
 class Prose {
@@ -59,16 +49,12 @@ private:
 
 // The view in a window of its own, and how long the main thread is busy between two frames and in drawing
 // them.
-class Stage : public QQuickView {
+class Stage : public PopoverWindow {
 public:
-    explicit Stage(ResponsePopoverPresenter& presenter) {
-        engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
-        setResizeMode(SizeRootObjectToView);
-        setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&presenter)}});
-        setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Overlay/ResponsePopoverView.qml")));
-        resize(620, panelHeight);
+    explicit Stage(ResponsePopoverPresenter& presenter)
+        : PopoverWindow(presenter) {
         connect(this, &QQuickWindow::frameSwapped, this, [this] {
-            const auto now = processorTime();
+            const auto now = threadTime();
             frames.push_back(now - m_lastFrame);
             m_lastFrame = now;
         });
@@ -77,7 +63,7 @@ public:
     void clear() {
         frames.clear();
         drawing = 0;
-        start = m_lastFrame = processorTime();
+        start = m_lastFrame = threadTime();
     }
 
     std::vector<double> frames; // ms of work for each
@@ -87,11 +73,11 @@ public:
 protected:
     bool event(QEvent* event) override {
         if (event->type() != QEvent::UpdateRequest) {
-            return QQuickView::event(event);
+            return PopoverWindow::event(event);
         }
-        const auto before = processorTime();
-        const bool done = QQuickView::event(event);
-        drawing += processorTime() - before;
+        const auto before = threadTime();
+        const bool done = PopoverWindow::event(event);
+        drawing += threadTime() - before;
         return done;
     }
 
@@ -110,19 +96,12 @@ void rest(std::chrono::milliseconds time) {
     loop.exec();
 }
 
-double percentile(std::vector<double> values, double share) {
-    std::ranges::sort(values);
-    return values.empty() ? 0
-                          : values.at(static_cast<size_t>(share * static_cast<double>(values.size() - 1)));
-}
-
 bool measure(const char* name, Prose::Layout layout, qsizetype size, std::chrono::seconds time) {
     TestProgram program;
     program.launchToSession();
     ResponsePopoverPresenter presenter(program.completion(), program.interview(),
                                        program.app->settingsViewModel(), *program.access);
     Stage stage(presenter);
-    stage.show();
     Prose prose(layout);
     while (program.completion().assessmentText().size() < size) {
         program.serverSays(chunk(prose.next(400)));
@@ -141,7 +120,7 @@ bool measure(const char* name, Prose::Layout layout, qsizetype size, std::chrono
     rest(time);
     timer.stop();
 
-    const auto busy = processorTime() - stage.start;
+    const auto busy = threadTime() - stage.start;
     const auto p99 = percentile(stage.frames, 0.99);
     std::printf("%-9s %4lld KB %6zu frames   p50 %5.2f  p99 %5.2f  worst %5.2f ms   a piece: %.3f ms + "
                 "drawing %.3f ms\n",
@@ -154,10 +133,7 @@ bool measure(const char* name, Prose::Layout layout, qsizetype size, std::chrono
 } // namespace
 
 int main(int argc, char** argv) {
-    qputenv("QT_QUICK_BACKEND", "software");
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
+    PopoverWindow::chooseRenderer();
     QGuiApplication application(argc, argv);
     platform::setLogHandler([](platform::LogSink, const QString&) {});
     const std::chrono::seconds time(argc > 1 ? std::max(1, QByteArray(argv[1]).toInt()) : 10);

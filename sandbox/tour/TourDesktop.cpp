@@ -122,3 +122,16 @@ QString TourDesktop::speech(const QString& name, const QString& text) {
     }
     return path;
 }
+
+QStringList TourDesktop::callToOpen(const QString& interviewId) {
+    return {QStringLiteral("call"),
+            QStringLiteral("--session"),
+            QStringLiteral("--dest"),
+            QStringLiteral("com.corvane.Lumetra"),
+            QStringLiteral("--object-path"),
+            QStringLiteral("/com/corvane/Lumetra"),
+            QStringLiteral("--method"),
+            QStringLiteral("org.freedesktop.Application.Open"),
+            QStringLiteral("['corvane://interview/%1']").arg(interviewId),
+            QStringLiteral("{}")};
+}

@@ -39,6 +39,8 @@ public:
     }
     // Speech of a synthetic voice, as a file. `name` tells the files apart.
     QString speech(const QString& name, const QString& text);
+    // What gdbus calls to have a program of this desktop open the link to an interview.
+    static QStringList callToOpen(const QString& interviewId);
     void plugMicrophone();
     void plugSpeakers();
 

@@ -195,12 +195,7 @@ QCoro::Task<void> TourScript::launch() {
 
 QCoro::Task<void> TourScript::openLink(QString id) {
     QProcess launcher;
-    launcher.start(QStringLiteral("gdbus"),
-                   {QStringLiteral("call"), QStringLiteral("--session"), QStringLiteral("--dest"),
-                    QLatin1String(applicationId), QStringLiteral("--object-path"),
-                    QStringLiteral("/com/corvane/Lumetra"), QStringLiteral("--method"),
-                    QStringLiteral("org.freedesktop.Application.Open"),
-                    QStringLiteral("['corvane://interview/%1']").arg(id), QStringLiteral("{}")});
+    launcher.start(QStringLiteral("gdbus"), TourDesktop::callToOpen(id));
     co_await until(QStringLiteral("the launcher hands the link over"),
                    [&launcher] { return launcher.state() == QProcess::NotRunning; });
     require(launcher.exitCode() == 0, QString::fromUtf8(launcher.readAllStandardError()));

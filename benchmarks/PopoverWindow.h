@@ -1,0 +1,27 @@
+#pragma once
+
+#include "ResponsePopoverPresenter.h"
+
+#include <QQmlEngine>
+#include <QQuickView>
+
+// The popover in a window of its own, drawn by the software renderer as in the program.
+class PopoverWindow : public QQuickView {
+public:
+    explicit PopoverWindow(ResponsePopoverPresenter& presenter) {
+        engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
+        setResizeMode(SizeRootObjectToView);
+        setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&presenter)}});
+        setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Overlay/ResponsePopoverView.qml")));
+        resize(620, 652);
+        show();
+    }
+
+    // In the environment, before there is an application.
+    static void chooseRenderer() {
+        qputenv("QT_QUICK_BACKEND", "software");
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        }
+    }
+};
