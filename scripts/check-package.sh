@@ -32,7 +32,7 @@ echo "== The package"
 (cd "$build" && cpack -G DEB) >"$build/package.log" 2>&1 || fail "cpack failed: see $build/package.log"
 package=$(echo "$work"/corvane-lumetra_*.deb)
 ls -l "$package"
-lintian --allow-root --fail-on error "$package"
+lintian --allow-root --fail-on error,warning "$package"
 scripts/check-hardening.sh "$build"/bin/corvane-lumetra "$build"/bin/corvane-lumetra-open
 appstreamcli validate --no-net "$build"/packaging/com.corvane.Lumetra.metainfo.xml
 mkdir -p "$work/man/man1" # one page is the other's, by its place

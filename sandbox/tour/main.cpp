@@ -22,7 +22,7 @@ QCoro::Task<void> runTour(TourScript* script, Transcript* transcript) {
         status = 0;
     } catch (const std::exception& error) {
         transcript->chapter(
-            QStringLiteral("The tour ends here. What did not happen %1").arg(platform::errorText(error)));
+            QStringLiteral("The tour ends here. What did not happen: %1").arg(platform::errorText(error)));
         script->keepSight(QStringLiteral("failure"));
     }
     QCoreApplication::exit(status);

@@ -1,6 +1,7 @@
 #include "CorvaneApp.h"
 #include "CursorRest.h"
 #include "TerminationSignals.h"
+#include "WaylandSession.h"
 
 #include <QGuiApplication>
 #include <QIcon>
@@ -25,7 +26,7 @@ void choosePlatform() {
         return;
     }
     const bool x11 = qEnvironmentVariableIsSet("DISPLAY");
-    if (x11 || !qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) {
+    if (x11 || !platform::isWaylandSession()) {
         qputenv("QT_QPA_PLATFORM", x11 ? "xcb" : "offscreen");
     }
 }

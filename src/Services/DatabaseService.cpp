@@ -127,8 +127,9 @@ auto allRows(Statement& statement, Read read) {
     return rows;
 }
 
+// A NUL would end the statement.
 std::string quoted(QString text) {
-    return '\'' + text.replace(u'\'', QStringLiteral("''")).toStdString() + '\'';
+    return '\'' + text.remove(QChar(u'\0')).replace(u'\'', QStringLiteral("''")).toStdString() + '\'';
 }
 
 // SQLite gives the write-ahead files the mode of the database file: make that one first, for the user alone.

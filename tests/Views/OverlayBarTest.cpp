@@ -3,6 +3,8 @@
 #include "Rows.h"
 #include "TestProgram.h"
 
+namespace {
+
 // The bar of a program that has its session.
 struct Bar : TestProgram {
     Bar() { launchToSession(); }
@@ -18,6 +20,8 @@ struct Bar : TestProgram {
         settle();
     }
 };
+
+} // namespace
 
 class OverlayBarTest : public QObject {
     Q_OBJECT

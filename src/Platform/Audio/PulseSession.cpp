@@ -33,6 +33,10 @@ void PulseSession::toMain(std::function<void()> work) {
 }
 
 void PulseSession::endWith(const AudioError& error) {
+    // The limit may be reached while another failure is on its way here.
+    if (std::exchange(m_ended, true)) {
+        return;
+    }
     m_limit.stop();
     shutDown();
     failed(error);

@@ -48,6 +48,7 @@ private:
 
     QObject m_main;
     QTimer m_limit;
+    bool m_ended = false;
 };
 
 } // namespace platform

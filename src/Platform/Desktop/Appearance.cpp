@@ -1,5 +1,7 @@
 #include "Appearance.h"
 
+#include "PortalRequest.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -10,8 +12,6 @@ namespace platform {
 
 namespace {
 
-const auto portalService = QStringLiteral("org.freedesktop.portal.Desktop");
-const auto portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const auto settingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
 const auto appearanceNamespace = QStringLiteral("org.freedesktop.appearance");
 const auto colorSchemeKey = QStringLiteral("color-scheme");
@@ -26,9 +26,9 @@ public:
         if (!bus.isConnected()) {
             return;
         }
-        bus.connect(portalService, portalPath, settingsInterface, QStringLiteral("SettingChanged"), this,
+        bus.connect(portal::service, portal::path, settingsInterface, QStringLiteral("SettingChanged"), this,
                     SLOT(settingChanged(QString, QString, QDBusVariant)));
-        auto question = QDBusMessage::createMethodCall(portalService, portalPath, settingsInterface,
+        auto question = QDBusMessage::createMethodCall(portal::service, portal::path, settingsInterface,
                                                        QStringLiteral("Read"));
         question << appearanceNamespace << colorSchemeKey;
         auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(question), this);

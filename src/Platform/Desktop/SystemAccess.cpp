@@ -102,7 +102,11 @@ private:
                          });
         QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
         process->start(starter, {address});
-        return process->waitForStarted();
+        const bool started = process->waitForStarted();
+        if (!started) {
+            process->deleteLater();
+        }
+        return started;
     }
     void refuse(const QString& address, const QString& advice) {
         logLine(QStringLiteral("[App] Nothing on this desktop opens %1").arg(address));

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QSocketNotifier>
 
+#include <cerrno>
 #include <csignal>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -15,8 +16,10 @@ int wakeDescriptor = -1;
 
 // Only what a signal handler may do. Unlike a blocked signal, a handler is not passed on to child processes.
 void wakeEventLoop(int) {
+    const auto interrupted = errno;
     const uint64_t one = 1;
     [[maybe_unused]] const auto written = write(wakeDescriptor, &one, sizeof one);
+    errno = interrupted;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "KeyTable.h"
 #include "Log.h"
+#include "WaylandSession.h"
 
 #include <QGuiApplication>
 #include <QInputMethodQueryEvent>
@@ -28,10 +29,6 @@ constexpr std::array qtModifiers{
     QtModifier{Qt::ShiftModifier, modifier::shift}, QtModifier{Qt::ControlModifier, modifier::control},
     QtModifier{Qt::AltModifier, modifier::option}, QtModifier{Qt::GroupSwitchModifier, modifier::option},
     QtModifier{Qt::MetaModifier, modifier::command}};
-
-bool isWayland() {
-    return qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
-}
 
 bool isTextField(QObject* object) {
     if (!object) {
@@ -99,7 +96,7 @@ void DesktopKeyMonitor::start() {
     if (QGuiApplication::platformName() == QLatin1String("xcb")) {
         openKeyboard();
     }
-    if (isWayland()) {
+    if (isWaylandSession()) {
         openPortal();
     }
 }
@@ -129,7 +126,7 @@ void DesktopKeyMonitor::stop() {
 
 void DesktopKeyMonitor::openKeyboard() {
     // Under Wayland the server of X11 programs has only their keys, and loses the end of a press.
-    const bool ofAllPrograms = !isWayland();
+    const bool ofAllPrograms = !isWaylandSession();
     m_keyboard.reset(X11Keyboard::open(ofAllPrograms).release());
     if (!m_keyboard) {
         logLine(

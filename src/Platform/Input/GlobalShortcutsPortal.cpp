@@ -221,6 +221,10 @@ void GlobalShortcutsPortal::closeSession() {
 
 void GlobalShortcutsPortal::forgetSession() {
     m_session.clear();
+    // Asked for again at the next change only: the desktop may have had its reasons.
+    if (!m_isBinding) {
+        m_bound.clear();
+    }
     setTriggers({});
     Q_EMIT lost();
 }

@@ -104,8 +104,8 @@ void Connector::connectNext() {
     m_transport.close();
     if (m_next < m_addresses.size()) {
         m_patience.expires_after(patienceForAnAddress);
-        m_patience.async_wait([this, owned = m_owner](error_code cancelled) {
-            if (!cancelled && m_connecting) {
+        m_patience.async_wait([this, owned = m_owner, attempt = m_next](error_code cancelled) {
+            if (!cancelled && m_connecting && attempt == m_next) {
                 m_transport.close();
             }
         });

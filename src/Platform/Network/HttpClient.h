@@ -19,11 +19,11 @@ struct HttpHeader {
     QByteArray value;
 };
 
+struct HttpResponse;
+
 // A request leaves with exactly these headers besides those of the transport (Host, Content-Length,
 // Connection, User-Agent, Accept-*): no Content-Type, Cookie or Authorization of the library's own. `url` is
 // already encoded.
-struct HttpResponse;
-
 struct HttpRequest {
     QByteArray method;
     QUrl url;

@@ -98,6 +98,7 @@ private:
     void closed(error_code) { drop(); }
 
     void armBound(std::chrono::milliseconds bound);
+    void liftBound();
     void boundReached();
     void report(WebSocketEnd end);
     void fail(const WebSocketError& error, int httpStatus = 0);
@@ -108,6 +109,7 @@ private:
     NetworkThread& m_thread;
     const std::shared_ptr<WebSocketMailbox> m_mailbox;
     SteadyTimer m_bound;
+    quint64 m_boundSerial = 0;
     // Any thread: sends fail at once when set.
     std::atomic<bool> m_cancelled = false;
     std::atomic<bool> m_reported = false;
@@ -192,7 +194,7 @@ void BeastConnection::upgraded(error_code error) {
         const int status = m_stream->next_layer().answeredStatus();
         fail(refusal(error), status);
     } else {
-        m_bound.cancel();
+        liftBound();
         m_open = true;
         m_mailbox->opened();
         read();
@@ -335,12 +337,19 @@ void BeastConnection::doCancel(int closeCode) {
 }
 
 void BeastConnection::armBound(std::chrono::milliseconds bound) {
+    liftBound();
     m_bound.expires_after(bound);
-    m_bound.async_wait([self = shared_from_this()](error_code cancelled) {
-        if (!cancelled) {
+    m_bound.async_wait([self = shared_from_this(), serial = m_boundSerial](error_code) {
+        if (serial == self->m_boundSerial) {
             self->boundReached();
         }
     });
+}
+
+// A timer that has run out already can no longer be cancelled: the serial tells.
+void BeastConnection::liftBound() {
+    ++m_boundSerial;
+    m_bound.cancel();
 }
 
 void BeastConnection::boundReached() {
@@ -381,7 +390,7 @@ void BeastConnection::failSends(const std::exception_ptr& error) {
 }
 
 void BeastConnection::drop() {
-    m_bound.cancel();
+    liftBound();
     if (m_connector) {
         m_connector->abandon();
     }

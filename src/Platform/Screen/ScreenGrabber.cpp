@@ -1,6 +1,7 @@
 #include "ScreenGrabber.h"
 
 #include "ScreenshotPortal.h"
+#include "WaylandSession.h"
 
 #include <QGuiApplication>
 #include <QPixmap>
@@ -13,10 +14,6 @@ namespace {
 
 bool isX11() {
     return QGuiApplication::platformName() == QLatin1String("xcb");
-}
-
-bool isWayland() {
-    return qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
 }
 
 ScreenPicture grab(QScreen& screen) {
@@ -59,7 +56,7 @@ class DesktopScreenGrabber : public ScreenGrabber {
 public:
     QCoro::Task<QList<ScreenPicture>> grabScreens() override {
         QList<ScreenPicture> pictures;
-        if (isWayland()) {
+        if (isWaylandSession()) {
             auto asking = ScreenshotPortal::takePicture();
             const auto desktop = co_await asking;
             QList<QRect> places;

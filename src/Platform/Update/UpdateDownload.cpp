@@ -92,8 +92,12 @@ QCoro::Task<QString> UpdateDownload::run() {
     if (QFile::exists(package)) {
         try {
             co_await verify(package);
+            endIfCancelled();
             co_return package;
-        } catch (const UpdateError&) {
+        } catch (const UpdateError& error) {
+            if (error.code() == UpdateError::cancelled) {
+                throw;
+            }
             QFile::remove(package);
         }
     }
@@ -104,11 +108,15 @@ QCoro::Task<QString> UpdateDownload::run() {
         removePart();
         throw;
     }
+    endIfCancelled();
+    keep();
+    co_return package;
+}
+
+void UpdateDownload::endIfCancelled() const {
     if (m_cancelled) {
         throw UpdateError(UpdateError::cancelled, QStringLiteral("The download was cancelled."));
     }
-    keep();
-    co_return package;
 }
 
 QCoro::Task<void> UpdateDownload::verify(QString path) {
@@ -132,6 +140,7 @@ QCoro::Task<void> UpdateDownload::verify(QString path) {
 QCoro::Task<void> UpdateDownload::fetch() {
     RedirectTrail trail(m_item.url, QStringLiteral("The update"));
     int restarts = 0;
+    endIfCancelled();
     openPart();
     while (m_part.size() < m_item.contentLength) {
         std::optional<HttpError> lost;
@@ -143,9 +152,7 @@ QCoro::Task<void> UpdateDownload::fetch() {
         } catch (const OperationCancelled&) {
             m_cancelled = true;
         }
-        if (m_cancelled) {
-            throw UpdateError(UpdateError::cancelled, QStringLiteral("The download was cancelled."));
-        }
+        endIfCancelled();
         if (lost && restarts++ == mostRestarts) {
             throw UpdateError(
                 UpdateError::downloadFailed,

@@ -40,6 +40,7 @@ Q_SIGNALS:
     void progressed(double share);
 
 private:
+    void endIfCancelled() const;
     void prepareFolder();
     void openPart();
     void restart();

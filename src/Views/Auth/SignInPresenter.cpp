@@ -31,8 +31,13 @@ QString SignInPresenter::title() const {
 }
 
 void SignInPresenter::setCode(const QString& text) {
+    // A keyboard may have digits of another script.
     QString digits;
-    std::ranges::copy_if(text, std::back_inserter(digits), [](QChar sign) { return sign.isDigit(); });
+    for (const auto sign : text) {
+        if (const int value = sign.digitValue(); value >= 0) {
+            digits += QChar(u'0' + value);
+        }
+    }
     digits.truncate(codeLength);
     if (digits != m_model.code()) {
         m_model.setCode(digits);

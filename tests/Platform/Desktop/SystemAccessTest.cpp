@@ -18,6 +18,14 @@ struct Notices : platform::Notifications {
     QStringList bodies;
 };
 
+// A program of that name in the folder.
+void install(const QTemporaryDir& folder, const QString& name, const QString& script) {
+    QFile program(folder.filePath(name));
+    QVERIFY(program.open(QIODevice::WriteOnly));
+    program.write("#!/bin/sh\n" + script.toUtf8());
+    QVERIFY(program.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+}
+
 } // namespace
 
 class SystemAccessTest : public QObject {
@@ -48,13 +56,9 @@ private Q_SLOTS:
         // Programs that write down how they were called.
         const QTemporaryDir folder;
         for (const auto& name : installed.split(u' ', Qt::SkipEmptyParts)) {
-            QFile program(folder.filePath(name));
-            QVERIFY(program.open(QIODevice::WriteOnly));
-            program.write(QString("#!/bin/sh\ncd '%1' && echo \"${0##*/} $*\" >part && /bin/mv part called\n")
-                              .arg(folder.path())
-                              .toUtf8());
-            program.close();
-            program.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+            install(
+                folder, name,
+                QString("cd '%1' && echo \"${0##*/} $*\" >part && /bin/mv part called\n").arg(folder.path()));
         }
         const auto path = qgetenv("PATH");
         qputenv("PATH", folder.path().toUtf8());
@@ -78,11 +82,7 @@ private Q_SLOTS:
 
     void aStarterThatFindsNoBrowserSaysSo() {
         const QTemporaryDir folder;
-        QFile program(folder.filePath("xdg-open"));
-        QVERIFY(program.open(QIODevice::WriteOnly));
-        program.write("#!/bin/sh\nexit 3\n");
-        program.close();
-        program.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+        install(folder, "xdg-open", "exit 3\n");
         const auto path = qgetenv("PATH");
         qputenv("PATH", folder.path().toUtf8());
         const LogCapture log;

@@ -153,6 +153,11 @@ private Q_SLOTS:
         QCOMPARE(m_portal.sessions.size(), 2);
         m_portal.closeSession();
         QVERIFY(waitUntil([&] { return lost.size() == 1 && keys->reach() == KeyReach::ownWindows; }));
+        // Not asked for again by itself, but with the next change.
+        QTest::qWait(50);
+        QCOMPARE(m_portal.sessions.size(), 2);
+        keys->setDesktopShortcuts({letter});
+        QVERIFY(waitUntil([&] { return keys->reach() == KeyReach::desktop; }));
     }
 
     void thePortalComesAndGoes() {

@@ -43,7 +43,6 @@ public:
         }
         m_socket->write(head + payload);
     }
-    void drop() { m_socket->abort(); }
     qint64 unsentBytes() const { return m_socket->bytesToWrite() + m_socket->encryptedBytesToWrite(); }
     void setReading(bool reading) {
         m_socket->setReadBufferSize(reading ? 0 : 1024);

@@ -75,6 +75,8 @@ private Q_SLOTS:
         const auto broken = QString("a") + QChar(u'\0') + QChar(0xd800);
         m_database->createConversation({conversationId, broken, 1, 2});
         QCOMPARE(m_database->getConversation(conversationId)->title.size(), broken.size());
+        m_database->updateConversation(conversationId, broken);
+        QVERIFY(m_database->getConversation(conversationId)->title.startsWith('a'));
         QCOMPARE(m_log->lines(), QStringList());
     }
 

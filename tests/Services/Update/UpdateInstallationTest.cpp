@@ -152,6 +152,34 @@ private Q_SLOTS:
         QCOMPARE(fixture.driver().stage(), Stage::hidden);
     }
 
+    // The package of an earlier start is looked at once more, off the main thread.
+    void aCancelIsHeardWhileAKeptPackageIsChecked_data() {
+        const auto row = rows<bool>();
+        row("a sound one", false);
+        row("a spoiled one", true);
+    }
+    void aCancelIsHeardWhileAKeptPackageIsChecked() {
+        const auto [spoiled] = currentRow<bool>();
+        Fixture fixture;
+        fixture.offer("none");
+        QVERIFY(fixture.checksAndSees(Stage::found));
+        fixture.driver().choose();
+        QVERIFY(fixture.reaches(Stage::ready));
+        if (spoiled) {
+            QFile package(fixture.folder() + u'/' + fixture.leftBehind().value(0));
+            QVERIFY(package.open(QFile::ReadWrite) && package.write("?") == 1);
+        }
+        fixture.launch();
+        QVERIFY(fixture.checksAndSees(Stage::found));
+        fixture.driver().choose();
+        QCOMPARE(fixture.driver().stage(), Stage::downloading);
+        fixture.driver().dismiss();
+        fixture.settle(); // by now it is known that a download has begun
+        QVERIFY(waitUntil([&] { return fixture.state() == Case::available; }));
+        QCOMPARE(fixture.driver().stage(), Stage::hidden);
+        QCOMPARE(fixture.answered("corvane-lumetra.deb 200"), 1);
+    }
+
     void whatTheDesktopCannotDoIsSaid_data() {
         const auto row = rows<bool, QString>();
         row("no installer", false, "sudo apt install");
