@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
+#include <limits>
 #include <map>
 #include <stdexcept>
 
@@ -34,11 +35,13 @@ struct Command {
     std::string program;
 };
 
-long number(const std::string& option, const char* text) {
-    long value = 0;
+template<typename Number = long>
+Number number(const std::string& option, const char* text) {
+    Number value = 0;
     const auto [end, error] = std::from_chars(text, text + std::strlen(text), value);
     if (error != std::errc() || *end != '\0' || value < 0) {
-        throw std::invalid_argument(option + " wants a number");
+        throw std::invalid_argument(option + " wants a number from 0 to " +
+                                    std::to_string(std::numeric_limits<Number>::max()));
     }
     return value;
 }
@@ -68,7 +71,7 @@ Command readOptions(int count, char** arguments) {
             throw std::invalid_argument("unknown option, or one without its value: " + option);
         }
         if (const auto port = ports.find(option); port != ports.end()) {
-            *port->second = static_cast<unsigned short>(number(option, arguments[i]));
+            *port->second = number<unsigned short>(option, arguments[i]);
         } else if (option == "--run") {
             command.program = arguments[i];
         } else if (option == "--folder") {
