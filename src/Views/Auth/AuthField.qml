@@ -15,7 +15,6 @@ T.TextField {
     color: Theme.primary
     selectionColor: Theme.accent
     selectedTextColor: Theme.onAccent
-    placeholderTextColor: Theme.tertiary
     selectByMouse: true
     inputMethodHints: Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase
     Accessible.name: label
@@ -35,15 +34,7 @@ T.TextField {
         }
     }
 
-    Text {
-        anchors.fill: parent
-        anchors.leftMargin: field.leftPadding
-        anchors.rightMargin: field.rightPadding
-        visible: field.length === 0 && field.preeditText === ""
-        verticalAlignment: Text.AlignVCenter
-        text: field.placeholderText
-        font: field.font
-        color: field.placeholderTextColor
-        elide: Text.ElideRight
+    FieldPlaceholder {
+        control: field
     }
 }

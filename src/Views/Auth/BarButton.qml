@@ -1,10 +1,9 @@
 import QtQuick
 import Corvane.Auth
-import QtQuick.Templates as T
 import Corvane.Shared
 
 // A button across the whole width, black, with a symbol behind its text.
-T.AbstractButton {
+BaseButton {
     id: button
 
     property bool busy: false
@@ -12,13 +11,6 @@ T.AbstractButton {
     property real symbolSize: 10
 
     implicitHeight: label.implicitHeight + 24
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
-    Accessible.role: Accessible.Button
-    Accessible.name: text
-    Accessible.onPressAction: if (enabled) clicked()
-    Keys.onReturnPressed: if (enabled) clicked()
-    Keys.onEnterPressed: if (enabled) clicked()
 
     background: Rectangle {
         radius: 10

@@ -1,6 +1,5 @@
 import QtQuick
 import Corvane.Dashboard
-import QtQuick.Templates as T
 import Corvane.Shared
 
 // The pages, the version and the way out.
@@ -57,19 +56,12 @@ Rectangle {
             color: Theme.tertiary
             font.pixelSize: 10
         }
-        T.AbstractButton {
+        BaseButton {
             id: quit
             x: 10
             width: parent.width - 20
             height: 24
             text: "Quit Corvane Lumetra"
-            hoverEnabled: true
-            focusPolicy: Qt.StrongFocus
-            Accessible.role: Accessible.Button
-            Accessible.name: text
-            Accessible.onPressAction: if (enabled) clicked()
-            Keys.onReturnPressed: clicked()
-            Keys.onEnterPressed: clicked()
             onClicked: sidebar.presenter.quit()
 
             background: FocusRing {

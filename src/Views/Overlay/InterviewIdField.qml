@@ -37,16 +37,8 @@ T.TextField {
         }
     }
 
-    Text {
-        anchors.fill: parent
-        leftPadding: field.leftPadding
-        visible: field.length === 0 && field.preeditText === ""
-        text: field.placeholderText
-        verticalAlignment: Text.AlignVCenter
-        elide: Text.ElideRight
-        color: Theme.tertiary
-        font: field.font
-        Accessible.ignored: true
+    FieldPlaceholder {
+        control: field
     }
 
     Symbol {

@@ -1,9 +1,8 @@
 import QtQuick
 import Corvane.Overlay
-import QtQuick.Templates as T
 import Corvane.Shared
 
-T.AbstractButton {
+BaseButton {
     id: button
 
     required property InterviewModesPresenter modes
@@ -13,18 +12,12 @@ T.AbstractButton {
     implicitHeight: implicitContentHeight + 8
     enabled: modes.manualModeAvailable
     opacity: modes.manualModeAvailable ? 1 : 0
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
     checkable: true
     checked: modes.manualMode
     Accessible.role: Accessible.CheckBox
-    Accessible.name: text
     Accessible.description: modes.manualModeTooltip
     Accessible.onToggleAction: if (enabled) clicked()
     Accessible.ignored: !modes.manualModeAvailable
-    Accessible.onPressAction: if (enabled) clicked()
-    Keys.onReturnPressed: clicked()
-    Keys.onEnterPressed: clicked()
     onToggled: checked = Qt.binding(() => modes.manualMode)
     onClicked: modes.toggleManualMode()
     Behavior on opacity { Ease {} }

@@ -1,10 +1,9 @@
 import QtQuick
-import QtQuick.Templates as T
 import Corvane.Overlay
 import Corvane.Shared
 
 // Marks the end of the candidate's answer. Moves in from the bottom edge and back out.
-T.AbstractButton {
+BaseButton {
     id: button
 
     required property bool shown
@@ -16,14 +15,7 @@ T.AbstractButton {
     visible: presence > 0
     enabled: shown
     opacity: presence
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
-    Accessible.role: Accessible.Button
-    Accessible.name: text
     Accessible.description: tip.text
-    Accessible.onPressAction: if (enabled) clicked()
-    Keys.onReturnPressed: clicked()
-    Keys.onEnterPressed: clicked()
     Behavior on presence {
         NumberAnimation {
             duration: 200

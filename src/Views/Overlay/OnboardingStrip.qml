@@ -1,6 +1,5 @@
 import QtQuick
 import Corvane.Overlay
-import QtQuick.Templates as T
 import Corvane.Shared
 
 // Invites to the onboarding video, until it has been seen or dismissed.
@@ -13,7 +12,7 @@ Material {
     implicitHeight: 88
     radius: 10
 
-    T.AbstractButton {
+    BaseButton {
         id: watch
         anchors.left: parent.left
         anchors.right: dismiss.left
@@ -21,15 +20,8 @@ Material {
         anchors.verticalCenter: parent.verticalCenter
         anchors.leftMargin: 12
         height: 64
-        hoverEnabled: true
-        focusPolicy: Qt.StrongFocus
         text: "Watch onboarding video"
-        Accessible.role: Accessible.Button
-        Accessible.name: text
         Accessible.description: length.text + ". " + tip.text
-        Accessible.onPressAction: if (enabled) clicked()
-        Keys.onReturnPressed: clicked()
-        Keys.onEnterPressed: clicked()
         onClicked: strip.presenter.watchOnboardingVideo()
 
         background: Rectangle {

@@ -1,9 +1,8 @@
 import QtQuick
-import QtQuick.Templates as T
 import Corvane.Overlay
 import Corvane.Shared
 
-T.AbstractButton {
+BaseButton {
     id: button
 
     property string symbol
@@ -11,13 +10,6 @@ T.AbstractButton {
     implicitWidth: 28
     implicitHeight: 28
     opacity: enabled ? 1 : 0.3
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
-    Accessible.role: Accessible.Button
-    Accessible.name: text
-    Accessible.onPressAction: if (enabled) clicked()
-    Keys.onReturnPressed: clicked()
-    Keys.onEnterPressed: clicked()
 
     background: Rectangle {
         radius: 6

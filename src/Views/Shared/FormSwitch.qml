@@ -1,10 +1,9 @@
 import QtQuick
 import Corvane.Shared
-import QtQuick.Templates as T
 
 // A switch with its label, and an optional line under it. It shows `on` and only asks for a change: clicked()
 // has to bring the new value.
-T.AbstractButton {
+BaseButton {
     id: control
 
     property bool on: false
@@ -14,16 +13,11 @@ T.AbstractButton {
     implicitHeight: Math.max(20, words.implicitHeight)
     checkable: true
     checked: on
-    focusPolicy: Qt.StrongFocus
     opacity: enabled ? 1 : 0.5
     Accessible.role: Accessible.CheckBox
-    Accessible.name: text
     Accessible.description: note
     Accessible.onToggleAction: if (enabled) clicked()
-    Accessible.onPressAction: if (enabled) clicked()
     onToggled: checked = Qt.binding(() => on)
-    Keys.onReturnPressed: clicked()
-    Keys.onEnterPressed: clicked()
 
     indicator: Rectangle {
         width: 34

@@ -32,17 +32,7 @@ T.TextField {
         }
     }
 
-    Text {
-        x: field.leftPadding
-        width: field.width - field.leftPadding - field.rightPadding
-        height: field.height
-        visible: field.text === "" && field.preeditText === ""
-        text: field.placeholderText
-        textFormat: Text.PlainText
-        verticalAlignment: Text.AlignVCenter
-        elide: Text.ElideRight
-        color: Theme.tertiary
-        font: field.font
-        Accessible.ignored: true
+    FieldPlaceholder {
+        control: field
     }
 }

@@ -1,9 +1,8 @@
 import QtQuick
 import Corvane.Shared
-import QtQuick.Templates as T
 
 // A button that is only a symbol. Its tip is its name.
-T.AbstractButton {
+BaseButton {
     id: button
 
     property string symbol
@@ -13,13 +12,7 @@ T.AbstractButton {
 
     implicitWidth: 26
     implicitHeight: 26
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
-    Accessible.role: Accessible.Button
     Accessible.name: text !== "" ? text : tip
-    Accessible.onPressAction: if (enabled) clicked()
-    Keys.onReturnPressed: if (enabled) clicked()
-    Keys.onEnterPressed: if (enabled) clicked()
 
     background: Rectangle {
         radius: 6

@@ -1,9 +1,8 @@
 import QtQuick
 import Corvane.Shared
-import QtQuick.Templates as T
 
 // A small bordered button with an optional symbol or spinner before its text.
-T.AbstractButton {
+BaseButton {
     id: button
 
     property string symbol
@@ -15,15 +14,8 @@ T.AbstractButton {
 
     implicitWidth: content.implicitWidth + 20
     implicitHeight: 26
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
     opacity: enabled ? 1 : 0.5
-    Accessible.role: Accessible.Button
-    Accessible.name: text
     Accessible.description: tip
-    Accessible.onPressAction: if (enabled) clicked()
-    Keys.onReturnPressed: if (enabled) clicked()
-    Keys.onEnterPressed: if (enabled) clicked()
 
     background: Rectangle {
         radius: 6
