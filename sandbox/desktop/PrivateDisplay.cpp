@@ -107,3 +107,14 @@ QString PrivateDisplay::run(const QString& program, const QStringList& arguments
 QString PrivateDisplay::xdotool(const QStringList& arguments) const {
     return run(QStringLiteral("xdotool"), arguments);
 }
+
+// Not by the option --sync of xdotool, which waits without an end.
+QString PrivateDisplay::awaitWindow(const QString& title) const {
+    QString window;
+    await(QStringLiteral("No window with the title ") + title, [&] {
+        window = xdotool({QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
+                          QStringLiteral("^%1$").arg(title)});
+        return !window.isEmpty();
+    });
+    return window;
+}

@@ -27,6 +27,8 @@ public:
     void splitIntoScreens(const QList<QRect>& screens) const;
     // What `xdotool` prints with these arguments.
     QString xdotool(const QStringList& arguments) const;
+    // The id of the window with this title, once it is there.
+    QString awaitWindow(const QString& title) const;
 
 private:
     void startManager();

@@ -99,7 +99,7 @@ private Q_SLOTS:
 
 void FloatingPanelTest::initTestCase() {
     m_neighbour.start();
-    m_neighbourId = m_display.xdotool({"search", "--sync", "--onlyvisible", "--name", Neighbour::argument});
+    m_neighbourId = m_display.awaitWindow(Neighbour::argument);
     QVERIFY(isActive(m_neighbourId));
 }
 

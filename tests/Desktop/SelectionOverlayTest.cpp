@@ -97,9 +97,7 @@ private Q_SLOTS:
     void initTestCase() {
         QCOMPARE(QGuiApplication::screens().size(), 2);
         m_neighbour.start();
-        const auto neighbour =
-            m_display.xdotool({"search", "--sync", "--onlyvisible", "--name", Neighbour::argument});
-        m_display.xdotool({"windowfocus", "--sync", neighbour});
+        m_display.xdotool({"windowfocus", "--sync", m_display.awaitWindow(Neighbour::argument)});
         m_pattern.start(QCoreApplication::applicationFilePath(), {"pattern"},
                         QProcessEnvironment::systemEnvironment(), m_folder.filePath("pattern"));
         QVERIFY(waitUntil([] { return seenOn(0) == patternOn(0) && seenOn(1) == patternOn(1); }));

@@ -118,8 +118,7 @@ private:
 private Q_SLOTS:
     void initTestCase() {
         m_neighbour.start();
-        m_neighbourId =
-            m_display.xdotool({"search", "--sync", "--onlyvisible", "--name", Neighbour::argument});
+        m_neighbourId = m_display.awaitWindow(Neighbour::argument);
     }
     void init() { QVERIFY(goesNextDoor()); }
 
@@ -252,6 +251,23 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return m_hands.sees("Reset to Defaults"); }));
         m_hands.press("space");
         QVERIFY(waitUntil([&] { return desk.log.count("manual: sendManualStop ignored") == 1; }));
+    }
+
+    // The focus has come back by the time that the program hears of the press, which another program got.
+    void aPressBeforeTheFocusComesIsNotLost() {
+        for (int round = 0; round < 3; ++round) {
+            Desk desk;
+            QVERIFY(goesNextDoor());
+            QVERIFY(entersBar(desk));
+            const auto before = m_neighbour.count("key \\");
+            // Nothing of ours runs meanwhile.
+            m_display.xdotool({"windowfocus", m_neighbourId, "key", "super+backslash", "windowfocus",
+                               QString::number(desk.panel().winId())});
+            QVERIFY(waitUntil([&] { return !desk.panel().isVisible(); }));
+            QVERIFY(waitUntil([&] { return m_neighbour.count("key \\") == before + 1; }));
+            QTest::qWait(50);
+            QVERIFY(!desk.panel().isVisible());
+        }
     }
 
     void theBarTogglesOnceFromWhereverTheFocusIs() {

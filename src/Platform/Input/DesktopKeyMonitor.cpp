@@ -135,6 +135,9 @@ void DesktopKeyMonitor::openKeyboard() {
         return;
     }
     m_seesAllPrograms = ofAllPrograms;
+    for (const auto* window : QGuiApplication::allWindows()) {
+        followFocusOf(*window);
+    }
     connect(m_keyboard.data(), &X11Keyboard::keyChanged, this, &DesktopKeyMonitor::takeSessionKey);
     connect(m_keyboard.data(), &X11Keyboard::keysLost, this, &KeyMonitor::keysLost);
     connect(m_keyboard.data(), &X11Keyboard::closed, this, [this] {
@@ -158,23 +161,34 @@ void DesktopKeyMonitor::prepareForSleep() {
     Q_EMIT keysLost();
 }
 
-// Whether one of our windows gets the keys. Qt says so for a while after it is no longer true.
-bool DesktopKeyMonitor::hasFocus() {
+// Whether one of our windows got the key that is told of. Qt says that it has the focus for a while after
+// that is no longer true, and the server when it may not have been true yet.
+bool DesktopKeyMonitor::hadFocus() {
     if (!QGuiApplication::focusWindow()) {
         return false;
     }
     const auto focused = m_keyboard->focusedWindow();
+    if (m_keyboard->followsFocus(focused)) {
+        return m_keyboard->followedFocus() != 0;
+    }
     return focused == XCB_INPUT_FOCUS_POINTER_ROOT ||
            std::ranges::any_of(QGuiApplication::allWindows(), [focused](const QWindow* window) {
                return window->handle() && window->winId() == focused;
            });
 }
 
+// A window that is seen exists for the server, which was not certain before.
+void DesktopKeyMonitor::followFocusOf(const QWindow& window) {
+    if (m_seesAllPrograms && window.isExposed() && !m_keyboard->followsFocus(quint32(window.winId()))) {
+        m_keyboard->followFocus(quint32(window.winId()));
+    }
+}
+
 void DesktopKeyMonitor::takeSessionKey(const X11Keyboard::Key& key) {
     // The end of a press counts wherever it is seen: a grab may keep it from our window.
     if (key.isPress) {
         const Press press{key.code, key.time};
-        if (press == m_lastOwn || hasFocus()) {
+        if (press == m_lastOwn || hadFocus()) {
             return;
         }
         m_lastOfOthers = press;
@@ -190,11 +204,26 @@ void DesktopKeyMonitor::takeSessionKey(const X11Keyboard::Key& key) {
 }
 
 bool DesktopKeyMonitor::eventFilter(QObject* watched, QEvent* event) {
-    const auto type = event->type();
-    if ((type != QEvent::KeyPress && type != QEvent::KeyRelease) || !watched->isWindowType()) {
+    if (!watched->isWindowType()) {
         return false;
     }
-    return takeOwnKey(*static_cast<QKeyEvent*>(event));
+    const auto& window = *static_cast<QWindow*>(watched);
+    switch (event->type()) {
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+        return takeOwnKey(*static_cast<QKeyEvent*>(event));
+    case QEvent::Expose:
+        followFocusOf(window);
+        return false;
+    case QEvent::PlatformSurface:
+        if (m_seesAllPrograms && static_cast<QPlatformSurfaceEvent*>(event)->surfaceEventType() ==
+                                     QPlatformSurfaceEvent::SurfaceAboutToBeDestroyed) {
+            m_keyboard->unfollowFocus(quint32(window.winId()));
+        }
+        return false;
+    default:
+        return false;
+    }
 }
 
 bool DesktopKeyMonitor::takeOwnKey(const QKeyEvent& key) {

@@ -7,6 +7,7 @@
 #include <QScopedPointer>
 
 class QKeyEvent;
+class QWindow;
 
 namespace platform {
 
@@ -40,7 +41,8 @@ private:
     void followSleep();
     void openKeyboard();
     void openPortal();
-    bool hasFocus();
+    bool hadFocus();
+    void followFocusOf(const QWindow& window);
     void takeSessionKey(const X11Keyboard::Key& key);
     bool takeOwnKey(const QKeyEvent& key);
     bool isModifier(const QKeyEvent& key) const;

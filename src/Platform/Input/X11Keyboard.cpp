@@ -135,6 +135,22 @@ quint32 X11Keyboard::focusedWindow() {
     return reply ? reply->focus : quint32(XCB_NONE);
 }
 
+void X11Keyboard::followFocus(quint32 window) {
+    constexpr quint32 mask = XCB_EVENT_MASK_FOCUS_CHANGE;
+    xcb_change_window_attributes(m_connection, window, XCB_CW_EVENT_MASK, &mask);
+    m_followed.insert(window);
+    if (focusedWindow() == window) {
+        m_followedFocus = window;
+    }
+}
+
+void X11Keyboard::unfollowFocus(quint32 window) {
+    m_followed.erase(window);
+    if (m_followedFocus == window) {
+        m_followedFocus = 0;
+    }
+}
+
 void X11Keyboard::readEvents() {
     m_readingScheduled = false;
     while (const Owned<xcb_generic_event_t> event{xcb_poll_for_event(m_connection)}) {
@@ -154,6 +170,10 @@ void X11Keyboard::handle(const xcb_generic_event_t& event) {
         handleKeyboardChange(event);
         return;
     }
+    if (type == XCB_FOCUS_IN || type == XCB_FOCUS_OUT) {
+        handleFocus(event);
+        return;
+    }
     const auto& general = as<xcb_ge_generic_event_t>(event);
     if (type != XCB_GE_GENERIC || general.extension != m_inputOpcode) {
         return;
@@ -164,6 +184,21 @@ void X11Keyboard::handle(const xcb_generic_event_t& event) {
                (as<xcb_input_hierarchy_event_t>(event).flags & departures)) {
         m_held.clear();
         Q_EMIT keysLost();
+    }
+}
+
+// They come in one order with the keys: what the server says when it is asked is later than both.
+void X11Keyboard::handleFocus(const xcb_generic_event_t& event) {
+    const auto& change = as<xcb_focus_in_event_t>(event);
+    const bool ofAGrab = change.mode == XCB_NOTIFY_MODE_GRAB || change.mode == XCB_NOTIFY_MODE_UNGRAB;
+    const bool ofThePointer = change.detail >= XCB_NOTIFY_DETAIL_POINTER;
+    if (ofAGrab || ofThePointer || !followsFocus(change.event)) {
+        return;
+    }
+    if ((event.response_type & 0x7F) == XCB_FOCUS_IN) {
+        m_followedFocus = change.event;
+    } else if (m_followedFocus == change.event) {
+        m_followedFocus = 0;
     }
 }
 

@@ -12,8 +12,8 @@
 namespace platform {
 
 // The keys of a whole X11 display as the devices send them, before any program gets or grabs them (XInput2
-// raw events). Sees, and takes nothing. On a connection of its own: it wakes for keys and their layout, and
-// for nothing else. Main thread.
+// raw events). Sees, and takes nothing. On a connection of its own: it wakes for keys, their layout and the
+// focus of our windows, and for nothing else. Main thread.
 class X11Keyboard : public QObject {
     Q_OBJECT
 
@@ -34,6 +34,12 @@ public:
     const KeyLayout& layout();
     // The window that gets the keys, or PointerRoot: it is the one under the pointer. Asks the server.
     quint32 focusedWindow();
+    // From now on it is known of each key whether this window had the focus. Until its end is told.
+    void followFocus(quint32 window);
+    void unfollowFocus(quint32 window);
+    bool followsFocus(quint32 window) const { return m_followed.contains(window); }
+    // Of those that are followed, the one that had the focus at the key that was told last; 0 if none had.
+    quint32 followedFocus() const { return m_followedFocus; }
     // Where the keys of all programs are seen.
     bool isHeld(quint32 code) const { return m_held.contains(code); }
 
@@ -51,6 +57,7 @@ private:
     void readEvents();
     void readEventsSoon();
     void handle(const xcb_generic_event_t& event);
+    void handleFocus(const xcb_generic_event_t& event);
     void handleRawKey(const xcb_generic_event_t& event, bool isPress);
     void handleKeyboardChange(const xcb_generic_event_t& event);
 
@@ -61,6 +68,8 @@ private:
     quint32 m_state = 0;
     quint32 m_group = 0;
     std::set<quint32> m_held;
+    std::set<quint32> m_followed;
+    quint32 m_followedFocus = 0;
     bool m_readingScheduled = false;
 };
 
