@@ -10,6 +10,7 @@
 #include "LinkFixture.h"
 #include "Rows.h"
 #include "SettingsViewModel.h"
+#include "SignInPresenter.h"
 #include "SystemAccess.h"
 
 #include <QFile>
@@ -60,6 +61,25 @@ class DashboardPagesTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void theCodeFieldKeepsDigits_data() {
+        const auto row = rows<QString, QString>();
+        row("as it is sent", "123456", "123456");
+        row("in groups", " 123-456\n", "123456");
+        row("with letters", "12a4B6", "1246");
+        row("too many", "1234567", "123456");
+        row("from a keyboard of another script", u"\u0661\u0662\u0663\u06f4\u096b\uff16"_qs, "123456");
+        row("none", "one", "");
+    }
+    void theCodeFieldKeepsDigits() {
+        const auto [typed, kept] = currentRow<QString, QString>();
+        Fixture fixture;
+        SignInPresenter card(*fixture.auth, *fixture.access, {});
+        QSignalSpy changes(&card, &SignInPresenter::changed);
+        card.setCode(typed);
+        QCOMPARE(card.code(), kept);
+        QCOMPARE(changes.size(), 1); // the field shows it
+    }
+
     void settingsWrittenByHandAreRead_data() {
         const auto row = rows<QByteArray, QString>();
         const QString untouched = "system 10011 default 100 -1 0 none";
