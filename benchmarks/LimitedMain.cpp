@@ -1,6 +1,6 @@
 // The main function of benchmarks that have limits: the program fails when one is missed, or when a benchmark
 // says that what it measured was not what it should be.
-#include "Limit.h"
+#include "benchmarks/Limit.h"
 
 #include <QCoreApplication>
 

@@ -1,9 +1,11 @@
 #pragma once
 
-#include "ResponsePopoverPresenter.h"
+#include "Views/Overlay/ResponsePopoverPresenter.h"
 
 #include <QQmlEngine>
 #include <QQuickView>
+
+namespace corvane {
 
 // The popover in a window of its own, drawn by the software renderer as in the program.
 class PopoverWindow : public QQuickView {
@@ -25,3 +27,5 @@ public:
         }
     }
 };
+
+} // namespace corvane

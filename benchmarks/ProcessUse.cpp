@@ -1,4 +1,4 @@
-#include "ProcessUse.h"
+#include "benchmarks/ProcessUse.h"
 
 #include <QByteArray>
 #include <QDir>

@@ -1,112 +1,178 @@
-# Shared build rules: flags, one precompiled header for every target, helpers for libraries and tests.
+# Shared build rules: flags, precompiled headers, and helpers that make libraries, programs and tests.
 include_guard()
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
-set(CMAKE_AUTOMOC ON)
 # moc of Qt 6.4 stumbles over <concepts> and <coroutine>; their include guards keep it out.
-set(CMAKE_AUTOMOC_MOC_OPTIONS -D_GLIBCXX_CONCEPTS -D_GLIBCXX_COROUTINE)
+set(CORVANE_MOC_OPTIONS -D_GLIBCXX_CONCEPTS -D_GLIBCXX_COROUTINE)
+set(CMAKE_AUTOMOC_MOC_OPTIONS ${CORVANE_MOC_OPTIONS})
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 if(NOT CMAKE_BUILD_TYPE)
     set(CMAKE_BUILD_TYPE Release)
 endif()
 
-# One code model everywhere, so that one precompiled header serves libraries and programs alike.
-add_compile_options(-fPIC)
-add_compile_definitions(QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII QT_NO_FOREACH _REENTRANT)
-
 find_program(CCACHE ccache)
 if(CCACHE)
     set(CMAKE_CXX_COMPILER_LAUNCHER
-        ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE})
+        ${CMAKE_COMMAND} -E env "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}" CCACHE_NOHASHDIR=true
+        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE})
     add_compile_options(-fpch-preprocess)
 endif()
 find_program(MOLD mold)
 if(MOLD)
     add_link_options(-fuse-ld=mold)
 endif()
-
-# What outsiders' bytes could abuse is caught or has no fixed place. The sanitizers see more, and do not go with it.
-if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT CORVANE_SANITIZE)
-    add_compile_options(-fstack-protector-strong -fstack-clash-protection -Wformat -Werror=format-security)
-    if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
-        add_compile_options(-fcf-protection)
-    endif()
-    add_compile_definitions(_FORTIFY_SOURCE=3)
-    add_link_options(-pie -Wl,-z,relro,-z,now,-z,noexecstack)
-endif()
+# A layer is one library; a program needs only the shared libraries of what it uses of it.
+add_link_options(-Wl,--as-needed)
 
 set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers for the whole build: address,undefined or thread")
+option(CORVANE_WERROR "Treat warnings as errors, as CI does" OFF)
+
+# What every target of ours is compiled with. One code model everywhere, so that one precompiled header serves
+# libraries and programs alike.
+add_library(CorvaneOptions INTERFACE)
+target_compile_options(CorvaneOptions INTERFACE -fPIC)
+target_compile_definitions(CorvaneOptions INTERFACE QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII QT_NO_FOREACH _REENTRANT)
+target_include_directories(CorvaneOptions INTERFACE "${CMAKE_SOURCE_DIR}/src" "${CMAKE_SOURCE_DIR}")
+
+add_library(CorvaneWarnings INTERFACE)
+target_compile_options(CorvaneWarnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    $<$<BOOL:${CORVANE_WERROR}>:-Werror>)
+
+# Faults that outsiders' bytes could abuse are caught, or have no fixed address. The sanitizers see more, and these flags do
+# not go with them.
+add_library(CorvaneHardening INTERFACE)
+if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$" AND NOT CORVANE_SANITIZE)
+    target_compile_options(CorvaneHardening INTERFACE -fstack-protector-strong -fstack-clash-protection -Wformat
+        -Werror=format-security $<$<IN_LIST:${CMAKE_SYSTEM_PROCESSOR},x86_64$<SEMICOLON>AMD64>:-fcf-protection>)
+    target_compile_definitions(CorvaneHardening INTERFACE _FORTIFY_SOURCE=3)
+    target_link_options(CorvaneHardening INTERFACE -pie -Wl,-z,relro,-z,now,-z,noexecstack)
+endif()
+target_link_libraries(CorvaneOptions INTERFACE CorvaneHardening)
+
 if(CORVANE_SANITIZE)
-    add_compile_options(-fsanitize=${CORVANE_SANITIZE} -fno-omit-frame-pointer)
-    add_link_options(-fsanitize=${CORVANE_SANITIZE})
+    target_compile_options(CorvaneOptions INTERFACE -fsanitize=${CORVANE_SANITIZE} -fno-omit-frame-pointer)
+    target_link_options(CorvaneOptions INTERFACE -fsanitize=${CORVANE_SANITIZE})
     # The sanitizers' own instrumentation trips flow analysis in library headers.
-    add_compile_options(-Wno-maybe-uninitialized)
+    target_compile_options(CorvaneOptions INTERFACE -Wno-maybe-uninitialized)
     if(CORVANE_SANITIZE STREQUAL "thread")
         # Boost.Asio and the standard library use fences, which the thread sanitizer warns about.
-        add_compile_options(-Wno-tsan)
+        target_compile_options(CorvaneOptions INTERFACE -Wno-tsan)
     endif()
 endif()
 
-function(corvane_warnings target)
-    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+# Each owner of a precompiled header is an object library whose header the others reuse.
+function(corvane_precompiled_header name header)
+    file(CONFIGURE OUTPUT "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp" CONTENT "")
+    add_library(${name} OBJECT "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp")
+    target_precompile_headers(${name} PRIVATE "${header}")
+    target_link_libraries(${name} PRIVATE CorvaneOptions CorvaneWarnings ${ARGN})
 endfunction()
 
-function(corvane_precompiled target)
-    target_precompile_headers(${target} REUSE_FROM Precompiled)
-    target_link_libraries(${target} PRIVATE QCoro6::Core Boost::json)
+# corvane_target(NAME [HEADER owner]): our flags, our warnings and a precompiled header, by default the program's.
+function(corvane_target name)
+    cmake_parse_arguments(arg "" "HEADER" "" ${ARGN})
+    if(NOT arg_HEADER)
+        set(arg_HEADER ProgramHeader)
+    endif()
+    target_link_libraries(${name} PRIVATE CorvaneOptions CorvaneWarnings QCoro6::Core)
+    target_precompile_headers(${name} REUSE_FROM ${arg_HEADER})
 endfunction()
 
-# corvane_library(NAME SOURCES ... PUBLIC libs... PRIVATE libs...)
-# A layer: its own folder is its include path, so only those who link it can include it.
+# Sources of one folder are compiled together, `batch` of them at a time: most of the time goes into headers that they share.
+function(corvane_batch_sources target batch)
+    get_target_property(sources ${target} SOURCES)
+    list(FILTER sources INCLUDE REGEX "\\.cpp$")
+    set(last "")
+    set(count 0)
+    foreach(file IN LISTS sources)
+        get_filename_component(folder "${file}" DIRECTORY)
+        if(NOT folder STREQUAL last)
+            set(last "${folder}")
+            set(count 0)
+        endif()
+        math(EXPR number "${count} / ${batch}")
+        math(EXPR count "${count} + 1")
+        string(MAKE_C_IDENTIFIER "${folder}_${number}" group)
+        get_source_file_property(chosen "${file}" UNITY_GROUP)
+        if(NOT chosen)
+            set_source_files_properties("${file}" PROPERTIES UNITY_GROUP ${group})
+        endif()
+    endforeach()
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP UNITY_BUILD_UNIQUE_ID CORVANE_UNIT)
+    # Private types of a source file are so for the compiler in the batch, too.
+    target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
+endfunction()
+
+# corvane_library(NAME SOURCES ... PUBLIC libs... PRIVATE libs...): a layer.
 function(corvane_library name)
     cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
     add_library(${name} STATIC ${arg_SOURCES})
-    target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
     target_link_libraries(${name} PUBLIC Qt6::Core ${arg_PUBLIC} PRIVATE ${arg_PRIVATE})
-    corvane_precompiled(${name})
-    corvane_warnings(${name})
+    corvane_target(${name})
+    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+    corvane_batch_sources(${name} 6)
 endfunction()
 
-# corvane_qml_module(NAME URI uri SOURCES ... QML_FILES ... RESOURCES ... IMPORTS uris... PUBLIC libs... PRIVATE libs...)
-# A folder of views: the QML files, compiled in, and the C++ beside them. Who shows it links NAME and NAMEplugin.
-function(corvane_qml_module name)
-    cmake_parse_arguments(arg "" "URI" "SOURCES;QML_FILES;RESOURCES;IMPORTS;PUBLIC;PRIVATE" ${ARGN})
-    qt_add_library(${name} STATIC)
-    target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
-    target_link_libraries(${name} PUBLIC Qt6::Qml Qt6::Quick ${arg_PUBLIC} PRIVATE ${arg_PRIVATE})
-    qt_add_qml_module(${name} URI ${arg_URI} VERSION 1.0 RESOURCE_PREFIX /qt/qml SOURCES ${arg_SOURCES}
-        QML_FILES ${arg_QML_FILES} RESOURCES ${arg_RESOURCES} IMPORTS ${arg_IMPORTS})
-    corvane_precompiled(${name})
-    corvane_warnings(${name})
-    # What Qt generates does not keep to our warnings.
-    get_target_property(sources ${name} SOURCES)
-    list(FILTER sources INCLUDE REGEX "qmlcache|qmltyperegistrations|_init.cpp")
-    set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS "-w" SKIP_PRECOMPILE_HEADERS ON)
-    set_source_files_properties(${name}_qmltyperegistrations.cpp
-        "${CMAKE_CURRENT_BINARY_DIR}/${name}_qmltyperegistrations.cpp" PROPERTIES COMPILE_OPTIONS "-w")
+# Compiles the C++ that Qt makes of the QML files of `target` in a few batches instead of one file each: their time goes
+# into Qt's private headers. What Qt generates does not keep to our warnings.
+function(corvane_batch_qml_cache target)
+    get_target_property(sources ${target} SOURCES)
+    set(generated ${sources})
+    list(FILTER generated INCLUDE REGEX "qmlcache/.*_qml\\.cpp$")
+    set_source_files_properties(${generated} PROPERTIES HEADER_FILE_ONLY ON SKIP_AUTOGEN ON)
+    set(batch 0)
+    set(text "")
+    set(in_batch 0)
+    list(APPEND generated end)
+    foreach(file IN LISTS generated)
+        if(file STREQUAL end OR in_batch EQUAL 20)
+            set(unit "${CMAKE_CURRENT_BINARY_DIR}/${target}_qml_${batch}.cpp")
+            file(CONFIGURE OUTPUT "${unit}" CONTENT "${text}")
+            set_source_files_properties("${unit}" PROPERTIES COMPILE_OPTIONS "-w" SKIP_AUTOGEN ON
+                SKIP_PRECOMPILE_HEADERS ON SKIP_UNITY_BUILD_INCLUSION ON)
+            target_sources(${target} PRIVATE "${unit}")
+            math(EXPR batch "${batch} + 1")
+            set(text "")
+            set(in_batch 0)
+        endif()
+        string(APPEND text "#include \"${file}\"\n")
+        math(EXPR in_batch "${in_batch} + 1")
+    endforeach()
+    set_source_files_properties(${target}_qmltyperegistrations.cpp
+        "${CMAKE_CURRENT_BINARY_DIR}/${target}_qmltyperegistrations.cpp"
+        PROPERTIES COMPILE_OPTIONS "-w" SKIP_PRECOMPILE_HEADERS ON SKIP_UNITY_BUILD_INCLUSION ON)
+    foreach(part ${target}_qmlcache ${target}plugin_init ${target}_resources_1 ${target}_resources_2 ${target}_resources_3)
+        if(TARGET ${part})
+            set_target_properties(${part} PROPERTIES AUTOMOC OFF)
+        endif()
+    endforeach()
 endfunction()
 
-# A program that shows the windows. The modules register their types by objects that a library would drop.
-function(corvane_shows_windows target)
-    target_link_libraries(${target} PRIVATE Windows ViewsAuthplugin ViewsDashboardplugin ViewsOverlayplugin
-        ViewsSharedplugin)
-    if(CORVANE_UPDATER)
-        target_link_libraries(${target} PRIVATE ViewsUpdatesplugin)
-    endif()
+# corvane_program(NAME SOURCES ... LIBS ...)
+function(corvane_program name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE ${arg_LIBS})
+    corvane_target(${name})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 endfunction()
 
 # What the thread sanitizer looks at: the tests with the label "threads".
 add_custom_target(thread-tests)
 
-# corvane_test(NAME LABEL unit|integration|desktop [threads] SOURCES ... LIBS ... [TIMEOUT s])
+# corvane_test(NAME LABEL unit|integration|desktop [threads] [SOURCES ...] [LIBS ...] [TIMEOUT s])
+# NAME.cpp holds the test, and includes NAME.moc at its end.
 function(corvane_test name)
     cmake_parse_arguments(arg "" "TIMEOUT" "LABEL;SOURCES;LIBS" ${ARGN})
-    add_executable(${name} ${arg_SOURCES})
-    target_link_libraries(${name} PRIVATE Qt6::Test ${arg_LIBS})
-    corvane_precompiled(${name})
-    corvane_warnings(${name})
+    add_executable(${name} ${name}.cpp ${arg_SOURCES})
+    qt_generate_moc(${name}.cpp "${CMAKE_CURRENT_BINARY_DIR}/${name}.moc" TARGET ${name})
+    target_sources(${name} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${name}.moc")
+    set_source_files_properties("${CMAKE_CURRENT_BINARY_DIR}/${name}.moc" PROPERTIES HEADER_FILE_ONLY ON)
+    target_include_directories(${name} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}")
+    target_link_libraries(${name} PRIVATE Qt6::Test TestSupport ${arg_LIBS})
+    corvane_target(${name} HEADER TestHeader)
     add_test(NAME ${name} COMMAND ${name})
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 60)

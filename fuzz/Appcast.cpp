@@ -1,8 +1,8 @@
-#include "Appcast.h"
-#include "Fuzzing.h"
+#include "Platform/Update/Appcast.h"
+#include "fuzz/Fuzzing.h"
 
-#include "UpdateError.h"
-#include "UpdateVersion.h"
+#include "Platform/Update/UpdateError.h"
+#include "Platform/Update/UpdateVersion.h"
 
 using platform::compareVersions;
 

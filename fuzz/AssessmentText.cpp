@@ -1,6 +1,8 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "AssessmentSectionsModel.h"
+#include "Views/Overlay/AssessmentSectionsModel.h"
+
+using namespace corvane;
 
 namespace {
 

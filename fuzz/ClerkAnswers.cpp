@@ -1,6 +1,8 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "ClerkModels.h"
+#include "Models/ClerkModels.h"
+
+using namespace corvane;
 
 namespace {
 

@@ -1,7 +1,9 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "CustomProviderService.h"
-#include "Json.h"
+#include "Services/CustomProviderService.h"
+#include "Utilities/Json.h"
+
+using namespace corvane;
 
 namespace {
 

@@ -1,6 +1,6 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "DefaultsStore.h"
+#include "Platform/Storage/DefaultsStore.h"
 
 #include <QFile>
 #include <QTemporaryDir>

@@ -1,9 +1,11 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "InterviewId.h"
-#include "InterviewLink.h"
+#include "App/DeepLink.h"
+#include "Views/Overlay/InterviewId.h"
 
 #include <QUrl>
+
+using namespace corvane;
 
 void fuzz(const QByteArray& input) {
     const auto text = QString::fromUtf8(input);

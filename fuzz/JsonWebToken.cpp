@@ -1,6 +1,8 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "JWT.h"
+#include "Utilities/JWT.h"
+
+using namespace corvane;
 
 using namespace std::chrono_literals;
 

@@ -1,5 +1,7 @@
-#include "Fuzzing.h"
-#include "KeyString.h"
+#include "Services/KeyString.h"
+#include "fuzz/Fuzzing.h"
+
+using namespace corvane;
 
 void fuzz(const QByteArray& input) {
     const auto text = QString::fromUtf8(input);

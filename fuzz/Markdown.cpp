@@ -1,8 +1,10 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "IncrementalMarkdown.h"
+#include "Views/Shared/IncrementalMarkdown.h"
 
 #include <QGuiApplication>
+
+using namespace corvane;
 
 namespace {
 

@@ -1,6 +1,8 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "ClerkConfig.h"
+#include "Services/ClerkConfig.h"
+
+using namespace corvane;
 
 namespace {
 

@@ -1,8 +1,10 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "InterviewModels.h"
-#include "Json.h"
-#include "WebSocketMessages.h"
+#include "Models/InterviewModels.h"
+#include "Services/WebSocketMessages.h"
+#include "Utilities/Json.h"
+
+using namespace corvane;
 
 namespace {
 

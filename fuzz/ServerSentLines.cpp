@@ -1,8 +1,10 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "CustomProviderService.h"
-#include "DefaultsStore.h"
-#include "LineReader.h"
+#include "Platform/Storage/DefaultsStore.h"
+#include "Services/CustomProviderService.h"
+#include "Utilities/LineReader.h"
+
+using namespace corvane;
 
 namespace {
 

@@ -1,6 +1,8 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "ClientToken.h"
+#include "Services/ClientToken.h"
+
+using namespace corvane;
 
 namespace {
 

@@ -1,10 +1,12 @@
-#include "Fuzzing.h"
+#include "fuzz/Fuzzing.h"
 
-#include "AudioModels.h"
-#include "DefaultsText.h"
-#include "ProviderModels.h"
-#include "SettingsModels.h"
-#include "ShortcutModels.h"
+#include "Models/AudioModels.h"
+#include "Models/ProviderModels.h"
+#include "Models/SettingsModels.h"
+#include "Models/ShortcutModels.h"
+#include "Platform/Storage/DefaultsText.h"
+
+using namespace corvane;
 
 namespace text = platform::defaultstext;
 

@@ -1,5 +1,5 @@
-#include "Fuzzing.h"
-#include "UpdateVersion.h"
+#include "Platform/Update/UpdateVersion.h"
+#include "fuzz/Fuzzing.h"
 
 using platform::compareVersions;
 

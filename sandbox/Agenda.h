@@ -1,7 +1,7 @@
 // Things to do later on the network thread; what is left is forgotten when the agenda is cleared.
 #pragma once
 
-#include "Asio.h"
+#include "sandbox/AsioSupport.h"
 
 #include <chrono>
 #include <cstdint>

@@ -1,7 +1,7 @@
-#include "AudioInspector.h"
+#include "sandbox/AudioInspector.h"
 
-#include "CertificateAuthority.h"
-#include "WavCheck.h"
+#include "sandbox/CertificateAuthority.h"
+#include "sandbox/WavCheck.h"
 
 #include <algorithm>
 #include <cmath>

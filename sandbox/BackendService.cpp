@@ -1,6 +1,6 @@
-#include "BackendService.h"
+#include "sandbox/BackendService.h"
 
-#include "InterviewLink.h"
+#include "sandbox/InterviewLink.h"
 
 #include <boost/json/array.hpp>
 #include <boost/json/parse.hpp>

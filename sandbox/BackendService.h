@@ -1,12 +1,12 @@
 // The backend: the REST call that makes a session, and the links that use it.
 #pragma once
 
-#include "Agenda.h"
-#include "Faults.h"
-#include "Http.h"
-#include "InterviewRecord.h"
-#include "Ledger.h"
-#include "Tokens.h"
+#include "sandbox/Agenda.h"
+#include "sandbox/Faults.h"
+#include "sandbox/Http.h"
+#include "sandbox/InterviewRecord.h"
+#include "sandbox/Ledger.h"
+#include "sandbox/Tokens.h"
 
 #include <boost/crc.hpp>
 #include <boost/json/object.hpp>

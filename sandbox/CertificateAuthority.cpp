@@ -1,4 +1,4 @@
-#include "CertificateAuthority.h"
+#include "sandbox/CertificateAuthority.h"
 
 #include <openssl/bio.h>
 #include <openssl/ec.h>

@@ -1,4 +1,4 @@
-#include "ChatProvider.h"
+#include "sandbox/ChatProvider.h"
 
 #include <boost/json/array.hpp>
 #include <boost/json/parse.hpp>
@@ -10,7 +10,7 @@ namespace json = boost::json;
 
 namespace {
 
-HttpReply refusal(int status, std::string_view reason) {
+HttpReply providerRefusal(int status, std::string_view reason) {
     return HttpReply::json(status, json::serialize(json::object{{"error", {{"message", reason}}}}));
 }
 
@@ -43,7 +43,7 @@ std::string event(const json::object& delta) {
 
 HttpReply answerChat(const HttpRequest& request, std::chrono::milliseconds pace, Ledger& ledger) {
     if (request.method != "POST") {
-        return refusal(405, "POST only");
+        return providerRefusal(405, "POST only");
     }
     boost::system::error_code error;
     const auto body = json::parse(request.body, error);
@@ -54,7 +54,7 @@ HttpReply answerChat(const HttpRequest& request, std::chrono::milliseconds pace,
     if (question.empty() || stream == nullptr || !stream->is_bool() || type == nullptr ||
         *type != "application/json") {
         ledger.violation("chat completion whose type or body is not as it must be");
-        return refusal(422, "Malformed request");
+        return providerRefusal(422, "Malformed request");
     }
     const auto answer = "To “" + question + "”: ask for one example, and what came of it.";
     if (!stream->as_bool()) {

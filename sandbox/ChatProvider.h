@@ -2,8 +2,8 @@
 // events.
 #pragma once
 
-#include "Http.h"
-#include "Ledger.h"
+#include "sandbox/Http.h"
+#include "sandbox/Ledger.h"
 
 #include <chrono>
 

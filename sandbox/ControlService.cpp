@@ -1,6 +1,6 @@
-#include "ControlService.h"
+#include "sandbox/ControlService.h"
 
-#include "Core.h"
+#include "sandbox/Core.h"
 
 #include <boost/json/array.hpp>
 #include <boost/json/parse.hpp>

@@ -1,7 +1,7 @@
 // The control address: faults and settings by name, and what the stand-in has seen.
 #pragma once
 
-#include "Http.h"
+#include "sandbox/Http.h"
 
 #include <boost/json/object.hpp>
 

@@ -1,7 +1,7 @@
-#include "Core.h"
+#include "sandbox/Core.h"
 
-#include "ChatProvider.h"
-#include "ControlService.h"
+#include "sandbox/ChatProvider.h"
+#include "sandbox/ControlService.h"
 
 #include <boost/json/array.hpp>
 

@@ -2,15 +2,15 @@
 // network thread.
 #pragma once
 
-#include "Agenda.h"
-#include "BackendService.h"
-#include "CertificateAuthority.h"
-#include "Faults.h"
-#include "HttpServer.h"
-#include "Ledger.h"
-#include "Sandbox.h"
-#include "SignInService.h"
-#include "UpdateFeed.h"
+#include "sandbox/Agenda.h"
+#include "sandbox/BackendService.h"
+#include "sandbox/CertificateAuthority.h"
+#include "sandbox/Faults.h"
+#include "sandbox/HttpServer.h"
+#include "sandbox/Ledger.h"
+#include "sandbox/Sandbox.h"
+#include "sandbox/SignInService.h"
+#include "sandbox/UpdateFeed.h"
 
 #include <boost/asio/ssl/context.hpp>
 

@@ -1,4 +1,4 @@
-#include "Http.h"
+#include "sandbox/Http.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
-#include "HttpServer.h"
+#include "sandbox/HttpServer.h"
 
-#include "WebSocketPeer.h"
+#include "sandbox/WebSocketPeer.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>

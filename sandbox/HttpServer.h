@@ -1,8 +1,8 @@
 // Listens on a loopback port and answers HTTP/1.1 requests, plain or over TLS.
 #pragma once
 
-#include "Http.h"
-#include "Wire.h"
+#include "sandbox/Http.h"
+#include "sandbox/Wire.h"
 
 #include <functional>
 #include <memory>

@@ -1,6 +1,6 @@
-#include "InterviewLink.h"
+#include "sandbox/InterviewLink.h"
 
-#include "InterviewScript.h"
+#include "sandbox/InterviewScript.h"
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>

@@ -1,9 +1,9 @@
 // One program's link to the backend: its commands, its sound, and what the backend says to it.
 #pragma once
 
-#include "BackendService.h"
-#include "Voice.h"
-#include "WebSocketPeer.h"
+#include "sandbox/BackendService.h"
+#include "sandbox/Voice.h"
+#include "sandbox/WebSocketPeer.h"
 
 #include <boost/json/object.hpp>
 

@@ -1,4 +1,4 @@
-#include "InterviewRecord.h"
+#include "sandbox/InterviewRecord.h"
 
 #include <boost/json/value_from.hpp>
 

@@ -1,7 +1,7 @@
 // All that the backend has heard of one interview. It outlives connections and sessions.
 #pragma once
 
-#include "AudioInspector.h"
+#include "sandbox/AudioInspector.h"
 
 #include <boost/json/object.hpp>
 

@@ -1,4 +1,4 @@
-#include "InterviewScript.h"
+#include "sandbox/InterviewScript.h"
 
 #include <boost/json/array.hpp>
 

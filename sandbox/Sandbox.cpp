@@ -1,7 +1,7 @@
-#include "Sandbox.h"
+#include "sandbox/Sandbox.h"
 
-#include "ControlService.h"
-#include "Core.h"
+#include "sandbox/ControlService.h"
+#include "sandbox/Core.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>

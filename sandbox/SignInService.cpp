@@ -1,4 +1,4 @@
-#include "SignInService.h"
+#include "sandbox/SignInService.h"
 
 #include <boost/json/serialize.hpp>
 

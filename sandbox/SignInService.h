@@ -1,11 +1,11 @@
 // The sign-in service's frontend API, as a native program uses it: a development and a production instance.
 #pragma once
 
-#include "Faults.h"
-#include "Http.h"
-#include "Ledger.h"
-#include "SignInStore.h"
-#include "Tokens.h"
+#include "sandbox/Faults.h"
+#include "sandbox/Http.h"
+#include "sandbox/Ledger.h"
+#include "sandbox/SignInStore.h"
+#include "sandbox/Tokens.h"
 
 #include <array>
 #include <chrono>

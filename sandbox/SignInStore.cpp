@@ -1,7 +1,7 @@
-#include "SignInStore.h"
+#include "sandbox/SignInStore.h"
 
-#include "CertificateAuthority.h"
-#include "Tokens.h"
+#include "sandbox/CertificateAuthority.h"
+#include "sandbox/Tokens.h"
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>

@@ -1,4 +1,4 @@
-#include "Tokens.h"
+#include "sandbox/Tokens.h"
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>

@@ -1,4 +1,4 @@
-#include "UpdateFeed.h"
+#include "sandbox/UpdateFeed.h"
 
 #include <openssl/evp.h>
 

@@ -2,7 +2,7 @@
 // meaning.
 #pragma once
 
-#include "Http.h"
+#include "sandbox/Http.h"
 
 #include <chrono>
 #include <string>

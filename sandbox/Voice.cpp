@@ -1,6 +1,6 @@
-#include "Voice.h"
+#include "sandbox/Voice.h"
 
-#include "InterviewScript.h"
+#include "sandbox/InterviewScript.h"
 
 namespace sandbox {
 

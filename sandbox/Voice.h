@@ -1,8 +1,8 @@
 // What the backend says on one link: in order, at the script's pace.
 #pragma once
 
-#include "Agenda.h"
-#include "Faults.h"
+#include "sandbox/Agenda.h"
+#include "sandbox/Faults.h"
 
 #include <boost/json/object.hpp>
 

@@ -1,4 +1,4 @@
-#include "WavCheck.h"
+#include "sandbox/WavCheck.h"
 
 #include <array>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "WebSocketPeer.h"
+#include "sandbox/WebSocketPeer.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>

@@ -2,7 +2,7 @@
 // could not misbehave on request.
 #pragma once
 
-#include "Wire.h"
+#include "sandbox/Wire.h"
 
 #include <cstdint>
 #include <deque>

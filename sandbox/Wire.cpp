@@ -1,4 +1,4 @@
-#include "Wire.h"
+#include "sandbox/Wire.h"
 
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/use_awaitable.hpp>

@@ -1,7 +1,7 @@
 // One accepted connection, plain or under TLS.
 #pragma once
 
-#include "Asio.h"
+#include "sandbox/AsioSupport.h"
 
 #include <boost/asio/ssl/context.hpp>
 #include <boost/asio/ssl/stream.hpp>

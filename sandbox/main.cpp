@@ -1,4 +1,4 @@
-#include "Sandbox.h"
+#include "sandbox/Sandbox.h"
 
 #include <boost/json/serialize.hpp>
 

@@ -1,11 +1,16 @@
 #!/usr/bin/env bash
-# Installs the packages of scripts/packages.txt that are missing; does nothing when none is.
+# Installs the packages of scripts/packages-LIST.txt that are missing; does nothing when none is.
+#   scripts/install-packages.sh run [check] [ci] [desktops]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+lists=()
+for list in "${@:-run}"; do
+    lists+=("scripts/packages-$list.txt")
+done
 if ! command -v dpkg-query >/dev/null; then
-    echo "This script installs by apt-get, so it needs Debian 12 or a relative of it." >&2
-    echo "Elsewhere install what scripts/packages.txt names and build by cmake --preset release." >&2
+    echo "This script installs by apt-get, so it needs Debian or a relative of it." >&2
+    echo "Elsewhere install what ${lists[*]} name and build by cmake --preset release." >&2
     exit 1
 fi
 
@@ -14,7 +19,7 @@ while read -r package; do
     [[ -z $package || $package == \#* ]] && continue
     status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
     [[ $status == installed ]] || missing+=("$package")
-done <scripts/packages.txt
+done < <(cat "${lists[@]}")
 ((${#missing[@]})) || exit 0
 
 as_root=()

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <boost/json/array.hpp>
-#include <boost/json/object.hpp>
-#include <boost/json/value.hpp>
-
 #include <QCoroTask>
 
 #include <QByteArray>

@@ -3,10 +3,10 @@
 // of several rounds, for on a shared machine the same work takes very different processor time from one
 // moment to the next. Usage: CaptureFragments [seconds to measure each, 20]
 
-#include "PrivateSound.h"
-#include "ProcessUse.h"
-#include "PulseSettings.h"
-#include "Tasks.h"
+#include "Platform/Audio/PulseSettings.h"
+#include "Platform/Core/Tasks.h"
+#include "benchmarks/ProcessUse.h"
+#include "sandbox/desktop/PrivateSound.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

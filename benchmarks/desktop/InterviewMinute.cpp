@@ -1,15 +1,15 @@
 // A minute of interview: both streams over TLS to the sandbox while both sides speak, with the windows on a
 // private display; beside a minute of talking with Mumble to a server on loopback, where it is installed.
 //   InterviewMinute [rounds]
-#include "AppDelegate.h"
-#include "ChildProcess.h"
-#include "ClerkAuthService.h"
-#include "Figures.h"
-#include "PrivateDisplay.h"
-#include "ProcessUse.h"
-#include "TourDesktop.h"
-#include "TourVoices.h"
-#include "WaitFor.h"
+#include "App/AppDelegate.h"
+#include "Services/ClerkAuthService.h"
+#include "benchmarks/Figures.h"
+#include "benchmarks/ProcessUse.h"
+#include "sandbox/desktop/ChildProcess.h"
+#include "sandbox/desktop/PrivateDisplay.h"
+#include "sandbox/tour/TourDesktop.h"
+#include "sandbox/tour/TourVoices.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QDir>
 #include <QFile>
@@ -19,6 +19,8 @@
 
 #include <algorithm>
 #include <cstdio>
+
+using namespace corvane;
 
 namespace {
 

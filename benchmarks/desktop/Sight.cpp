@@ -1,4 +1,4 @@
-#include "Sight.h"
+#include "benchmarks/desktop/Sight.h"
 
 #include <xcb/xcb.h>
 

@@ -1,13 +1,13 @@
 // Start, memory and idleness of the program, beside a bare Qt Quick window and beside Mumble, a Qt voice
 // client, on a private display, session and sound server each time.
 //   WindowFootprint [rounds]
-#include "ChildProcess.h"
-#include "Figures.h"
-#include "PrivateDisplay.h"
-#include "PrivateSession.h"
-#include "PrivateSound.h"
-#include "ProcessUse.h"
-#include "Sight.h"
+#include "benchmarks/Figures.h"
+#include "benchmarks/ProcessUse.h"
+#include "benchmarks/desktop/Sight.h"
+#include "sandbox/desktop/ChildProcess.h"
+#include "sandbox/desktop/PrivateDisplay.h"
+#include "sandbox/desktop/PrivateSession.h"
+#include "sandbox/desktop/PrivateSound.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

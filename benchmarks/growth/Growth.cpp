@@ -1,10 +1,10 @@
 // What the program's work costs as there is more of it: each case at one size and at ten times that. Linear
 // growth is ten times the cost; more than the limit is a fault of the program's.
 //   Growth
-#include "ChatsViewModel.h"
-#include "DatabaseService.h"
-#include "PopoverWindow.h"
-#include "TestProgram.h"
+#include "Services/DatabaseService.h"
+#include "ViewModels/ChatsViewModel.h"
+#include "benchmarks/PopoverWindow.h"
+#include "tests/Support/TestProgram.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
@@ -18,6 +18,8 @@
 
 #include <malloc.h>
 #include <sqlite3.h>
+
+using namespace corvane;
 
 namespace {
 

@@ -1,15 +1,17 @@
 // One key press of the whole session against the table of shortcuts, beside parsing the table at each press
 // and beside Qt's own key sequences.
 
-#include "DefaultsStore.h"
-#include "FakeClock.h"
-#include "FakeKeyMonitor.h"
-#include "Limit.h"
-#include "ShortcutService.h"
+#include "Platform/Storage/DefaultsStore.h"
+#include "Services/ShortcutService.h"
+#include "benchmarks/Limit.h"
+#include "tests/Support/FakeClock.h"
+#include "tests/Support/FakeKeyMonitor.h"
 
 #include <QKeySequence>
 
 #include <array>
+
+using namespace corvane;
 
 namespace {
 

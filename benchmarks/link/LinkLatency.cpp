@@ -1,9 +1,9 @@
 // How long a sound chunk takes from WebSocketTask::send to a loopback peer that has it whole, over TLS.
 
-#include "Figures.h"
-#include "TestCertificates.h"
-#include "WebSocketPeer.h"
-#include "WebSocketTask.h"
+#include "Platform/Network/WebSocketTask.h"
+#include "benchmarks/Figures.h"
+#include "tests/Platform/Network/TestCertificates.h"
+#include "tests/Platform/Network/WebSocketTestPeer.h"
 
 #include <QCoreApplication>
 #include <QSemaphore>

@@ -1,12 +1,14 @@
 // From a server message on the socket to its event, beside what parsing the same text costs alone.
 
-#include "LinkFixture.h"
+#include "tests/Services/Link/LinkFixture.h"
 
 #include <boost/json/parse.hpp>
 
 #include <QJsonDocument>
 
 #include <benchmark/benchmark.h>
+
+using namespace corvane;
 
 namespace {
 

@@ -3,8 +3,8 @@
 // link was handed before it broke has to have come, in order; and at the end the process has the memory, the
 // descriptors and the threads that it had at the start. Exit status 1 when something is not so.
 //   InterviewSoak [minutes of interview] [seed]     120, and a seed of chance; in any case each kind once
-#include "SoakFaults.h"
-#include "SoakRig.h"
+#include "benchmarks/soak/SoakFaults.h"
+#include "benchmarks/soak/SoakRig.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,6 +15,8 @@
 #include <cstdio>
 #include <malloc.h>
 #include <unistd.h>
+
+using namespace corvane;
 
 using namespace std::chrono_literals;
 

@@ -2,9 +2,9 @@
 // opens, is sound, and has every message whose save had returned. Every other round begins with no database,
 // so that its making is killed too.
 //   PowerCut [rounds] [seed]
-#include "ChatModels.h"
-#include "DatabaseService.h"
-#include "SystemClock.h"
+#include "Models/ChatModels.h"
+#include "Platform/Core/SystemClock.h"
+#include "Services/DatabaseService.h"
 
 #include <QCoreApplication>
 #include <QProcess>
@@ -15,6 +15,8 @@
 
 #include <cstdio>
 #include <random>
+
+using namespace corvane;
 
 namespace {
 

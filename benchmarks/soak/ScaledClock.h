@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SystemClock.h"
+#include "Platform/Core/SystemClock.h"
 
 // A clock on which time passes `speed` times as fast. The time of day stays that of the machine, which is
 // also that of the tokens and of the peer.

@@ -1,4 +1,4 @@
-#include "SentSound.h"
+#include "benchmarks/soak/SentSound.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FakeAudioHost.h"
+#include "tests/Support/FakeAudioHost.h"
 
 #include <chrono>
 #include <cstdint>

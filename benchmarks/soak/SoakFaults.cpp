@@ -1,13 +1,15 @@
-#include "SoakFaults.h"
+#include "benchmarks/soak/SoakFaults.h"
 
-#include "ClerkAuthService.h"
-#include "CompletionViewModel.h"
-#include "DatabaseService.h"
+#include "Services/ClerkAuthService.h"
+#include "Services/DatabaseService.h"
+#include "ViewModels/CompletionViewModel.h"
 
 #include <sqlite3.h>
 
 #include <array>
 #include <cstdio>
+
+namespace corvane {
 
 using namespace std::chrono_literals;
 using Cause = platform::ConnectivityMonitor::Cause;
@@ -365,3 +367,5 @@ int lockStore(const char* path) {
     std::getchar(); // until the other end closes
     return sqlite3_close(store) == SQLITE_OK ? 0 : 1;
 }
+
+} // namespace corvane

@@ -1,8 +1,10 @@
 #pragma once
 
-#include "SoakRig.h"
+#include "benchmarks/soak/SoakRig.h"
 
 #include <span>
+
+namespace corvane {
 
 // What goes wrong around an interview, and in what state the program has to be afterwards. Each leaves it
 // running again.
@@ -18,3 +20,5 @@ std::span<const SoakFault> soakFaults();
 // until its input ends. Gives its exit status.
 constexpr auto lockOption = "--lock";
 int lockStore(const char* path);
+
+} // namespace corvane

@@ -1,13 +1,15 @@
-#include "SoakRig.h"
+#include "benchmarks/soak/SoakRig.h"
 
-#include "ClerkAuthService.h"
-#include "WindowFactory.h"
+#include "Services/ClerkAuthService.h"
+#include "Windows/WindowFactory.h"
 
 #include <QDir>
 #include <QJsonDocument>
 
 #include <csignal>
 #include <sys/prctl.h>
+
+namespace corvane {
 
 using namespace std::chrono_literals;
 
@@ -306,3 +308,5 @@ void SoakRig::judge(bool isOver) {
     received += verdict.received;
     lost += verdict.lost;
 }
+
+} // namespace corvane

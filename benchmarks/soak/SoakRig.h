@@ -1,9 +1,9 @@
 #pragma once
 
-#include "ScaledClock.h"
-#include "SentSound.h"
-#include "SimulatedVoices.h"
-#include "TestProgram.h"
+#include "benchmarks/soak/ScaledClock.h"
+#include "benchmarks/soak/SentSound.h"
+#include "benchmarks/soak/SimulatedVoices.h"
+#include "tests/Support/TestProgram.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -11,6 +11,8 @@
 
 #include <random>
 #include <stdexcept>
+
+namespace corvane {
 
 // Something is not as it has to be.
 class SoakFailure : public std::runtime_error {
@@ -100,3 +102,5 @@ private:
     std::chrono::steady_clock::time_point m_start;
     std::unique_ptr<SimulatedVoices> m_voices;
 };
+
+} // namespace corvane

@@ -1,13 +1,15 @@
 // One hop of 1,024 samples through the detector: ours beside the plain loop and beside the detectors of
 // WebRTC and SpeexDSP for the same stretch of sound.
-#include "PlainLevel.h"
-#include "SystemClock.h"
-#include "TestSignal.h"
-#include "VADService.h"
+#include "Platform/Core/SystemClock.h"
+#include "Services/VADService.h"
+#include "benchmarks/sound/PlainLevel.h"
+#include "benchmarks/sound/TestSignal.h"
 
 #include <benchmark/benchmark.h>
 #include <speex/speex_preprocess.h>
 #include <webrtc/modules/audio_processing/include/audio_processing.h>
+
+using namespace corvane;
 
 namespace {
 

@@ -1,13 +1,15 @@
 // A chunk of 80 ms, 3,840 floats, to a WAV file in memory: ours beside libsndfile's and beside a copy of as
 // many bytes as the file has.
-#include "Pcm16.h"
-#include "TestSignal.h"
-#include "WAVEncoder.h"
+#include "Utilities/Pcm16.h"
+#include "Utilities/WAVEncoder.h"
+#include "benchmarks/sound/TestSignal.h"
 
 #include <benchmark/benchmark.h>
 #include <sndfile.h>
 
 #include <cstring>
+
+using namespace corvane;
 
 namespace {
 

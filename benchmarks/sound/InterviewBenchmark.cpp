@@ -1,10 +1,12 @@
 // One second of an interview: both streams in fragments of 20 ms through conversion, detector, ring buffer,
 // chunks and files.
-#include "Limit.h"
-#include "MicrophonePipeline.h"
-#include "SystemAudioPipeline.h"
-#include "SystemClock.h"
-#include "TestSignal.h"
+#include "Platform/Core/SystemClock.h"
+#include "Services/MicrophonePipeline.h"
+#include "Services/SystemAudioPipeline.h"
+#include "benchmarks/Limit.h"
+#include "benchmarks/sound/TestSignal.h"
+
+using namespace corvane;
 
 namespace {
 

@@ -1,6 +1,8 @@
-#include "PlainLevel.h"
+#include "benchmarks/sound/PlainLevel.h"
 
 #include <cmath>
+
+namespace corvane {
 
 SignalLevel plainLevel(std::span<const float> samples) {
     float sum = 0;
@@ -14,3 +16,5 @@ SignalLevel plainLevel(std::span<const float> samples) {
     }
     return {std::sqrt(sum / static_cast<float>(samples.size())), peak};
 }
+
+} // namespace corvane

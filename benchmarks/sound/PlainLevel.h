@@ -1,6 +1,10 @@
 #pragma once
 
-#include "SignalLevel.h"
+#include "Utilities/SignalLevel.h"
+
+namespace corvane {
 
 // The level by one loop over squares and peak.
 SignalLevel plainLevel(std::span<const float> samples);
+
+} // namespace corvane

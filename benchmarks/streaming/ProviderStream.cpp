@@ -3,18 +3,20 @@
 // how long the main thread is away from its event loop meanwhile. The software renderer draws, as in the
 // program.
 //   ProviderStream [events a second] [seconds]
-#include "ChatServer.h"
-#include "CustomProviderService.h"
-#include "Figures.h"
-#include "PopoverWindow.h"
-#include "ProviderEntries.h"
-#include "TestProgram.h"
+#include "Services/CustomProviderService.h"
+#include "benchmarks/Figures.h"
+#include "benchmarks/PopoverWindow.h"
+#include "tests/Services/Provider/ChatServer.h"
+#include "tests/Services/Provider/ProviderEntries.h"
+#include "tests/Support/TestProgram.h"
 
 #include <QGuiApplication>
 #include <QTimer>
 
 #include <algorithm>
 #include <cstdio>
+
+using namespace corvane;
 
 namespace {
 

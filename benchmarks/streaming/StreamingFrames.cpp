@@ -1,9 +1,9 @@
 // Frames of the popover while 200 pieces of an assessment a second arrive in a text of 10 KB and of 100 KB:
 // what the main thread does for a frame, and for a piece. The software renderer draws, as in the program.
 //   StreamingFrames [seconds]
-#include "Figures.h"
-#include "PopoverWindow.h"
-#include "TestProgram.h"
+#include "benchmarks/Figures.h"
+#include "benchmarks/PopoverWindow.h"
+#include "tests/Support/TestProgram.h"
 
 #include <QGuiApplication>
 #include <QJsonDocument>
@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <cstdio>
+
+using namespace corvane;
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "ChildProcess.h"
+#include "sandbox/desktop/ChildProcess.h"
 
 #include <QDeadlineTimer>
 #include <QThread>

@@ -1,4 +1,4 @@
-#include "PrivateDisplay.h"
+#include "sandbox/desktop/PrivateDisplay.h"
 
 #include <QDeadlineTimer>
 #include <QFile>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ChildProcess.h"
+#include "sandbox/desktop/ChildProcess.h"
 
 #include <QList>
 #include <QRect>

@@ -1,4 +1,4 @@
-#include "PrivateSession.h"
+#include "sandbox/desktop/PrivateSession.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>

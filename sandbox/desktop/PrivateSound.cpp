@@ -1,4 +1,4 @@
-#include "PrivateSound.h"
+#include "sandbox/desktop/PrivateSound.h"
 
 #include <QDeadlineTimer>
 #include <QFile>

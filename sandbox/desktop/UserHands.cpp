@@ -1,6 +1,6 @@
-#include "UserHands.h"
+#include "sandbox/desktop/UserHands.h"
 
-#include "PrivateDisplay.h"
+#include "sandbox/desktop/PrivateDisplay.h"
 
 #include <QAccessible>
 #include <QGuiApplication>

@@ -1,12 +1,14 @@
 // The interview as it should be: from the bar, by pointer and keyboard.
-#include "TourScript.h"
+#include "sandbox/tour/TourScript.h"
 
-#include "TourVoices.h"
+#include "sandbox/tour/TourVoices.h"
 
-#include "CompletionViewModel.h"
-#include "InterviewViewModel.h"
+#include "ViewModels/CompletionViewModel.h"
+#include "ViewModels/InterviewViewModel.h"
 
 #include <QGuiApplication>
+
+namespace corvane {
 
 using namespace tourvoices;
 
@@ -182,3 +184,5 @@ QCoro::Task<void> TourScript::finish() {
     });
     checkStore();
 }
+
+} // namespace corvane

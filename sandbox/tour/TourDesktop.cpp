@@ -1,4 +1,4 @@
-#include "TourDesktop.h"
+#include "sandbox/tour/TourDesktop.h"
 
 #include <QFile>
 #include <QJsonDocument>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PrivateSession.h"
-#include "PrivateSound.h"
+#include "sandbox/desktop/PrivateSession.h"
+#include "sandbox/desktop/PrivateSound.h"
 
 #include <QJsonObject>
 #include <QProcess>

@@ -1,17 +1,17 @@
-#include "TourScript.h"
+#include "sandbox/tour/TourScript.h"
 
-#include "TourVoices.h"
+#include "sandbox/tour/TourVoices.h"
 
-#include "ChatsViewModel.h"
-#include "ClerkAuthService.h"
-#include "CompletionViewModel.h"
-#include "DatabaseService.h"
-#include "Dispatch.h"
-#include "InterviewViewModel.h"
-#include "Log.h"
-#include "SystemClock.h"
-#include "Tasks.h"
-#include "WebSocketService.h"
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/SystemClock.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/ClerkAuthService.h"
+#include "Services/DatabaseService.h"
+#include "Services/WebSocketService.h"
+#include "ViewModels/ChatsViewModel.h"
+#include "ViewModels/CompletionViewModel.h"
+#include "ViewModels/InterviewViewModel.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -19,6 +19,8 @@
 #include <QJsonDocument>
 #include <QPixmap>
 #include <QScreen>
+
+namespace corvane {
 
 using namespace std::chrono_literals;
 
@@ -233,3 +235,5 @@ void TourScript::checkStore() {
                                   .arg(conversations.first().title)
                                   .arg(messages.size()));
 }
+
+} // namespace corvane

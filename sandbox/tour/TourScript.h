@@ -1,10 +1,10 @@
 #pragma once
 
-#include "CorvaneApp.h"
-#include "PrivateDisplay.h"
-#include "TourDesktop.h"
-#include "Transcript.h"
-#include "UserHands.h"
+#include "App/CorvaneApp.h"
+#include "sandbox/desktop/PrivateDisplay.h"
+#include "sandbox/desktop/UserHands.h"
+#include "sandbox/tour/TourDesktop.h"
+#include "sandbox/tour/Transcript.h"
 
 #include <QCoroTask>
 #include <QJsonObject>
@@ -13,6 +13,8 @@
 #include <functional>
 #include <memory>
 #include <stdexcept>
+
+namespace corvane {
 
 // What was awaited and did not happen.
 class TourFailure : public std::runtime_error {
@@ -95,3 +97,5 @@ private:
     QStringList m_log;
     QStringList m_secrets;
 };
+
+} // namespace corvane

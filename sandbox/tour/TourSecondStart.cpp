@@ -1,12 +1,14 @@
 // The end of the tour: the installed program itself, started anew on the same desktop, and what was left
 // behind.
-#include "TourScript.h"
+#include "sandbox/tour/TourScript.h"
 
-#include "ClerkAuthService.h"
-#include "InterviewViewModel.h"
+#include "Services/ClerkAuthService.h"
+#include "ViewModels/InterviewViewModel.h"
 
 #include <QDirIterator>
 #include <QFile>
+
+namespace corvane {
 
 namespace {
 
@@ -86,3 +88,5 @@ void TourScript::checkSecrecy() {
             .arg(m_log.size())
             .arg(files));
 }
+
+} // namespace corvane

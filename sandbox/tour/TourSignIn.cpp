@@ -1,12 +1,14 @@
 // Sign-in at the dashboard's card, and a look at the dashboard's pages.
-#include "TourScript.h"
+#include "sandbox/tour/TourScript.h"
 
-#include "TourVoices.h"
+#include "sandbox/tour/TourVoices.h"
 
-#include "Appearance.h"
-#include "ClerkAuthService.h"
-#include "SettingsViewModel.h"
-#include "WebSocketService.h"
+#include "Platform/Desktop/Appearance.h"
+#include "Services/ClerkAuthService.h"
+#include "Services/WebSocketService.h"
+#include "ViewModels/SettingsViewModel.h"
+
+namespace corvane {
 
 using namespace tourvoices;
 
@@ -73,3 +75,5 @@ QCoro::Task<void> TourScript::visitPages() {
     m_app->appDelegate().toggleDashboard();
     require(!m_hands.sees(QStringLiteral("Quit Corvane Lumetra")), QStringLiteral("the dashboard is closed"));
 }
+
+} // namespace corvane

@@ -1,11 +1,13 @@
 // What goes wrong under an interview, one after the other, and how it goes on.
-#include "TourScript.h"
+#include "sandbox/tour/TourScript.h"
 
-#include "TourVoices.h"
+#include "sandbox/tour/TourVoices.h"
 
-#include "ClerkAuthService.h"
-#include "InterviewViewModel.h"
-#include "WebSocketService.h"
+#include "Services/ClerkAuthService.h"
+#include "Services/WebSocketService.h"
+#include "ViewModels/InterviewViewModel.h"
+
+namespace corvane {
 
 using namespace tourvoices;
 
@@ -107,3 +109,5 @@ QCoro::Task<void> TourScript::loseTheSecrets() {
     m_secrets.append(token.reveal());
     m_transcript.say(program, QStringLiteral("has read its tokens from the secret service again"));
 }
+
+} // namespace corvane

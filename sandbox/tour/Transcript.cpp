@@ -1,4 +1,4 @@
-#include "Transcript.h"
+#include "sandbox/tour/Transcript.h"
 
 #include <cstdio>
 

@@ -1,7 +1,7 @@
-#include "PrivateDisplay.h"
-#include "TourScript.h"
+#include "sandbox/desktop/PrivateDisplay.h"
+#include "sandbox/tour/TourScript.h"
 
-#include "Tasks.h"
+#include "Platform/Core/Tasks.h"
 
 #include <QCommandLineParser>
 #include <QGuiApplication>
@@ -10,6 +10,8 @@
 
 #include <cstdio>
 #include <sys/stat.h>
+
+using namespace corvane;
 
 namespace {
 

@@ -1,36 +1,38 @@
-#include "AppDelegate.h"
+#include "App/AppDelegate.h"
 
-#include "AudioCaptureService.h"
-#include "ChatsViewModel.h"
-#include "ClerkAuthService.h"
-#include "ClerkClient.h"
-#include "ClerkConfig.h"
-#include "CompletionViewModel.h"
-#include "CorvaneAPIService.h"
-#include "CustomProviderService.h"
-#include "DashboardPresenter.h"
-#include "DashboardViewModel.h"
-#include "DatabaseService.h"
-#include "InterviewLink.h"
-#include "InterviewViewModel.h"
-#include "KeychainService.h"
-#include "Log.h"
-#include "MachineId.h"
-#include "OverlayBarPresenter.h"
-#include "OverlayViewModel.h"
-#include "ScreenCaptureService.h"
-#include "ScreenshotConsumer.h"
-#include "SettingsViewModel.h"
-#include "SystemAudioViewModel.h"
-#include "Tasks.h"
-#include "Theme.h"
+#include "App/DeepLink.h"
+#include "App/MachineId.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/AudioCaptureService.h"
+#include "Services/ClerkAuthService.h"
+#include "Services/ClerkClient.h"
+#include "Services/ClerkConfig.h"
+#include "Services/CorvaneAPIService.h"
+#include "Services/CustomProviderService.h"
+#include "Services/DatabaseService.h"
+#include "Services/KeychainService.h"
+#include "Services/ScreenCaptureService.h"
+#include "ViewModels/ChatsViewModel.h"
+#include "ViewModels/CompletionViewModel.h"
+#include "ViewModels/DashboardViewModel.h"
+#include "ViewModels/InterviewViewModel.h"
+#include "ViewModels/OverlayViewModel.h"
+#include "ViewModels/ScreenshotConsumer.h"
+#include "ViewModels/SettingsViewModel.h"
+#include "ViewModels/SystemAudioViewModel.h"
+#include "Views/Dashboard/DashboardPresenter.h"
+#include "Views/Overlay/OverlayBarPresenter.h"
+#include "Views/Shared/Theme.h"
 #ifdef CORVANE_UPDATER
-#include "UpdateDialogPresenter.h"
-#include "UpdaterService.h"
+#include "Services/UpdaterService.h"
+#include "Views/Updates/UpdateDialogPresenter.h"
 #endif
-#include "WebSocketService.h"
+#include "Services/WebSocketService.h"
 
 #include <QCoreApplication>
+
+namespace corvane {
 
 using platform::logLine;
 using platform::startTask;
@@ -393,3 +395,5 @@ void AppDelegate::applicationWillTerminate() {
         m_shortcutService->unregisterAll();
     }
 }
+
+} // namespace corvane

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "AnalyticsService.h"
-#include "ApplicationWindows.h"
-#include "InterviewDetectorService.h"
-#include "PlatformServices.h"
-#include "ShortcutService.h"
+#include "App/PlatformServices.h"
+#include "Services/AnalyticsService.h"
+#include "Services/InterviewDetectorService.h"
+#include "Services/ShortcutService.h"
+#include "ViewModels/ApplicationWindows.h"
 
 #include <QCoroTask>
 #include <QList>
@@ -13,6 +13,8 @@
 
 #include <memory>
 #include <stdexcept>
+
+namespace corvane {
 
 class AppSettingsPresenter;
 class AudioCaptureService;
@@ -167,3 +169,5 @@ private:
     bool m_isLaunched = false;
     bool m_wantsRestart = false;
 };
+
+} // namespace corvane

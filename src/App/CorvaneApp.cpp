@@ -1,9 +1,11 @@
-#include "CorvaneApp.h"
+#include "App/CorvaneApp.h"
 
-#include "Log.h"
+#include "Platform/Core/Log.h"
 
 #include <QCoreApplication>
 #include <QProcess>
+
+namespace corvane {
 
 CorvaneApp::CorvaneApp(PlatformServices platform,
                        std::unique_ptr<platform::SessionApplication> sessionApplication)
@@ -48,3 +50,5 @@ int CorvaneApp::run() {
     }
     return status;
 }
+
+} // namespace corvane

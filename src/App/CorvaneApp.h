@@ -1,9 +1,11 @@
 #pragma once
 
-#include "AppDelegate.h"
-#include "SessionApplication.h"
+#include "App/AppDelegate.h"
+#include "Platform/Desktop/SessionApplication.h"
 
 #include <memory>
+
+namespace corvane {
 
 // The entry object: installs AppDelegate and connects it with the session bus and the end of the process.
 class CorvaneApp {
@@ -24,3 +26,5 @@ private:
     AppDelegate m_appDelegate;
     int m_exitStatus = 0;
 };
+
+} // namespace corvane

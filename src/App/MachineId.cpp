@@ -1,8 +1,10 @@
-#include "MachineId.h"
+#include "App/MachineId.h"
 
-#include "MachineIdentifier.h"
+#include "Platform/Desktop/MachineIdentifier.h"
 
 #include <QUuid>
+
+namespace corvane {
 
 namespace {
 
@@ -30,3 +32,5 @@ QString machineIdOf(platform::DefaultsStore& defaults, const std::optional<QStri
     defaults.setString(QLatin1String(fallbackKey), made);
     return made;
 }
+
+} // namespace corvane

@@ -1,9 +1,11 @@
-#include "PlatformServices.h"
+#include "App/PlatformServices.h"
 
-#include "SystemClock.h"
+#include "Platform/Core/SystemClock.h"
 
 #include <QCoreApplication>
 #include <QStandardPaths>
+
+namespace corvane {
 
 namespace {
 
@@ -44,3 +46,5 @@ PlatformServices PlatformServices::ofThisDesktop(std::unique_ptr<platform::Secre
     services.windows = makeWindowFactory();
     return services;
 }
+
+} // namespace corvane

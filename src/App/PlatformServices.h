@@ -1,27 +1,29 @@
 #pragma once
 
-#include "Appearance.h"
-#include "ApplicationInfo.h"
-#include "AudioHost.h"
-#include "Clipboard.h"
-#include "Clock.h"
-#include "ConnectivityMonitor.h"
-#include "DefaultsStore.h"
-#include "HttpClient.h"
-#include "KeyMonitor.h"
-#include "LoginItem.h"
-#include "Notifications.h"
-#include "ScreenGrabber.h"
-#include "SecretStore.h"
-#include "SystemAccess.h"
-#include "WebSocketTask.h"
-#include "WindowFactory.h"
+#include "Platform/Audio/AudioHost.h"
+#include "Platform/Core/Clock.h"
+#include "Platform/Desktop/Appearance.h"
+#include "Platform/Desktop/ApplicationInfo.h"
+#include "Platform/Desktop/LoginItem.h"
+#include "Platform/Desktop/Notifications.h"
+#include "Platform/Desktop/SystemAccess.h"
+#include "Platform/Input/KeyMonitor.h"
+#include "Platform/Network/ConnectivityMonitor.h"
+#include "Platform/Network/HttpClient.h"
+#include "Platform/Network/WebSocketTask.h"
+#include "Platform/Screen/Clipboard.h"
+#include "Platform/Screen/ScreenGrabber.h"
+#include "Platform/Storage/DefaultsStore.h"
+#include "Platform/Storage/SecretStore.h"
+#include "Windows/WindowFactory.h"
 
 #include <QProcessEnvironment>
 #include <QString>
 
 #include <functional>
 #include <memory>
+
+namespace corvane {
 
 // What the program needs of the desktop it runs on, in one bag that only the composition root opens. A test
 // or the guided tour hands in its own.
@@ -53,3 +55,5 @@ struct PlatformServices {
     static PlatformServices
     ofThisDesktop(std::unique_ptr<platform::SecretStore> secrets = platform::makeSecretServiceStore());
 };
+
+} // namespace corvane

@@ -1,14 +1,16 @@
-#include "AppDelegate.h"
+#include "App/AppDelegate.h"
 
-#include "AudioCaptureService.h"
-#include "CompletionViewModel.h"
-#include "Dispatch.h"
-#include "InterviewViewModel.h"
-#include "ScreenCaptureService.h"
-#include "SystemAudioViewModel.h"
-#include "Tasks.h"
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/AudioCaptureService.h"
+#include "Services/ScreenCaptureService.h"
+#include "ViewModels/CompletionViewModel.h"
+#include "ViewModels/InterviewViewModel.h"
+#include "ViewModels/SystemAudioViewModel.h"
 
 #include <map>
+
+namespace corvane {
 
 namespace {
 
@@ -73,3 +75,5 @@ void AppDelegate::toggleSystemAudio() {
         m_systemAudioViewModel->startCapture();
     }
 }
+
+} // namespace corvane

@@ -1,12 +1,14 @@
-#include "AppDelegate.h"
+#include "App/AppDelegate.h"
 
-#include "AppSettingsPresenter.h"
-#include "InterviewViewModel.h"
-#include "UpdateDialogPresenter.h"
-#include "UpdaterPresenter.h"
-#include "UpdaterService.h"
+#include "Services/UpdaterService.h"
+#include "ViewModels/InterviewViewModel.h"
+#include "Views/Dashboard/AppSettingsPresenter.h"
+#include "Views/Updates/UpdateDialogPresenter.h"
+#include "Views/Updates/UpdaterPresenter.h"
 
 #include <unistd.h>
+
+namespace corvane {
 
 namespace {
 
@@ -58,3 +60,5 @@ void AppDelegate::restart() {
             "An interview is running. End it, then try again, or let the new version wait until you "
             "start the app the next time."));
 }
+
+} // namespace corvane

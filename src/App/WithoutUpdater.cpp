@@ -1,4 +1,6 @@
-#include "AppDelegate.h"
+#include "App/AppDelegate.h"
+
+namespace corvane {
 
 // A distribution updates the program by itself.
 
@@ -9,3 +11,5 @@ void AppDelegate::startUpdater() {}
 void AppDelegate::addUpdaterCard(AppSettingsPresenter&) {}
 
 void AppDelegate::restart() {}
+
+} // namespace corvane

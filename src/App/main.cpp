@@ -1,7 +1,7 @@
-#include "CorvaneApp.h"
-#include "CursorRest.h"
-#include "TerminationSignals.h"
-#include "WaylandSession.h"
+#include "App/CorvaneApp.h"
+#include "Platform/Desktop/TerminationSignals.h"
+#include "Platform/Desktop/WaylandSession.h"
+#include "Platform/Windows/CursorRest.h"
 
 #include <QGuiApplication>
 #include <QIcon>
@@ -14,6 +14,8 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+
+using namespace corvane;
 
 using namespace std::chrono_literals;
 

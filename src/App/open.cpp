@@ -1,4 +1,4 @@
-#include "ApplicationCall.h"
+#include "Platform/Desktop/ApplicationCall.h"
 
 #include <QCoreApplication>
 

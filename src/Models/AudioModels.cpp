@@ -1,11 +1,13 @@
-#include "AudioModels.h"
+#include "Models/AudioModels.h"
 
-#include "Json.h"
+#include "Utilities/Json.h"
 
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
+
+namespace corvane {
 
 namespace {
 
@@ -56,3 +58,5 @@ boost::json::object VadConfig::toJson() const {
             {"noiseGateThreshold", shortest(noiseGateThreshold)},
             {"maxRecordingDurationSecs", maxRecordingDurationSecs}};
 }
+
+} // namespace corvane

@@ -6,6 +6,8 @@
 
 #include <boost/json/value.hpp>
 
+namespace corvane {
+
 // What happens to system audio while it is captured.
 enum class AudioCaptureMode {
     vad,          // utterances, cut by the detector
@@ -41,3 +43,5 @@ struct AudioDevice {
 
     bool operator==(const AudioDevice&) const = default;
 };
+
+} // namespace corvane

@@ -1,10 +1,12 @@
-#include "ChatModels.h"
+#include "Models/ChatModels.h"
 
-#include "Json.h"
+#include "Utilities/Json.h"
 
 #include <QUuid>
 
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -121,3 +123,5 @@ boost::json::object SystemPrompt::toJson() const {
             {"created_at", json::toJson(createdAt)},
             {"updated_at", json::toJson(updatedAt)}};
 }
+
+} // namespace corvane

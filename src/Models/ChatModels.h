@@ -8,6 +8,8 @@
 
 #include <boost/json/value.hpp>
 
+namespace corvane {
+
 // A stored chat with the assistant. Times are milliseconds since the Unix epoch.
 struct Conversation {
     QString id; // "conv_" and 32 lower-case hexadecimal digits
@@ -67,3 +69,5 @@ struct SystemPrompt {
     boost::json::object toJson() const;
     bool operator==(const SystemPrompt&) const = default;
 };
+
+} // namespace corvane

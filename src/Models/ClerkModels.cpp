@@ -1,6 +1,8 @@
-#include "ClerkModels.h"
+#include "Models/ClerkModels.h"
 
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -173,3 +175,5 @@ boost::json::object ClerkAPIError::toJson() const {
     }
     return {{"errors", std::move(items)}};
 }
+
+} // namespace corvane

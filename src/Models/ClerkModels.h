@@ -1,9 +1,11 @@
 #pragma once
 
-#include "Json.h"
-#include "Secret.h"
+#include "Platform/Core/Secret.h"
+#include "Utilities/Json.h"
 
 #include <QList>
+
+namespace corvane {
 
 // The records of the sign-in service's frontend API. fromJson() is strict: a missing required key or a value
 // of another type throws json::DecodingError for the whole record; an optional field may be missing or null;
@@ -120,3 +122,5 @@ public:
 private:
     QList<Item> m_errors;
 };
+
+} // namespace corvane

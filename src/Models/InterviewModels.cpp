@@ -1,14 +1,16 @@
-#include "InterviewModels.h"
+#include "Models/InterviewModels.h"
 
-#include "Json.h"
+#include "Utilities/Json.h"
 
 #include <QRegularExpression>
 
 #include <array>
 
+namespace corvane {
+
 namespace {
 
-constexpr std::array<const char*, 7> statusNames{
+constexpr std::array<const char*, 7> interviewStatusNames{
     "idle", "waitingForQuestions", "startingAudio", "connecting", "streaming", "paused", "error"};
 
 // The elements of a topic; nothing unless it is an array of objects throughout.
@@ -22,7 +24,7 @@ const boost::json::array* questionObjects(const boost::json::value& value) {
 } // namespace
 
 QString rawValue(InterviewStatus status) {
-    return QString::fromLatin1(statusNames[static_cast<size_t>(status)]);
+    return QString::fromLatin1(interviewStatusNames[static_cast<size_t>(status)]);
 }
 
 QList<InterviewQuestion> InterviewQuestion::parse(const boost::json::object& object) {
@@ -76,3 +78,5 @@ QString InterviewQuestion::cleanDisplayText(const QString& text) {
     clean.remove(bracketedNote).remove(emptyParentheses).replace(blanks, QStringLiteral(" "));
     return clean.trimmed();
 }
+
+} // namespace corvane

@@ -7,6 +7,8 @@
 
 #include <boost/json/object.hpp>
 
+namespace corvane {
+
 // The state of the one interview that can run.
 enum class InterviewStatus {
     idle,
@@ -52,3 +54,5 @@ struct InterviewPlanTopic {
         return topic == other.topic && questions == other.questions;
     }
 };
+
+} // namespace corvane

@@ -1,6 +1,8 @@
-#include "ProviderModels.h"
+#include "Models/ProviderModels.h"
 
 #include <boost/json/array.hpp>
+
+namespace corvane {
 
 AIModel AIModel::fromJson(const boost::json::value& value) {
     const auto& object = json::asObject(value);
@@ -55,3 +57,5 @@ SelectedProvider SelectedProvider::fromJson(const boost::json::value& value) {
     }
     return provider;
 }
+
+} // namespace corvane

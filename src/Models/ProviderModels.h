@@ -1,9 +1,11 @@
 #pragma once
 
-#include "Json.h"
-#include "Secret.h"
+#include "Platform/Core/Secret.h"
+#include "Utilities/Json.h"
 
 #include <QList>
+
+namespace corvane {
 
 // A language model or speech-to-text service of the user's own. The records are written into the defaults
 // store by hand or by another tool, and only read here. fromJson() is strict: a missing key or a value of
@@ -65,3 +67,5 @@ struct SelectedProvider {
     bool operator==(const SelectedProvider&) const = default;
     static SelectedProvider fromJson(const boost::json::value& value);
 };
+
+} // namespace corvane

@@ -1,4 +1,6 @@
-#include "SettingsModels.h"
+#include "Models/SettingsModels.h"
+
+namespace corvane {
 
 namespace {
 
@@ -101,3 +103,5 @@ boost::json::object SelectedAudioDevices::toJson() const {
     }
     return object;
 }
+
+} // namespace corvane

@@ -1,8 +1,10 @@
 #pragma once
 
-#include "Json.h"
+#include "Utilities/Json.h"
 
 #include <array>
+
+namespace corvane {
 
 // The settings that the defaults store keeps. fromJson() is strict: a missing key or a value of another kind
 // throws json::DecodingError for the whole record.
@@ -84,3 +86,5 @@ struct SelectedAudioDevices {
     static SelectedAudioDevices fromJson(const boost::json::value& value);
     boost::json::object toJson() const;
 };
+
+} // namespace corvane

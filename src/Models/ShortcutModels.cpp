@@ -1,4 +1,6 @@
-#include "ShortcutModels.h"
+#include "Models/ShortcutModels.h"
+
+namespace corvane {
 
 namespace {
 
@@ -98,3 +100,5 @@ boost::json::object ShortcutsConfig::toJson() const {
     }
     return {{"bindings", std::move(entries)}};
 }
+
+} // namespace corvane

@@ -1,10 +1,12 @@
 #pragma once
 
-#include "Json.h"
+#include "Utilities/Json.h"
 
 #include <QMap>
 
 #include <array>
+
+namespace corvane {
 
 // What a key can do to the program, in the order in which the user is shown it.
 enum class ShortcutAction {
@@ -57,3 +59,5 @@ struct ShortcutsConfig {
     static ShortcutsConfig fromJson(const boost::json::value& value);
     boost::json::object toJson() const;
 };
+
+} // namespace corvane

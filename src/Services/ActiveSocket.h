@@ -1,9 +1,11 @@
 #pragma once
 
-#include "WebSocketTask.h"
+#include "Platform/Network/WebSocketTask.h"
 
 #include <memory>
 #include <mutex>
+
+namespace corvane {
 
 // The connection in use, and whether audio may pass through it. Written on the main thread, read on any:
 // audio frames come from the sound threads.
@@ -46,3 +48,5 @@ private:
     mutable std::mutex m_mutex;
     Snapshot m_current;
 };
+
+} // namespace corvane

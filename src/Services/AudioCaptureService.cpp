@@ -1,12 +1,14 @@
-#include "AudioCaptureService.h"
+#include "Services/AudioCaptureService.h"
 
-#include "Dispatch.h"
-#include "Log.h"
-#include "MicrophonePipeline.h"
-#include "SystemAudioPipeline.h"
-#include "Tasks.h"
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/MicrophonePipeline.h"
+#include "Services/SystemAudioPipeline.h"
 
 #include <array>
+
+namespace corvane {
 
 using namespace std::chrono_literals;
 using platform::AudioError;
@@ -404,3 +406,5 @@ QCoro::Task<QList<AudioDevice>> AudioCaptureService::getInputDevices() {
 QCoro::Task<QList<AudioDevice>> AudioCaptureService::getOutputDevices() {
     return toDevices(d->host().outputs());
 }
+
+} // namespace corvane

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "AudioHost.h"
-#include "AudioModels.h"
-#include "Clock.h"
+#include "Models/AudioModels.h"
+#include "Platform/Audio/AudioHost.h"
+#include "Platform/Core/Clock.h"
 
 #include <QByteArray>
 #include <QCoroTask>
@@ -10,6 +10,8 @@
 #include <QObject>
 
 #include <stdexcept>
+
+namespace corvane {
 
 // There is nothing to capture, a screen's picture included. what() is the text for the user.
 class CaptureError : public std::runtime_error {
@@ -87,3 +89,5 @@ private:
     class Private;
     std::unique_ptr<Private> d;
 };
+
+} // namespace corvane

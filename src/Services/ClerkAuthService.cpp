@@ -1,14 +1,16 @@
-#include "ClerkAuthService.h"
+#include "Services/ClerkAuthService.h"
 
-#include "ClerkClient.h"
-#include "Completion.h"
-#include "JWT.h"
-#include "KeychainService.h"
-#include "Log.h"
+#include "Platform/Core/Completion.h"
+#include "Platform/Core/Log.h"
+#include "Services/ClerkClient.h"
+#include "Services/KeychainService.h"
+#include "Utilities/JWT.h"
 
 #include <QPointer>
 
 #include <array>
+
+namespace corvane {
 
 using platform::Secret;
 
@@ -251,3 +253,5 @@ QCoro::Task<void> ClerkAuthService::signOut() {
 void ClerkAuthService::invalidateCachedJWT() {
     m_cachedJWT.reset();
 }
+
+} // namespace corvane

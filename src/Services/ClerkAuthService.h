@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Clock.h"
-#include "Secret.h"
+#include "Platform/Core/Clock.h"
+#include "Platform/Core/Secret.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -9,6 +9,8 @@
 
 #include <optional>
 #include <stdexcept>
+
+namespace corvane {
 
 class ClerkClient;
 class KeychainService;
@@ -85,3 +87,5 @@ private:
     quint64 m_generation = 0;
     int m_startingSignIns = 0;
 };
+
+} // namespace corvane

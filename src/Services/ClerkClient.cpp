@@ -1,10 +1,12 @@
-#include "ClerkClient.h"
+#include "Services/ClerkClient.h"
 
-#include "ClientToken.h"
-#include "Completion.h"
-#include "Tasks.h"
+#include "Platform/Core/Completion.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/ClientToken.h"
 
 #include <QPointer>
+
+namespace corvane {
 
 using platform::HttpRequest;
 using platform::HttpResponse;
@@ -226,3 +228,5 @@ QCoro::Task<ClerkSignInResult> ClerkClient::postSignIn(QByteArray encodedPath, F
     auto envelope = decode<ClerkEnvelope<ClerkSignIn>>(response.body);
     co_return ClerkSignInResult{std::move(envelope.response), extractClientToken(response)};
 }
+
+} // namespace corvane

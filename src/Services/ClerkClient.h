@@ -1,13 +1,15 @@
 #pragma once
 
-#include "ClerkConfig.h"
-#include "ClerkModels.h"
-#include "HttpClient.h"
-#include "Secret.h"
+#include "Models/ClerkModels.h"
+#include "Platform/Core/Secret.h"
+#include "Platform/Network/HttpClient.h"
+#include "Services/ClerkConfig.h"
 
 #include <QObject>
 
 #include <functional>
+
+namespace corvane {
 
 // The client's only contact with the network.
 class ClerkHTTPExecutor {
@@ -113,3 +115,5 @@ private:
     DevBrowserStorage m_storage;
     std::optional<platform::Secret> m_devBrowserToken;
 };
+
+} // namespace corvane

@@ -1,9 +1,11 @@
-#include "ClerkConfig.h"
+#include "Services/ClerkConfig.h"
 
-#include "ApplicationInfo.h"
-#include "Utf8.h"
+#include "Platform/Desktop/ApplicationInfo.h"
+#include "Utilities/Utf8.h"
 
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -54,3 +56,5 @@ ClerkConfig ClerkConfig::fromBundle(const platform::ApplicationInfo& bundle) {
     }
     return ClerkConfig(*key);
 }
+
+} // namespace corvane

@@ -9,6 +9,8 @@ namespace platform {
 class ApplicationInfo;
 }
 
+namespace corvane {
+
 // The sign-in service's instance, as its publishable key names it.
 class ClerkConfig {
 public:
@@ -41,3 +43,5 @@ private:
     QUrl m_frontendAPIURL;
     bool m_isDevelopment = false;
 };
+
+} // namespace corvane

@@ -1,4 +1,6 @@
-#include "ClientToken.h"
+#include "Services/ClientToken.h"
+
+namespace corvane {
 
 namespace {
 
@@ -67,3 +69,5 @@ std::optional<platform::Secret> extractClientToken(const platform::HttpResponse&
     }
     return std::nullopt;
 }
+
+} // namespace corvane

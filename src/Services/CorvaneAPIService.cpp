@@ -1,12 +1,14 @@
-#include "CorvaneAPIService.h"
+#include "Services/CorvaneAPIService.h"
 
-#include "ClerkAuthService.h"
-#include "Completion.h"
-#include "Json.h"
+#include "Platform/Core/Completion.h"
+#include "Services/ClerkAuthService.h"
+#include "Utilities/Json.h"
+
+namespace corvane {
 
 namespace {
 
-constexpr auto timeout = std::chrono::seconds(60);
+constexpr auto requestTimeout = std::chrono::seconds(60);
 constexpr int unauthorizedStatus = 401;
 constexpr int conflictStatus = 409;
 constexpr int noHttpStatus = -1;
@@ -105,7 +107,7 @@ QCoro::Task<platform::HttpRequest> CorvaneAPIService::makeRequest(QString path, 
     platform::HttpRequest request;
     request.method = std::move(method);
     request.url = url;
-    request.timeout = timeout;
+    request.timeout = requestTimeout;
     const auto token = co_await m_auth->getFreshJWT();
     request.headers.append({"Authorization", "Bearer " + token.reveal().toUtf8()});
     if (!contentType.isEmpty()) {
@@ -114,3 +116,5 @@ QCoro::Task<platform::HttpRequest> CorvaneAPIService::makeRequest(QString path, 
     request.body = std::move(body);
     co_return request;
 }
+
+} // namespace corvane

@@ -1,11 +1,13 @@
 #pragma once
 
-#include "HttpClient.h"
+#include "Platform/Network/HttpClient.h"
 
 #include <QObject>
 #include <QPointer>
 
 #include <stdexcept>
+
+namespace corvane {
 
 class ClerkAuthService;
 
@@ -55,3 +57,5 @@ private:
     platform::HttpClient& m_http;
     QString m_machineId;
 };
+
+} // namespace corvane

@@ -1,16 +1,18 @@
-#include "CustomProviderService.h"
+#include "Services/CustomProviderService.h"
 
-#include "CorvaneAPIService.h"
-#include "DefaultsStore.h"
-#include "Json.h"
-#include "LineReader.h"
-#include "Log.h"
-#include "ProviderModels.h"
+#include "Models/ProviderModels.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Storage/DefaultsStore.h"
+#include "Services/CorvaneAPIService.h"
+#include "Utilities/Json.h"
+#include "Utilities/LineReader.h"
 
 #include <boost/json/array.hpp>
 
 #include <charconv>
 #include <memory>
+
+namespace corvane {
 
 namespace {
 
@@ -192,3 +194,5 @@ std::optional<QString> CustomProviderService::extractContent(const boost::json::
     const auto* text = current ? current->if_string() : nullptr;
     return text ? std::optional(json::toQString(*text)) : std::nullopt;
 }
+
+} // namespace corvane

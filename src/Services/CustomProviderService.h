@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ChatModels.h"
-#include "HttpClient.h"
+#include "Models/ChatModels.h"
+#include "Platform/Network/HttpClient.h"
 
 #include <boost/json/object.hpp>
 
@@ -14,6 +14,8 @@
 namespace platform {
 class DefaultsStore;
 }
+
+namespace corvane {
 
 // A chat-completion endpoint of the user's own, as the defaults store describes it: one question, answered by
 // a stream of server-sent events. Main thread; the network has threads of its own.
@@ -38,3 +40,5 @@ private:
     const platform::DefaultsStore& m_defaults;
     platform::HttpClient& m_http;
 };
+
+} // namespace corvane

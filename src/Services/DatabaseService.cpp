@@ -1,6 +1,6 @@
-#include "DatabaseService.h"
+#include "Services/DatabaseService.h"
 
-#include "Log.h"
+#include "Platform/Core/Log.h"
 
 #include <QDir>
 #include <QFile>
@@ -12,6 +12,8 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+namespace corvane {
 
 namespace {
 
@@ -310,3 +312,5 @@ void DatabaseService::updateSystemPrompt(qint64 id, const std::optional<QString>
 void DatabaseService::deleteSystemPrompt(qint64 id) {
     exec("DELETE FROM system_prompts WHERE id = " + std::to_string(id));
 }
+
+} // namespace corvane

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ChatModels.h"
-#include "Clock.h"
+#include "Models/ChatModels.h"
+#include "Platform/Core/Clock.h"
 
 #include <QList>
 #include <QString>
@@ -11,6 +11,8 @@
 
 struct sqlite3;
 struct sqlite3_stmt;
+
+namespace corvane {
 
 // The program's one SQLite store: conversations, messages, system prompts and a key-value table. Main thread.
 // Failures go to standard output; operations then give their empty result.
@@ -56,3 +58,5 @@ private:
     QString m_dbPath;
     const platform::Clock& m_clock;
 };
+
+} // namespace corvane

@@ -1,6 +1,8 @@
-#include "Heartbeat.h"
+#include "Services/Heartbeat.h"
 
-#include "Tasks.h"
+#include "Platform/Core/Tasks.h"
+
+namespace corvane {
 
 using namespace std::chrono_literals;
 
@@ -81,3 +83,5 @@ quint64 Heartbeat::ping(const std::shared_ptr<State>& state) {
     });
     return number;
 }
+
+} // namespace corvane

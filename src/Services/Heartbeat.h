@@ -1,11 +1,13 @@
 #pragma once
 
-#include "Clock.h"
+#include "Platform/Core/Clock.h"
 
 #include <functional>
 #include <memory>
 
 #include <QString>
+
+namespace corvane {
 
 // Watches one open connection: a ping every 30 s that must be answered by the next, and one at once, with 5 s
 // to answer, when somebody doubts the connection. Main thread.
@@ -32,3 +34,5 @@ private:
     std::shared_ptr<State> m_state;
     std::unique_ptr<platform::Timer> m_timer;
 };
+
+} // namespace corvane

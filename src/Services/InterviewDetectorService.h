@@ -3,6 +3,8 @@
 #include <QMap>
 #include <QString>
 
+namespace corvane {
+
 // Which application, by its bundle identifier, hosts the calls of which meeting service.
 class InterviewDetectorService {
 public:
@@ -27,3 +29,5 @@ public:
         {QStringLiteral("com.ringcentral.glip"), QStringLiteral("RingCentral")},
     };
 };
+
+} // namespace corvane

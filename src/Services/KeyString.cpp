@@ -1,9 +1,11 @@
-#include "KeyString.h"
+#include "Services/KeyString.h"
 
 #include <QStringList>
 
 #include <algorithm>
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -126,3 +128,5 @@ QString shownKey(const QString& text) {
     }
     return join(key.modifierFlags, name, &ModifierWord::shown);
 }
+
+} // namespace corvane

@@ -1,10 +1,12 @@
 #pragma once
 
-#include "KeyEvent.h"
+#include "Platform/Input/KeyEvent.h"
 
 #include <QString>
 
 #include <optional>
+
+namespace corvane {
 
 // A key as the user's table writes it: modifier words and a key name, joined by "+", in any case. The words
 // are cmd (cmdorctrl), ctrl (control), alt (option) and shift, in any place; the last part is the key's name.
@@ -28,3 +30,5 @@ struct KeyString {
 
 // As this desktop writes keys: "Super+Shift+D", "Super+↑", "Space". Empty for no key.
 QString shownKey(const QString& text);
+
+} // namespace corvane

@@ -1,6 +1,8 @@
-#include "KeychainService.h"
+#include "Services/KeychainService.h"
 
-#include "Utf8.h"
+#include "Utilities/Utf8.h"
+
+namespace corvane {
 
 using Status = platform::SecretStore::Status;
 
@@ -29,3 +31,5 @@ void KeychainService::save(const QString& key, const platform::Secret& value) {
 bool KeychainService::remove(const QString& key) {
     return m_store.erase(m_serviceName, key) == Status::ok;
 }
+
+} // namespace corvane

@@ -1,10 +1,12 @@
 #pragma once
 
-#include "SecretStore.h"
+#include "Platform/Storage/SecretStore.h"
 
 #include <QObject>
 
 #include <optional>
+
+namespace corvane {
 
 // The program's secrets, scoped by the service name. Main thread. No operation reports a cause.
 class KeychainService : public QObject {
@@ -31,3 +33,5 @@ private:
     QString m_serviceName;
     platform::SecretStore& m_store;
 };
+
+} // namespace corvane

@@ -1,6 +1,8 @@
-#include "MicrophoneChunker.h"
+#include "Services/MicrophoneChunker.h"
 
 #include <algorithm>
+
+namespace corvane {
 
 MicrophoneChunker::MicrophoneChunker(uint32_t sampleRate,
                                      std::function<void(const QByteArray& wav)> emitChunk)
@@ -48,3 +50,5 @@ int MicrophoneChunker::append(std::span<const float> samples) {
 void MicrophoneChunker::emitFile(std::span<const float> samples) {
     m_emitChunk(m_wavEncoder.encode(samples, m_micSampleRate, 1));
 }
+
+} // namespace corvane

@@ -1,10 +1,12 @@
 #pragma once
 
-#include "WAVEncoder.h"
+#include "Utilities/WAVEncoder.h"
 
 #include <functional>
 #include <span>
 #include <vector>
+
+namespace corvane {
 
 // Cuts mono samples into WAV files of 80 ms. One thread at a time.
 class MicrophoneChunker {
@@ -32,3 +34,5 @@ private:
 constexpr size_t chunkLength(uint32_t sampleRate) {
     return static_cast<size_t>(sampleRate) * 80 / 1000;
 }
+
+} // namespace corvane

@@ -1,10 +1,12 @@
-#include "MicrophonePipeline.h"
+#include "Services/MicrophonePipeline.h"
 
-#include "Log.h"
-#include "SampleConversion.h"
-#include "SignalLevel.h"
+#include "Platform/Core/Log.h"
+#include "Services/SampleConversion.h"
+#include "Utilities/SignalLevel.h"
 
 #include <limits>
+
+namespace corvane {
 
 namespace {
 
@@ -64,3 +66,5 @@ void MicrophonePipeline::countChunks(int emitted, std::span<const float> mono) c
                                             static_cast<double>(peak), m_chunker.sampleRate()));
     }
 }
+
+} // namespace corvane

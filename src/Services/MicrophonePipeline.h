@@ -1,10 +1,12 @@
 #pragma once
 
-#include "AudioHost.h"
-#include "MicrophoneChunker.h"
+#include "Platform/Audio/AudioHost.h"
+#include "Services/MicrophoneChunker.h"
 
 #include <atomic>
 #include <functional>
+
+namespace corvane {
 
 // What happens to the buffers of one microphone capture: conversion from the device's own format to mono, and
 // chunks of 80 ms. One object for each capture.
@@ -34,3 +36,5 @@ private:
     MicrophoneChunker m_chunker;
     std::vector<float> m_mono;
 };
+
+} // namespace corvane

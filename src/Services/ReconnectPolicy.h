@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 
+namespace corvane {
+
 // When a lost connection is tried again.
 namespace reconnectPolicy {
 
@@ -17,3 +19,5 @@ constexpr int backoffSecs(int attempts) {
 }
 
 } // namespace reconnectPolicy
+
+} // namespace corvane

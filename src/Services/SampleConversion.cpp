@@ -1,7 +1,9 @@
-#include "SampleConversion.h"
+#include "Services/SampleConversion.h"
 
 #include <bit>
 #include <cstring>
+
+namespace corvane {
 
 namespace conversion {
 
@@ -88,3 +90,5 @@ std::span<const float> microphoneSamples(std::span<const std::byte> block,
 }
 
 } // namespace conversion
+
+} // namespace corvane

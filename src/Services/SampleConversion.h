@@ -1,9 +1,11 @@
 #pragma once
 
-#include "AudioHost.h"
+#include "Platform/Audio/AudioHost.h"
 
 #include <span>
 #include <vector>
+
+namespace corvane {
 
 // From blocks of interleaved bytes to mono 32-bit float samples. A result may look into the block itself or
 // into `scratch`, which is kept from call to call to save allocations: it is valid as long as both.
@@ -20,3 +22,5 @@ std::span<const float> microphoneSamples(std::span<const std::byte> block,
                                          std::vector<float>& scratch);
 
 } // namespace conversion
+
+} // namespace corvane

@@ -1,6 +1,8 @@
-#include "SampleRingBuffer.h"
+#include "Services/SampleRingBuffer.h"
 
 #include <algorithm>
+
+namespace corvane {
 
 SampleRingBuffer::SampleRingBuffer(size_t capacity)
     : m_samples(capacity) {}
@@ -42,3 +44,5 @@ void SampleRingBuffer::clear() {
     m_start = 0;
     m_size = 0;
 }
+
+} // namespace corvane

@@ -5,6 +5,8 @@
 #include <span>
 #include <vector>
 
+namespace corvane {
+
 // Keeps the newest samples of a stream until they are drained. Any thread; the lock is held only to copy.
 class SampleRingBuffer {
 public:
@@ -23,3 +25,5 @@ private:
     size_t m_start = 0; // index of the oldest
     size_t m_size = 0;
 };
+
+} // namespace corvane

@@ -1,14 +1,16 @@
-#include "ScreenCaptureService.h"
+#include "Services/ScreenCaptureService.h"
 
-#include "AudioCaptureService.h"
-#include "Background.h"
-#include "Log.h"
-#include "Tasks.h"
+#include "Platform/Core/Background.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/AudioCaptureService.h"
 
 #include <QBuffer>
 #include <QPointer>
 
 #include <algorithm>
+
+namespace corvane {
 
 using platform::ScreenPicture;
 
@@ -218,3 +220,5 @@ void ScreenCaptureService::report(const std::exception& error) {
     platform::printLine(QStringLiteral("[ScreenCapture] Error: %1").arg(reason));
     Q_EMIT captureFailed(reason);
 }
+
+} // namespace corvane

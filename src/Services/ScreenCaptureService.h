@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Clock.h"
-#include "ScreenGrabber.h"
-#include "SelectionOverlay.h"
-#include "SettingsModels.h"
+#include "Models/SettingsModels.h"
+#include "Platform/Core/Clock.h"
+#include "Platform/Screen/ScreenGrabber.h"
+#include "Services/SelectionOverlay.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -13,6 +13,8 @@
 #include <memory>
 #include <optional>
 #include <vector>
+
+namespace corvane {
 
 // Takes a picture of the first screen, or of a rectangle that the user draws on any screen. Main thread,
 // except that pictures are cut and compressed beside it.
@@ -76,3 +78,5 @@ private:
     std::vector<std::unique_ptr<SelectionOverlay>> m_closedWindows;
     std::optional<std::chrono::nanoseconds> m_closedAt;
 };
+
+} // namespace corvane

@@ -4,6 +4,8 @@
 
 #include <functional>
 
+namespace corvane {
+
 // A dimmed window over one screen, in which the user drags out a rectangle. Main thread.
 class SelectionOverlay {
 public:
@@ -18,3 +20,5 @@ public:
     virtual void orderFrontRegardless() = 0;
     virtual void orderOut() = 0;
 };
+
+} // namespace corvane

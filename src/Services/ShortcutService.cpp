@@ -1,8 +1,10 @@
-#include "ShortcutService.h"
+#include "Services/ShortcutService.h"
 
-#include "DefaultsStore.h"
+#include "Platform/Storage/DefaultsStore.h"
 
 #include <utility>
+
+namespace corvane {
 
 using platform::KeyEvent;
 using platform::KeyMask;
@@ -220,3 +222,5 @@ void ShortcutService::finishRecording(const std::optional<QString>& key) {
         Q_EMIT isRecordingChanged();
     }
 }
+
+} // namespace corvane

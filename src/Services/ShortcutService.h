@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Clock.h"
-#include "KeyMonitor.h"
-#include "KeyString.h"
-#include "ShortcutModels.h"
+#include "Models/ShortcutModels.h"
+#include "Platform/Core/Clock.h"
+#include "Platform/Input/KeyMonitor.h"
+#include "Services/KeyString.h"
 
 #include <QObject>
 
@@ -16,6 +16,8 @@
 namespace platform {
 class DefaultsStore;
 }
+
+namespace corvane {
 
 // Told of every shortcut that fires. Main thread.
 class ShortcutServiceDelegate {
@@ -104,3 +106,5 @@ private:
     // Of the move actions whose key is held.
     std::map<ShortcutAction, std::unique_ptr<platform::Timer>> m_moveTimers;
 };
+
+} // namespace corvane

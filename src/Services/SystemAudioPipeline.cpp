@@ -1,9 +1,11 @@
-#include "SystemAudioPipeline.h"
+#include "Services/SystemAudioPipeline.h"
 
-#include "Log.h"
-#include "MicrophoneChunker.h"
-#include "SampleConversion.h"
-#include "SignalLevel.h"
+#include "Platform/Core/Log.h"
+#include "Services/MicrophoneChunker.h"
+#include "Services/SampleConversion.h"
+#include "Utilities/SignalLevel.h"
+
+namespace corvane {
 
 namespace {
 
@@ -69,3 +71,5 @@ void SystemAudioPipeline::stop() {
     m_stopFlag = true;
     m_ringBuffer.clear();
 }
+
+} // namespace corvane

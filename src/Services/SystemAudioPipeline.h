@@ -1,10 +1,12 @@
 #pragma once
 
-#include "AudioHost.h"
-#include "SampleRingBuffer.h"
-#include "VADService.h"
+#include "Platform/Audio/AudioHost.h"
+#include "Services/SampleRingBuffer.h"
+#include "Services/VADService.h"
 
 #include <atomic>
+
+namespace corvane {
 
 // What happens to the buffers of one system capture: down-mix, ring buffer, detector, and the chunks that a
 // timer takes out. One object for each capture, so that a buffer that is late finds its own end, not the next
@@ -47,3 +49,5 @@ private:
     WAVEncoder m_wavEncoder;
     int m_sckAudioFrameCount = 0;
 };
+
+} // namespace corvane

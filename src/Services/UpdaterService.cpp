@@ -1,7 +1,9 @@
-#include "UpdaterService.h"
+#include "Services/UpdaterService.h"
 
-#include "Dispatch.h"
-#include "Log.h"
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Core/Log.h"
+
+namespace corvane {
 
 using Case = UpdateState::Case;
 
@@ -84,3 +86,5 @@ void UpdaterService::updaterDidAbortWithError(const platform::SPUUpdater&,
     platform::logLine(QStringLiteral("[Updater] %1").arg(error.localizedDescription()));
     setLater({.kind = Case::error, .error = error.localizedDescription()});
 }
+
+} // namespace corvane

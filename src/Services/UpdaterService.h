@@ -1,10 +1,12 @@
 #pragma once
 
-#include "SPUUpdater.h"
+#include "Platform/Update/SPUUpdater.h"
 
 #include <QObject>
 
 #include <memory>
+
+namespace corvane {
 
 // What is known about an update of the program.
 struct UpdateState {
@@ -63,3 +65,5 @@ private:
     std::unique_ptr<platform::SPUStandardUserDriver> m_userDriver;
     std::unique_ptr<platform::SPUUpdater> m_updater;
 };
+
+} // namespace corvane

@@ -1,8 +1,10 @@
-#include "VADService.h"
+#include "Services/VADService.h"
 
-#include "SignalLevel.h"
+#include "Utilities/SignalLevel.h"
 
 #include <algorithm>
+
+namespace corvane {
 
 VADService::PreSpeechBuffer::PreSpeechBuffer(size_t hops, size_t hopSize)
     : m_hopSize(hopSize)
@@ -135,3 +137,5 @@ void VADService::finalizeSpeech() {
     m_preSpeechBuffer.clear();
     m_recordingStartTime.reset();
 }
+
+} // namespace corvane

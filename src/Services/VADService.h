@@ -1,13 +1,15 @@
 #pragma once
 
-#include "AudioModels.h"
-#include "Clock.h"
-#include "WAVEncoder.h"
+#include "Models/AudioModels.h"
+#include "Platform/Core/Clock.h"
+#include "Utilities/WAVEncoder.h"
 
 #include <functional>
 #include <optional>
 #include <span>
 #include <vector>
+
+namespace corvane {
 
 // An energy detector on fixed hops of mono samples: marks the onset and the end of speech, and cuts
 // utterances. One thread at a time; the callbacks are called from within processSamples, on its thread.
@@ -68,3 +70,5 @@ private:
     std::optional<platform::WallTime> m_recordingStartTime;
     std::vector<float> m_pendingSamples; // always less than a hop
 };
+
+} // namespace corvane

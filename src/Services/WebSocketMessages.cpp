@@ -1,11 +1,13 @@
-#include "WebSocketMessages.h"
+#include "Services/WebSocketMessages.h"
 
-#include "Json.h"
-#include "Log.h"
+#include "Platform/Core/Log.h"
+#include "Utilities/Json.h"
 
 #include <QHostAddress>
 
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -122,3 +124,5 @@ std::optional<QUrl> webSocketUrl(const QString& baseURL, const platform::Secret&
                  QUrl::StrictMode);
     return url.isValid() ? std::optional(url) : std::nullopt;
 }
+
+} // namespace corvane

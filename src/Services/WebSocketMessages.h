@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Secret.h"
+#include "Platform/Core/Secret.h"
 
 #include <QString>
 #include <QUrl>
@@ -9,6 +9,8 @@
 
 #include <optional>
 #include <variant>
+
+namespace corvane {
 
 // The commands that the client sends as JSON text.
 struct WSCommand {
@@ -95,3 +97,5 @@ struct SessionResumedPayload {
 // The address of the socket under a backend root. Nothing, after a log line if the text is no URL, when there
 // is none. A log line too for an address of another machine that is not encrypted.
 std::optional<QUrl> webSocketUrl(const QString& baseURL, const platform::Secret& token);
+
+} // namespace corvane

@@ -1,11 +1,13 @@
-#include "WebSocketServicePrivate.h"
+#include "Services/WebSocketServicePrivate.h"
 
-#include "Dispatch.h"
-#include "Json.h"
-#include "Log.h"
-#include "Tasks.h"
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+#include "Utilities/Json.h"
 
 #include <array>
+
+namespace corvane {
 
 using boost::json::object;
 using json::objectOrNull;
@@ -155,3 +157,5 @@ void WebSocketService::Private::handleServerError(const object& content) {
         Q_EMIT q.wsError(text);
     }
 }
+
+} // namespace corvane

@@ -1,9 +1,11 @@
-#include "WebSocketServicePrivate.h"
+#include "Services/WebSocketServicePrivate.h"
 
-#include "Dispatch.h"
-#include "Log.h"
-#include "ReconnectPolicy.h"
-#include "Tasks.h"
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/ReconnectPolicy.h"
+
+namespace corvane {
 
 using namespace std::chrono_literals;
 using platform::dispatchToMain;
@@ -130,3 +132,5 @@ void WebSocketService::Private::countDown() {
 bool WebSocketService::Private::cancelReconnectTask() {
     return std::exchange(reconnectTask, nullptr) != nullptr;
 }
+
+} // namespace corvane

@@ -1,8 +1,10 @@
-#include "WebSocketServicePrivate.h"
+#include "Services/WebSocketServicePrivate.h"
 
-#include "Dispatch.h"
-#include "Json.h"
-#include "Log.h"
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Core/Log.h"
+#include "Utilities/Json.h"
+
+namespace corvane {
 
 using platform::logLine;
 using platform::WebSocketError;
@@ -91,3 +93,5 @@ void WebSocketService::sendBinary(QByteArray data, quint8 streamFlag, SendHandle
     frame.append(data);
     current.webSocketTask->send(WebSocketTask::Payload::binary, std::move(frame), std::move(done));
 }
+
+} // namespace corvane

@@ -1,8 +1,10 @@
-#include "WebSocketServicePrivate.h"
+#include "Services/WebSocketServicePrivate.h"
 
-#include "Dispatch.h"
-#include "Log.h"
-#include "Tasks.h"
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+
+namespace corvane {
 
 using platform::errorText;
 using platform::logLine;
@@ -270,3 +272,5 @@ void WebSocketService::Private::checkConnection() {
         pingTimer->checkNow();
     }
 }
+
+} // namespace corvane

@@ -1,13 +1,15 @@
 #pragma once
 
-#include "Clock.h"
-#include "ConnectivityMonitor.h"
-#include "WebSocketMessages.h"
-#include "WebSocketTask.h"
+#include "Platform/Core/Clock.h"
+#include "Platform/Network/ConnectivityMonitor.h"
+#include "Platform/Network/WebSocketTask.h"
+#include "Services/WebSocketMessages.h"
 
 #include <QCoroTask>
 #include <QObject>
 #include <QPointer>
+
+namespace corvane {
 
 class ClerkAuthService;
 class CorvaneAPIService;
@@ -86,3 +88,5 @@ private:
     class Private;
     std::unique_ptr<Private> d;
 };
+
+} // namespace corvane

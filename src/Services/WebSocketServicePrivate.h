@@ -1,11 +1,13 @@
 #pragma once
 
-#include "ActiveSocket.h"
-#include "Heartbeat.h"
-#include "WebSocketService.h"
+#include "Services/ActiveSocket.h"
+#include "Services/Heartbeat.h"
+#include "Services/WebSocketService.h"
 
-#include "ClerkAuthService.h"
-#include "CorvaneAPIService.h"
+#include "Services/ClerkAuthService.h"
+#include "Services/CorvaneAPIService.h"
+
+namespace corvane {
 
 // The state behind WebSocketService. Its operations stand by concern: WebSocketService.cpp (opening and
 // closing), WebSocketReconnection.cpp, WebSocketSession.cpp, WebSocketSending.cpp, WebSocketReceiving.cpp.
@@ -122,3 +124,5 @@ public:
     // Tells an abandoned fetch that it is nobody's any more.
     quint64 tokenFetch = 0;
 };
+
+} // namespace corvane

@@ -1,7 +1,9 @@
-#include "WebSocketServicePrivate.h"
+#include "Services/WebSocketServicePrivate.h"
 
-#include "Log.h"
-#include "Tasks.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+
+namespace corvane {
 
 using platform::errorText;
 using platform::logLine;
@@ -74,3 +76,5 @@ void WebSocketService::Private::confirmSession() {
     reconnectAttempts = 0;
     setCurrentAttempt(0);
 }
+
+} // namespace corvane

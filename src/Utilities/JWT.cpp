@@ -1,9 +1,11 @@
-#include "JWT.h"
+#include "Utilities/JWT.h"
 
-#include "Json.h"
+#include "Utilities/Json.h"
 
 #include <array>
 #include <cmath>
+
+namespace corvane {
 
 namespace JWT {
 
@@ -59,3 +61,5 @@ bool needsRefresh(const platform::Secret& token, double safetyMargin, platform::
 }
 
 } // namespace JWT
+
+} // namespace corvane

@@ -1,9 +1,11 @@
 #pragma once
 
-#include "Clock.h"
-#include "Secret.h"
+#include "Platform/Core/Clock.h"
+#include "Platform/Core/Secret.h"
 
 #include <stdexcept>
+
+namespace corvane {
 
 // Reading of a session token's expiry (RFC 7519). The signature is not checked.
 namespace JWT {
@@ -25,3 +27,5 @@ platform::WallTime expiry(const platform::Secret& token);
 bool needsRefresh(const platform::Secret& token, double safetyMargin, platform::WallTime now);
 
 } // namespace JWT
+
+} // namespace corvane

@@ -1,9 +1,11 @@
-#include "Json.h"
+#include "Utilities/Json.h"
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 
 #include <cmath>
+
+namespace corvane {
 
 namespace json {
 
@@ -166,3 +168,5 @@ const boost::json::object* objectOrNull(const boost::json::object& object, std::
 }
 
 } // namespace json
+
+} // namespace corvane

@@ -10,6 +10,8 @@
 #include <stdexcept>
 #include <string_view>
 
+namespace corvane {
+
 // Reading and writing of JSON documents whose order and number kinds matter (Boost.JSON).
 namespace json {
 
@@ -49,3 +51,5 @@ std::optional<QString> stringOrNothing(const boost::json::object& object, std::s
 const boost::json::object* objectOrNull(const boost::json::object& object, std::string_view key);
 
 } // namespace json
+
+} // namespace corvane

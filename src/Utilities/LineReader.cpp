@@ -1,7 +1,9 @@
-#include "LineReader.h"
+#include "Utilities/LineReader.h"
 
 #include <algorithm>
 #include <utility>
+
+namespace corvane {
 
 namespace {
 
@@ -52,3 +54,5 @@ void LineReader::finish() {
         take({}, true);
     }
 }
+
+} // namespace corvane

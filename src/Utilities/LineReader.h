@@ -5,6 +5,8 @@
 
 #include <functional>
 
+namespace corvane {
+
 // Cuts bytes that come in pieces of any size into lines. A line ends at CR LF, LF or CR and nowhere else; the
 // empty line between two ends counts as one.
 class LineReader {
@@ -34,3 +36,5 @@ private:
     bool m_isOverlong = false;
     bool m_isClosed = false;
 };
+
+} // namespace corvane

@@ -1,4 +1,4 @@
-#include "Pcm16.h"
+#include "Utilities/Pcm16.h"
 
 #include <bit>
 #include <cstring>
@@ -6,6 +6,8 @@
 #if defined(__x86_64__)
 #include <immintrin.h>
 #endif
+
+namespace corvane {
 
 namespace pcm16 {
 
@@ -96,3 +98,5 @@ void convert(std::span<const float> samples, std::byte* out) {
 }
 
 } // namespace pcm16
+
+} // namespace corvane

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <span>
 
+namespace corvane {
+
 // Float samples to signed 16-bit PCM, little-endian: full scale is 1.0, clipped on both sides to 32767 and
 // -32767, truncated toward zero; a NaN gives 32767. Any thread.
 namespace pcm16 {
@@ -17,3 +19,5 @@ using Kernel = void (*)(const float* samples, size_t count, std::byte* out);
 std::span<const Kernel> kernels();
 
 } // namespace pcm16
+
+} // namespace corvane

@@ -1,8 +1,10 @@
-#include "SignalLevel.h"
+#include "Utilities/SignalLevel.h"
 
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+
+namespace corvane {
 
 // The sums of neighbours are added first, as in a tree, so that rounding grows with the logarithm of the
 // count; a running sum would put a constant signal at a threshold on the wrong side of it.
@@ -140,3 +142,5 @@ std::span<const SignalLevelKernel> signalLevelKernels() {
 SignalLevel signalLevel(std::span<const float> samples) {
     return signalLevelKernels().front()(samples.data(), samples.size());
 }
+
+} // namespace corvane

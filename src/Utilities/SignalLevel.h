@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <span>
 
+namespace corvane {
+
 // How loud a stretch of samples is, in 32-bit float arithmetic.
 struct SignalLevel {
     float rms = 0;  // square root of the mean of the squares
@@ -17,3 +19,5 @@ using SignalLevelKernel = SignalLevel (*)(const float* samples, size_t count);
 // All forms of the measurement that this processor can run, the one in use first. They agree up to the
 // rounding of the sum.
 std::span<const SignalLevelKernel> signalLevelKernels();
+
+} // namespace corvane

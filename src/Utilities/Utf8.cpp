@@ -1,6 +1,8 @@
-#include "Utf8.h"
+#include "Utilities/Utf8.h"
 
 #include <QStringConverter>
+
+namespace corvane {
 
 namespace utf8 {
 
@@ -23,3 +25,5 @@ std::optional<QByteArray> encode(const QString& text) {
 }
 
 } // namespace utf8
+
+} // namespace corvane

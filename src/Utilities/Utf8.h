@@ -5,6 +5,8 @@
 
 #include <optional>
 
+namespace corvane {
+
 // Strict conversions: nothing instead of a replacement character, and every byte counts, a byte order mark
 // too.
 namespace utf8 {
@@ -14,3 +16,5 @@ std::optional<QString> decode(const QByteArray& bytes);
 std::optional<QByteArray> encode(const QString& text);
 
 } // namespace utf8
+
+} // namespace corvane

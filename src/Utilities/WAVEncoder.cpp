@@ -1,10 +1,12 @@
-#include "WAVEncoder.h"
+#include "Utilities/WAVEncoder.h"
 
-#include "Pcm16.h"
+#include "Utilities/Pcm16.h"
 
 #include <QtEndian>
 
 #include <cstring>
+
+namespace corvane {
 
 namespace {
 
@@ -60,3 +62,5 @@ QByteArray WAVEncoder::encodeWithFlag(std::span<const float> samples, uint32_t s
     putFile(frame.data() + 1, samples, sampleRate, 1);
     return frame;
 }
+
+} // namespace corvane

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <span>
 
+namespace corvane {
+
 // Makes canonical RIFF files: PCM, 16 bits, little-endian, 44 bytes of header. Stateless; any thread.
 class WAVEncoder {
 public:
@@ -13,3 +15,5 @@ public:
     // The stream's flag byte in front of a mono file.
     QByteArray encodeWithFlag(std::span<const float> samples, uint32_t sampleRate, uint8_t flag) const;
 };
+
+} // namespace corvane

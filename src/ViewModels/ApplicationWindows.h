@@ -1,6 +1,8 @@
 #pragma once
 
-#include "PanelWindow.h"
+#include "ViewModels/PanelWindow.h"
+
+namespace corvane {
 
 // What a model may ask of the program's windows; the composition root answers. Main thread.
 class ApplicationWindows {
@@ -16,3 +18,5 @@ public:
 protected:
     ~ApplicationWindows() = default;
 };
+
+} // namespace corvane

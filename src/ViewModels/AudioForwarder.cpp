@@ -1,11 +1,13 @@
-#include "AudioForwarder.h"
+#include "ViewModels/AudioForwarder.h"
 
-#include "AudioCaptureService.h"
-#include "Log.h"
-#include "Tasks.h"
-#include "WebSocketService.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/AudioCaptureService.h"
+#include "Services/WebSocketService.h"
 
 #include <atomic>
+
+namespace corvane {
 
 // One stream's count and words. Shared with the sends under way, which may outlive the forwarding.
 struct AudioForwarder::Stream {
@@ -71,3 +73,5 @@ int AudioForwarder::microphoneCount() const {
 int AudioForwarder::systemCount() const {
     return m_system->count.load();
 }
+
+} // namespace corvane

@@ -6,6 +6,8 @@
 #include <functional>
 #include <memory>
 
+namespace corvane {
+
 class AudioCaptureService;
 class WebSocketService;
 
@@ -37,3 +39,5 @@ private:
     // Queued speech events of an ended forwarding find this gone.
     std::unique_ptr<QObject> m_context;
 };
+
+} // namespace corvane

@@ -1,6 +1,8 @@
-#include "ChatsViewModel.h"
+#include "ViewModels/ChatsViewModel.h"
 
-#include "DatabaseService.h"
+#include "Services/DatabaseService.h"
+
+namespace corvane {
 
 ChatsViewModel::ChatsViewModel(DatabaseService& database)
     : m_database(database)
@@ -12,3 +14,5 @@ void ChatsViewModel::setSearchText(const QString& text) {
         Q_EMIT searchTextChanged();
     }
 }
+
+} // namespace corvane

@@ -1,10 +1,12 @@
 #pragma once
 
-#include "ChatModels.h"
+#include "Models/ChatModels.h"
 
 #include <QList>
 #include <QObject>
 #include <QString>
+
+namespace corvane {
 
 class DatabaseService;
 
@@ -31,3 +33,5 @@ private:
     QList<Conversation> m_conversations;
     QString m_searchText;
 };
+
+} // namespace corvane

@@ -1,17 +1,19 @@
-#include "CompletionViewModel.h"
+#include "ViewModels/CompletionViewModel.h"
 
-#include "CorvaneAPIService.h"
-#include "CustomProviderService.h"
-#include "DatabaseService.h"
-#include "Json.h"
-#include "Tasks.h"
-#include "WebSocketService.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/CorvaneAPIService.h"
+#include "Services/CustomProviderService.h"
+#include "Services/DatabaseService.h"
+#include "Services/WebSocketService.h"
+#include "Utilities/Json.h"
 
 #include <boost/json/array.hpp>
 
 #include <QTextBoundaryFinder>
 
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -277,3 +279,5 @@ void CompletionViewModel::setCurrentConversationId(const QString& id) {
     m_currentConversationId = id;
     Q_EMIT currentConversationIdChanged();
 }
+
+} // namespace corvane

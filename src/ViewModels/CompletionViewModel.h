@@ -1,8 +1,8 @@
 #pragma once
 
-#include "ChatModels.h"
-#include "Clock.h"
-#include "DefaultsStore.h"
+#include "Models/ChatModels.h"
+#include "Platform/Core/Clock.h"
+#include "Platform/Storage/DefaultsStore.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -10,6 +10,8 @@
 #include <QProperty>
 
 #include <optional>
+
+namespace corvane {
 
 class CorvaneAPIService;
 class CustomProviderService;
@@ -126,3 +128,5 @@ private:
     // The latest stream of a provider. One that it replaces goes on until its own end.
     QCoro::Task<void> m_currentStreamTask;
 };
+
+} // namespace corvane

@@ -5,6 +5,8 @@
 
 #include <array>
 
+namespace corvane {
+
 enum class DashboardPage { dashboard, account, settings, audio, shortcuts };
 
 // Also the title.
@@ -29,3 +31,5 @@ private:
     Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, DashboardPage, m_selectedPage, DashboardPage::dashboard,
                                          &Self::selectedPageChanged)
 };
+
+} // namespace corvane

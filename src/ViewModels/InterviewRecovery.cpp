@@ -1,12 +1,14 @@
 // What the server's messages and the link's events do to the interview.
-#include "InterviewViewModel.h"
+#include "ViewModels/InterviewViewModel.h"
 
-#include "AudioCaptureService.h"
-#include "AudioForwarder.h"
-#include "Json.h"
-#include "Log.h"
-#include "Tasks.h"
-#include "WebSocketService.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/AudioCaptureService.h"
+#include "Services/WebSocketService.h"
+#include "Utilities/Json.h"
+#include "ViewModels/AudioForwarder.h"
+
+namespace corvane {
 
 using namespace std::chrono_literals;
 using platform::logLine;
@@ -226,3 +228,5 @@ QCoro::Task<void> InterviewViewModel::lookForSound() {
                         : QStringLiteral("[Interview] Retry: mic restarted"));
     }
 }
+
+} // namespace corvane

@@ -1,11 +1,13 @@
-#include "InterviewViewModel.h"
+#include "ViewModels/InterviewViewModel.h"
 
-#include "AudioCaptureService.h"
-#include "AudioForwarder.h"
-#include "Log.h"
-#include "SystemAudioViewModel.h"
-#include "Tasks.h"
-#include "WebSocketService.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/AudioCaptureService.h"
+#include "Services/WebSocketService.h"
+#include "ViewModels/AudioForwarder.h"
+#include "ViewModels/SystemAudioViewModel.h"
+
+namespace corvane {
 
 using platform::errorText;
 using platform::logLine;
@@ -417,3 +419,5 @@ QCoro::Task<void> InterviewViewModel::sendManualStop() {
         logLine(QStringLiteral("[Interview] manual: sent candidate_speech_stop at=%1").arg(at));
     }
 }
+
+} // namespace corvane

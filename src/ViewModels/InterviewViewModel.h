@@ -1,11 +1,11 @@
 #pragma once
 
-#include "AudioModels.h"
-#include "Clock.h"
-#include "DefaultsStore.h"
-#include "InterviewModels.h"
-#include "SystemAccess.h"
-#include "WebSocketMessages.h"
+#include "Models/AudioModels.h"
+#include "Models/InterviewModels.h"
+#include "Platform/Core/Clock.h"
+#include "Platform/Desktop/SystemAccess.h"
+#include "Platform/Storage/DefaultsStore.h"
+#include "Services/WebSocketMessages.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -15,6 +15,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+
+namespace corvane {
 
 class AudioCaptureService;
 class AudioForwarder;
@@ -212,3 +214,5 @@ private:
     int m_vadStopSuppressedCount = 0;
     int m_manualStopSentCount = 0;
 };
+
+} // namespace corvane

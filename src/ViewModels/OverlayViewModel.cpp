@@ -1,6 +1,8 @@
-#include "OverlayViewModel.h"
+#include "ViewModels/OverlayViewModel.h"
 
-#include "ApplicationWindows.h"
+#include "ViewModels/ApplicationWindows.h"
+
+namespace corvane {
 
 OverlayViewModel::OverlayViewModel(WebSocketService& webSocket, SettingsViewModel& settings,
                                    ApplicationWindows& windows)
@@ -19,3 +21,5 @@ void OverlayViewModel::applyHeight(double height) {
         panel->setFrame(frame);
     }
 }
+
+} // namespace corvane

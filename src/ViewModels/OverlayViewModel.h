@@ -3,6 +3,8 @@
 #include <QObject>
 #include <QProperty>
 
+namespace corvane {
+
 class ApplicationWindows;
 class SettingsViewModel;
 class WebSocketService;
@@ -56,3 +58,5 @@ private:
     SettingsViewModel& m_settings;
     ApplicationWindows& m_windows;
 };
+
+} // namespace corvane

@@ -4,6 +4,8 @@
 
 #include <functional>
 
+namespace corvane {
+
 enum class WindowLevel { normal = 0, floating = 3 };
 // Whether screen sharing and recording may show a window.
 enum class SharingType { none = 0, readOnly = 1 };
@@ -29,3 +31,5 @@ public:
     // Calls back once the window has been drawn after it was shown, or could not be for half a second.
     virtual void whenPainted(std::function<void()> then) = 0;
 };
+
+} // namespace corvane

@@ -1,14 +1,16 @@
-#include "ScreenshotConsumer.h"
+#include "ViewModels/ScreenshotConsumer.h"
 
-#include "Clipboard.h"
-#include "Clock.h"
-#include "CompletionViewModel.h"
-#include "Notifications.h"
-#include "ScreenCaptureService.h"
-#include "SettingsViewModel.h"
+#include "Platform/Core/Clock.h"
+#include "Platform/Desktop/Notifications.h"
+#include "Platform/Screen/Clipboard.h"
+#include "Services/ScreenCaptureService.h"
+#include "ViewModels/CompletionViewModel.h"
+#include "ViewModels/SettingsViewModel.h"
 
 #include <QDateTime>
 #include <QUuid>
+
+namespace corvane {
 
 namespace {
 
@@ -60,3 +62,5 @@ void ScreenshotConsumer::submit(const QByteArray& png) {
     m_completion.submit();
     m_completion.setInput(typed);
 }
+
+} // namespace corvane

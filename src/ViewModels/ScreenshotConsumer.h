@@ -3,15 +3,17 @@
 #include <QByteArray>
 #include <QObject>
 
-class CompletionViewModel;
-class ScreenCaptureService;
-class SettingsViewModel;
-
 namespace platform {
 class Clipboard;
 class Clock;
 class Notifications;
 } // namespace platform
+
+namespace corvane {
+
+class CompletionViewModel;
+class ScreenCaptureService;
+class SettingsViewModel;
 
 // What becomes of a screenshot: a message with it to the assistant, or, with that switched off, a picture on
 // the clipboard. A notice says which it was, or why there is none. Main thread.
@@ -37,3 +39,5 @@ private:
     Desktop m_desktop;
     const platform::Clock& m_clock;
 };
+
+} // namespace corvane

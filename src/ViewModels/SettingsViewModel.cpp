@@ -1,14 +1,16 @@
-#include "SettingsViewModel.h"
+#include "ViewModels/SettingsViewModel.h"
 
-#include "Appearance.h"
-#include "ApplicationWindows.h"
-#include "DatabaseService.h"
-#include "DefaultsStore.h"
-#include "Log.h"
-#include "LoginItem.h"
-#include "Tasks.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+#include "Platform/Desktop/Appearance.h"
+#include "Platform/Desktop/LoginItem.h"
+#include "Platform/Storage/DefaultsStore.h"
+#include "Services/DatabaseService.h"
+#include "ViewModels/ApplicationWindows.h"
 
 #include <boost/json/array.hpp>
+
+namespace corvane {
 
 namespace {
 
@@ -205,3 +207,5 @@ void SettingsViewModel::toggleAutostart() {
 void SettingsViewModel::setCursorType(CursorType type) {
     changeSwitch([type](auto& state) { state.cursor.type = type; });
 }
+
+} // namespace corvane

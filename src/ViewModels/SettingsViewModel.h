@@ -1,20 +1,22 @@
 #pragma once
 
-#include "ChatModels.h"
-#include "ProviderModels.h"
-#include "SettingsModels.h"
+#include "Models/ChatModels.h"
+#include "Models/ProviderModels.h"
+#include "Models/SettingsModels.h"
 
 #include <QObject>
-
-class ApplicationWindows;
-class DatabaseService;
-class KeychainService;
 
 namespace platform {
 class Appearance;
 class DefaultsStore;
 class LoginItem;
 } // namespace platform
+
+namespace corvane {
+
+class ApplicationWindows;
+class DatabaseService;
+class KeychainService;
 
 // The one copy of the user's settings in memory: read when it is built, written at each change. Main thread.
 class SettingsViewModel : public QObject {
@@ -106,3 +108,5 @@ private:
     KeychainService& m_keychain;
     Desktop m_desktop;
 };
+
+} // namespace corvane

@@ -1,10 +1,12 @@
-#include "SignInViewModel.h"
+#include "ViewModels/SignInViewModel.h"
 
-#include "ClerkAuthService.h"
-#include "ClerkModels.h"
-#include "Tasks.h"
+#include "Models/ClerkModels.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/ClerkAuthService.h"
 
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -118,3 +120,5 @@ void SignInViewModel::resetToEmail() {
     m_code = QString();
     setErrorMessage(std::nullopt);
 }
+
+} // namespace corvane

@@ -8,6 +8,8 @@
 
 #include <optional>
 
+namespace corvane {
+
 class ClerkAuthService;
 
 // The way through the sign-in card: an address, then the code sent to it. What fails ends up as a text or as
@@ -60,3 +62,5 @@ private:
     std::optional<QString> m_errorMessage;
     ClerkAuthService& m_auth;
 };
+
+} // namespace corvane

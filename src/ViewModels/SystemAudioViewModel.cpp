@@ -1,13 +1,15 @@
-#include "SystemAudioViewModel.h"
+#include "ViewModels/SystemAudioViewModel.h"
 
-#include "AudioCaptureService.h"
-#include "Dispatch.h"
-#include "Log.h"
-#include "SystemAccess.h"
-#include "Tasks.h"
-#include "WebSocketService.h"
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+#include "Platform/Desktop/SystemAccess.h"
+#include "Services/AudioCaptureService.h"
+#include "Services/WebSocketService.h"
 
 #include <QPointer>
+
+namespace corvane {
 
 namespace {
 
@@ -108,3 +110,5 @@ QCoro::Task<void> SystemAudioViewModel::runStart() {
         Q_EMIT errorChanged();
     }
 }
+
+} // namespace corvane

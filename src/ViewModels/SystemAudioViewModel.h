@@ -8,12 +8,14 @@
 #include <memory>
 #include <optional>
 
-class AudioCaptureService;
-class WebSocketService;
-
 namespace platform {
 class SystemAccess;
 }
+
+namespace corvane {
+
+class AudioCaptureService;
+class WebSocketService;
 
 // Listens to system audio without an interview: each utterance goes to the backend as one frame. Main thread.
 class SystemAudioViewModel : public QObject {
@@ -74,3 +76,5 @@ private:
         std::make_shared<std::atomic<bool>>(false);
     QMetaObject::Connection m_utterances;
 };
+
+} // namespace corvane

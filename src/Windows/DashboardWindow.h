@@ -1,6 +1,8 @@
 #pragma once
 
-#include "PanelWindow.h"
+#include "ViewModels/PanelWindow.h"
+
+namespace corvane {
 
 // The program's ordinary window. Main thread.
 class DashboardWindow {
@@ -14,3 +16,5 @@ public:
     virtual void setSharingType(SharingType type) = 0;
     virtual void setActivationPolicy(ActivationPolicy policy) = 0;
 };
+
+} // namespace corvane

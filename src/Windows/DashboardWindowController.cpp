@@ -1,8 +1,8 @@
-#include "DashboardWindowController.h"
+#include "Windows/DashboardWindowController.h"
 
-#include "DashboardPresenter.h"
-#include "DefaultsStore.h"
-#include "QuietWindow.h"
+#include "Platform/Storage/DefaultsStore.h"
+#include "Platform/Windows/QuietWindow.h"
+#include "Views/Dashboard/DashboardPresenter.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -106,3 +108,5 @@ void DashboardWindowController::saveFrame() {
     m_defaults.setString(frameKey,
                          QStringLiteral("%1 %2 %3 %4").arg(x()).arg(y()).arg(width()).arg(height()));
 }
+
+} // namespace corvane

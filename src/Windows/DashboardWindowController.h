@@ -1,16 +1,18 @@
 #pragma once
 
-#include "DashboardWindow.h"
+#include "Windows/DashboardWindow.h"
 
 #include <QQuickView>
 
 #include <optional>
 
-class DashboardPresenter;
-
 namespace platform {
 class DefaultsStore;
 }
+
+namespace corvane {
+
+class DashboardPresenter;
 
 // The dashboard's window. Closing it hides it: the program goes on, the frame is remembered, and what the
 // views held in memory is given back until it shows again.
@@ -43,3 +45,5 @@ private:
     ActivationPolicy m_policy = ActivationPolicy::regular;
     SharingType m_sharingType = SharingType::readOnly;
 };
+
+} // namespace corvane

@@ -1,14 +1,16 @@
-#include "FloatingPanel.h"
+#include "Windows/FloatingPanel.h"
 
-#include "AboveFullScreen.h"
-#include "Log.h"
-#include "OverlayBarPresenter.h"
-#include "QuietWindow.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Windows/AboveFullScreen.h"
+#include "Platform/Windows/QuietWindow.h"
+#include "Views/Overlay/OverlayBarPresenter.h"
 
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QScreen>
 #include <QTimer>
+
+namespace corvane {
 
 namespace {
 
@@ -153,3 +155,5 @@ void FloatingPanel::comeBackFromIcon(Qt::WindowState state) {
         orderFrontRegardless();
     }
 }
+
+} // namespace corvane

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PanelWindow.h"
+#include "ViewModels/PanelWindow.h"
 
 #include <QDeadlineTimer>
 #include <QQuickView>
@@ -8,11 +8,13 @@
 
 #include <memory>
 
-class OverlayBarPresenter;
-
 namespace platform {
 class AboveFullScreen;
 }
+
+namespace corvane {
+
+class OverlayBarPresenter;
 
 // The bar's window: without a frame, clear where nothing is drawn, on every workspace. What is not drawn on
 // takes no clicks, whatever the window's height.
@@ -58,3 +60,5 @@ private:
     ActivationPolicy m_policy = ActivationPolicy::regular;
     SharingType m_sharingType = SharingType::none;
 };
+
+} // namespace corvane

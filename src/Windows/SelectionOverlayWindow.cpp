@@ -1,12 +1,14 @@
-#include "SelectionOverlayWindow.h"
+#include "Windows/SelectionOverlayWindow.h"
 
-#include "KeyboardLoan.h"
+#include "Platform/Windows/KeyboardLoan.h"
 
 #include <QAccessibleObject>
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
+
+namespace corvane {
 
 namespace {
 
@@ -112,3 +114,5 @@ void SelectionOverlayWindow::paintEvent(QPaintEvent* event) {
     painter.setClipRegion(event->region());
     m_selectionView.draw(painter);
 }
+
+} // namespace corvane

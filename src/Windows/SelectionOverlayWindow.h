@@ -1,7 +1,7 @@
 #pragma once
 
-#include "SelectionOverlay.h"
-#include "SelectionView.h"
+#include "Services/SelectionOverlay.h"
+#include "Windows/SelectionView.h"
 
 #include <QRasterWindow>
 
@@ -10,6 +10,8 @@
 namespace platform {
 class KeyboardLoan;
 }
+
+namespace corvane {
 
 // The window of a selection on one screen: as large as the screen, above everything, on every workspace. It
 // takes the keyboard once it has been clicked, and gives it back when it goes.
@@ -39,3 +41,5 @@ private:
     SelectionView m_selectionView;
     std::unique_ptr<platform::KeyboardLoan> m_keyboard;
 };
+
+} // namespace corvane

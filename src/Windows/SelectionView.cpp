@@ -1,8 +1,10 @@
-#include "SelectionView.h"
+#include "Windows/SelectionView.h"
 
 #include <QPainter>
 
 #include <cmath>
+
+namespace corvane {
 
 namespace {
 
@@ -62,3 +64,5 @@ void SelectionView::setCurrentRect(const std::optional<QRectF>& rect) {
     const auto before = drawnArea(std::exchange(m_currentRect, rect));
     onNeedsDisplay(before | drawnArea(m_currentRect));
 }
+
+} // namespace corvane

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ScreenGrabber.h"
+#include "Platform/Screen/ScreenGrabber.h"
 
 #include <QRectF>
 #include <QRegion>
@@ -9,6 +9,8 @@
 #include <optional>
 
 class QPainter;
+
+namespace corvane {
 
 // One screen as it was, dimmed, and the rectangle that is being drawn on it. In points from the top left
 // corner.
@@ -36,3 +38,5 @@ private:
     std::optional<QPointF> m_startPoint;
     std::optional<QRectF> m_currentRect;
 };
+
+} // namespace corvane

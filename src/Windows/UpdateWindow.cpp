@@ -1,10 +1,12 @@
-#include "UpdateWindow.h"
+#include "Windows/UpdateWindow.h"
 
-#include "QuietWindow.h"
-#include "UpdateDialogPresenter.h"
+#include "Platform/Windows/QuietWindow.h"
+#include "Views/Updates/UpdateDialogPresenter.h"
 
 #include <QEvent>
 #include <QQmlEngine>
+
+namespace corvane {
 
 namespace {
 
@@ -74,3 +76,5 @@ bool UpdateWindow::eventFilter(QObject* watched, QEvent* event) {
     }
     return QObject::eventFilter(watched, event);
 }
+
+} // namespace corvane

@@ -5,6 +5,8 @@
 
 #include <memory>
 
+namespace corvane {
+
 class UpdateDialogPresenter;
 
 // The window of an update. There is one only while something is shown in it; closing it says no.
@@ -26,3 +28,5 @@ private:
     UpdateDialogPresenter& m_presenter;
     std::unique_ptr<QQuickView> m_view;
 };
+
+} // namespace corvane

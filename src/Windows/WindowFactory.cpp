@@ -1,14 +1,16 @@
-#include "WindowFactory.h"
+#include "Windows/WindowFactory.h"
 
-#include "DashboardWindowController.h"
-#include "FloatingPanel.h"
-#include "SelectionOverlayWindow.h"
+#include "Windows/DashboardWindowController.h"
+#include "Windows/FloatingPanel.h"
+#include "Windows/SelectionOverlayWindow.h"
 #ifdef CORVANE_UPDATER
-#include "UpdateWindow.h"
+#include "Windows/UpdateWindow.h"
 #endif
 
 #include <QGuiApplication>
 #include <QQmlEngine>
+
+namespace corvane {
 
 namespace {
 
@@ -44,3 +46,5 @@ private:
 std::unique_ptr<WindowFactory> makeWindowFactory() {
     return std::make_unique<DesktopWindowFactory>();
 }
+
+} // namespace corvane

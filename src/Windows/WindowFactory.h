@@ -1,21 +1,23 @@
 #pragma once
 
-#include "DashboardWindow.h"
-#include "PanelWindow.h"
-#include "SelectionOverlay.h"
+#include "Services/SelectionOverlay.h"
+#include "ViewModels/PanelWindow.h"
+#include "Windows/DashboardWindow.h"
 
 #include <QObject>
 
 #include <memory>
 
-class DashboardPresenter;
-class OverlayBarPresenter;
-class UpdateDialogPresenter;
-
 namespace platform {
 class DefaultsStore;
 struct ScreenPicture;
 } // namespace platform
+
+namespace corvane {
+
+class DashboardPresenter;
+class OverlayBarPresenter;
+class UpdateDialogPresenter;
 
 // Makes the program's windows, and outlives them; a test makes its own.
 class WindowFactory {
@@ -35,3 +37,5 @@ public:
 
 // Real windows of this desktop. Needs a QGuiApplication.
 std::unique_ptr<WindowFactory> makeWindowFactory();
+
+} // namespace corvane

@@ -1,12 +1,14 @@
-#include "ClerkAuthService.h"
-#include "DatabaseService.h"
-#include "MachineId.h"
-#include "OverlayBarPresenter.h"
-#include "OverlayViewModel.h"
-#include "Rows.h"
-#include "SettingsViewModel.h"
-#include "SystemAudioViewModel.h"
-#include "TestProgram.h"
+#include "App/MachineId.h"
+#include "Services/ClerkAuthService.h"
+#include "Services/DatabaseService.h"
+#include "ViewModels/OverlayViewModel.h"
+#include "ViewModels/SettingsViewModel.h"
+#include "ViewModels/SystemAudioViewModel.h"
+#include "Views/Overlay/OverlayBarPresenter.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/TestProgram.h"
+
+using namespace corvane;
 
 namespace {
 

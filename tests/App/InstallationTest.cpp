@@ -1,5 +1,5 @@
-#include "PrivateSession.h"
-#include "WaitFor.h"
+#include "sandbox/desktop/PrivateSession.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>

@@ -1,11 +1,13 @@
-#include "ClerkAuthService.h"
-#include "Json.h"
-#include "Rows.h"
-#include "Sandbox.h"
-#include "SystemClock.h"
-#include "TestProgram.h"
+#include "Platform/Core/SystemClock.h"
+#include "Services/ClerkAuthService.h"
+#include "Utilities/Json.h"
+#include "sandbox/Sandbox.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/TestProgram.h"
 
 #include <QDirIterator>
+
+using namespace corvane;
 
 using namespace std::chrono_literals;
 

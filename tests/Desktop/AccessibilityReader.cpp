@@ -2,7 +2,7 @@
 //   AccessibilityReader PROCESS                what it shows, as a JSON array, parents first
 //   AccessibilityReader PROCESS NAME ACTION    has the control of that name do the action
 // Ends with 1 when the program is not on the bus, or has no such control or action.
-#include "Json.h"
+#include "Utilities/Json.h"
 
 #include <boost/json/array.hpp>
 
@@ -11,6 +11,8 @@
 #include <atspi/atspi.h>
 
 #include <cstdio>
+
+using namespace corvane;
 
 namespace {
 

@@ -1,14 +1,16 @@
-#include "ClerkAuthService.h"
-#include "DesktopMain.h"
-#include "Faces.h"
-#include "PrivateSession.h"
-#include "ScreenReader.h"
+#include "Services/ClerkAuthService.h"
+#include "sandbox/desktop/PrivateSession.h"
+#include "tests/Desktop/DesktopMain.h"
+#include "tests/Desktop/Faces.h"
+#include "tests/Desktop/ScreenReader.h"
 
 #include <QAccessible>
 #include <QQuickItem>
 #include <QRegularExpression>
 
 #include <cstdio>
+
+using namespace corvane;
 
 namespace {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Neighbour.h"
-#include "PrivateDisplay.h"
+#include "sandbox/desktop/PrivateDisplay.h"
+#include "tests/Desktop/Neighbour.h"
 
 #include <QQuickWindow>
 #include <QTest>

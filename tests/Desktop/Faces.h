@@ -1,18 +1,20 @@
 #pragma once
 
-#include "DashboardViewModel.h"
-#include "DashboardWindowController.h"
-#include "FloatingPanel.h"
-#include "OverlayBarPresenter.h"
-#include "SettingsViewModel.h"
-#include "TestProgram.h"
-#include "UpdateFeed.h"
-#include "UserHands.h"
+#include "ViewModels/DashboardViewModel.h"
+#include "ViewModels/SettingsViewModel.h"
+#include "Views/Overlay/OverlayBarPresenter.h"
+#include "Windows/DashboardWindowController.h"
+#include "Windows/FloatingPanel.h"
+#include "sandbox/desktop/UserHands.h"
+#include "tests/Desktop/SampleUpdateFeed.h"
+#include "tests/Support/TestProgram.h"
 #ifdef CORVANE_UPDATER
-#include "UpdaterService.h"
+#include "Services/UpdaterService.h"
 #endif
 
 #include <array>
+
+namespace corvane {
 
 class Desk;
 
@@ -196,3 +198,5 @@ inline constexpr auto faces = [] {
 #endif
     });
 }();
+
+} // namespace corvane

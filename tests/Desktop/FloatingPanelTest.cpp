@@ -1,17 +1,19 @@
-#include "FloatingPanel.h"
-#include "DashboardViewModel.h"
-#include "DashboardWindowController.h"
-#include "DesktopMain.h"
-#include "OverlayBarPresenter.h"
-#include "OverlayViewModel.h"
-#include "Rows.h"
-#include "SettingsViewModel.h"
-#include "TestProgram.h"
-#include "UserHands.h"
+#include "Windows/FloatingPanel.h"
+#include "ViewModels/DashboardViewModel.h"
+#include "ViewModels/OverlayViewModel.h"
+#include "ViewModels/SettingsViewModel.h"
+#include "Views/Overlay/OverlayBarPresenter.h"
+#include "Windows/DashboardWindowController.h"
+#include "sandbox/desktop/UserHands.h"
+#include "tests/Desktop/DesktopMain.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/TestProgram.h"
 
 #include <QClipboard>
 #include <QProcess>
 #include <QScreen>
+
+using namespace corvane;
 
 namespace {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Json.h"
-#include "WaitFor.h"
+#include "Utilities/Json.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QCoreApplication>
 #include <QList>
@@ -11,6 +11,8 @@
 #include <boost/json/array.hpp>
 
 #include <stdexcept>
+
+namespace corvane {
 
 // What assistive technology is told of this process, read over the bus by another one.
 class ScreenReader {
@@ -72,3 +74,5 @@ private:
                                  arguments.join(u' ').toStdString());
     }
 };
+
+} // namespace corvane

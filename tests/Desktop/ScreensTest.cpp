@@ -1,10 +1,12 @@
-#include "FloatingPanel.h"
-#include "OverlayBarPresenter.h"
-#include "OverlayViewModel.h"
-#include "PrivateDisplay.h"
-#include "TestProgram.h"
+#include "ViewModels/OverlayViewModel.h"
+#include "Views/Overlay/OverlayBarPresenter.h"
+#include "Windows/FloatingPanel.h"
+#include "sandbox/desktop/PrivateDisplay.h"
+#include "tests/Support/TestProgram.h"
 
 #include <QScreen>
+
+using namespace corvane;
 
 namespace {
 

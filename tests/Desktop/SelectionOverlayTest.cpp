@@ -1,19 +1,21 @@
-#include "Neighbour.h"
-#include "Pattern.h"
-#include "PrivateDisplay.h"
-#include "Rows.h"
-#include "ScreenCaptureService.h"
-#include "SelectionOverlayWindow.h"
-#include "SystemClock.h"
-#include "UserHands.h"
-#include "WaitFor.h"
-#include "WindowFactory.h"
+#include "Platform/Core/SystemClock.h"
+#include "Services/ScreenCaptureService.h"
+#include "Windows/SelectionOverlayWindow.h"
+#include "Windows/WindowFactory.h"
+#include "sandbox/desktop/PrivateDisplay.h"
+#include "sandbox/desktop/UserHands.h"
+#include "tests/Desktop/Neighbour.h"
+#include "tests/Support/Pattern.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QAccessible>
 #include <QPainter>
 #include <QPixmap>
 #include <QScreen>
 #include <QSignalSpy>
+
+using namespace corvane;
 
 namespace {
 

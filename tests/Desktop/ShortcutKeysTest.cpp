@@ -1,15 +1,17 @@
-#include "DashboardWindowController.h"
-#include "DesktopMain.h"
-#include "FloatingPanel.h"
-#include "OverlayBarPresenter.h"
-#include "Rows.h"
-#include "TestProgram.h"
-#include "UserHands.h"
+#include "Views/Overlay/OverlayBarPresenter.h"
+#include "Windows/DashboardWindowController.h"
+#include "Windows/FloatingPanel.h"
+#include "sandbox/desktop/UserHands.h"
+#include "tests/Desktop/DesktopMain.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/TestProgram.h"
 
 #include <QProcess>
 #include <QQuickItem>
 
 #include <xcb/xtest.h>
+
+using namespace corvane;
 
 using namespace std::chrono_literals;
 using Action = ShortcutAction;

@@ -1,8 +1,10 @@
-#include "DashboardViewModel.h"
-#include "DashboardWindowController.h"
-#include "DesktopMain.h"
-#include "TestProgram.h"
-#include "UserHands.h"
+#include "ViewModels/DashboardViewModel.h"
+#include "Windows/DashboardWindowController.h"
+#include "sandbox/desktop/UserHands.h"
+#include "tests/Desktop/DesktopMain.h"
+#include "tests/Support/TestProgram.h"
+
+using namespace corvane;
 
 namespace {
 

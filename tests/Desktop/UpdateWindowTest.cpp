@@ -1,10 +1,12 @@
-#include "DashboardViewModel.h"
-#include "DashboardWindowController.h"
-#include "DesktopMain.h"
-#include "TestProgram.h"
-#include "UpdateFeed.h"
-#include "UpdaterService.h"
-#include "UserHands.h"
+#include "Services/UpdaterService.h"
+#include "ViewModels/DashboardViewModel.h"
+#include "Windows/DashboardWindowController.h"
+#include "sandbox/desktop/UserHands.h"
+#include "tests/Desktop/DesktopMain.h"
+#include "tests/Desktop/SampleUpdateFeed.h"
+#include "tests/Support/TestProgram.h"
+
+using namespace corvane;
 
 namespace {
 

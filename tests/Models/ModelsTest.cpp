@@ -1,11 +1,13 @@
-#include "AudioModels.h"
-#include "ChatModels.h"
-#include "ClerkModels.h"
-#include "InterviewModels.h"
-#include "Json.h"
-#include "Rows.h"
+#include "Models/AudioModels.h"
+#include "Models/ChatModels.h"
+#include "Models/ClerkModels.h"
+#include "Models/InterviewModels.h"
+#include "Utilities/Json.h"
+#include "tests/Support/Rows.h"
 
 #include <functional>
+
+using namespace corvane;
 
 namespace {
 

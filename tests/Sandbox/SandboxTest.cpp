@@ -1,4 +1,4 @@
-#include "Visitor.h"
+#include "tests/Sandbox/Visitor.h"
 
 using namespace sandbox;
 

@@ -1,14 +1,14 @@
 // A signed-in visitor of the stand-in: the few steps that every test of it begins with.
 #pragma once
 
-#include "HttpClient.h"
-#include "WaitFor.h"
-#include "WebSocketProbe.h"
+#include "Platform/Network/HttpClient.h"
+#include "tests/Platform/Network/WebSocketProbe.h"
+#include "tests/Support/WaitFor.h"
 
 #include <cmath>
 #include <numbers>
 
-#include <Sandbox.h>
+#include "sandbox/Sandbox.h"
 
 #include <boost/json.hpp>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "AudioHost.h"
-#include "Completion.h"
+#include "Platform/Audio/AudioHost.h"
+#include "Platform/Core/Completion.h"
 
 #include <atomic>
 #include <mutex>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Clock.h"
+#include "Platform/Core/Clock.h"
 
 #include <QCoreApplication>
 

@@ -1,11 +1,13 @@
 #pragma once
 
-#include "ApplicationWindows.h"
-#include "LoginItem.h"
+#include "Platform/Desktop/LoginItem.h"
+#include "ViewModels/ApplicationWindows.h"
 
 #include <QStringList>
 
 #include <stdexcept>
+
+namespace corvane {
 
 // Windows, the bar's among them, that only remember what was asked of them.
 class FakeWindows : public ApplicationWindows, public PanelWindow {
@@ -44,3 +46,5 @@ public:
 private:
     void set(bool on) { registered = error.empty() ? on : throw std::runtime_error(error); }
 };
+
+} // namespace corvane

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KeyMonitor.h"
+#include "Platform/Input/KeyMonitor.h"
 
 // A keyboard whose keys the test presses: in another program's window, or in one of ours.
 class FakeKeyMonitor : public platform::KeyMonitor {

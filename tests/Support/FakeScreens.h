@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Clipboard.h"
-#include "Notifications.h"
-#include "ScreenGrabber.h"
+#include "Platform/Desktop/Notifications.h"
+#include "Platform/Screen/Clipboard.h"
+#include "Platform/Screen/ScreenGrabber.h"
 
 #include <QStringList>
 

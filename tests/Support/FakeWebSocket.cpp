@@ -1,4 +1,4 @@
-#include "FakeWebSocket.h"
+#include "tests/Support/FakeWebSocket.h"
 
 #include <QMetaObject>
 

@@ -1,6 +1,8 @@
 #pragma once
 
-#include "WindowFactory.h"
+#include "Windows/WindowFactory.h"
+
+namespace corvane {
 
 // Windows without a display.
 class FakePanel : public PanelWindow {
@@ -62,3 +64,5 @@ public:
     FakePanel* panel = nullptr;
     FakeDashboard* dashboard = nullptr;
 };
+
+} // namespace corvane

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Log.h"
+#include "Platform/Core/Log.h"
 
 #include <QStringList>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SecretStore.h"
+#include "Platform/Storage/SecretStore.h"
 
 #include <QMap>
 

@@ -1,8 +1,10 @@
-#include "TestProgram.h"
+#include "tests/Support/TestProgram.h"
 
-#include "Json.h"
+#include "Utilities/Json.h"
 
 #include <QCoreApplication>
+
+namespace corvane {
 
 namespace {
 
@@ -147,3 +149,5 @@ void TestProgram::reopenLink(const QByteArray& json) {
     settle();
     serverSays(json);
 }
+
+} // namespace corvane

@@ -1,26 +1,28 @@
 #pragma once
 
-#include "AppDelegate.h"
-#include "AudioCaptureService.h"
-#include "CompletionViewModel.h"
-#include "FakeAudioHost.h"
-#include "FakeClock.h"
-#include "FakeDesktop.h"
-#include "FakeHttpClient.h"
-#include "FakeKeyMonitor.h"
-#include "FakeScreens.h"
-#include "FakeWebSocket.h"
-#include "FakeWindowFactory.h"
-#include "InterviewViewModel.h"
-#include "LogCapture.h"
-#include "MemorySecretStore.h"
-#include "WebSocketService.h"
+#include "App/AppDelegate.h"
+#include "Services/AudioCaptureService.h"
+#include "Services/WebSocketService.h"
+#include "ViewModels/CompletionViewModel.h"
+#include "ViewModels/InterviewViewModel.h"
+#include "tests/Support/FakeAudioHost.h"
+#include "tests/Support/FakeClock.h"
+#include "tests/Support/FakeDesktop.h"
+#include "tests/Support/FakeHttpClient.h"
+#include "tests/Support/FakeKeyMonitor.h"
+#include "tests/Support/FakeScreens.h"
+#include "tests/Support/FakeWebSocket.h"
+#include "tests/Support/FakeWindowFactory.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/MemorySecretStore.h"
 
-#include "WaitFor.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QTemporaryDir>
 
 #include <memory>
+
+namespace corvane {
 
 class FakeSystemAccess : public platform::SystemAccess {
 public:
@@ -92,3 +94,5 @@ public:
     FakeNotifications* notifications = nullptr;
     std::unique_ptr<AppDelegate> app;
 };
+
+} // namespace corvane

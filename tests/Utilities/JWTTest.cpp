@@ -1,5 +1,7 @@
-#include "JWT.h"
-#include "Rows.h"
+#include "Utilities/JWT.h"
+#include "tests/Support/Rows.h"
+
+using namespace corvane;
 
 using platform::Secret;
 

@@ -1,5 +1,7 @@
-#include "LineReader.h"
-#include "Rows.h"
+#include "Utilities/LineReader.h"
+#include "tests/Support/Rows.h"
+
+using namespace corvane;
 
 namespace {
 

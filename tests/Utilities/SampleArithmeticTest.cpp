@@ -1,13 +1,15 @@
-#include "Pcm16.h"
-#include "Rows.h"
-#include "SignalLevel.h"
-#include "WAVEncoder.h"
+#include "Utilities/Pcm16.h"
+#include "Utilities/SignalLevel.h"
+#include "Utilities/WAVEncoder.h"
+#include "tests/Support/Rows.h"
 
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <random>
 #include <vector>
+
+using namespace corvane;
 
 class SampleArithmeticTest : public QObject {
     Q_OBJECT

@@ -1,6 +1,8 @@
-#include "DatabaseService.h"
-#include "Rows.h"
-#include "TestProgram.h"
+#include "Services/DatabaseService.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/TestProgram.h"
+
+using namespace corvane;
 
 namespace {
 

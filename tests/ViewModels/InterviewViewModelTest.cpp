@@ -1,5 +1,7 @@
-#include "Rows.h"
-#include "TestProgram.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/TestProgram.h"
+
+using namespace corvane;
 
 using namespace std::chrono_literals;
 using Authorization = platform::MicrophoneAuthorization;

@@ -1,8 +1,10 @@
-#include "AssessmentSectionsModel.h"
-#include "Rows.h"
+#include "Views/Overlay/AssessmentSectionsModel.h"
+#include "tests/Support/Rows.h"
 
 #include <QAbstractItemModelTester>
 #include <QRandomGenerator>
+
+using namespace corvane;
 
 namespace {
 

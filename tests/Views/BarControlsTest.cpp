@@ -1,10 +1,12 @@
-#include "OverlayBarPresenter.h"
-#include "OverlayViewModel.h"
-#include "Rows.h"
-#include "SettingsViewModel.h"
-#include "TestProgram.h"
+#include "ViewModels/OverlayViewModel.h"
+#include "ViewModels/SettingsViewModel.h"
+#include "Views/Overlay/OverlayBarPresenter.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/TestProgram.h"
 
 #include <QSignalSpy>
+
+using namespace corvane;
 
 using namespace std::chrono_literals;
 

@@ -1,20 +1,22 @@
-#include "AppSettingsPresenter.h"
-#include "Appearance.h"
-#include "AudioCaptureService.h"
-#include "AudioSettingsPresenter.h"
-#include "CorvaneSetupPresenter.h"
-#include "DatabaseService.h"
-#include "DefaultsStore.h"
-#include "FakeAudioHost.h"
-#include "FakeDesktop.h"
-#include "LinkFixture.h"
-#include "Rows.h"
-#include "SettingsViewModel.h"
-#include "SignInPresenter.h"
-#include "SystemAccess.h"
+#include "Platform/Desktop/Appearance.h"
+#include "Platform/Desktop/SystemAccess.h"
+#include "Platform/Storage/DefaultsStore.h"
+#include "Services/AudioCaptureService.h"
+#include "Services/DatabaseService.h"
+#include "ViewModels/SettingsViewModel.h"
+#include "Views/Auth/SignInPresenter.h"
+#include "Views/Dashboard/AppSettingsPresenter.h"
+#include "Views/Dashboard/AudioSettingsPresenter.h"
+#include "Views/Dashboard/CorvaneSetupPresenter.h"
+#include "tests/Services/Link/LinkFixture.h"
+#include "tests/Support/FakeAudioHost.h"
+#include "tests/Support/FakeDesktop.h"
+#include "tests/Support/Rows.h"
 
 #include <QFile>
 #include <QTemporaryDir>
+
+using namespace corvane;
 
 namespace {
 

@@ -1,5 +1,5 @@
-#include "MarkdownDocument.h"
-#include "Rows.h"
+#include "Views/Shared/MarkdownDocument.h"
+#include "tests/Support/Rows.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -10,6 +10,8 @@
 #include <QTest>
 #include <QTextBlock>
 #include <QTextDocument>
+
+using namespace corvane;
 
 namespace {
 

@@ -1,7 +1,9 @@
-#include "OverlayBarPresenter.h"
-#include "OverlayViewModel.h"
-#include "Rows.h"
-#include "TestProgram.h"
+#include "ViewModels/OverlayViewModel.h"
+#include "Views/Overlay/OverlayBarPresenter.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/TestProgram.h"
+
+using namespace corvane;
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "ResponsePopoverPresenter.h"
-#include "Rows.h"
-#include "SettingsViewModel.h"
-#include "TestProgram.h"
+#include "ViewModels/SettingsViewModel.h"
+#include "Views/Overlay/ResponsePopoverPresenter.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/TestProgram.h"
 
 #include <QEventLoop>
 #include <QGuiApplication>
@@ -10,6 +10,8 @@
 #include <QQuickView>
 #include <QSignalSpy>
 #include <QTimer>
+
+using namespace corvane;
 
 namespace {
 

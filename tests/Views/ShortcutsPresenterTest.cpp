@@ -1,8 +1,10 @@
-#include "ShortcutsPresenter.h"
-#include "Rows.h"
-#include "TestProgram.h"
+#include "Views/Dashboard/ShortcutsPresenter.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/TestProgram.h"
 
 #include <QSignalSpy>
+
+using namespace corvane;
 
 using platform::KeyEvent;
 using platform::KeyReach;

@@ -1,5 +1,5 @@
-#include "PulseCapture.h"
-#include "PulseQuery.h"
+#include "Platform/Audio/PulseCapture.h"
+#include "Platform/Audio/PulseQuery.h"
 
 #include <QObject>
 

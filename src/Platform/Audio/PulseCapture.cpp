@@ -1,6 +1,6 @@
-#include "PulseCapture.h"
+#include "Platform/Audio/PulseCapture.h"
 
-#include "PulseFormat.h"
+#include "Platform/Audio/PulseFormat.h"
 
 #include <utility>
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Completion.h"
-#include "PulseInventory.h"
-#include "PulseRecording.h"
-#include "PulseSession.h"
+#include "Platform/Audio/PulseInventory.h"
+#include "Platform/Audio/PulseRecording.h"
+#include "Platform/Audio/PulseSession.h"
+#include "Platform/Core/Completion.h"
 
 namespace platform {
 

@@ -1,4 +1,4 @@
-#include "PulseConnection.h"
+#include "Platform/Audio/PulseConnection.h"
 
 #include <QCoreApplication>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PulseSettings.h"
+#include "Platform/Audio/PulseSettings.h"
 
 #include <pulse/pulseaudio.h>
 

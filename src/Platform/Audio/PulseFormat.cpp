@@ -1,4 +1,4 @@
-#include "PulseFormat.h"
+#include "Platform/Audio/PulseFormat.h"
 
 namespace platform {
 

@@ -1,4 +1,4 @@
-#include "PulseInventory.h"
+#include "Platform/Audio/PulseInventory.h"
 
 #include <algorithm>
 #include <utility>

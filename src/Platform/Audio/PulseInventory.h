@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PulseConnection.h"
+#include "Platform/Audio/PulseConnection.h"
 
 #include <QByteArray>
 

@@ -1,4 +1,4 @@
-#include "PulseQuery.h"
+#include "Platform/Audio/PulseQuery.h"
 
 namespace platform {
 

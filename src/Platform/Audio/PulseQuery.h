@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Completion.h"
-#include "PulseInventory.h"
-#include "PulseSession.h"
+#include "Platform/Audio/PulseInventory.h"
+#include "Platform/Audio/PulseSession.h"
+#include "Platform/Core/Completion.h"
 
 namespace platform {
 

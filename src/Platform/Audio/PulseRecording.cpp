@@ -1,6 +1,6 @@
-#include "PulseRecording.h"
+#include "Platform/Audio/PulseRecording.h"
 
-#include "PulseFormat.h"
+#include "Platform/Audio/PulseFormat.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PulseInventory.h"
+#include "Platform/Audio/PulseInventory.h"
 
 namespace platform {
 

@@ -1,6 +1,6 @@
-#include "PulseSession.h"
+#include "Platform/Audio/PulseSession.h"
 
-#include "Dispatch.h"
+#include "Platform/Core/Dispatch.h"
 
 namespace platform {
 

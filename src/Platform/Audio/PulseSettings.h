@@ -1,6 +1,6 @@
 #pragma once
 
-#include "AudioHost.h"
+#include "Platform/Audio/AudioHost.h"
 
 #include <chrono>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Completion.h"
-#include "Dispatch.h"
+#include "Platform/Core/Completion.h"
+#include "Platform/Core/Dispatch.h"
 
 #include <QThreadPool>
 

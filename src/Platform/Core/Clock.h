@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Completion.h"
+#include "Platform/Core/Completion.h"
 
 #include <chrono>
 #include <functional>

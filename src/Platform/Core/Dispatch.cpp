@@ -1,4 +1,4 @@
-#include "Dispatch.h"
+#include "Platform/Core/Dispatch.h"
 
 #include <QCoreApplication>
 #include <QEvent>

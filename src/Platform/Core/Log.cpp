@@ -1,4 +1,4 @@
-#include "Log.h"
+#include "Platform/Core/Log.h"
 
 #include <QDateTime>
 

@@ -1,4 +1,4 @@
-#include "SystemClock.h"
+#include "Platform/Core/SystemClock.h"
 
 #include <QTimer>
 

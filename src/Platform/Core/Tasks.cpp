@@ -1,7 +1,7 @@
-#include "Tasks.h"
+#include "Platform/Core/Tasks.h"
 
-#include "Completion.h"
-#include "Log.h"
+#include "Platform/Core/Completion.h"
+#include "Platform/Core/Log.h"
 
 namespace platform {
 

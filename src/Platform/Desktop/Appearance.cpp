@@ -1,6 +1,6 @@
-#include "Appearance.h"
+#include "Platform/Desktop/Appearance.h"
 
-#include "PortalRequest.h"
+#include "Platform/Desktop/PortalRequest.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -1,6 +1,6 @@
-#include "ApplicationCall.h"
+#include "Platform/Desktop/ApplicationCall.h"
 
-#include "Log.h"
+#include "Platform/Core/Log.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusError>

@@ -1,6 +1,6 @@
-#include "ApplicationInfo.h"
+#include "Platform/Desktop/ApplicationInfo.h"
 
-#include "Log.h"
+#include "Platform/Core/Log.h"
 
 #include <QCoreApplication>
 #include <QFile>

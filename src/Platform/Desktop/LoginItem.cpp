@@ -1,4 +1,4 @@
-#include "LoginItem.h"
+#include "Platform/Desktop/LoginItem.h"
 
 #include <QDir>
 #include <QFile>

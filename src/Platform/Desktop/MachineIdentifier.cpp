@@ -1,4 +1,4 @@
-#include "MachineIdentifier.h"
+#include "Platform/Desktop/MachineIdentifier.h"
 
 #include <systemd/sd-id128.h>
 

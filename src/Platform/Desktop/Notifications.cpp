@@ -1,6 +1,6 @@
-#include "Notifications.h"
+#include "Platform/Desktop/Notifications.h"
 
-#include "Log.h"
+#include "Platform/Core/Log.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -1,4 +1,4 @@
-#include "PortalRequest.h"
+#include "Platform/Desktop/PortalRequest.h"
 
 #include <QDBusMessage>
 #include <QDBusObjectPath>

@@ -1,7 +1,7 @@
-#include "SessionApplication.h"
+#include "Platform/Desktop/SessionApplication.h"
 
-#include "ApplicationCall.h"
-#include "Log.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Desktop/ApplicationCall.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>

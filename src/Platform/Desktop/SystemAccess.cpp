@@ -1,7 +1,7 @@
-#include "SystemAccess.h"
+#include "Platform/Desktop/SystemAccess.h"
 
-#include "Log.h"
-#include "Notifications.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Desktop/Notifications.h"
 
 #include <QDeadlineTimer>
 #include <QProcess>

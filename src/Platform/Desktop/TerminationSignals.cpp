@@ -1,4 +1,4 @@
-#include "TerminationSignals.h"
+#include "Platform/Desktop/TerminationSignals.h"
 
 #include <QCoreApplication>
 #include <QSocketNotifier>

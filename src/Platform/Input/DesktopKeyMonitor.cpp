@@ -1,8 +1,8 @@
-#include "DesktopKeyMonitor.h"
+#include "Platform/Input/DesktopKeyMonitor.h"
 
-#include "KeyTable.h"
-#include "Log.h"
-#include "WaylandSession.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Desktop/WaylandSession.h"
+#include "Platform/Input/KeyTable.h"
 
 #include <QGuiApplication>
 #include <QInputMethodQueryEvent>

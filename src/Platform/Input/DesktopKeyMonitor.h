@@ -1,8 +1,8 @@
 #pragma once
 
-#include "GlobalShortcutsPortal.h"
-#include "KeyMonitor.h"
-#include "X11Keyboard.h"
+#include "Platform/Input/GlobalShortcutsPortal.h"
+#include "Platform/Input/KeyMonitor.h"
+#include "Platform/Input/X11Keyboard.h"
 
 #include <QScopedPointer>
 

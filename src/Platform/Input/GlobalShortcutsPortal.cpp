@@ -1,9 +1,9 @@
-#include "GlobalShortcutsPortal.h"
+#include "Platform/Input/GlobalShortcutsPortal.h"
 
-#include "KeyTable.h"
-#include "Log.h"
-#include "PortalRequest.h"
-#include "Tasks.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+#include "Platform/Desktop/PortalRequest.h"
+#include "Platform/Input/KeyTable.h"
 
 #include <QDBusArgument>
 #include <QDBusMetaType>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KeyMonitor.h"
+#include "Platform/Input/KeyMonitor.h"
 
 #include <QCoroTask>
 #include <QDBusConnection>

@@ -1,7 +1,7 @@
-#include "KeyLayout.h"
+#include "Platform/Input/KeyLayout.h"
 
-#include "KeyEvent.h"
-#include "KeyTable.h"
+#include "Platform/Input/KeyEvent.h"
+#include "Platform/Input/KeyTable.h"
 
 #include <xcb/xcb.h>
 #include <xkbcommon/xkbcommon-keysyms.h>

@@ -1,4 +1,4 @@
-#include "KeyMonitor.h"
+#include "Platform/Input/KeyMonitor.h"
 
 #include <QPointer>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KeyEvent.h"
+#include "Platform/Input/KeyEvent.h"
 
 #include <QList>
 #include <QMap>

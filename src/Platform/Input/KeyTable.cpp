@@ -1,6 +1,6 @@
-#include "KeyTable.h"
+#include "Platform/Input/KeyTable.h"
 
-#include "KeyEvent.h"
+#include "Platform/Input/KeyEvent.h"
 
 #include <algorithm>
 #include <array>

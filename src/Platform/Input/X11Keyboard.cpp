@@ -1,4 +1,4 @@
-#include "X11Keyboard.h"
+#include "Platform/Input/X11Keyboard.h"
 
 #include <QSocketNotifier>
 

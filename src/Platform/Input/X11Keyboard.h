@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KeyLayout.h"
+#include "Platform/Input/KeyLayout.h"
 
 #include <QObject>
 

@@ -1,4 +1,4 @@
-#include "ClockWatch.h"
+#include "Platform/Network/ClockWatch.h"
 
 #include <ctime>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ConnectivityMonitor.h"
+#include "Platform/Network/ConnectivityMonitor.h"
 
 #include <chrono>
 #include <optional>

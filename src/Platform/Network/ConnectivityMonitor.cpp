@@ -1,7 +1,7 @@
-#include "ConnectivityMonitor.h"
+#include "Platform/Network/ConnectivityMonitor.h"
 
-#include "ClockWatch.h"
-#include "RouteWatch.h"
+#include "Platform/Network/ClockWatch.h"
+#include "Platform/Network/RouteWatch.h"
 
 #include <QSocketNotifier>
 #include <QTimer>

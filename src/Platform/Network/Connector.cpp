@@ -1,6 +1,6 @@
-#include "Connector.h"
+#include "Platform/Network/Connector.h"
 
-#include "NetworkText.h"
+#include "Platform/Network/NetworkText.h"
 
 #include <boost/asio/read_until.hpp>
 #include <boost/asio/write.hpp>
@@ -15,7 +15,7 @@ namespace {
 using Kind = WebSocketError::Kind;
 
 // A dead address must not use up the time of the ones after it.
-constexpr std::chrono::seconds patienceForAnAddress{5};
+constexpr std::chrono::seconds attemptTimeout{5};
 constexpr std::size_t maxProxyHead = 16 * 1024;
 
 bool isNumeric(const std::string& host) {
@@ -42,7 +42,7 @@ Connector::Connector(NetworkThread& thread, Transport& transport, const ConnectP
     : m_thread(thread)
     , m_transport(transport)
     , m_plan(plan)
-    , m_patience(transport.get_executor()) {}
+    , m_attemptTimer(transport.get_executor()) {}
 
 void Connector::trustRoots(asio::ssl::context& context, const QString& rootsFile) {
     SSL_CTX_set_min_proto_version(context.native_handle(), TLS1_2_VERSION);
@@ -103,8 +103,8 @@ void Connector::connectNext() {
     }
     m_transport.close();
     if (m_next < m_addresses.size()) {
-        m_patience.expires_after(patienceForAnAddress);
-        m_patience.async_wait([this, owned = m_owner, attempt = m_next](error_code cancelled) {
+        m_attemptTimer.expires_after(attemptTimeout);
+        m_attemptTimer.async_wait([this, owned = m_owner, attempt = m_next](error_code cancelled) {
             if (!cancelled && m_connecting && attempt == m_next) {
                 m_transport.close();
             }
@@ -116,7 +116,7 @@ void Connector::connectNext() {
 }
 
 void Connector::connected(error_code error) {
-    m_patience.cancel();
+    m_attemptTimer.cancel();
     m_connecting = false;
     if (!m_handler) {
         return;
@@ -209,7 +209,7 @@ WebSocketError Connector::tlsFailure(error_code error) {
 
 void Connector::abandon() {
     m_handler = nullptr;
-    m_patience.cancel();
+    m_attemptTimer.cancel();
     m_transport.close();
     m_owner.reset();
 }

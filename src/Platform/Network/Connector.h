@@ -1,8 +1,8 @@
 #pragma once
 
-#include "NetworkThread.h"
-#include "Transport.h"
-#include "WebSocketConnection.h"
+#include "Platform/Network/NetworkThread.h"
+#include "Platform/Network/Transport.h"
+#include "Platform/Network/WebSocketConnection.h"
 
 #include <memory>
 
@@ -39,7 +39,7 @@ private:
     NetworkThread& m_thread;
     Transport& m_transport;
     const ConnectPlan& m_plan;
-    SteadyTimer m_patience;
+    SteadyTimer m_attemptTimer;
     std::shared_ptr<void> m_owner;
     Handler m_handler;
     std::vector<std::string> m_addresses;

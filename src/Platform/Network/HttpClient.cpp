@@ -1,6 +1,6 @@
-#include "HttpClient.h"
+#include "Platform/Network/HttpClient.h"
 
-#include "HttpExchange.h"
+#include "Platform/Network/HttpExchange.h"
 
 #include <QNetworkCookieJar>
 

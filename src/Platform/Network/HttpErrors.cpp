@@ -1,6 +1,6 @@
-#include "HttpErrors.h"
+#include "Platform/Network/HttpErrors.h"
 
-#include "NetworkText.h"
+#include "Platform/Network/NetworkText.h"
 
 #include <algorithm>
 #include <array>
@@ -10,65 +10,64 @@ namespace platform {
 namespace {
 
 using Error = QNetworkReply::NetworkError;
-using Kind = HttpError::Kind;
 
 struct Row {
     Error error;
-    Kind kind;
+    HttpError::Kind kind;
 };
 
 constexpr std::array kinds{
-    Row{QNetworkReply::ConnectionRefusedError, Kind::cannotConnect},
-    Row{QNetworkReply::RemoteHostClosedError, Kind::connectionLost},
+    Row{QNetworkReply::ConnectionRefusedError, HttpError::Kind::cannotConnect},
+    Row{QNetworkReply::RemoteHostClosedError, HttpError::Kind::connectionLost},
     // The connection ended, and Qt would have sent the request again.
-    Row{QNetworkReply::ContentReSendError, Kind::connectionLost},
-    Row{QNetworkReply::HostNotFoundError, Kind::hostNotFound},
-    Row{QNetworkReply::TimeoutError, Kind::timedOut},
-    Row{QNetworkReply::SslHandshakeFailedError, Kind::tlsFailed},
-    Row{QNetworkReply::TemporaryNetworkFailureError, Kind::connectionLost},
-    Row{QNetworkReply::NetworkSessionFailedError, Kind::connectionLost},
-    Row{QNetworkReply::UnknownNetworkError, Kind::cannotConnect},
-    Row{QNetworkReply::ProxyConnectionRefusedError, Kind::proxyFailed},
-    Row{QNetworkReply::ProxyConnectionClosedError, Kind::proxyFailed},
-    Row{QNetworkReply::ProxyNotFoundError, Kind::proxyFailed},
-    Row{QNetworkReply::ProxyTimeoutError, Kind::proxyFailed},
-    Row{QNetworkReply::ProxyAuthenticationRequiredError, Kind::proxyFailed},
-    Row{QNetworkReply::UnknownProxyError, Kind::proxyFailed},
-    Row{QNetworkReply::ProtocolFailure, Kind::notHttp},
-    Row{QNetworkReply::ProtocolUnknownError, Kind::notHttp},
-    Row{QNetworkReply::ProtocolInvalidOperationError, Kind::notHttp},
+    Row{QNetworkReply::ContentReSendError, HttpError::Kind::connectionLost},
+    Row{QNetworkReply::HostNotFoundError, HttpError::Kind::hostNotFound},
+    Row{QNetworkReply::TimeoutError, HttpError::Kind::timedOut},
+    Row{QNetworkReply::SslHandshakeFailedError, HttpError::Kind::tlsFailed},
+    Row{QNetworkReply::TemporaryNetworkFailureError, HttpError::Kind::connectionLost},
+    Row{QNetworkReply::NetworkSessionFailedError, HttpError::Kind::connectionLost},
+    Row{QNetworkReply::UnknownNetworkError, HttpError::Kind::cannotConnect},
+    Row{QNetworkReply::ProxyConnectionRefusedError, HttpError::Kind::proxyFailed},
+    Row{QNetworkReply::ProxyConnectionClosedError, HttpError::Kind::proxyFailed},
+    Row{QNetworkReply::ProxyNotFoundError, HttpError::Kind::proxyFailed},
+    Row{QNetworkReply::ProxyTimeoutError, HttpError::Kind::proxyFailed},
+    Row{QNetworkReply::ProxyAuthenticationRequiredError, HttpError::Kind::proxyFailed},
+    Row{QNetworkReply::UnknownProxyError, HttpError::Kind::proxyFailed},
+    Row{QNetworkReply::ProtocolFailure, HttpError::Kind::notHttp},
+    Row{QNetworkReply::ProtocolUnknownError, HttpError::Kind::notHttp},
+    Row{QNetworkReply::ProtocolInvalidOperationError, HttpError::Kind::notHttp},
 };
 
-Kind kindOf(Error error) {
+HttpError::Kind kindOf(Error error) {
     const auto row = std::ranges::find(kinds, error, &Row::error);
-    return row == kinds.end() ? Kind::other : row->kind;
+    return row == kinds.end() ? HttpError::Kind::other : row->kind;
 }
 
 // Qt talks to a proxy of plain HTTP as to the server itself, and reports it so.
-Kind kindWithProxy(Kind kind, const QNetworkProxy& proxy) {
-    const bool noConnection = kind == Kind::cannotConnect || kind == Kind::hostNotFound;
-    return noConnection && proxy.type() != QNetworkProxy::NoProxy ? Kind::proxyFailed : kind;
+HttpError::Kind kindWithProxy(HttpError::Kind kind, const QNetworkProxy& proxy) {
+    const bool noConnection = kind == HttpError::Kind::cannotConnect || kind == HttpError::Kind::hostNotFound;
+    return noConnection && proxy.type() != QNetworkProxy::NoProxy ? HttpError::Kind::proxyFailed : kind;
 }
 
-QString textOf(Kind kind, const QString& host, const QString& reason, const QList<QSslError>& sslErrors,
-               const QNetworkProxy& proxy) {
+QString textOf(HttpError::Kind kind, const QString& host, const QString& reason,
+               const QList<QSslError>& sslErrors, const QNetworkProxy& proxy) {
     switch (kind) {
-    case Kind::timedOut:
+    case HttpError::Kind::timedOut:
         return networkText::timedOut(host);
-    case Kind::hostNotFound:
+    case HttpError::Kind::hostNotFound:
         return networkText::hostNotFound(host);
-    case Kind::connectionLost:
+    case HttpError::Kind::connectionLost:
         return networkText::connectionLost(host);
-    case Kind::tlsFailed:
+    case HttpError::Kind::tlsFailed:
         return sslErrors.isEmpty() ? networkText::tlsFailed(host, reason)
                                    : networkText::certificateRefused(host, sslErrors.first().errorString());
-    case Kind::proxyFailed:
+    case HttpError::Kind::proxyFailed:
         return networkText::proxyFailed(proxy.hostName(), reason);
-    case Kind::notHttp:
+    case HttpError::Kind::notHttp:
         return networkText::notHttp(host);
-    case Kind::cannotConnect:
-    case Kind::tooLarge:
-    case Kind::other:
+    case HttpError::Kind::cannotConnect:
+    case HttpError::Kind::tooLarge:
+    case HttpError::Kind::other:
         break;
     }
     return networkText::cannotConnect(host, reason);

@@ -1,9 +1,9 @@
-#include "HttpExchange.h"
+#include "Platform/Network/HttpExchange.h"
 
-#include "Dispatch.h"
-#include "HttpErrors.h"
-#include "NetworkText.h"
-#include "TlsRoots.h"
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Network/HttpErrors.h"
+#include "Platform/Network/NetworkText.h"
+#include "Platform/Network/TlsRoots.h"
 
 #include <QCoreApplication>
 #include <QNetworkCookieJar>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Completion.h"
-#include "HttpClient.h"
+#include "Platform/Core/Completion.h"
+#include "Platform/Network/HttpClient.h"
 
 #include <QElapsedTimer>
 #include <QNetworkAccessManager>

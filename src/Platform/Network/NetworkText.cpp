@@ -1,4 +1,4 @@
-#include "NetworkText.h"
+#include "Platform/Network/NetworkText.h"
 
 namespace platform::networkText {
 

@@ -1,6 +1,6 @@
-#include "NetworkThread.h"
+#include "Platform/Network/NetworkThread.h"
 
-#include "Asio.h"
+#include "Platform/Network/Asio.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 

@@ -1,4 +1,4 @@
-#include "RouteWatch.h"
+#include "Platform/Network/RouteWatch.h"
 
 #include <linux/rtnetlink.h>
 #include <net/if.h>

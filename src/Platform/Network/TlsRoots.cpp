@@ -1,4 +1,4 @@
-#include "TlsRoots.h"
+#include "Platform/Network/TlsRoots.h"
 
 #include <QFile>
 #include <QSslCertificate>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Asio.h"
+#include "Platform/Network/Asio.h"
 
 #include <boost/beast/core/stream_traits.hpp>
 #include <boost/beast/websocket/ssl.hpp>

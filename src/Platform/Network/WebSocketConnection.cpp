@@ -1,10 +1,10 @@
-#include "WebSocketConnection.h"
+#include "Platform/Network/WebSocketConnection.h"
 
-#include "Connector.h"
-#include "NetworkText.h"
-#include "NetworkThread.h"
-#include "Transport.h"
-#include "WebSocketMailbox.h"
+#include "Platform/Network/Connector.h"
+#include "Platform/Network/NetworkText.h"
+#include "Platform/Network/NetworkThread.h"
+#include "Platform/Network/Transport.h"
+#include "Platform/Network/WebSocketMailbox.h"
 
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket/stream.hpp>

@@ -1,6 +1,6 @@
-#include "WebSocketMailbox.h"
+#include "Platform/Network/WebSocketMailbox.h"
 
-#include "Dispatch.h"
+#include "Platform/Core/Dispatch.h"
 
 namespace platform {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "WebSocketTask.h"
+#include "Platform/Network/WebSocketTask.h"
 
 #include <deque>
 #include <functional>

@@ -1,10 +1,10 @@
-#include "WebSocketTask.h"
+#include "Platform/Network/WebSocketTask.h"
 
-#include "Dispatch.h"
-#include "NetworkThread.h"
-#include "TlsRoots.h"
-#include "WebSocketConnection.h"
-#include "WebSocketMailbox.h"
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Network/NetworkThread.h"
+#include "Platform/Network/TlsRoots.h"
+#include "Platform/Network/WebSocketConnection.h"
+#include "Platform/Network/WebSocketMailbox.h"
 
 #include <QNetworkProxyFactory>
 #include <QPointer>

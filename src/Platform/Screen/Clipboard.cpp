@@ -1,4 +1,4 @@
-#include "Clipboard.h"
+#include "Platform/Screen/Clipboard.h"
 
 #include <QClipboard>
 #include <QGuiApplication>

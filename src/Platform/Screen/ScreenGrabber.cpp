@@ -1,7 +1,7 @@
-#include "ScreenGrabber.h"
+#include "Platform/Screen/ScreenGrabber.h"
 
-#include "ScreenshotPortal.h"
-#include "WaylandSession.h"
+#include "Platform/Desktop/WaylandSession.h"
+#include "Platform/Screen/ScreenshotPortal.h"
 
 #include <QGuiApplication>
 #include <QPixmap>

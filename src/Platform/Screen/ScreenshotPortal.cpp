@@ -1,8 +1,8 @@
-#include "ScreenshotPortal.h"
+#include "Platform/Screen/ScreenshotPortal.h"
 
-#include "Background.h"
-#include "PortalRequest.h"
-#include "ScreenGrabber.h"
+#include "Platform/Core/Background.h"
+#include "Platform/Desktop/PortalRequest.h"
+#include "Platform/Screen/ScreenGrabber.h"
 
 #include <QFile>
 #include <QScopedPointer>

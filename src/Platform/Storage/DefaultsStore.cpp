@@ -1,7 +1,7 @@
-#include "DefaultsStore.h"
+#include "Platform/Storage/DefaultsStore.h"
 
-#include "DefaultsText.h"
-#include "Log.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Storage/DefaultsText.h"
 
 #include <QDir>
 #include <QFile>

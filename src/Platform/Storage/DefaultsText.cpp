@@ -1,4 +1,4 @@
-#include "DefaultsText.h"
+#include "Platform/Storage/DefaultsText.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,4 +1,4 @@
-#include "SecretServiceClient.h"
+#include "Platform/Storage/SecretServiceClient.h"
 
 #include <libsecret/secret.h>
 

@@ -1,8 +1,8 @@
-#include "SecretStore.h"
+#include "Platform/Storage/SecretStore.h"
 
-#include "Dispatch.h"
-#include "Log.h"
-#include "SecretServiceWatch.h"
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Storage/SecretServiceWatch.h"
 
 #include <QCoreApplication>
 
@@ -16,7 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 
 // How long the main thread waits for an answer, and at the end for the last changes.
-constexpr auto patience = 3s;
+constexpr auto answerTimeout = 3s;
 
 // Reads are answered by the watch's thread, which never prompts. Writes and deletions are carried out in
 // order by a thread of their own, which may stand in front of a prompt for minutes. What is not carried out
@@ -85,7 +85,7 @@ private:
     bool m_named = false;       // someone owns the service's name now
     bool m_everPresent = false; // a service that is away now may come back
     bool m_unreachable = false; // nobody owns the name, and nobody could be started
-    bool m_stalled = false;     // an answer takes longer than our patience
+    bool m_stalled = false;     // an answer takes longer than the timeout
     bool m_sawLocked = false;   // and nothing has told of an unlocking since
     bool m_owesNews = false;    // a read failed that may succeed later
     bool m_working = false;
@@ -108,7 +108,7 @@ SecretServiceStore::~SecretServiceStore() {
         std::unique_lock lock(m_mutex);
         m_stopping = true;
         m_work.notify_all();
-        m_answered.wait_for(lock, patience,
+        m_answered.wait_for(lock, answerTimeout,
                             [this] { return m_prompting || (m_queue.empty() && !m_working); });
         m_abandoned = true;
     }
@@ -192,7 +192,7 @@ SecretStore::Reading SecretServiceStore::ask(const Key& key) {
     }
     std::unique_lock lock(m_mutex);
     const auto isAnswered = [&question] { return question->answer.has_value(); };
-    if (m_answered.wait_for(lock, patience, isAnswered)) {
+    if (m_answered.wait_for(lock, answerTimeout, isAnswered)) {
         return *question->answer;
     }
     question->givenUp = true;

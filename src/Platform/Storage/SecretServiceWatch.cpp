@@ -1,4 +1,4 @@
-#include "SecretServiceWatch.h"
+#include "Platform/Storage/SecretServiceWatch.h"
 
 #include <gio/gio.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SecretServiceClient.h"
+#include "Platform/Storage/SecretServiceClient.h"
 
 #include <deque>
 #include <functional>

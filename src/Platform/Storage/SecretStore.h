@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Secret.h"
+#include "Platform/Core/Secret.h"
 
 #include <QByteArray>
 #include <QObject>

@@ -1,6 +1,6 @@
-#include "DebianPackage.h"
+#include "Platform/Update/DebianPackage.h"
 
-#include "UpdateError.h"
+#include "Platform/Update/UpdateError.h"
 
 #include <QProcess>
 

@@ -1,4 +1,4 @@
-#include "SPUStandardUserDriver.h"
+#include "Platform/Update/SPUStandardUserDriver.h"
 
 namespace platform {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Appcast.h"
+#include "Platform/Update/Appcast.h"
 
 #include <QObject>
 

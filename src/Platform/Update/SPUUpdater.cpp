@@ -1,7 +1,7 @@
-#include "SPUUpdater.h"
+#include "Platform/Update/SPUUpdater.h"
 
-#include "Tasks.h"
-#include "UpdateAddress.h"
+#include "Platform/Core/Tasks.h"
+#include "Platform/Update/UpdateAddress.h"
 
 #include <QSysInfo>
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "ApplicationInfo.h"
-#include "Clock.h"
-#include "DefaultsStore.h"
-#include "SPUStandardUserDriver.h"
-#include "SPUUpdaterDelegate.h"
-#include "SystemAccess.h"
-#include "UpdateDownload.h"
+#include "Platform/Core/Clock.h"
+#include "Platform/Desktop/ApplicationInfo.h"
+#include "Platform/Desktop/SystemAccess.h"
+#include "Platform/Storage/DefaultsStore.h"
+#include "Platform/Update/SPUStandardUserDriver.h"
+#include "Platform/Update/SPUUpdaterDelegate.h"
+#include "Platform/Update/UpdateDownload.h"
 
 #include <QPointer>
 

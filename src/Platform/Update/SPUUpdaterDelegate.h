@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Appcast.h"
-#include "HttpClient.h"
-#include "UpdateError.h"
+#include "Platform/Network/HttpClient.h"
+#include "Platform/Update/Appcast.h"
+#include "Platform/Update/UpdateError.h"
 
 namespace platform {
 

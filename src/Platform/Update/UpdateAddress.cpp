@@ -1,6 +1,6 @@
-#include "UpdateAddress.h"
+#include "Platform/Update/UpdateAddress.h"
 
-#include "UpdateError.h"
+#include "Platform/Update/UpdateError.h"
 
 namespace platform {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HttpClient.h"
+#include "Platform/Network/HttpClient.h"
 
 namespace platform {
 

@@ -1,10 +1,10 @@
-#include "UpdateDownload.h"
+#include "Platform/Update/UpdateDownload.h"
 
-#include "Background.h"
-#include "DebianPackage.h"
-#include "Tasks.h"
-#include "UpdateAddress.h"
-#include "UpdateVersion.h"
+#include "Platform/Core/Background.h"
+#include "Platform/Core/Tasks.h"
+#include "Platform/Update/DebianPackage.h"
+#include "Platform/Update/UpdateAddress.h"
+#include "Platform/Update/UpdateVersion.h"
 
 #include <QCryptographicHash>
 #include <QDir>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Appcast.h"
-#include "HttpClient.h"
-#include "UpdateError.h"
-#include "UpdateKey.h"
+#include "Platform/Network/HttpClient.h"
+#include "Platform/Update/Appcast.h"
+#include "Platform/Update/UpdateError.h"
+#include "Platform/Update/UpdateKey.h"
 
 #include <QFile>
 #include <QObject>

@@ -1,6 +1,6 @@
-#include "UpdateKey.h"
+#include "Platform/Update/UpdateKey.h"
 
-#include "UpdateError.h"
+#include "Platform/Update/UpdateError.h"
 
 #include <QFile>
 

@@ -1,4 +1,4 @@
-#include "UpdateVersion.h"
+#include "Platform/Update/UpdateVersion.h"
 
 #include <QList>
 

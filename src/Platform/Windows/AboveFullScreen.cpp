@@ -1,8 +1,8 @@
-#include "AboveFullScreen.h"
+#include "Platform/Windows/AboveFullScreen.h"
 
-#include "Log.h"
-#include "QuietWindow.h"
-#include "XcbWindow.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Windows/QuietWindow.h"
+#include "Platform/Windows/XcbWindow.h"
 
 #include <QGuiApplication>
 #include <QRect>
@@ -15,7 +15,7 @@ namespace platform {
 
 namespace {
 
-constexpr int patience = 1000; // ms, for the window manager to have restacked
+constexpr int restackTimeout = 1000; // ms, for the window manager to have restacked
 
 bool isFullScreen(xcb_window_t window) {
     return x11::holds(window, "_NET_WM_STATE", x11::atom("_NET_WM_STATE_FULLSCREEN")) &&
@@ -115,7 +115,7 @@ void AboveFullScreen::standFor(quint32 rival) {
     if (rival != XCB_WINDOW_NONE) {
         xcb_change_property(x, XCB_PROP_MODE_REPLACE, x11::idOf(m_window), XCB_ATOM_WM_TRANSIENT_FOR,
                             XCB_ATOM_WINDOW, 32, 1, &rival);
-        QTimer::singleShot(patience, this, &AboveFullScreen::checkPlace);
+        QTimer::singleShot(restackTimeout, this, &AboveFullScreen::checkPlace);
     } else {
         xcb_delete_property(x, x11::idOf(m_window), XCB_ATOM_WM_TRANSIENT_FOR);
         // A window goes where its dialogs' owner goes.

@@ -1,4 +1,4 @@
-#include "CursorRest.h"
+#include "Platform/Windows/CursorRest.h"
 
 #include <QEvent>
 #include <QGuiApplication>

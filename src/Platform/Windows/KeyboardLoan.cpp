@@ -1,6 +1,6 @@
-#include "KeyboardLoan.h"
+#include "Platform/Windows/KeyboardLoan.h"
 
-#include "XcbWindow.h"
+#include "Platform/Windows/XcbWindow.h"
 
 #include <QWindow>
 

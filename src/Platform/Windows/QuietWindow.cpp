@@ -1,6 +1,6 @@
-#include "QuietWindow.h"
+#include "Platform/Windows/QuietWindow.h"
 
-#include "XcbWindow.h"
+#include "Platform/Windows/XcbWindow.h"
 
 #include <QRegion>
 #include <QVariant>

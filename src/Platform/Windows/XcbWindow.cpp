@@ -1,4 +1,4 @@
-#include "XcbWindow.h"
+#include "Platform/Windows/XcbWindow.h"
 
 #include <QGuiApplication>
 #include <QWindow>

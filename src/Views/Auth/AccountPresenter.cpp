@@ -1,7 +1,9 @@
-#include "AccountPresenter.h"
+#include "Views/Auth/AccountPresenter.h"
 
-#include "ClerkAuthService.h"
-#include "Tasks.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/ClerkAuthService.h"
+
+namespace corvane {
 
 AccountPresenter::AccountPresenter(ClerkAuthService& auth)
     : m_auth(auth) {
@@ -36,3 +38,5 @@ QCoro::Task<void> AccountPresenter::runSignOut() {
     m_isSigningOut = false;
     Q_EMIT changed();
 }
+
+} // namespace corvane

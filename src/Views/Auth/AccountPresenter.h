@@ -4,6 +4,8 @@
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
+namespace corvane {
+
 class ClerkAuthService;
 
 // Who is signed in, and the way out. Main thread.
@@ -34,3 +36,5 @@ private:
     bool m_isSigningOut = false;
     QString m_errorMessage;
 };
+
+} // namespace corvane

@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Auth
-import Corvane.Shared
+import Corvane
 
 // Who is signed in, and the way out.
 Item {

@@ -1,7 +1,6 @@
 import QtQuick
-import Corvane.Auth
+import Corvane
 import QtQuick.Templates as T
-import Corvane.Shared
 
 // A text field of the sign-in card.
 T.TextField {

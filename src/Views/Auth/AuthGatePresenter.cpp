@@ -1,6 +1,8 @@
-#include "AuthGatePresenter.h"
+#include "Views/Auth/AuthGatePresenter.h"
 
-#include "ClerkAuthService.h"
+#include "Services/ClerkAuthService.h"
+
+namespace corvane {
 
 AuthGatePresenter::AuthGatePresenter(ClerkAuthService& auth, platform::SystemAccess& systemAccess,
                                      QString platformSignUpUrl)
@@ -27,3 +29,5 @@ void AuthGatePresenter::followState() {
     // The view lets go of the old one before it goes.
     Q_EMIT changed();
 }
+
+} // namespace corvane

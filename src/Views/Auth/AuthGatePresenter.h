@@ -1,7 +1,9 @@
 #pragma once
 
-#include "AccountPresenter.h"
-#include "SignInPresenter.h"
+#include "Views/Auth/AccountPresenter.h"
+#include "Views/Auth/SignInPresenter.h"
+
+namespace corvane {
 
 // Keeps the dashboard behind the sign-in card. Main thread.
 class AuthGatePresenter : public QObject {
@@ -38,3 +40,5 @@ private:
     // Replaced from within its own work.
     std::unique_ptr<SignInPresenter, DeleteLater> m_signIn;
 };
+
+} // namespace corvane

@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Auth
+import Corvane
 
 // The content while somebody is signed in, the sign-in card otherwise.
 Item {

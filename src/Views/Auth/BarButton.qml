@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Auth
-import Corvane.Shared
+import Corvane
 
 // A button across the whole width, black, with a symbol behind its text.
 BaseButton {

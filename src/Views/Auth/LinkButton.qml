@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Auth
-import Corvane.Shared
+import Corvane
 
 // A quiet button that is only its text.
 BaseButton {

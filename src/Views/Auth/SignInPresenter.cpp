@@ -1,9 +1,11 @@
-#include "SignInPresenter.h"
+#include "Views/Auth/SignInPresenter.h"
 
-#include "SystemAccess.h"
-#include "Tasks.h"
+#include "Platform/Core/Tasks.h"
+#include "Platform/Desktop/SystemAccess.h"
 
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -84,3 +86,5 @@ void SignInPresenter::openPlatform() {
     m_browserIsMissing = !m_systemAccess.open(m_platformSignUpUrl);
     Q_EMIT changed();
 }
+
+} // namespace corvane

@@ -1,12 +1,14 @@
 #pragma once
 
-#include "SignInViewModel.h"
+#include "ViewModels/SignInViewModel.h"
 
 #include <QtQml/qqmlregistration.h>
 
 namespace platform {
 class SystemAccess;
 }
+
+namespace corvane {
 
 // The sign-in card: what each of its faces says, and what its fields accept. Main thread.
 class SignInPresenter : public QObject {
@@ -59,3 +61,5 @@ private:
     const QString m_platformSignUpUrl;
     bool m_browserIsMissing = false;
 };
+
+} // namespace corvane

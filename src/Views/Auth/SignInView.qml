@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Auth
-import Corvane.Shared
+import Corvane
 
 // The sign-in card in the middle of the window.
 Rectangle {

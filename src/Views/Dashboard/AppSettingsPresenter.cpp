@@ -1,7 +1,9 @@
-#include "AppSettingsPresenter.h"
+#include "Views/Dashboard/AppSettingsPresenter.h"
 
-#include "SettingsViewModel.h"
-#include "SystemAccess.h"
+#include "Platform/Desktop/SystemAccess.h"
+#include "ViewModels/SettingsViewModel.h"
+
+namespace corvane {
 
 AppSettingsPresenter::AppSettingsPresenter(SettingsViewModel& settings, const platform::SystemAccess& access)
     : m_settings(settings)
@@ -115,3 +117,5 @@ QString AppSettingsPresenter::contentProtectionNote() const {
                : QStringLiteral("This desktop cannot hide windows from screen sharing. "
                                 "Anyone you share the screen with sees the bar.");
 }
+
+} // namespace corvane

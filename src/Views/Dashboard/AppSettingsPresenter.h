@@ -6,12 +6,14 @@
 
 #include <memory>
 
-class SettingsViewModel;
-struct CustomAIProvider;
-
 namespace platform {
 class SystemAccess;
 }
+
+namespace corvane {
+
+class SettingsViewModel;
+struct CustomAIProvider;
 
 // The page of the program's own settings: theme, transparency and the four switches.
 class AppSettingsPresenter : public QObject {
@@ -76,3 +78,5 @@ private:
     const platform::SystemAccess& m_access;
     std::unique_ptr<QObject> m_updater;
 };
+
+} // namespace corvane

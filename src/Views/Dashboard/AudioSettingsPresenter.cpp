@@ -1,11 +1,13 @@
-#include "AudioSettingsPresenter.h"
+#include "Views/Dashboard/AudioSettingsPresenter.h"
 
-#include "AudioCaptureService.h"
-#include "SettingsViewModel.h"
-#include "SystemAccess.h"
-#include "Tasks.h"
+#include "Platform/Core/Tasks.h"
+#include "Platform/Desktop/SystemAccess.h"
+#include "Services/AudioCaptureService.h"
+#include "ViewModels/SettingsViewModel.h"
 
 #include <QPointer>
+
+namespace corvane {
 
 namespace {
 
@@ -119,3 +121,5 @@ void AudioSettingsPresenter::setSetupNotice(const QString& notice) {
         Q_EMIT setupNoticeChanged();
     }
 }
+
+} // namespace corvane

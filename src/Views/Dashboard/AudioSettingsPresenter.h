@@ -1,6 +1,6 @@
 #pragma once
 
-#include "AudioModels.h"
+#include "Models/AudioModels.h"
 
 #include <QCoroTask>
 #include <QList>
@@ -10,12 +10,14 @@
 
 #include <optional>
 
-class AudioCaptureService;
-class SettingsViewModel;
-
 namespace platform {
 class SystemAccess;
 }
+
+namespace corvane {
+
+class AudioCaptureService;
+class SettingsViewModel;
 
 // The page of the audio devices. The lists are those of the page's last appearance.
 class AudioSettingsPresenter : public QObject {
@@ -70,3 +72,5 @@ private:
     QString m_setupNotice;
     int m_loading = 0; // which loading counts: the last one
 };
+
+} // namespace corvane

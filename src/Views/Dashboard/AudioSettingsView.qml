@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Dashboard
-import Corvane.Shared
+import Corvane
 
 ScrollPage {
     id: page

@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Dashboard
-import Corvane.Shared
+import Corvane
 
 // The state of the link to the backend, and the way to renew it.
 Rectangle {

@@ -1,12 +1,14 @@
-#include "CorvaneSetupPresenter.h"
+#include "Views/Dashboard/CorvaneSetupPresenter.h"
 
-#include "CorvaneAPIService.h"
-#include "DatabaseService.h"
-#include "Tasks.h"
-#include "WebSocketService.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/CorvaneAPIService.h"
+#include "Services/DatabaseService.h"
+#include "Services/WebSocketService.h"
 
 #include <QPointer>
 #include <QScopeGuard>
+
+namespace corvane {
 
 namespace {
 
@@ -111,3 +113,5 @@ void CorvaneSetupPresenter::setSavingUrl(bool saving) {
         Q_EMIT isSavingUrlChanged();
     }
 }
+
+} // namespace corvane

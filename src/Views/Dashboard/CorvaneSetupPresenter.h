@@ -5,6 +5,8 @@
 #include <QString>
 #include <qqmlregistration.h>
 
+namespace corvane {
+
 class CorvaneAPIService;
 class DatabaseService;
 class WebSocketService;
@@ -73,3 +75,5 @@ private:
     QString m_savedUrl;
     bool m_isSavingUrl = false;
 };
+
+} // namespace corvane

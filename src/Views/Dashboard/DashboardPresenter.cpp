@@ -1,11 +1,13 @@
-#include "DashboardPresenter.h"
+#include "Views/Dashboard/DashboardPresenter.h"
 
-#include "ApplicationWindows.h"
-#include "DashboardViewModel.h"
+#include "ViewModels/ApplicationWindows.h"
+#include "ViewModels/DashboardViewModel.h"
 
 #include <QVariantMap>
 
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -61,3 +63,5 @@ void DashboardPresenter::showAccount() {
 void DashboardPresenter::quit() {
     m_windows.terminate();
 }
+
+} // namespace corvane

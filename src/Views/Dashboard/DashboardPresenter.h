@@ -1,12 +1,14 @@
 #pragma once
 
-#include "AppSettingsPresenter.h"
-#include "AudioSettingsPresenter.h"
-#include "AuthGatePresenter.h"
-#include "CorvaneSetupPresenter.h"
-#include "ShortcutsPresenter.h"
+#include "Views/Auth/AuthGatePresenter.h"
+#include "Views/Dashboard/AppSettingsPresenter.h"
+#include "Views/Dashboard/AudioSettingsPresenter.h"
+#include "Views/Dashboard/CorvaneSetupPresenter.h"
+#include "Views/Dashboard/ShortcutsPresenter.h"
 
 #include <QVariantList>
+
+namespace corvane {
 
 class ApplicationWindows;
 class DashboardViewModel;
@@ -63,3 +65,5 @@ private:
     ApplicationWindows& m_windows;
     const QString m_version;
 };
+
+} // namespace corvane

@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Dashboard
-import Corvane.Shared
+import Corvane
 
 // The pages, the version and the way out.
 Rectangle {

@@ -1,7 +1,5 @@
 import QtQuick
-import Corvane.Dashboard
-import Corvane.Auth
-import Corvane.Shared
+import Corvane
 
 // The dashboard's root: a sidebar and the page that is open, behind the sign-in card.
 Rectangle {

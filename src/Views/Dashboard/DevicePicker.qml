@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Dashboard
-import Corvane.Shared
+import Corvane
 
 // A section of the audio page: one device of one kind.
 Column {

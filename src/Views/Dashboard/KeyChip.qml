@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 import QtQuick.Templates as T
 
 // The keys of a shortcut; a click or a key on it asks for others by recordingWanted().

@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Dashboard
-import Corvane.Shared
+import Corvane
 
 // One action of the shortcuts page: what it does, its keys, its switch, and what there is to say about it.
 Item {

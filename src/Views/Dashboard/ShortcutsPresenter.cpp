@@ -1,13 +1,15 @@
-#include "ShortcutsPresenter.h"
+#include "Views/Dashboard/ShortcutsPresenter.h"
 
-#include "SettingsViewModel.h"
-#include "ShortcutService.h"
+#include "Services/ShortcutService.h"
+#include "ViewModels/SettingsViewModel.h"
 
 #include <QVariantMap>
 
 #include <algorithm>
 #include <array>
 #include <utility>
+
+namespace corvane {
 
 using platform::KeyReach;
 
@@ -245,3 +247,5 @@ void ShortcutsPresenter::setResetNote(const QString& note) {
         Q_EMIT resetNoteChanged();
     }
 }
+
+} // namespace corvane

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "KeyMonitor.h"
-#include "ShortcutModels.h"
+#include "Models/ShortcutModels.h"
+#include "Platform/Input/KeyMonitor.h"
 
 #include <QObject>
 #include <QStringList>
@@ -9,6 +9,8 @@
 #include <qqmlregistration.h>
 
 #include <optional>
+
+namespace corvane {
 
 class SettingsViewModel;
 class ShortcutService;
@@ -78,3 +80,5 @@ private:
     QString m_recordedKey; // pressed for m_recordingAction, and in use
     QString m_resetNote;
 };
+
+} // namespace corvane

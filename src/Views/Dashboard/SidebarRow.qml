@@ -1,7 +1,6 @@
 import QtQuick
-import Corvane.Dashboard
+import Corvane
 import QtQuick.Templates as T
-import Corvane.Shared
 
 // A row of the sidebar: a symbol and a title.
 T.ItemDelegate {

@@ -1,6 +1,8 @@
-#include "AssessmentSections.h"
+#include "Views/Overlay/AssessmentSections.h"
 
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -75,3 +77,5 @@ QList<AssessmentSection> parseAssessmentSections(const QString& assessmentText) 
     flush();
     return sections;
 }
+
+} // namespace corvane

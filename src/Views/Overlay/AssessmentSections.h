@@ -3,6 +3,8 @@
 #include <QList>
 #include <QString>
 
+namespace corvane {
+
 // A titled part of the assessment.
 struct AssessmentSection {
     enum Kind { overview, comment, recommendation };
@@ -30,3 +32,5 @@ QString sectionHeaderType(QStringView line);
 AssessmentSection::Kind sectionKind(const QString& headerType);
 
 QList<AssessmentSection> parseAssessmentSections(const QString& assessmentText);
+
+} // namespace corvane

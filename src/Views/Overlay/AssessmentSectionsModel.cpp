@@ -1,6 +1,8 @@
-#include "AssessmentSectionsModel.h"
+#include "Views/Overlay/AssessmentSectionsModel.h"
 
 #include <algorithm>
+
+namespace corvane {
 
 int AssessmentSectionsModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
@@ -122,3 +124,5 @@ void AssessmentSectionsModel::returnToLineStart() {
     }
     m_state = m_lineStart;
 }
+
+} // namespace corvane

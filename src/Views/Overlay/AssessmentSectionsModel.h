@@ -1,13 +1,15 @@
 #pragma once
 
-#include "AssessmentSections.h"
-#include "StreamedText.h"
+#include "Views/Overlay/AssessmentSections.h"
+#include "Views/Shared/StreamedText.h"
 
 #include <QAbstractListModel>
 #include <qqmlregistration.h>
 
 #include <memory>
 #include <vector>
+
+namespace corvane {
 
 // The sections of an assessment that arrives in pieces: at every moment what parseAssessmentSections gives
 // for the text so far. A piece touches the rows that it changes and no others.
@@ -58,3 +60,5 @@ private:
     bool m_hasText = false;
     size_t m_firstTouched = 0;
 };
+
+} // namespace corvane

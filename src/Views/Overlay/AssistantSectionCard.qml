@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Overlay
-import Corvane.Shared
+import Corvane
 
 // A titled text of the assistant, in its tone: a colour role, "secondary" for a neutral one.
 CardSurface {

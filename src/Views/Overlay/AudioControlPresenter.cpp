@@ -1,11 +1,13 @@
-#include "AudioControlPresenter.h"
+#include "Views/Overlay/AudioControlPresenter.h"
 
-#include "CompletionViewModel.h"
-#include "InterviewId.h"
-#include "InterviewViewModel.h"
-#include "SettingsViewModel.h"
+#include "ViewModels/CompletionViewModel.h"
+#include "ViewModels/InterviewViewModel.h"
+#include "ViewModels/SettingsViewModel.h"
+#include "Views/Overlay/InterviewId.h"
 
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -107,3 +109,5 @@ void AudioControlPresenter::press() {
         return;
     }
 }
+
+} // namespace corvane

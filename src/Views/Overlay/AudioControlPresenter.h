@@ -4,6 +4,8 @@
 #include <QString>
 #include <qqmlregistration.h>
 
+namespace corvane {
+
 class CompletionViewModel;
 class InterviewViewModel;
 class SettingsViewModel;
@@ -58,3 +60,5 @@ private:
     SettingsViewModel& m_settings;
     Face m_face;
 };
+
+} // namespace corvane

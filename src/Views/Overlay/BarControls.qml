@@ -1,7 +1,6 @@
 import QtQuick
-import Corvane.Overlay
+import Corvane
 import QtQuick.Layouts
-import Corvane.Shared
 
 // The bar itself: everything needed during a call, in one row.
 Material {

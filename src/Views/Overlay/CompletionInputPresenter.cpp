@@ -1,10 +1,12 @@
-#include "CompletionInputPresenter.h"
+#include "Views/Overlay/CompletionInputPresenter.h"
 
-#include "CompletionViewModel.h"
-#include "InterviewId.h"
-#include "InterviewViewModel.h"
-#include "OverlayViewModel.h"
-#include "StatusLine.h"
+#include "ViewModels/CompletionViewModel.h"
+#include "ViewModels/InterviewViewModel.h"
+#include "ViewModels/OverlayViewModel.h"
+#include "Views/Overlay/InterviewId.h"
+#include "Views/Overlay/StatusLine.h"
+
+namespace corvane {
 
 CompletionInputPresenter::CompletionInputPresenter(InterviewViewModel& interview,
                                                    CompletionViewModel& completion, OverlayViewModel& overlay)
@@ -79,3 +81,5 @@ void CompletionInputPresenter::submit() {
         m_interview.startInterviewWithId();
     }
 }
+
+} // namespace corvane

@@ -4,6 +4,8 @@
 #include <QString>
 #include <qqmlregistration.h>
 
+namespace corvane {
+
 class CompletionViewModel;
 class InterviewViewModel;
 class OverlayViewModel;
@@ -66,3 +68,5 @@ private:
     Face m_face;
     bool m_isFocused = false;
 };
+
+} // namespace corvane

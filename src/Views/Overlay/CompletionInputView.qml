@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Overlay
-import Corvane.Shared
+import Corvane
 
 // The id field before an interview, the interview's state during one.
 Item {

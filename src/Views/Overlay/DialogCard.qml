@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Overlay
-import Corvane.Shared
+import Corvane
 
 // A question of the bar and its answers. The first answer cancels and has the keyboard.
 Material {

@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Overlay
+import Corvane
 
 // The pace of every change on the bar.
 NumberAnimation {

@@ -1,7 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
-import Corvane.Overlay
-import Corvane.Shared
+import Corvane
 
 // A list that follows its end when it is asked to. What is far out of sight costs nothing.
 ListView {

@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Overlay
-import Corvane.Shared
+import Corvane
 
 // Two lines in the place of something that is not there yet.
 CardSurface {

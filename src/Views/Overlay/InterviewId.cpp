@@ -1,4 +1,6 @@
-#include "InterviewId.h"
+#include "Views/Overlay/InterviewId.h"
+
+namespace corvane {
 
 namespace {
 
@@ -28,3 +30,5 @@ std::optional<QString> extractUUID(const QString& text) {
 }
 
 } // namespace interviewId
+
+} // namespace corvane

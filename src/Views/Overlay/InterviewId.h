@@ -5,6 +5,8 @@
 
 #include <optional>
 
+namespace corvane {
+
 // The form of an interview id: a UUID of version 4, in either case.
 namespace interviewId {
 
@@ -19,3 +21,5 @@ bool isValid(const QString& text);
 std::optional<QString> extractUUID(const QString& text);
 
 } // namespace interviewId
+
+} // namespace corvane

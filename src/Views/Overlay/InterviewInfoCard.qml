@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Overlay
-import Corvane.Shared
+import Corvane
 
 // The topic of the plan or the question to ask next, with the way to the ones before and after it.
 CardSurface {

@@ -1,9 +1,11 @@
-#include "InterviewModesPresenter.h"
+#include "Views/Overlay/InterviewModesPresenter.h"
 
-#include "InterviewViewModel.h"
-#include "StatusLine.h"
+#include "ViewModels/InterviewViewModel.h"
+#include "Views/Overlay/StatusLine.h"
 
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -122,3 +124,5 @@ void InterviewModesPresenter::select(int segment) {
 void InterviewModesPresenter::toggleManualMode() {
     m_interview.setManualMode(!m_interview.manualMode());
 }
+
+} // namespace corvane

@@ -5,6 +5,8 @@
 #include <QStringList>
 #include <qqmlregistration.h>
 
+namespace corvane {
+
 class InterviewViewModel;
 
 // The three exclusive modes of a running interview, laid over the two flags that the backend knows, and the
@@ -56,3 +58,5 @@ private:
     InterviewViewModel& m_interview;
     Face m_face;
 };
+
+} // namespace corvane

@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Overlay
-import Corvane.Shared
+import Corvane
 
 // Marks the end of the candidate's answer. Moves in from the bottom edge and back out.
 BaseButton {

@@ -1,7 +1,6 @@
 import QtQuick
-import Corvane.Overlay
+import Corvane
 import QtQuick.Templates as T
-import Corvane.Shared
 
 // One of several modes, of which one is active.
 T.RadioButton {

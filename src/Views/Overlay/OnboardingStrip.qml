@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Overlay
-import Corvane.Shared
+import Corvane
 
 // Invites to the onboarding video, until it has been seen or dismissed.
 Material {

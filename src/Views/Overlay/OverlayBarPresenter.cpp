@@ -1,14 +1,16 @@
-#include "OverlayBarPresenter.h"
+#include "Views/Overlay/OverlayBarPresenter.h"
 
-#include "ApplicationWindows.h"
-#include "CompletionViewModel.h"
-#include "DefaultsStore.h"
-#include "InterviewViewModel.h"
-#include "OverlayViewModel.h"
-#include "SettingsViewModel.h"
-#include "StatusLine.h"
-#include "SystemAccess.h"
-#include "WebSocketService.h"
+#include "Platform/Desktop/SystemAccess.h"
+#include "Platform/Storage/DefaultsStore.h"
+#include "Services/WebSocketService.h"
+#include "ViewModels/ApplicationWindows.h"
+#include "ViewModels/CompletionViewModel.h"
+#include "ViewModels/InterviewViewModel.h"
+#include "ViewModels/OverlayViewModel.h"
+#include "ViewModels/SettingsViewModel.h"
+#include "Views/Overlay/StatusLine.h"
+
+namespace corvane {
 
 namespace {
 
@@ -245,3 +247,5 @@ void OverlayBarPresenter::reportDrawn(const QVariantList& rects) {
         Q_EMIT drawnRegionChanged();
     }
 }
+
+} // namespace corvane

@@ -1,21 +1,23 @@
 #pragma once
 
-#include "AudioControlPresenter.h"
-#include "CompletionInputPresenter.h"
-#include "InterviewModesPresenter.h"
-#include "ResponsePopoverPresenter.h"
-#include "WsStatusPresenter.h"
+#include "Views/Overlay/AudioControlPresenter.h"
+#include "Views/Overlay/CompletionInputPresenter.h"
+#include "Views/Overlay/InterviewModesPresenter.h"
+#include "Views/Overlay/ResponsePopoverPresenter.h"
+#include "Views/Overlay/WsStatusPresenter.h"
 
 #include <QRegion>
 #include <QVariantList>
-
-class ApplicationWindows;
-class OverlayViewModel;
 
 namespace platform {
 class DefaultsStore;
 class SystemAccess;
 } // namespace platform
+
+namespace corvane {
+
+class ApplicationWindows;
+class OverlayViewModel;
 
 // The floating bar and what hangs under it: a dialog, the response or the onboarding strip. Main thread.
 class OverlayBarPresenter : public QObject {
@@ -131,3 +133,5 @@ private:
     Face m_face;
     QRegion m_drawnRegion;
 };
+
+} // namespace corvane

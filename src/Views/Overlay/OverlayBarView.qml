@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Shared
-import Corvane.Overlay
+import Corvane
 
 // Root of the floating panel: the bar, and under it a dialog, the response or the onboarding strip.
 FocusScope {

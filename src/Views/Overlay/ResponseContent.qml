@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Overlay
-import Corvane.Shared
+import Corvane
 
 // What the assistant has to say, or why it says nothing yet.
 FollowingListView {

@@ -1,15 +1,17 @@
-#include "ResponsePopoverPresenter.h"
+#include "Views/Overlay/ResponsePopoverPresenter.h"
 
-#include "CompletionViewModel.h"
-#include "InterviewViewModel.h"
-#include "SettingsViewModel.h"
-#include "SystemAccess.h"
-#include "Tasks.h"
+#include "Platform/Core/Tasks.h"
+#include "Platform/Desktop/SystemAccess.h"
+#include "ViewModels/CompletionViewModel.h"
+#include "ViewModels/InterviewViewModel.h"
+#include "ViewModels/SettingsViewModel.h"
 
 #include <QUrl>
 
 #include <algorithm>
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -291,3 +293,5 @@ void ResponsePopoverPresenter::openLink(const QString& address) {
         m_systemAccess.open(address);
     }
 }
+
+} // namespace corvane

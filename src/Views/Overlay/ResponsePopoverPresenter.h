@@ -1,19 +1,21 @@
 #pragma once
 
-#include "AssessmentSectionsModel.h"
-#include "StreamedText.h"
+#include "Views/Overlay/AssessmentSectionsModel.h"
+#include "Views/Shared/StreamedText.h"
 
 #include <QObject>
 #include <QTimer>
 #include <qqmlregistration.h>
 
-class CompletionViewModel;
-class InterviewViewModel;
-class SettingsViewModel;
-
 namespace platform {
 class SystemAccess;
 }
+
+namespace corvane {
+
+class CompletionViewModel;
+class InterviewViewModel;
+class SettingsViewModel;
 
 // What the card under the bar shows: banners, the plan or the question to ask next, and the running
 // assessment. Takes up changes at most once a frame. Main thread.
@@ -163,3 +165,5 @@ private:
     AssessmentSectionsModel m_assessment;
     Face m_face;
 };
+
+} // namespace corvane

@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Overlay
-import Corvane.Shared
+import Corvane
 
 // The card under the bar: banners, the plan or the question to ask next, and the running assessment.
 Item {

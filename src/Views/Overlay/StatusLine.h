@@ -1,8 +1,10 @@
 #pragma once
 
-#include "InterviewModels.h"
+#include "Models/InterviewModels.h"
 
 #include <array>
+
+namespace corvane {
 
 // What the bar says about the interview's status.
 struct StatusLine {
@@ -30,3 +32,5 @@ constexpr const StatusLine& statusLine(InterviewStatus status) {
     }
     return statusLines.front();
 }
+
+} // namespace corvane

@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Overlay
-import Corvane.Shared
+import Corvane
 
 // Says what is wrong with the link, and offers the way out.
 Rectangle {

@@ -1,8 +1,10 @@
-#include "WsStatusPresenter.h"
+#include "Views/Overlay/WsStatusPresenter.h"
 
-#include "ApplicationWindows.h"
-#include "SettingsViewModel.h"
-#include "WebSocketService.h"
+#include "Services/WebSocketService.h"
+#include "ViewModels/ApplicationWindows.h"
+#include "ViewModels/SettingsViewModel.h"
+
+namespace corvane {
 
 using namespace std::chrono_literals;
 
@@ -93,3 +95,5 @@ void WsStatusPresenter::act() {
         m_webSocket.manualReconnect();
     }
 }
+
+} // namespace corvane

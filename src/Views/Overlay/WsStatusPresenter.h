@@ -1,10 +1,12 @@
 #pragma once
 
-#include "Clock.h"
+#include "Platform/Core/Clock.h"
 
 #include <QObject>
 #include <QString>
 #include <qqmlregistration.h>
+
+namespace corvane {
 
 class ApplicationWindows;
 class SettingsViewModel;
@@ -69,3 +71,5 @@ private:
     // Runs from the beginning of an issue until the icon appears, or the issue is gone.
     std::unique_ptr<platform::Timer> m_wait;
 };
+
+} // namespace corvane

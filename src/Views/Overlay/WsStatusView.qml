@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Overlay
-import Corvane.Shared
+import Corvane
 
 // The sign of a link in trouble; its explanation is WsStatusPopover.
 IconButton {

@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 
 // A notice across the width: a symbol, a title, a line and buttons behind them.
 Rectangle {

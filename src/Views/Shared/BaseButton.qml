@@ -1,6 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
-import Corvane.Shared
+import Corvane
 
 // What the buttons do alike: Return and Enter press them as the space bar does, and so does assistive technology, to which
 // their text is their name.

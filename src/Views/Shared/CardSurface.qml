@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 
 // The plain background of a card.
 Rectangle {

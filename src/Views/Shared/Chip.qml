@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 
 // A short label on a small rounded ground.
 Rectangle {

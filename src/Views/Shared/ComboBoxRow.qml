@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 import QtQuick.Templates as T
 
 // A row of a FormComboBox's list.

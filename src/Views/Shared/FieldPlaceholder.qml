@@ -1,6 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
-import Corvane.Shared
+import Corvane
 
 // What an empty field says in the place of its text.
 Text {

@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 
 // Shows where the keyboard is. Fill the control with it.
 Rectangle {

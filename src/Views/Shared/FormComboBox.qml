@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 import QtQuick.Templates as T
 
 // One choice of a list that opens under it. It shows `row`, nothing for -1, and only asks for a change by

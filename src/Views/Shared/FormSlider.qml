@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 import QtQuick.Templates as T
 
 // A value on a line, in steps. The arrows step too.

@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 
 // A switch with its label, and an optional line under it. It shows `on` and only asks for a change: clicked()
 // has to bring the new value.

@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 import QtQuick.Templates as T
 
 // A field for one line of text. `label` is its name for those who do not see it.

@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 
 // A button that is only a symbol. Its tip is its name.
 BaseButton {

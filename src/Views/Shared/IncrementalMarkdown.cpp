@@ -1,6 +1,8 @@
-#include "IncrementalMarkdown.h"
+#include "Views/Shared/IncrementalMarkdown.h"
 
 #include <algorithm>
+
+namespace corvane {
 
 std::optional<qsizetype> IncrementalMarkdown::update(QStringView source, qsizetype unchanged) {
     if (unchanged < m_settled.source) {
@@ -49,3 +51,5 @@ std::optional<qsizetype> IncrementalMarkdown::replaceTail(qsizetype at, InlineTe
     m_shown.text += QStringView(tail.text).sliced(same - at);
     return changed ? std::optional(same) : std::nullopt;
 }
+
+} // namespace corvane

@@ -1,8 +1,10 @@
 #pragma once
 
-#include "InlineMarkdown.h"
+#include "Views/Shared/InlineMarkdown.h"
 
 #include <optional>
+
+namespace corvane {
 
 // Inline markdown of a text that grows. Parses the part that later text can still change, and no more, as
 // long as nothing long ago was left open that new text could close.
@@ -21,3 +23,5 @@ private:
     MarkdownCut m_next;    // where parsing goes on; what is open before it may still be closed
     InlineText m_shown;
 };
+
+} // namespace corvane

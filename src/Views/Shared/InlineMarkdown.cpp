@@ -1,4 +1,4 @@
-#include "InlineMarkdown.h"
+#include "Views/Shared/InlineMarkdown.h"
 
 #include <QTextBlock>
 #include <QTextDocument>
@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+namespace corvane {
 
 namespace {
 
@@ -407,3 +409,5 @@ InlineText parseInlineMarkdown(QStringView source) {
 MarkdownParts parseMarkdownParts(QStringView source) {
     return Reader(source).read();
 }
+
+} // namespace corvane

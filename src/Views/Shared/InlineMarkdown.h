@@ -3,6 +3,8 @@
 #include <QList>
 #include <QString>
 
+namespace corvane {
+
 // A stretch of text with one appearance. Text between runs is plain.
 struct InlineRun {
     qsizetype start = 0;
@@ -59,3 +61,5 @@ struct MarkdownParts {
 };
 
 MarkdownParts parseMarkdownParts(QStringView source);
+
+} // namespace corvane

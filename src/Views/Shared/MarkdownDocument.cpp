@@ -1,4 +1,4 @@
-#include "MarkdownDocument.h"
+#include "Views/Shared/MarkdownDocument.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QClipboard>
@@ -10,6 +10,8 @@
 #include <QTextLayout>
 
 #include <algorithm>
+
+namespace corvane {
 
 namespace {
 
@@ -171,3 +173,5 @@ QTextCharFormat MarkdownDocument::formatOf(const InlineRun& run) const {
     }
     return format;
 }
+
+} // namespace corvane

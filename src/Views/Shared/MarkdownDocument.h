@@ -1,7 +1,7 @@
 #pragma once
 
-#include "IncrementalMarkdown.h"
-#include "StreamedText.h"
+#include "Views/Shared/IncrementalMarkdown.h"
+#include "Views/Shared/StreamedText.h"
 
 #include <QColor>
 #include <QPointer>
@@ -9,6 +9,8 @@
 #include <QTextCharFormat>
 #include <QTextCursor>
 #include <qqmlregistration.h>
+
+namespace corvane {
 
 // Fills the document of a TextEdit with inline markdown, either of a fixed `content` or of a `stream`. Only
 // what has changed is replaced, so the rest keeps its layout and its selection.
@@ -63,3 +65,5 @@ private:
     // Where in the text the document has a block's end of its own: a long line is laid out in parts.
     QList<qsizetype> m_breaks;
 };
+
+} // namespace corvane

@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 
 // A text with inline markdown that can be selected and copied. Give it a `content`, or a `stream` that grows.
 TextEdit {

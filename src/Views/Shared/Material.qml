@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 
 // The translucent surface that everything of the bar is drawn on. `strength` from 0 to 1.
 Rectangle {

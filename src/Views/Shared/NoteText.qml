@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 
 // A line of explanation; takes no room while it is empty.
 SpokenText {

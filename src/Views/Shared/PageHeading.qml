@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 
 // The top of a page: its title, and a line on what it is for.
 Column {

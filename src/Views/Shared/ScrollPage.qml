@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 import QtQuick.Templates as T
 
 // A page of the dashboard: a column that scrolls when it does not fit, and keeps what has the keyboard in view.

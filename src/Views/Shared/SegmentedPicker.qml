@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 import QtQuick.Templates as T
 
 // One choice of a few, side by side. It shows `currentIndex` and only asks for a change by picked(). One stop

@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 
 // A small bordered button with an optional symbol or spinner before its text.
 BaseButton {

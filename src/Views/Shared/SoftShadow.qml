@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 
 // A soft shadow under a rounded rectangle, drawn as rings: `strength` is its opacity, `blur` how far it reaches.
 Item {

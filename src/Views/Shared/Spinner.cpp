@@ -1,8 +1,10 @@
-#include "Spinner.h"
+#include "Views/Shared/Spinner.h"
 
 #include <QPainter>
 #include <QQuickWindow>
 #include <QTimerEvent>
+
+namespace corvane {
 
 namespace {
 
@@ -78,3 +80,5 @@ void Spinner::timerEvent(QTimerEvent* event) {
         update();
     }
 }
+
+} // namespace corvane

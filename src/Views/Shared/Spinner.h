@@ -4,6 +4,8 @@
 #include <QColor>
 #include <QQuickPaintedItem>
 
+namespace corvane {
+
 // A turning ring of dots for work without a known end. It turns in few steps, and only while it is seen: a
 // smooth one costs as much processor time as a voice call.
 class Spinner : public QQuickPaintedItem {
@@ -40,3 +42,5 @@ private:
     QBasicTimer m_timer;
     QMetaObject::Connection m_windowVisibility;
 };
+
+} // namespace corvane

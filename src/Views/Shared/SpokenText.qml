@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 
 // A text that assistive technology reads too, without a stop of the keyboard at it.
 Text {

@@ -1,6 +1,8 @@
-#include "StreamedText.h"
+#include "Views/Shared/StreamedText.h"
 
 #include <algorithm>
+
+namespace corvane {
 
 void StreamedText::append(QStringView more) {
     const auto words = m_text.isEmpty() ? more.trimmed() : more;
@@ -35,3 +37,5 @@ void StreamedText::publish() {
         Q_EMIT changed(m_unchanged);
     }
 }
+
+} // namespace corvane

@@ -4,6 +4,8 @@
 #include <QString>
 #include <qqmlregistration.h>
 
+namespace corvane {
+
 // A text that grows at its end. White space at its ends is left out until something follows it. Who shows it
 // is told from where on it is new. Main thread.
 class StreamedText : public QObject {
@@ -41,3 +43,5 @@ private:
     qsizetype m_unchanged = 0;
     bool m_isChanged = false;
 };
+
+} // namespace corvane

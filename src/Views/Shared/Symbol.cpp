@@ -1,8 +1,10 @@
-#include "Symbol.h"
+#include "Views/Shared/Symbol.h"
 
 #include <QFile>
 #include <QPainter>
 #include <QSvgRenderer>
+
+namespace corvane {
 
 namespace {
 
@@ -53,3 +55,5 @@ void Symbol::paint(QPainter* painter) {
     painter->setOpacity(m_color.alphaF());
     QSvgRenderer(picture).render(painter, boundingRect());
 }
+
+} // namespace corvane

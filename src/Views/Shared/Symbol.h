@@ -3,6 +3,8 @@
 #include <QColor>
 #include <QQuickPaintedItem>
 
+namespace corvane {
+
 // A small picture by its name, in one colour.
 class Symbol : public QQuickPaintedItem {
     Q_OBJECT
@@ -34,3 +36,5 @@ private:
     double m_size = 12;
     QColor m_color = Qt::black;
 };
+
+} // namespace corvane

@@ -1,8 +1,10 @@
-#include "Theme.h"
+#include "Views/Shared/Theme.h"
 
-#include "Appearance.h"
+#include "Platform/Desktop/Appearance.h"
 
 #include <QQmlEngine>
+
+namespace corvane {
 
 Theme& Theme::shared() {
     static Theme theme;
@@ -30,3 +32,5 @@ void Theme::setDark(bool dark) {
         Q_EMIT changed();
     }
 }
+
+} // namespace corvane

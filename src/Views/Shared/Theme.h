@@ -11,6 +11,8 @@ namespace platform {
 class Appearance;
 }
 
+namespace corvane {
+
 // The colours of every view, by role. One instance for all windows, so that they change together. Main
 // thread.
 class Theme : public QObject {
@@ -86,3 +88,5 @@ private:
     bool m_dark = false;
     QMetaObject::Connection m_following;
 };
+
+} // namespace corvane

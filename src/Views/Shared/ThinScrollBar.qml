@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 import QtQuick.Templates as T
 
 // Shows where one is in what scrolls, and lets it be dragged; gone when everything is in view.

@@ -1,6 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
-import Corvane.Shared
+import Corvane
 
 // A tooltip for the item it stands in: shown beside the pointer's control after it has rested there.
 Item {

@@ -1,5 +1,5 @@
 import QtQuick
-import Corvane.Shared
+import Corvane
 import QtQuick.Window
 
 // The tooltip's own window: the bar is too low for one inside. It takes no clicks and no keyboard.

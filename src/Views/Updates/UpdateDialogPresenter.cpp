@@ -1,12 +1,14 @@
-#include "UpdateDialogPresenter.h"
+#include "Views/Updates/UpdateDialogPresenter.h"
 
-#include "SPUStandardUserDriver.h"
+#include "Platform/Update/SPUStandardUserDriver.h"
 
 #include <QLocale>
 #include <QTextDocumentFragment>
 
 #include <algorithm>
 #include <array>
+
+namespace corvane {
 
 using Stage = platform::SPUStandardUserDriver::Stage;
 
@@ -129,3 +131,5 @@ void UpdateDialogPresenter::dismiss() {
 void UpdateDialogPresenter::choose() {
     m_driver.choose();
 }
+
+} // namespace corvane

@@ -8,6 +8,8 @@ namespace platform {
 class SPUStandardUserDriver;
 }
 
+namespace corvane {
+
 // The window of one update: found, its notes, the download, the installation, or what went wrong.
 class UpdateDialogPresenter : public QObject {
     Q_OBJECT
@@ -58,3 +60,5 @@ private:
     const QString m_programName;
     const QString m_installedVersion;
 };
+
+} // namespace corvane

@@ -1,7 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
-import Corvane.Shared
-import Corvane.Updates
+import Corvane
 
 // What the user is told and asked about an update.
 Rectangle {

@@ -1,9 +1,11 @@
-#include "UpdaterPresenter.h"
+#include "Views/Updates/UpdaterPresenter.h"
 
-#include "UpdaterService.h"
+#include "Services/UpdaterService.h"
 
 #include <algorithm>
 #include <array>
+
+namespace corvane {
 
 namespace {
 
@@ -110,3 +112,5 @@ bool UpdaterPresenter::isButtonProminent() const {
 void UpdaterPresenter::checkForUpdates() {
     m_service.downloadAndInstall();
 }
+
+} // namespace corvane

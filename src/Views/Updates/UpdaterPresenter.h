@@ -4,6 +4,8 @@
 #include <QString>
 #include <qqmlregistration.h>
 
+namespace corvane {
+
 class UpdaterService;
 
 // The card that says how the program stands with its updates, and offers the next step.
@@ -44,3 +46,5 @@ Q_SIGNALS:
 private:
     UpdaterService& m_service;
 };
+
+} // namespace corvane

@@ -1,6 +1,5 @@
 import QtQuick
-import Corvane.Shared
-import Corvane.Updates
+import Corvane
 
 // How the program stands with its updates.
 Rectangle {

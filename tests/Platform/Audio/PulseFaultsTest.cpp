@@ -1,6 +1,6 @@
-#include "Completion.h"
-#include "PulseInventory.h"
-#include "SoundRecorder.h"
+#include "Platform/Audio/PulseInventory.h"
+#include "Platform/Core/Completion.h"
+#include "tests/Platform/Audio/SoundRecorder.h"
 
 #include <QElapsedTimer>
 

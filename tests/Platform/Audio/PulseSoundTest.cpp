@@ -1,5 +1,5 @@
-#include "Rows.h"
-#include "SoundRecorder.h"
+#include "tests/Platform/Audio/SoundRecorder.h"
+#include "tests/Support/Rows.h"
 
 #include <numbers>
 

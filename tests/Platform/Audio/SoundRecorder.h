@@ -1,8 +1,8 @@
 #pragma once
 
-#include "PrivateSound.h"
-#include "PulseSettings.h"
-#include "WaitFor.h"
+#include "Platform/Audio/PulseSettings.h"
+#include "sandbox/desktop/PrivateSound.h"
+#include "tests/Support/WaitFor.h"
 
 #include <cmath>
 #include <cstring>

@@ -1,10 +1,11 @@
-#include "Completion.h"
-#include "Dispatch.h"
-#include "FakeClock.h"
-#include "LogCapture.h"
-#include "SystemClock.h"
-#include "Tasks.h"
-#include "WaitFor.h"
+#include "Platform/Core/Completion.h"
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Core/OperationScope.h"
+#include "Platform/Core/SystemClock.h"
+#include "Platform/Core/Tasks.h"
+#include "tests/Support/FakeClock.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QThread>
 
@@ -23,6 +24,18 @@ QCoro::Task<int> valueOf(Completion<int> completion) {
 QCoro::Task<void> sleepOn(platform::Clock* clock) {
     co_await clock->sleep(1s);
 }
+
+struct Owner {
+    int sum = 0;
+    platform::OperationScope scope;
+
+    QCoro::Task<void> add(Completion<int> completion) {
+        const auto ticket = scope.ticket();
+        const auto value = co_await std::move(completion);
+        ticket.ensureCurrent();
+        sum += value;
+    }
+};
 
 QCoro::Task<void> failing() {
     throw std::runtime_error("out of paper");
@@ -100,6 +113,34 @@ private Q_SLOTS:
             platform::startTask(sleepOn(&clock), "sleep");
         }
         QCOMPARE(log.lines().size(), 1);
+    }
+
+    // Each await of an operation is a place where its owner can go or take another course.
+    void anOperationEndsAtItsNextCheckOnceItsOwnerHasMovedOn_data() {
+        QTest::addColumn<bool>("isGone");
+        QTest::newRow("gone") << true;
+        QTest::newRow("another course") << false;
+    }
+    void anOperationEndsAtItsNextCheckOnceItsOwnerHasMovedOn() {
+        QFETCH(bool, isGone);
+        auto owner = std::make_unique<Owner>();
+        const Completion<int> first;
+        const Completion<int> second;
+        auto stale = owner->add(first);
+        if (isGone) {
+            owner.reset();
+        } else {
+            owner->scope.cancel();
+        }
+        first.resolve(1);
+        QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(stale)), platform::OperationCancelled);
+        if (owner) {
+            QCOMPARE(owner->sum, 0);
+            auto current = owner->add(second);
+            second.resolve(2);
+            ::waitFor(std::move(current));
+            QCOMPARE(owner->sum, 2);
+        }
     }
 
     void aLogCallIsOneLine() {

@@ -1,6 +1,6 @@
-#include "SessionApplication.h"
-#include "PrivateSession.h"
-#include "WaitFor.h"
+#include "Platform/Desktop/SessionApplication.h"
+#include "sandbox/desktop/PrivateSession.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

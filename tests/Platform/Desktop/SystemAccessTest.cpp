@@ -1,10 +1,10 @@
-#include "SystemAccess.h"
-#include "ApplicationInfo.h"
-#include "LogCapture.h"
-#include "MachineIdentifier.h"
-#include "Notifications.h"
-#include "Rows.h"
-#include "WaitFor.h"
+#include "Platform/Desktop/SystemAccess.h"
+#include "Platform/Desktop/ApplicationInfo.h"
+#include "Platform/Desktop/MachineIdentifier.h"
+#include "Platform/Desktop/Notifications.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,7 +1,7 @@
-#include "KeyMonitor.h"
-#include "LogCapture.h"
-#include "PrivateSession.h"
-#include "WaitFor.h"
+#include "Platform/Input/KeyMonitor.h"
+#include "sandbox/desktop/PrivateSession.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

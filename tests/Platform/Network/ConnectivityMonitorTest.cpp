@@ -1,7 +1,7 @@
-#include "ConnectivityMonitor.h"
-#include "ClockWatch.h"
-#include "Rows.h"
-#include "WaitFor.h"
+#include "Platform/Network/ConnectivityMonitor.h"
+#include "Platform/Network/ClockWatch.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QSignalSpy>
 

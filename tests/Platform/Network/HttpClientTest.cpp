@@ -1,7 +1,7 @@
-#include "HttpClient.h"
-#include "Completion.h"
-#include "TestCertificates.h"
-#include "WaitFor.h"
+#include "Platform/Network/HttpClient.h"
+#include "Platform/Core/Completion.h"
+#include "tests/Platform/Network/TestCertificates.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QElapsedTimer>
 #include <QPointer>

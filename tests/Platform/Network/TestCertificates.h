@@ -1,10 +1,10 @@
 #pragma once
 
-#include "RawServer.h"
-#include "Rows.h"
-#include "WaitFor.h"
+#include "tests/Platform/Network/RawServer.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/WaitFor.h"
 
-#include <CertificateAuthority.h>
+#include "sandbox/CertificateAuthority.h"
 
 #include <QSslCertificate>
 #include <QSslKey>

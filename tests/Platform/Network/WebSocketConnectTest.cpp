@@ -1,10 +1,10 @@
-#include "NetworkThread.h"
-#include "TestCertificates.h"
-#include "WaitFor.h"
-#include "WebSocketConnection.h"
-#include "WebSocketMailbox.h"
-#include "WebSocketPeer.h"
-#include "WebSocketProbe.h"
+#include "Platform/Network/NetworkThread.h"
+#include "Platform/Network/WebSocketConnection.h"
+#include "Platform/Network/WebSocketMailbox.h"
+#include "tests/Platform/Network/TestCertificates.h"
+#include "tests/Platform/Network/WebSocketProbe.h"
+#include "tests/Platform/Network/WebSocketTestPeer.h"
+#include "tests/Support/WaitFor.h"
 
 using Kind = platform::WebSocketError::Kind;
 using namespace std::chrono_literals;

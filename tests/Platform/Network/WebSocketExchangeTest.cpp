@@ -1,8 +1,8 @@
-#include "Rows.h"
-#include "TestCertificates.h"
-#include "WaitFor.h"
-#include "WebSocketPeer.h"
-#include "WebSocketProbe.h"
+#include "tests/Platform/Network/TestCertificates.h"
+#include "tests/Platform/Network/WebSocketProbe.h"
+#include "tests/Platform/Network/WebSocketTestPeer.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QElapsedTimer>
 

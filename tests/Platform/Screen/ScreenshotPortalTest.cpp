@@ -1,10 +1,10 @@
-#include "LogCapture.h"
-#include "Notifications.h"
-#include "Pattern.h"
-#include "PrivateSession.h"
-#include "Rows.h"
-#include "ScreenGrabber.h"
-#include "WaitFor.h"
+#include "Platform/Desktop/Notifications.h"
+#include "Platform/Screen/ScreenGrabber.h"
+#include "sandbox/desktop/PrivateSession.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/Pattern.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -1,6 +1,6 @@
-#include "DefaultsStore.h"
-#include "LogCapture.h"
-#include "Rows.h"
+#include "Platform/Storage/DefaultsStore.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/Rows.h"
 
 #include <QDir>
 #include <QFile>

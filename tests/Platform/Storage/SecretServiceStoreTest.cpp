@@ -1,7 +1,7 @@
-#include "LogCapture.h"
-#include "PrivateSession.h"
-#include "SecretStore.h"
-#include "WaitFor.h"
+#include "Platform/Storage/SecretStore.h"
+#include "sandbox/desktop/PrivateSession.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>

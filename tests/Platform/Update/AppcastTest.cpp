@@ -1,7 +1,7 @@
-#include "Appcast.h"
-#include "Rows.h"
-#include "UpdateError.h"
-#include "UpdateVersion.h"
+#include "Platform/Update/Appcast.h"
+#include "Platform/Update/UpdateError.h"
+#include "Platform/Update/UpdateVersion.h"
+#include "tests/Support/Rows.h"
 
 using namespace platform;
 

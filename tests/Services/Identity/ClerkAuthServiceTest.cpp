@@ -1,8 +1,10 @@
-#include "IdentityFixture.h"
-#include "LogCapture.h"
-#include "Rows.h"
+#include "tests/Services/Identity/IdentityFixture.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/Rows.h"
 
 #include <QSignalSpy>
+
+using namespace corvane;
 
 using platform::Secret;
 using namespace std::chrono_literals;

@@ -1,7 +1,9 @@
-#include "ApplicationInfo.h"
-#include "ClientToken.h"
-#include "IdentityFixture.h"
-#include "Rows.h"
+#include "Platform/Desktop/ApplicationInfo.h"
+#include "Services/ClientToken.h"
+#include "tests/Services/Identity/IdentityFixture.h"
+#include "tests/Support/Rows.h"
+
+using namespace corvane;
 
 using platform::Secret;
 

@@ -1,6 +1,8 @@
-#include "CorvaneAPIService.h"
-#include "IdentityFixture.h"
-#include "Rows.h"
+#include "Services/CorvaneAPIService.h"
+#include "tests/Services/Identity/IdentityFixture.h"
+#include "tests/Support/Rows.h"
+
+using namespace corvane;
 
 using namespace std::chrono_literals;
 

@@ -1,12 +1,14 @@
 #pragma once
 
-#include "ClerkAuthService.h"
-#include "ClerkClient.h"
-#include "FakeClock.h"
-#include "FakeHttpClient.h"
-#include "KeychainService.h"
-#include "MemorySecretStore.h"
-#include "WaitFor.h"
+#include "Services/ClerkAuthService.h"
+#include "Services/ClerkClient.h"
+#include "Services/KeychainService.h"
+#include "tests/Support/FakeClock.h"
+#include "tests/Support/FakeHttpClient.h"
+#include "tests/Support/MemorySecretStore.h"
+#include "tests/Support/WaitFor.h"
+
+namespace corvane {
 
 // Both encode the host "a.example".
 inline const QString developmentKey = QStringLiteral("pk_test_YS5leGFtcGxlJA==");
@@ -83,3 +85,5 @@ QString failureOf(QCoro::Task<T> task) {
     }
     return {};
 }
+
+} // namespace corvane

@@ -1,8 +1,10 @@
-#include "ShortcutService.h"
-#include "DefaultsStore.h"
-#include "FakeClock.h"
-#include "FakeKeyMonitor.h"
-#include "Rows.h"
+#include "Services/ShortcutService.h"
+#include "Platform/Storage/DefaultsStore.h"
+#include "tests/Support/FakeClock.h"
+#include "tests/Support/FakeKeyMonitor.h"
+#include "tests/Support/Rows.h"
+
+using namespace corvane;
 
 using namespace std::chrono_literals;
 using platform::KeyEvent;

@@ -1,7 +1,9 @@
-#include "Heartbeat.h"
-#include "FakeClock.h"
+#include "Services/Heartbeat.h"
+#include "tests/Support/FakeClock.h"
 
 #include <QTest>
+
+using namespace corvane;
 
 using namespace std::chrono_literals;
 

@@ -1,14 +1,16 @@
 #pragma once
 
-#include "CorvaneAPIService.h"
-#include "FakeWebSocket.h"
-#include "IdentityFixture.h"
-#include "LogCapture.h"
-#include "Tasks.h"
-#include "WebSocketService.h"
+#include "Platform/Core/Tasks.h"
+#include "Services/CorvaneAPIService.h"
+#include "Services/WebSocketService.h"
+#include "tests/Services/Identity/IdentityFixture.h"
+#include "tests/Support/FakeWebSocket.h"
+#include "tests/Support/LogCapture.h"
 
 #include <QCoreApplication>
 #include <QSignalSpy>
+
+namespace corvane {
 
 using namespace std::chrono_literals;
 
@@ -117,3 +119,5 @@ private:
         return FakeHttpClient::response(200, "{}");
     }
 };
+
+} // namespace corvane

@@ -1,5 +1,7 @@
-#include "LinkFixture.h"
-#include "Rows.h"
+#include "tests/Services/Link/LinkFixture.h"
+#include "tests/Support/Rows.h"
+
+using namespace corvane;
 
 namespace {
 

@@ -1,8 +1,10 @@
-#include "Json.h"
-#include "LinkFixture.h"
-#include "LogCapture.h"
-#include "Rows.h"
-#include "WebSocketMessages.h"
+#include "Services/WebSocketMessages.h"
+#include "Utilities/Json.h"
+#include "tests/Services/Link/LinkFixture.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/Rows.h"
+
+using namespace corvane;
 
 namespace {
 

@@ -1,7 +1,9 @@
-#include "LinkFixture.h"
+#include "tests/Services/Link/LinkFixture.h"
 
 #include <atomic>
 #include <thread>
+
+using namespace corvane;
 
 namespace {
 

@@ -1,15 +1,17 @@
-#include "CustomProviderService.h"
-#include "ChatServer.h"
-#include "CorvaneAPIService.h"
-#include "LogCapture.h"
-#include "ProviderEntries.h"
-#include "TestCertificates.h"
-#include "WaitFor.h"
+#include "Services/CustomProviderService.h"
+#include "Services/CorvaneAPIService.h"
+#include "tests/Platform/Network/TestCertificates.h"
+#include "tests/Services/Provider/ChatServer.h"
+#include "tests/Services/Provider/ProviderEntries.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/WaitFor.h"
 
-#include <Sandbox.h>
+#include "sandbox/Sandbox.h"
 
 #include <QFile>
 #include <QTimer>
+
+using namespace corvane;
 
 namespace {
 

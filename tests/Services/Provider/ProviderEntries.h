@@ -1,11 +1,13 @@
 #pragma once
 
-#include "DefaultsStore.h"
-#include "Json.h"
+#include "Platform/Storage/DefaultsStore.h"
+#include "Utilities/Json.h"
 
 #include <boost/json/array.hpp>
 
 #include <memory>
+
+namespace corvane {
 
 // Defaults with one provider, "p", chosen. Without a key in the entry if `apiKey` is null.
 inline std::unique_ptr<platform::DefaultsStore>
@@ -32,3 +34,5 @@ providerEntries(const QString& baseUrl, const QString& endpoint, const QString& 
     defaults->setBoolean("corvane_api_enabled", false);
     return defaults;
 }
+
+} // namespace corvane

@@ -1,11 +1,13 @@
-#include "DatabaseService.h"
-#include "Pattern.h"
-#include "Rows.h"
-#include "ScreenCaptureService.h"
-#include "SettingsViewModel.h"
-#include "TestProgram.h"
+#include "Services/DatabaseService.h"
+#include "Services/ScreenCaptureService.h"
+#include "ViewModels/SettingsViewModel.h"
+#include "tests/Support/Pattern.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/TestProgram.h"
 
 #include <QSignalSpy>
+
+using namespace corvane;
 
 namespace {
 

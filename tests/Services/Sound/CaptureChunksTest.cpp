@@ -1,7 +1,9 @@
-#include "CaptureFixture.h"
-#include "Rows.h"
+#include "tests/Services/Sound/CaptureFixture.h"
+#include "tests/Support/Rows.h"
 
 #include <limits>
+
+using namespace corvane;
 
 // What becomes of system audio between the platform's buffers and the chunks.
 class CaptureChunksTest : public QObject {

@@ -1,13 +1,15 @@
 #pragma once
 
-#include "AudioCaptureService.h"
-#include "FakeAudioHost.h"
-#include "FakeClock.h"
-#include "LogCapture.h"
-#include "WaitFor.h"
-#include "WavFile.h"
+#include "Services/AudioCaptureService.h"
+#include "tests/Services/Sound/WavFile.h"
+#include "tests/Support/FakeAudioHost.h"
+#include "tests/Support/FakeClock.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/WaitFor.h"
 
 #include <cmath>
+
+namespace corvane {
 
 using namespace std::chrono_literals;
 
@@ -101,3 +103,5 @@ inline QList<qsizetype> lengthsOf(const QList<WavFile>& files) {
     }
     return lengths;
 }
+
+} // namespace corvane

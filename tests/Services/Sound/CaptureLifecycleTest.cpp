@@ -1,5 +1,7 @@
-#include "CaptureFixture.h"
-#include "Rows.h"
+#include "tests/Services/Sound/CaptureFixture.h"
+#include "tests/Support/Rows.h"
+
+using namespace corvane;
 
 using platform::AudioError;
 

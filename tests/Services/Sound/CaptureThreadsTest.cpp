@@ -1,10 +1,12 @@
-#include "AudioCaptureService.h"
-#include "FakeAudioHost.h"
-#include "FakeClock.h"
-#include "LogCapture.h"
-#include "WaitFor.h"
+#include "Services/AudioCaptureService.h"
+#include "tests/Support/FakeAudioHost.h"
+#include "tests/Support/FakeClock.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/WaitFor.h"
 
 #include <thread>
+
+using namespace corvane;
 
 using namespace std::chrono_literals;
 

@@ -1,9 +1,11 @@
-#include "SampleConversion.h"
-#include "Rows.h"
-#include "SampleRingBuffer.h"
+#include "Services/SampleConversion.h"
+#include "Services/SampleRingBuffer.h"
+#include "tests/Support/Rows.h"
 
 #include <cstring>
 #include <numeric>
+
+using namespace corvane;
 
 using platform::AudioStreamDescription;
 

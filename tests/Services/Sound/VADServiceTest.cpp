@@ -1,9 +1,11 @@
-#include "VADService.h"
-#include "FakeClock.h"
-#include "Rows.h"
+#include "Services/VADService.h"
+#include "tests/Support/FakeClock.h"
+#include "tests/Support/Rows.h"
 
 #include <cmath>
 #include <random>
+
+using namespace corvane;
 
 using namespace std::chrono_literals;
 

@@ -1,13 +1,15 @@
-#include "DatabaseService.h"
-#include "FakeClock.h"
-#include "LogCapture.h"
-#include "Rows.h"
+#include "Services/DatabaseService.h"
+#include "tests/Support/FakeClock.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/Rows.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <sqlite3.h>
+
+using namespace corvane;
 
 namespace {
 

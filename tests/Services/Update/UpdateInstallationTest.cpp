@@ -1,8 +1,10 @@
-#include "UpdaterFixture.h"
+#include "tests/Services/Update/UpdaterFixture.h"
 
-#include <Sandbox.h>
+#include "sandbox/Sandbox.h"
 
 #include <QFileInfo>
+
+using namespace corvane;
 
 namespace {
 

@@ -1,14 +1,16 @@
 #pragma once
 
-#include "FakeClock.h"
-#include "FakeHttpClient.h"
-#include "LogCapture.h"
-#include "Rows.h"
-#include "UpdaterService.h"
-#include "WaitFor.h"
+#include "Services/UpdaterService.h"
+#include "tests/Support/FakeClock.h"
+#include "tests/Support/FakeHttpClient.h"
+#include "tests/Support/LogCapture.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QDir>
 #include <QTemporaryDir>
+
+namespace corvane {
 
 using namespace std::chrono_literals;
 using platform::UpdateError;
@@ -72,3 +74,5 @@ struct UpdaterFixture {
     QString folder() const { return cache.filePath(QStringLiteral("updates")); }
     QStringList leftBehind() const { return QDir(folder()).entryList(QDir::Files | QDir::Hidden); }
 };
+
+} // namespace corvane

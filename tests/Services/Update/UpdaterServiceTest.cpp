@@ -1,4 +1,6 @@
-#include "UpdaterFixture.h"
+#include "tests/Services/Update/UpdaterFixture.h"
+
+using namespace corvane;
 
 namespace {
 

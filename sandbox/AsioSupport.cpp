@@ -1,4 +1,4 @@
-#include "Asio.h"
+#include "sandbox/AsioSupport.h"
 
 #include <boost/asio/impl/src.hpp>
 #include <boost/asio/ssl/impl/src.hpp>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ApplicationInfo.h"
+#include "Platform/Desktop/ApplicationInfo.h"
 
 // A program that looks for updates, and a feed with a newer version than its own.
 inline platform::ApplicationInfo updatableInfo() {

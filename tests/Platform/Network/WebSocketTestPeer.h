@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RawServer.h"
+#include "tests/Platform/Network/RawServer.h"
 
 #include <QCryptographicHash>
 #include <QtEndian>

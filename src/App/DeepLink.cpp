@@ -1,6 +1,8 @@
-#include "InterviewLink.h"
+#include "App/DeepLink.h"
 
 #include <QUrl>
+
+namespace corvane {
 
 std::optional<QString> interviewOfLink(const QUrl& url) {
     if (url.scheme() != QLatin1String("corvane") || url.host() != QLatin1String("interview")) {
@@ -12,3 +14,5 @@ std::optional<QString> interviewOfLink(const QUrl& url) {
     }
     return id;
 }
+
+} // namespace corvane

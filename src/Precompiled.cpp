@@ -1,1 +1,0 @@
-// The object that carries the precompiled header every target shares.

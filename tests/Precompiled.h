@@ -1,0 +1,6 @@
+#pragma once
+
+#include "src/Precompiled.h"
+
+#include <QSignalSpy>
+#include <QTest>
