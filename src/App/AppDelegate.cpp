@@ -43,7 +43,7 @@ constexpr auto secretServiceName = "com.corvane.interview-assistant";
 constexpr auto devBrowserItem = "clerk_dev_browser_jwt";
 constexpr auto backendUrlKey = "corvane_api_url";
 constexpr auto defaultEndpointKey = "CORVANE_DEFAULT_ENDPOINT";
-constexpr auto onboardingVideoKey = "CORVANE_ONBOARDING_VIDEO_URL";
+constexpr auto ONBOARDING_VIDEO_URL = "CORVANE_ONBOARDING_VIDEO_URL";
 constexpr auto platformSignUpKey = "CORVANE_PLATFORM_SIGN_UP_URL";
 constexpr auto analyticsVariable = "POSTHOG_API_KEY";
 
@@ -205,7 +205,7 @@ void AppDelegate::setupFloatingPanel() {
     m_overlayBarPresenter = std::make_unique<OverlayBarPresenter>(
         *m_completionViewModel, *m_overlayViewModel, *m_interviewViewModel, *m_settingsViewModel,
         *m_webSocketService, *this, *m_platform.systemAccess, *m_platform.defaults, *m_platform.clock,
-        infoValue(onboardingVideoKey).value_or(QString()));
+        infoValue(ONBOARDING_VIDEO_URL).value_or(QString()));
     m_floatingPanel = m_platform.windows->makeFloatingPanel(*m_overlayBarPresenter);
     if (m_clerkAuthService->isSignedIn()) {
         m_floatingPanel->orderFrontRegardless();

@@ -94,7 +94,7 @@ void ResponsePopoverTest::whatIsShown() {
     QStringList says;
     if (presenter.content() == "assistant") {
         says = presenter.noteVisible() ? QStringList{popover.presenter.note()->text()} : QStringList();
-        for (const auto& section : popover.presenter.assessment()->sections()) {
+        for (const auto& section : popover.presenter.assessmentSections()->sections()) {
             says.append(assessmentCard(section.kind).title + QString(": ") + section.text);
         }
     } else {
@@ -157,7 +157,7 @@ void ResponsePopoverTest::textIsTakenUpOnceAFrameAndFollowed() {
     // A new assessment whose first piece is longer than all of the old one.
     const QString longer = QString("A new one ").repeated(30).trimmed();
     popover.play({R"({"type":"assessment_done"})", said("assessment_chunk", longer)});
-    QCOMPARE(presenter.assessment()->sections().first().text, longer);
+    QCOMPARE(presenter.assessmentSections()->sections().first().text, longer);
 
     auto settings = popover.program.app->settingsViewModel().responseSettings();
     settings.autoScroll = false;

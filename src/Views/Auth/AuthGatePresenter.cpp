@@ -5,10 +5,10 @@
 namespace corvane {
 
 AuthGatePresenter::AuthGatePresenter(ClerkAuthService& auth, platform::SystemAccess& systemAccess,
-                                     QString platformSignUpUrl)
+                                     QString platformSignUpURL)
     : m_auth(auth)
     , m_systemAccess(systemAccess)
-    , m_platformSignUpUrl(std::move(platformSignUpUrl))
+    , m_platformSignUpURL(std::move(platformSignUpURL))
     , m_account(auth) {
     connect(&auth, &ClerkAuthService::stateChanged, this, &AuthGatePresenter::followState);
     followState();
@@ -24,7 +24,7 @@ void AuthGatePresenter::followState() {
     }
     auto old = std::move(m_signIn);
     if (!isSignedIn()) {
-        m_signIn.reset(new SignInPresenter(m_auth, m_systemAccess, m_platformSignUpUrl));
+        m_signIn.reset(new SignInPresenter(m_auth, m_systemAccess, m_platformSignUpURL));
     }
     // The view lets go of the old one before it goes.
     Q_EMIT changed();

@@ -17,7 +17,7 @@ class AuthGatePresenter : public QObject {
 
 public:
     AuthGatePresenter(ClerkAuthService& auth, platform::SystemAccess& systemAccess,
-                      QString platformSignUpUrl);
+                      QString platformSignUpURL);
 
     bool isSignedIn() const;
     SignInPresenter* signIn() const { return m_signIn.get(); }
@@ -35,7 +35,7 @@ private:
 
     ClerkAuthService& m_auth;
     platform::SystemAccess& m_systemAccess;
-    const QString m_platformSignUpUrl;
+    const QString m_platformSignUpURL;
     AccountPresenter m_account;
     // Replaced from within its own work.
     std::unique_ptr<SignInPresenter, DeleteLater> m_signIn;

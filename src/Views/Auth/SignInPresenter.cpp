@@ -17,10 +17,10 @@ const auto noAccount =
 } // namespace
 
 SignInPresenter::SignInPresenter(ClerkAuthService& auth, platform::SystemAccess& systemAccess,
-                                 QString platformSignUpUrl)
+                                 QString platformSignUpURL)
     : m_model(auth)
     , m_systemAccess(systemAccess)
-    , m_platformSignUpUrl(std::move(platformSignUpUrl)) {
+    , m_platformSignUpURL(std::move(platformSignUpURL)) {
     for (const auto signal :
          {&SignInViewModel::emailChanged, &SignInViewModel::codeChanged, &SignInViewModel::phaseChanged,
           &SignInViewModel::isBusyChanged, &SignInViewModel::errorMessageChanged}) {
@@ -79,11 +79,11 @@ void SignInPresenter::submit() {
 
 QString SignInPresenter::errorMessage() const {
     const bool needsBrowser = m_browserIsMissing && m_model.phase() == SignInViewModel::Phase::noAccount;
-    return needsBrowser ? platform::webAdvice(m_platformSignUpUrl) : m_model.errorText();
+    return needsBrowser ? platform::webAdvice(m_platformSignUpURL) : m_model.errorText();
 }
 
 void SignInPresenter::openPlatform() {
-    m_browserIsMissing = !m_systemAccess.open(m_platformSignUpUrl);
+    m_browserIsMissing = !m_systemAccess.open(m_platformSignUpURL);
     Q_EMIT changed();
 }
 

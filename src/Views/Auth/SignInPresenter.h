@@ -29,7 +29,7 @@ class SignInPresenter : public QObject {
 public:
     static constexpr int codeLength = 6;
 
-    SignInPresenter(ClerkAuthService& auth, platform::SystemAccess& systemAccess, QString platformSignUpUrl);
+    SignInPresenter(ClerkAuthService& auth, platform::SystemAccess& systemAccess, QString platformSignUpURL);
 
     QString phase() const { return m_model.phaseName(); }
     QString title() const;
@@ -58,7 +58,7 @@ Q_SIGNALS:
 private:
     SignInViewModel m_model;
     platform::SystemAccess& m_systemAccess;
-    const QString m_platformSignUpUrl;
+    const QString m_platformSignUpURL;
     bool m_browserIsMissing = false;
 };
 

@@ -68,7 +68,7 @@ T.AbstractButton {
         Accessible.ignored: true
     }
 
-    Tip {
+    NativeToolTipView {
         text: label.truncated ? chip.text : ""
     }
 }

@@ -18,7 +18,7 @@ struct Row {
     const char* symbol;
     const char* text;
     Action action;
-    const char* help;
+    const char* statusHelpText;
 };
 
 constexpr std::array rows{
@@ -32,7 +32,7 @@ constexpr std::array rows{
 };
 constexpr auto idMissing = "Enter a valid Interview ID first";
 
-const Row& rowOf(InterviewStatus status) {
+const Row& stateRow(InterviewStatus status) {
     return *std::find_if(rows.begin(), rows.end(), [status](const Row& row) { return row.status == status; });
 }
 
@@ -51,26 +51,26 @@ AudioControlPresenter::AudioControlPresenter(InterviewViewModel& interview, Comp
     update();
 }
 
-AudioControlPresenter::Face AudioControlPresenter::interviewFace() const {
-    const auto& row = rowOf(m_interview.status());
+AudioControlPresenter::ButtonState AudioControlPresenter::corvaneAudioButton() const {
+    const auto& row = stateRow(m_interview.status());
     const bool startable = row.action == Action::start && interviewId::isValid(m_interview.interviewId());
-    Face face{
+    ButtonState state{
         .symbol = QLatin1String(row.symbol),
         .text = QLatin1String(row.text),
         .tint = QStringLiteral("accent"),
-        .tip = QLatin1String(row.help),
+        .tip = QLatin1String(row.statusHelpText),
         .enabled = startable || row.action == Action::askToStop || row.action == Action::resume,
         .failed = row.status == InterviewStatus::error,
     };
-    if (face.failed) {
-        face.tip = m_interview.errorMessage().value_or(face.tip);
+    if (state.failed) {
+        state.tip = m_interview.errorMessage().value_or(state.tip);
     } else if (row.action == Action::start && !startable) {
-        face.tip = QLatin1String(idMissing);
+        state.tip = QLatin1String(idMissing);
     }
-    return face;
+    return state;
 }
 
-AudioControlPresenter::Face AudioControlPresenter::recordingFace() const {
+AudioControlPresenter::ButtonState AudioControlPresenter::customAudioButton() const {
     if (m_completion.isRecordingAudio()) {
         return {QStringLiteral("stop.fill"), QStringLiteral("Stop"), QStringLiteral("destructive"),
                 QStringLiteral("Stop Recording"), true};
@@ -80,22 +80,22 @@ AudioControlPresenter::Face AudioControlPresenter::recordingFace() const {
 }
 
 void AudioControlPresenter::update() {
-    auto face = m_settings.corvaneApiEnabled() ? interviewFace() : recordingFace();
-    if (face != m_face) {
-        m_face = std::move(face);
+    auto state = m_settings.corvaneApiEnabled() ? corvaneAudioButton() : customAudioButton();
+    if (state != m_state) {
+        m_state = std::move(state);
         Q_EMIT changed();
     }
 }
 
 void AudioControlPresenter::press() {
-    if (!m_face.enabled) {
+    if (!m_state.enabled) {
         return;
     }
     if (!m_settings.corvaneApiEnabled()) {
         m_completion.setIsRecordingAudio(!m_completion.isRecordingAudio());
         return;
     }
-    switch (rowOf(m_interview.status()).action) {
+    switch (stateRow(m_interview.status()).action) {
     case Action::none:
         return;
     case Action::start:

@@ -28,12 +28,12 @@ public:
     AudioControlPresenter(InterviewViewModel& interview, CompletionViewModel& completion,
                           SettingsViewModel& settings);
 
-    QString symbol() const { return m_face.symbol; } // empty: a spinner
-    QString text() const { return m_face.text; }
-    QString tint() const { return m_face.tint; } // a role of the theme
-    QString tip() const { return m_face.tip; }
-    bool enabled() const { return m_face.enabled; }
-    bool failed() const { return m_face.failed; }
+    QString symbol() const { return m_state.symbol; } // empty: a spinner
+    QString text() const { return m_state.text; }
+    QString tint() const { return m_state.tint; } // a role of the theme
+    QString tip() const { return m_state.tip; }
+    bool enabled() const { return m_state.enabled; }
+    bool failed() const { return m_state.failed; }
 
     Q_INVOKABLE void press();
 
@@ -41,24 +41,24 @@ Q_SIGNALS:
     void changed();
 
 private:
-    struct Face {
+    struct ButtonState {
         QString symbol;
         QString text;
         QString tint;
         QString tip;
         bool enabled = false;
         bool failed = false;
-        bool operator==(const Face&) const = default;
+        bool operator==(const ButtonState&) const = default;
     };
 
-    Face interviewFace() const;
-    Face recordingFace() const;
+    ButtonState corvaneAudioButton() const;
+    ButtonState customAudioButton() const;
     void update();
 
     InterviewViewModel& m_interview;
     CompletionViewModel& m_completion;
     SettingsViewModel& m_settings;
-    Face m_face;
+    ButtonState m_state;
 };
 
 } // namespace corvane

@@ -29,7 +29,7 @@ Item {
     }
 
     // Over the button and not in it: it has to speak when the button is disabled, too.
-    Tip {
+    NativeToolTipView {
         text: control.presenter.tip
     }
 

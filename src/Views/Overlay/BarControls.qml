@@ -37,14 +37,17 @@ Material {
             presenter: bar.presenter.input
         }
         InterviewModeChips {
+            id: interviewModeChips
             visible: bar.presenter.modes.visible
             modes: bar.presenter.modes
         }
         ManualModeButton {
+            id: manualModeButton
             visible: bar.presenter.modes.visible
             modes: bar.presenter.modes
         }
         IconButton {
+            id: responseToggleButton
             visible: bar.presenter.hasContent
             symbol: bar.presenter.manuallyDismissed ? "chevron.down" : "chevron.up"
             symbolSize: 11
@@ -56,6 +59,7 @@ Material {
             presenter: bar.presenter.status
         }
         IconButton {
+            id: dashboardButton
             symbol: "gearshape"
             symbolSize: 12
             tint: Theme.tertiary
@@ -63,6 +67,7 @@ Material {
             onClicked: bar.presenter.showDashboard()
         }
         IconButton {
+            id: closeButton
             symbol: "xmark"
             symbolSize: 10
             tint: Theme.tertiary

@@ -67,8 +67,8 @@ void CompletionInputPresenter::update() {
         .showsField = !line.running,
         .showError = !id.trimmed().isEmpty() && !interviewId::isValid(id),
         .isProcessing = stage || m_completion.isLoading(),
-        .contextText = stage.value_or(QLatin1String(line.label)),
-        .dotColor = QLatin1String(line.dotColor),
+        .contextText = stage.value_or(QLatin1String(line.statusLabelText)),
+        .statusDotColor = QLatin1String(line.statusDotColor),
     };
     if (face != m_face) {
         m_face = std::move(face);

@@ -23,7 +23,7 @@ class CompletionInputPresenter : public QObject {
     Q_PROPERTY(bool isFocused READ isFocused WRITE setIsFocused NOTIFY isFocusedChanged)
     Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY changed)
     Q_PROPERTY(QString contextText READ contextText NOTIFY changed)
-    Q_PROPERTY(QString dotColor READ dotColor NOTIFY changed)
+    Q_PROPERTY(QString statusDotColor READ statusDotColor NOTIFY changed)
 
 public:
     CompletionInputPresenter(InterviewViewModel& interview, CompletionViewModel& completion,
@@ -38,7 +38,7 @@ public:
     void setIsFocused(bool focused);
     bool isProcessing() const { return m_face.isProcessing; }
     QString contextText() const { return m_face.contextText; }
-    QString dotColor() const { return m_face.dotColor; } // a role of the theme
+    QString statusDotColor() const { return m_face.statusDotColor; } // a role of the theme
 
     // The Return key in the field.
     Q_INVOKABLE void submit();
@@ -54,7 +54,7 @@ private:
         bool showError = false;
         bool isProcessing = false;
         QString contextText;
-        QString dotColor;
+        QString statusDotColor;
         bool operator==(const Face&) const = default;
     };
 

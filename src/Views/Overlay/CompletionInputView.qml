@@ -17,7 +17,7 @@ Item {
     }
 
     Item {
-        id: context
+        id: activeInterviewContext
         anchors.fill: parent
         visible: !view.presenter.showsField
         Accessible.role: Accessible.Paragraph
@@ -43,7 +43,7 @@ Item {
                 width: 6
                 height: 6
                 radius: 3
-                color: Theme[view.presenter.dotColor]
+                color: Theme[view.presenter.statusDotColor]
                 opacity: view.presenter.isProcessing ? 0 : 1
                 Behavior on opacity { Ease { duration: 200 } }
             }
@@ -65,7 +65,7 @@ Item {
             font.weight: Font.Medium
         }
 
-        Tip {
+        NativeToolTipView {
             text: words.truncated ? view.presenter.contextText : ""
         }
     }

@@ -50,7 +50,7 @@ T.TextField {
         color: Qt.alpha(Theme.red, 0.6)
     }
 
-    Tip {
+    NativeToolTipView {
         text: field.presenter.tip
     }
 

@@ -50,7 +50,7 @@ BaseButton {
         Behavior on color { ColorAnimation { duration: 150; easing.type: Easing.InOutQuad } }
     }
 
-    Tip {
+    NativeToolTipView {
         text: button.modes.manualModeTooltip
     }
 }

@@ -78,7 +78,7 @@ BaseButton {
         }
     }
 
-    Tip {
+    NativeToolTipView {
         id: tip
         text: "Send response trigger now to get the assistant's reply. Hotkey: Space."
     }

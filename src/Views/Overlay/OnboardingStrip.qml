@@ -55,7 +55,7 @@ Material {
             }
         }
 
-        Tip {
+        NativeToolTipView {
             id: tip
             text: "Open onboarding video in your browser"
         }

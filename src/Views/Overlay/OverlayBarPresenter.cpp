@@ -147,7 +147,7 @@ void OverlayBarPresenter::applyHeightRules(const Face& before) {
 
 const OverlayBarPresenter::DialogText& OverlayBarPresenter::dialogText() const {
     using Bar = OverlayBarPresenter;
-    static const DialogText stop{
+    static const DialogText stopDialog{
         "Pause or finish?",
         "Pause keeps the session ready. Finish ends it.",
         {{"Cancel", [](Bar& bar) { bar.m_interview.setShowStopDialog(false); }},
@@ -162,7 +162,7 @@ const OverlayBarPresenter::DialogText& OverlayBarPresenter::dialogText() const {
               bar.m_interview.setShowStopDialog(false);
           }}},
     };
-    static const DialogText close{
+    static const DialogText closeDialog{
         "Quit application?",
         "The active interview will be stopped.",
         {{"Cancel",
@@ -175,9 +175,9 @@ const OverlayBarPresenter::DialogText& OverlayBarPresenter::dialogText() const {
     static const DialogText none{"", "", {}};
     switch (m_face.dialog) {
     case Dialog::stop:
-        return stop;
+        return stopDialog;
     case Dialog::close:
-        return close;
+        return closeDialog;
     case Dialog::none:
         return none;
     }

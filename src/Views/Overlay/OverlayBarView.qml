@@ -51,9 +51,9 @@ FocusScope {
 
         Loader {
             id: content
-            readonly property Component wanted: root.presenter.showingDialog ? dialog
+            readonly property Component wanted: root.presenter.showingDialog ? dialogContent
                                               : root.presenter.showsResponse ? response
-                                              : root.presenter.onboardingStripVisible ? onboarding : null
+                                              : root.presenter.onboardingStripVisible ? onboardingStrip : null
             sourceComponent: wanted
         }
     }
@@ -85,7 +85,7 @@ FocusScope {
     }
 
     Component {
-        id: dialog
+        id: dialogContent
         DialogCard {
             presenter: root.presenter
             strength: root.presenter.materialStrength
@@ -107,7 +107,7 @@ FocusScope {
     }
 
     Component {
-        id: onboarding
+        id: onboardingStrip
         OnboardingStrip {
             presenter: root.presenter
             strength: root.presenter.materialStrength

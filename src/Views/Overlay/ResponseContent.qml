@@ -16,7 +16,7 @@ FollowingListView {
         }
     }
 
-    model: presenter.content === "assistant" && presenter.assessmentVisible ? presenter.assessment : null
+    model: presenter.content === "assistant" && presenter.assessmentVisible ? presenter.assessmentSections : null
     spacing: 12
 
     header: Column {
@@ -43,11 +43,11 @@ FollowingListView {
 
         Loader {
             id: first
-            readonly property Component planQuestions: view.presenter.planQuestions !== "" ? questions : noQuestions
+            readonly property Component planQuestions: view.presenter.planQuestions !== "" ? planFollowUpsSection : noQuestions
             readonly property Component assistant: view.presenter.noteVisible ? note : null
             visible: sourceComponent !== null
             width: view.innerWidth
-            sourceComponent: ({ "planQuestions": planQuestions, "working": working, "empty": empty,
+            sourceComponent: ({ "planQuestions": planQuestions, "working": workingState, "empty": emptyState,
                                 "assistant": assistant })[view.presenter.content] ?? null
         }
     }
@@ -96,6 +96,7 @@ FollowingListView {
         bottomPadding: 16
 
         Row {
+            id: streamingIndicator
             visible: opacity > 0
             opacity: view.presenter.content === "assistant" && view.presenter.updating ? 1 : 0
             spacing: 6
@@ -127,7 +128,7 @@ FollowingListView {
     }
 
     Component {
-        id: questions
+        id: planFollowUpsSection
         AssistantSectionCard {
             width: view.innerWidth
             title: "Questions"
@@ -148,7 +149,7 @@ FollowingListView {
     }
 
     Component {
-        id: working
+        id: workingState
         Item {
             implicitHeight: row.implicitHeight + 28
 
@@ -173,7 +174,7 @@ FollowingListView {
     }
 
     Component {
-        id: empty
+        id: emptyState
         HintCard {
             title: view.presenter.emptyTitle
             line: view.presenter.emptyLine

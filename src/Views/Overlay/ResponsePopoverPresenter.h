@@ -47,7 +47,7 @@ class ResponsePopoverPresenter : public QObject {
     Q_PROPERTY(double assessmentOpacity READ assessmentOpacity NOTIFY changed)
     Q_PROPERTY(bool updating READ updating NOTIFY changed)
     Q_PROPERTY(StreamedText* note READ note CONSTANT)
-    Q_PROPERTY(AssessmentSectionsModel* assessment READ assessment CONSTANT)
+    Q_PROPERTY(AssessmentSectionsModel* assessmentSections READ assessmentSections CONSTANT)
 
 public:
     ResponsePopoverPresenter(CompletionViewModel& completion, InterviewViewModel& interview,
@@ -84,7 +84,7 @@ public:
     double assessmentOpacity() const { return m_face.assessmentOpacity; }
     bool updating() const { return m_face.updating; }
     StreamedText* note() { return &m_note; }
-    AssessmentSectionsModel* assessment() { return &m_assessment; }
+    AssessmentSectionsModel* assessmentSections() { return &m_assessment; }
 
     Q_INVOKABLE void retryAudio();
     Q_INVOKABLE void openCaptureSettings();

@@ -21,7 +21,7 @@ Item {
         width: parent.width
 
         Loader {
-            readonly property Component microphoneFallback: Banner {
+            readonly property Component microphoneFallbackBanner: Banner {
                 radius: 10
                 symbol: "mic.fill"
                 symbolColor: Theme.secondary
@@ -38,7 +38,7 @@ Item {
                     onClicked: view.presenter.openCaptureSettings()
                 }
             }
-            readonly property Component audioWarning: Banner {
+            readonly property Component audioWarningBanner: Banner {
                 radius: 10
                 symbol: "exclamationmark.triangle.fill"
                 symbolColor: Theme.orange
@@ -53,24 +53,24 @@ Item {
 
             width: parent.width
             visible: sourceComponent !== null
-            sourceComponent: view.presenter.microphoneFallback ? microphoneFallback
-                           : view.presenter.audioWarning !== "" ? audioWarning : null
+            sourceComponent: view.presenter.microphoneFallback ? microphoneFallbackBanner
+                           : view.presenter.audioWarning !== "" ? audioWarningBanner : null
         }
 
         Item {
             width: parent.width
-            height: info.sourceComponent ? info.height + 20 : 0
+            height: interviewInfoSection.sourceComponent ? interviewInfoSection.height + 20 : 0
 
             Loader {
-                id: info
+                id: interviewInfoSection
 
-                readonly property Component plan: InterviewPlanCard {
+                readonly property Component interviewPlanCard: InterviewPlanCard {
                     presenter: view.presenter
                 }
-                readonly property Component questions: InterviewQuestionsCard {
+                readonly property Component interviewQuestionsCard: InterviewQuestionsCard {
                     presenter: view.presenter
                 }
-                readonly property Component gathering: HintCard {
+                readonly property Component transcriptGatheringPlaceholder: HintCard {
                     title: "Gathering transcript"
                     line: "Switch to Assessment to get follow-up questions."
                 }
@@ -78,8 +78,8 @@ Item {
                 x: 16
                 y: 14
                 width: parent.width - 32
-                sourceComponent: ({ "plan": plan, "questions": questions,
-                                    "gathering": gathering })[view.presenter.infoSection] ?? null
+                sourceComponent: ({ "plan": interviewPlanCard, "questions": interviewQuestionsCard,
+                                    "gathering": transcriptGatheringPlaceholder })[view.presenter.infoSection] ?? null
             }
         }
     }
@@ -92,6 +92,7 @@ Item {
     }
 
     ManualSendButton {
+        id: manualSendFloatingButton
         shown: view.presenter.manualSendVisible
         anchors.horizontalCenter: parent.horizontalCenter
         y: parent.height - (height + 14) * presence

@@ -10,8 +10,8 @@ namespace corvane {
 struct StatusLine {
     InterviewStatus status;
     bool running; // an interview is under way, so the bar shows its state and modes instead of the id field
-    const char* label;
-    const char* dotColor; // a role of the theme
+    const char* statusLabelText;
+    const char* statusDotColor; // a role of the theme
 };
 
 inline constexpr std::array statusLines{

@@ -45,7 +45,7 @@ T.ItemDelegate {
         Accessible.ignored: true
     }
 
-    Tip {
+    NativeToolTipView {
         text: caption.truncated ? row.text : ""
     }
 }

@@ -109,7 +109,7 @@ T.ComboBox {
         }
     }
 
-    Tip {
+    NativeToolTipView {
         text: shown.truncated && !box.popup.visible ? box.displayText : ""
     }
 }

@@ -34,7 +34,7 @@ BaseButton {
         }
     }
 
-    Tip {
+    NativeToolTipView {
         text: button.tip
     }
 }

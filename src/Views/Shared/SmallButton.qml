@@ -65,7 +65,7 @@ BaseButton {
         }
     }
 
-    Tip {
+    NativeToolTipView {
         text: button.tip
     }
 }
