@@ -28,54 +28,82 @@ QString contents(const QString& path) {
 
 } // namespace
 
-PrivateSound::PrivateSound() {
+PrivateSound::PrivateSound(SoundServerKind kind)
+    : m_kind(kind) {
     if (!m_folder.isValid()) {
         refuse(QStringLiteral("No folder for the sound server: %1").arg(m_folder.errorString()));
+    }
+    m_programs = soundPrograms(kind, m_folder.path());
+    for (size_t index = 0; index < m_programs.size(); ++index) {
+        m_processes.push_back(std::make_unique<ChildProcess>());
     }
 }
 
 void PrivateSound::start() {
-    const auto protocol = QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=%1")
-                              .arg(file(QStringLiteral("native")));
-    const auto log = file(QStringLiteral("server.log"));
-    m_server.start(QStringLiteral("pulseaudio"),
-                   {QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
-                    QStringLiteral("--use-pid-file=no"), QStringLiteral("--exit-idle-time=-1"),
-                    QStringLiteral("--realtime=no"), QStringLiteral("--high-priority=no"),
-                    QStringLiteral("-L"), protocol},
-                   environment(), log);
+    for (const auto& program : m_programs) {
+        QFile::remove(file(program.socket));
+    }
+    for (size_t index = 0; index < m_programs.size(); ++index) {
+        startProgram(index);
+    }
+}
+
+void PrivateSound::startProgram(size_t index) {
+    const auto& program = m_programs[index];
+    const auto log = file(program.name + QStringLiteral(".log"));
+    auto& process = *m_processes[index];
+    process.start(program.name, program.arguments, soundServerEnvironment(m_folder.path()), log);
+    const bool isLast = index + 1 == m_programs.size();
     const QDeadlineTimer limit(10000);
-    while (true) {
-        try {
-            control({QStringLiteral("info")});
-            return;
-        } catch (const std::runtime_error&) {
-            if (!isRunning() || limit.hasExpired()) {
-                refuse(QStringLiteral("The sound server did not start: ") + contents(log));
-            }
+    while (!QFile::exists(file(program.socket)) || (isLast && !answers())) {
+        if (!process.isRunning() || limit.hasExpired()) {
+            refuse(QStringLiteral("%1 did not start: %2").arg(program.name, contents(log)));
         }
         QThread::msleep(20);
     }
 }
 
+bool PrivateSound::answers() const {
+    try {
+        control({QStringLiteral("info")});
+        return true;
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
 void PrivateSound::stop() {
     thaw();
-    m_server.signal(SIGTERM);
-    if (!m_server.waitForEnd(5000)) {
-        kill();
+    for (auto process = m_processes.rbegin(); process != m_processes.rend(); ++process) {
+        (*process)->signal(SIGTERM);
+        if (!(*process)->waitForEnd(5000)) {
+            (*process)->kill();
+        }
     }
 }
 
 void PrivateSound::kill() {
-    m_server.kill();
+    for (auto process = m_processes.rbegin(); process != m_processes.rend(); ++process) {
+        (*process)->kill();
+    }
 }
 
 void PrivateSound::freeze() {
-    m_server.signal(SIGSTOP);
+    server().signal(SIGSTOP);
 }
 
 void PrivateSound::thaw() {
-    m_server.signal(SIGCONT);
+    server().signal(SIGCONT);
+}
+
+void PrivateSound::killSessionManager() {
+    for (size_t index = 0; index < m_programs.size(); ++index) {
+        if (m_programs[index].task == SoundProgram::Task::sessionManager) {
+            m_processes[index]->kill();
+            return;
+        }
+    }
+    refuse(QStringLiteral("This sound server has no session manager."));
 }
 
 QString PrivateSound::address() const {
@@ -88,13 +116,14 @@ QProcessEnvironment PrivateSound::environment() const {
     result.insert(QStringLiteral("PULSE_RUNTIME_PATH"), m_folder.path());
     result.insert(QStringLiteral("PULSE_STATE_PATH"), m_folder.path());
     result.insert(QStringLiteral("PULSE_COOKIE"), file(QStringLiteral("cookie")));
+    result.insert(QStringLiteral("PIPEWIRE_RUNTIME_DIR"), m_folder.path());
     return result;
 }
 
 void PrivateSound::useInThisProcess() const {
     const auto variables = environment();
     for (const auto& name : variables.keys()) {
-        if (name.startsWith(QLatin1String("PULSE_"))) {
+        if (name.startsWith(QLatin1String("PULSE_")) || name == QLatin1String("PIPEWIRE_RUNTIME_DIR")) {
             qputenv(name.toLocal8Bit().constData(), variables.value(name).toLocal8Bit());
         }
     }
@@ -111,9 +140,12 @@ void PrivateSound::unloadModule(quint32 number) {
 // A null sink that rewinds, as it does by default, keeps the first block of whatever starts to play from its
 // monitor.
 quint32 PrivateSound::addSink(const QString& name, const SoundFormat& format) {
-    return loadModule(QStringLiteral("module-null-sink"),
-                      QStringList{QStringLiteral("sink_name=") + name, QStringLiteral("norewinds=1")} +
-                          formatArguments(format));
+    const auto number =
+        loadModule(QStringLiteral("module-null-sink"),
+                   QStringList{QStringLiteral("sink_name=") + name, QStringLiteral("norewinds=1")} +
+                       formatArguments(format));
+    awaitDefault(QStringLiteral("sink"));
+    return number;
 }
 
 quint32 PrivateSound::addMicrophone(const QString& name, const SoundFormat& format) {
@@ -125,15 +157,44 @@ quint32 PrivateSound::addMicrophone(const QString& name, const SoundFormat& form
 }
 
 quint32 PrivateSound::addSilentMicrophone(const QString& name) {
-    return loadModule(QStringLiteral("module-null-source"), {QStringLiteral("source_name=") + name});
+    const auto words = silentSource(m_kind, name);
+    return loadModule(words.first(), words.mid(1));
+}
+
+quint32 PrivateSound::addNoisyMicrophone(const QString& name) {
+    const auto pipe = file(name);
+    const auto number =
+        loadModule(QStringLiteral("module-pipe-source"),
+                   QStringList{QStringLiteral("source_name=") + name, QStringLiteral("file=") + pipe} +
+                       formatArguments({}));
+    m_noises.push_back(std::make_unique<ChildProcess>());
+    m_noises.back()->start(QStringLiteral("cp"), {QStringLiteral("/dev/urandom"), pipe}, environment(),
+                           file(QStringLiteral("noise.log")));
+    return number;
 }
 
 void PrivateSound::setDefaultSink(const QString& name) {
     control({QStringLiteral("set-default-sink"), name});
+    awaitDefault(QStringLiteral("sink"), name);
 }
 
 void PrivateSound::setDefaultSource(const QString& name) {
     control({QStringLiteral("set-default-source"), name});
+    awaitDefault(QStringLiteral("source"), name);
+}
+
+void PrivateSound::awaitDefault(const QString& kind, const QString& name) const {
+    const QDeadlineTimer limit(10000);
+    while (true) {
+        const auto chosen = control({QStringLiteral("get-default-") + kind}).trimmed();
+        if (name.isEmpty() ? !chosen.isEmpty() && !chosen.startsWith(u'@') : chosen == name) {
+            return;
+        }
+        if (limit.hasExpired()) {
+            refuse(QStringLiteral("The default %1 stays “%2”.").arg(kind, chosen));
+        }
+        QThread::msleep(20);
+    }
 }
 
 QString PrivateSound::control(const QStringList& arguments) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sandbox/desktop/ChildProcess.h"
+#include "sandbox/desktop/SoundServers.h"
 
 #include <QProcessEnvironment>
 #include <QString>
@@ -8,6 +9,7 @@
 #include <QTemporaryDir>
 
 #include <memory>
+#include <vector>
 
 struct SoundFormat {
     quint32 rate = 48000; // Hz
@@ -29,13 +31,13 @@ private:
     std::unique_ptr<ChildProcess> m_player;
 };
 
-// A PulseAudio server of its own, in a folder of its own, with null devices only. Every operation blocks
-// until it is done and throws std::runtime_error with the server's words if it fails. The end of this process
-// ends the server and the players too.
+// A sound server of its own, in a folder of its own, with null devices only. Every operation blocks until it
+// is done and throws std::runtime_error with the server's words if it fails. The end of this process ends the
+// server and the players too.
 class PrivateSound {
 public:
     // Starts nothing.
-    PrivateSound();
+    explicit PrivateSound(SoundServerKind kind = SoundServerKind::pulseAudio);
 
     void start();
     // Politely, and at once.
@@ -44,8 +46,12 @@ public:
     // A server that is there and does not answer.
     void freeze();
     void thaw();
-    bool isRunning() { return m_server.isRunning(); }
-    qint64 processId() const { return m_server.processId(); }
+    // What connects streams to devices; only PipeWire has it as a process.
+    void killSessionManager();
+    bool isRunning() { return server().isRunning(); }
+    // Of the process that answers the clients.
+    qint64 processId() { return server().processId(); }
+    SoundServerKind kind() const { return m_kind; }
 
     // For PULSE_SERVER and for makePulseAudioHost().
     QString address() const;
@@ -64,6 +70,8 @@ public:
     quint32 addMicrophone(const QString& name, const SoundFormat& format = {});
     // A source that is silent, and nothing else: no sink comes with it.
     quint32 addSilentMicrophone(const QString& name);
+    // The same, full of noise.
+    quint32 addNoisyMicrophone(const QString& name);
     void setDefaultSink(const QString& name);
     void setDefaultSource(const QString& name);
     // The output of `pactl` with these arguments.
@@ -78,9 +86,18 @@ public:
 private:
     SoundPlayback play(const QString& sink, const QStringList& arguments);
 
+    void startProgram(size_t index);
+    bool answers() const;
+    // A session manager chooses after the answer.
+    void awaitDefault(const QString& kind, const QString& name = {}) const;
+    ChildProcess& server() { return *m_processes.back(); }
     QString file(const QString& name) const { return m_folder.filePath(name); }
 
+    const SoundServerKind m_kind;
     QTemporaryDir m_folder;
-    ChildProcess m_server;
+    std::vector<SoundProgram> m_programs;
+    // One each, in the same order.
+    std::vector<std::unique_ptr<ChildProcess>> m_processes;
+    std::vector<std::unique_ptr<ChildProcess>> m_noises;
     int m_tones = 0;
 };

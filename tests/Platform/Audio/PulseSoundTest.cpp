@@ -70,10 +70,10 @@ private Q_SLOTS:
         const auto stream = start(false, recorder);
         QVERIFY(waitUntil([&] { return recorder.heard() > rate / 2; }));
         const auto format = recorder.format();
-        QCOMPARE(format.sampleRate, double(rate));
+        QCOMPARE(format.sampleRate, keepsFormats() ? double(rate) : 48000.0);
         QCOMPARE(format.channelsPerFrame, channels);
-        QCOMPARE(format.bitsPerChannel, bits);
-        QCOMPARE(format.isFloat, isFloat);
+        QCOMPARE(format.bitsPerChannel, keepsFormats() ? bits : 32U);
+        QCOMPARE(format.isFloat, !keepsFormats() || isFloat);
         const auto samples = recorder.samples();
         const auto level = rms(std::span(samples).last(rate / 4));
         QVERIFY2(std::abs(level - 0.5 / std::numbers::sqrt2) < 0.02, qPrintable(QString::number(level)));
@@ -103,13 +103,15 @@ private Q_SLOTS:
         }
         QVERIFY(waitUntil([&] { return recorder.heard() > 0; }, 3000));
         QCOMPARE(recorder.stops, 0);
-        QCOMPARE(recorder.format().sampleRate, system ? 48000.0 : 16000.0);
+        QCOMPARE(recorder.format().sampleRate, !system && keepsFormats() ? 16000.0 : 48000.0);
         QCOMPARE(list("source-outputs").count("application.name = \"Sound test\""), 1);
     }
 
     void sleepingOutputIsHeardWhenItWakes() {
         add(true, "candidate");
-        m_sound->loadModule("module-suspend-on-idle", {"timeout=1"});
+        if (m_sound->kind() == SoundServerKind::pulseAudio) {
+            m_sound->loadModule("module-suspend-on-idle", {"timeout=1"});
+        }
         QVERIFY(waitUntil([&] { return list("sinks").contains("State: SUSPENDED"); }));
         SoundRecorder recorder;
         const auto stream = start(true, recorder);
