@@ -2,7 +2,10 @@
 
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QGuiApplication>
+#include <QPixmap>
 #include <QProcess>
+#include <QScreen>
 #include <QThread>
 
 #include <stdexcept>
@@ -102,6 +105,26 @@ QString PrivateDisplay::run(const QString& program, const QStringList& arguments
         refuse(program + QStringLiteral(": ") + process.errorString());
     }
     return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+}
+
+void PrivateDisplay::movePointer(QPoint place) const {
+    xdotool({QStringLiteral("mousemove"), QString::number(place.x()), QString::number(place.y())});
+}
+
+void PrivateDisplay::setButton(bool pressed) const {
+    xdotool({pressed ? QStringLiteral("mousedown") : QStringLiteral("mouseup"), QStringLiteral("1")});
+}
+
+void PrivateDisplay::type(const QString& text) const {
+    xdotool({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("5"), text});
+}
+
+void PrivateDisplay::pressKeys(const QString& keys) const {
+    xdotool({QStringLiteral("key"), keys});
+}
+
+QImage PrivateDisplay::picture() const {
+    return QGuiApplication::primaryScreen()->grabWindow(0).toImage();
 }
 
 QString PrivateDisplay::xdotool(const QStringList& arguments) const {

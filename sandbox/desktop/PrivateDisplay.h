@@ -1,17 +1,16 @@
 #pragma once
 
 #include "sandbox/desktop/ChildProcess.h"
+#include "sandbox/desktop/PrivateDesktop.h"
 
 #include <QList>
 #include <QRect>
-#include <QSize>
-#include <QString>
 #include <QTemporaryDir>
 
 // An X server of its own without a screen to look at, with a window manager and a compositor or without.
 // Operations block until it is done and throw std::runtime_error. It ends with this object, or with this
 // process.
-class PrivateDisplay {
+class PrivateDisplay : public PrivateDesktop {
 public:
     // openbox comes with the compositor picom.
     enum class Manager { openbox, none };
@@ -21,8 +20,13 @@ public:
 
     // For DISPLAY, of this process and its children.
     QString name() const { return m_name; }
-    QSize size() const { return m_size; }
-    void useInThisProcess() const;
+    QSize size() const override { return m_size; }
+    void useInThisProcess() const override;
+    void movePointer(QPoint place) const override;
+    void setButton(bool pressed) const override;
+    void type(const QString& text) const override;
+    void pressKeys(const QString& keys) const override;
+    QImage picture() const override;
     // Several screens in place of the one, the main screen first. Before programs ask for them.
     void splitIntoScreens(const QList<QRect>& screens) const;
     // What `xdotool` prints with these arguments.

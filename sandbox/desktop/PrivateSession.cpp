@@ -136,8 +136,9 @@ void PrivateSession::setVariable(const char* name, const QByteArray& value) {
     }
 }
 
-QString PrivateSession::busAddress() const {
-    return QStringLiteral("unix:path=") + m_folder.filePath(QStringLiteral("bus"));
+void PrivateSession::joinBus(const QString& address) {
+    m_busAddress = address;
+    setVariable("DBUS_SESSION_BUS_ADDRESS", address.toUtf8());
 }
 
 bool PrivateSession::startBus(const QString& services) {

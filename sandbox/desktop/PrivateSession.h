@@ -22,6 +22,8 @@ public:
     // The bus starts what `services` describes; what those print goes to busLog().
     bool startBus(const QString& services = {});
     void stopBus();
+    // The bus of a desktop that is there already, in place of its own.
+    void joinBus(const QString& address);
 
     // GNOME Keyring. The first start makes its login collection, a later one unlocks it; without a password
     // it stays locked.
@@ -31,7 +33,7 @@ public:
     void stopKeyring();
     void killKeyring();
 
-    QString busAddress() const;
+    QString busAddress() const { return m_busAddress; }
     QString busLog() const { return m_folder.filePath(QStringLiteral("bus.log")); }
     QString folder() const { return m_folder.path(); }
 
@@ -41,6 +43,7 @@ private:
 
     // The name of the program may hold blanks, which the address of a bus may not.
     QTemporaryDir m_folder{QDir::tempPath() + QStringLiteral("/session-XXXXXX")};
+    QString m_busAddress = QStringLiteral("unix:path=") + m_folder.filePath(QStringLiteral("bus"));
     std::map<QByteArray, QByteArray> m_oldVariables;
     std::unique_ptr<QProcess> m_bus;
     std::unique_ptr<QProcess> m_keyring;

@@ -1,6 +1,6 @@
 #include "sandbox/desktop/UserHands.h"
 
-#include "sandbox/desktop/PrivateDisplay.h"
+#include "sandbox/desktop/PrivateDesktop.h"
 
 #include <QAccessible>
 #include <QGuiApplication>
@@ -62,10 +62,6 @@ void collect(QAccessibleInterface* item, QStringList& names) {
     }
 }
 
-QString number(int value) {
-    return QString::number(value);
-}
-
 } // namespace
 
 std::optional<QRect> UserHands::find(const QString& name, const QString& within) const {
@@ -103,32 +99,37 @@ void UserHands::moveTo(const QString& name, const QString& within) const {
 }
 
 void UserHands::moveTo(QPoint place) const {
-    m_display.xdotool({QStringLiteral("mousemove"), number(place.x()), number(place.y())});
+    m_desktop.movePointer(place);
 }
 
 void UserHands::click(const QString& name, const QString& within) const {
     moveTo(name, within);
-    m_display.xdotool({QStringLiteral("click"), QStringLiteral("1")});
+    clickHere();
 }
 
 void UserHands::clickAt(QPoint place) const {
     moveTo(place);
-    m_display.xdotool({QStringLiteral("click"), QStringLiteral("1")});
+    clickHere();
+}
+
+void UserHands::clickHere() const {
+    m_desktop.setButton(true);
+    m_desktop.setButton(false);
 }
 
 void UserHands::hold(QPoint place) const {
     moveTo(place);
-    m_display.xdotool({QStringLiteral("mousedown"), QStringLiteral("1")});
+    m_desktop.setButton(true);
 }
 
 void UserHands::letGo() const {
-    m_display.xdotool({QStringLiteral("mouseup"), QStringLiteral("1")});
+    m_desktop.setButton(false);
 }
 
 void UserHands::type(const QString& text) const {
-    m_display.xdotool({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("5"), text});
+    m_desktop.type(text);
 }
 
 void UserHands::press(const QString& keys) const {
-    m_display.xdotool({QStringLiteral("key"), keys});
+    m_desktop.pressKeys(keys);
 }

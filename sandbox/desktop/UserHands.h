@@ -6,15 +6,15 @@
 
 #include <optional>
 
-class PrivateDisplay;
+class PrivateDesktop;
 
 // A user at the windows of this process: finds a control by what assistive technology calls it, and uses real
 // pointer and key events of the display, which arrive when the event loop runs. Main thread. What cannot be
 // found throws std::runtime_error.
 class UserHands {
 public:
-    explicit UserHands(const PrivateDisplay& display)
-        : m_display(display) {}
+    explicit UserHands(const PrivateDesktop& desktop)
+        : m_desktop(desktop) {}
 
     // In pixels of the display. Nothing when no such control is seen. `within` names what it stands in, where
     // the name alone is not enough.
@@ -37,5 +37,7 @@ public:
     void press(const QString& keys) const;
 
 private:
-    const PrivateDisplay& m_display;
+    void clickHere() const;
+
+    const PrivateDesktop& m_desktop;
 };
