@@ -17,6 +17,18 @@ Window* windowOf() {
     return nullptr;
 }
 
+template<typename Test, typename Desktop>
+int runOnDesktop(int argc, char* argv[], const Desktop& desktop) {
+    desktop.useInThisProcess();
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("QT_SCALE_FACTOR", "1");
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    QGuiApplication application(argc, argv);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    Test test(desktop);
+    return QTest::qExec(&test, argc, argv);
+}
+
 // Runs a test of windows on this display; started by such a test with the neighbour's argument, the program
 // is the neighbour.
 template<typename Test>
@@ -26,12 +38,5 @@ int runOnDisplay(int argc, char* argv[], const QSize& size = {1280, 900}) {
     }
     // The accessible tree is that of the first application object: the display comes before it.
     const PrivateDisplay display(size);
-    display.useInThisProcess();
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    qputenv("QT_SCALE_FACTOR", "1");
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-    QGuiApplication application(argc, argv);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    Test test(display);
-    return QTest::qExec(&test, argc, argv);
+    return runOnDesktop<Test>(argc, argv, display);
 }

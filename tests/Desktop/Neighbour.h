@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QGuiApplication>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QRasterWindow>
 #include <QTemporaryDir>
 
@@ -12,7 +13,15 @@
 
 // Another program's window, all over the screen: it says what it is given. F11 makes it a full-screen one.
 class NeighbourWindow : public QRasterWindow {
+public:
+    // All of it.
+    static constexpr QColor colour{0, 128, 64};
+
 protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter(this).fillRect(QRect(QPoint(), size()), colour);
+        say("shown");
+    }
     void mousePressEvent(QMouseEvent*) override { say("press"); }
     void keyPressEvent(QKeyEvent* event) override {
         if (event->key() == Qt::Key_F11) {
@@ -38,13 +47,26 @@ public:
         NeighbourWindow window;
         window.setTitle(QLatin1String(argument));
         window.setGeometry(window.screen()->availableGeometry().adjusted(8, 32, -8, -8));
-        window.show();
+        if (isOnWayland()) {
+            // It has no say in its place, and a frame would change its look with the focus.
+            window.setFlag(Qt::FramelessWindowHint);
+            window.showMaximized();
+        } else {
+            window.show();
+        }
         return QGuiApplication::exec();
     }
 
-    void start() {
-        m_process.start(QCoreApplication::applicationFilePath(), {QLatin1String(argument)},
-                        QProcessEnvironment::systemEnvironment(), path());
+    enum class Platform { x11, wayland };
+
+    void start(Platform platform = Platform::x11) {
+        auto environment = QProcessEnvironment::systemEnvironment();
+        if (platform == Platform::wayland) {
+            environment.insert("QT_QPA_PLATFORM", "wayland");
+            environment.insert("XDG_RUNTIME_DIR", m_folder.path());
+        }
+        m_process.start(QCoreApplication::applicationFilePath(), {QLatin1String(argument)}, environment,
+                        path());
     }
     // How often it has said so.
     qsizetype count(const QByteArray& line) const {
@@ -53,6 +75,7 @@ public:
     }
 
 private:
+    static bool isOnWayland() { return QGuiApplication::platformName().startsWith(u"wayland"); }
     QString path() const { return m_folder.filePath(QStringLiteral("said")); }
 
     QTemporaryDir m_folder;
