@@ -20,15 +20,19 @@ QString portOf(const QString& url) {
 
 } // namespace
 
-TourDesktop::TourDesktop() = default;
+TourDesktop::TourDesktop(SoundServerKind sound)
+    : m_sound(sound) {}
 
 TourDesktop::~TourDesktop() {
     stopSandbox();
 }
 
-void TourDesktop::start(const QString& sandboxProgram) {
+void TourDesktop::start(const QString& sandboxProgram, const QString& busAddress) {
     m_sandboxProgram = sandboxProgram;
-    if (!m_session.startBus() || !startSecrets()) {
+    if (!busAddress.isEmpty()) {
+        m_session.joinBus(busAddress);
+    }
+    if ((busAddress.isEmpty() && !m_session.startBus()) || !startSecrets()) {
         fail(QStringLiteral("No private session: dbus-daemon or gnome-keyring-daemon did not start."));
     }
     m_sound.start();

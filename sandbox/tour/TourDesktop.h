@@ -11,11 +11,11 @@
 // Blocking; throws std::runtime_error.
 class TourDesktop {
 public:
-    TourDesktop();
+    explicit TourDesktop(SoundServerKind sound = SoundServerKind::pulseAudio);
     ~TourDesktop();
 
-    // From now on this process and its children live on this desktop.
-    void start(const QString& sandboxProgram);
+    // From now on this process and its children live on this desktop, on a bus of its own or on this one.
+    void start(const QString& sandboxProgram, const QString& busAddress = {});
     // Starts the stand-in, again after a stop: on the same ports and with the same memory.
     void startSandbox();
     void stopSandbox();

@@ -17,8 +17,6 @@
 #include <QGuiApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QPixmap>
-#include <QScreen>
 
 namespace corvane {
 
@@ -41,7 +39,7 @@ bool isTelling(const QString& line) {
 
 using namespace tourvoices;
 
-TourScript::TourScript(TourDesktop& desktop, const PrivateDisplay& display, Transcript& transcript,
+TourScript::TourScript(TourDesktop& desktop, const PrivateDesktop& display, Transcript& transcript,
                        Options options)
     : m_desktop(desktop)
     , m_display(display)
@@ -112,8 +110,10 @@ QCoro::Task<void> TourScript::press(QString keys) {
 }
 
 QCoro::Task<void> TourScript::drag(QPoint from, QPoint to) {
+    m_hands.moveTo(from);
+    co_await pause(120);
     m_hands.hold(from);
-    for (const auto& place : {from, (from + to) / 2, to}) {
+    for (const auto& place : {from, from + QPoint(1, 0), (from + to) / 2, to}) {
         co_await pause(120);
         m_hands.moveTo(place);
     }
@@ -123,8 +123,7 @@ QCoro::Task<void> TourScript::drag(QPoint from, QPoint to) {
 }
 
 void TourScript::keepSight(const QString& name) const {
-    auto* screen = QGuiApplication::primaryScreen();
-    screen->grabWindow(0).save(m_options.pictures + u'/' + name + QStringLiteral(".png"), "PNG", 80);
+    m_display.picture().save(m_options.pictures + u'/' + name + QStringLiteral(".png"), "PNG", 80);
 }
 
 QCoro::Task<void> TourScript::picture(QString name) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "App/CorvaneApp.h"
-#include "sandbox/desktop/PrivateDisplay.h"
+#include "sandbox/desktop/PrivateDesktop.h"
 #include "sandbox/desktop/UserHands.h"
 #include "sandbox/tour/TourDesktop.h"
 #include "sandbox/tour/Transcript.h"
@@ -36,7 +36,7 @@ public:
         bool dark = false;
     };
 
-    TourScript(TourDesktop& desktop, const PrivateDisplay& display, Transcript& transcript, Options options);
+    TourScript(TourDesktop& desktop, const PrivateDesktop& display, Transcript& transcript, Options options);
     ~TourScript();
 
     // Throws TourFailure, or what the program should never have thrown.
@@ -87,7 +87,7 @@ private:
     CompletionViewModel& completion();
 
     TourDesktop& m_desktop;
-    const PrivateDisplay& m_display;
+    const PrivateDesktop& m_display;
     const UserHands m_hands;
     Transcript& m_transcript;
     const Options m_options;

@@ -1,3 +1,4 @@
+#include "sandbox/desktop/PrivateCompositor.h"
 #include "sandbox/desktop/PrivateDisplay.h"
 #include "sandbox/tour/TourScript.h"
 
@@ -9,6 +10,9 @@
 #include <QTemporaryDir>
 
 #include <cstdio>
+#include <map>
+#include <optional>
+#include <stdexcept>
 #include <sys/stat.h>
 
 using namespace corvane;
@@ -35,7 +39,22 @@ struct Options {
     QString pictures;
     bool dark = false;
     int scale = 1;
+    SoundServerKind sound = SoundServerKind::pulseAudio;
+    // Without a compositor a plain X server.
+    std::optional<CompositorKind> compositor;
 };
+
+// Of what an option takes; anything else ends the tour.
+template<typename Value>
+Value choice(const QCommandLineParser& parser, const QCommandLineOption& option,
+             const std::map<QString, Value>& choices) {
+    const auto found = choices.find(parser.value(option));
+    if (found == choices.end()) {
+        throw std::runtime_error("There is nothing called \"" + parser.value(option).toStdString() +
+                                 "\" for --" + option.names().first().toStdString() + '.');
+    }
+    return found->second;
+}
 
 // Before there is an application object: the end of a first one would take the accessible tree from the
 // second.
@@ -55,23 +74,43 @@ Options parse(int argc, char* argv[]) {
     const QCommandLineOption dark(QStringLiteral("dark"), QStringLiteral("Take the dark theme."));
     const QCommandLineOption scale(QStringLiteral("scale"), QStringLiteral("Pixels for a point: 1 or 2."),
                                    QStringLiteral("factor"), QStringLiteral("1"));
-    parser.addOptions({fault, pictures, dark, scale});
+    const QCommandLineOption sound(QStringLiteral("sound"),
+                                   QStringLiteral("The sound server: pulseaudio or pipewire."),
+                                   QStringLiteral("server"), QStringLiteral("pulseaudio"));
+    const QCommandLineOption desktop(
+        QStringLiteral("desktop"),
+        QStringLiteral("Where the windows are: x11, or on XWayland kwin, gnome or sway."),
+        QStringLiteral("desktop"), QStringLiteral("x11"));
+    parser.addOptions({fault, pictures, dark, scale, sound, desktop});
     parser.process(QStringList(argv, argv + argc));
     return {.fault = parser.value(fault),
             .pictures = parser.value(pictures),
             .dark = parser.isSet(dark),
-            .scale = std::clamp(parser.value(scale).toInt(), 1, 2)};
+            .scale = std::clamp(parser.value(scale).toInt(), 1, 2),
+            .sound = choice<SoundServerKind>(parser, sound,
+                                             {{QStringLiteral("pulseaudio"), SoundServerKind::pulseAudio},
+                                              {QStringLiteral("pipewire"), SoundServerKind::pipeWire}}),
+            .compositor =
+                choice<std::optional<CompositorKind>>(parser, desktop,
+                                                      {{QStringLiteral("x11"), std::nullopt},
+                                                       {QStringLiteral("kwin"), CompositorKind::kwin},
+                                                       {QStringLiteral("gnome"), CompositorKind::gnome},
+                                                       {QStringLiteral("sway"), CompositorKind::sway}})};
 }
 
 } // namespace
 
 int main(int argc, char* argv[]) {
     umask(S_IRWXG | S_IRWXO);
-    const auto options = parse(argc, argv);
     Transcript transcript;
-    transcript.chapter(QStringLiteral("Corvane Lumetra: a guided tour"));
     try {
-        const PrivateDisplay display(QSize(1280, 900) * options.scale);
+        const auto options = parse(argc, argv);
+        transcript.chapter(QStringLiteral("Corvane Lumetra: a guided tour"));
+        const auto size = QSize(1280, 900) * options.scale;
+        const auto compositor =
+            options.compositor ? PrivateCompositor::start(*options.compositor, size) : nullptr;
+        const auto plain = compositor ? nullptr : std::make_unique<PrivateDisplay>(size);
+        const auto& display = compositor ? static_cast<const PrivateDesktop&>(*compositor) : *plain;
         display.useInThisProcess();
         qputenv("QT_QPA_PLATFORM", "xcb");
         // Until the session has its own.
@@ -81,11 +120,12 @@ int main(int argc, char* argv[]) {
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
         QGuiApplication application(argc, argv);
         QGuiApplication::setQuitOnLastWindowClosed(false);
-        TourDesktop desktop;
+        TourDesktop desktop(options.sound);
         // The session hides the display of the user.
         display.useInThisProcess();
         const auto folder = QCoreApplication::applicationDirPath();
-        desktop.start(folder + QStringLiteral("/corvane-sandbox"));
+        desktop.start(folder + QStringLiteral("/corvane-sandbox"),
+                      compositor ? compositor->busAddress() : QString());
         transcript.say(
             QStringLiteral("tour"),
             QStringLiteral("a private session is up: display, bus, secret service, sound server, sandbox"));
