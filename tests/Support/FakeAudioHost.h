@@ -67,6 +67,11 @@ class FakeAudioHost : public platform::AudioHost {
             buffer.length = samples.size_bytes();
             return push(buffer);
         }
+        void hear(const QString& device) {
+            if (const auto channel = current()) {
+                channel->handlers.deviceChanged(device);
+            }
+        }
         void fail(const QString& reason) {
             if (const auto channel = current()) {
                 if (const auto handler = std::exchange(channel->handlers.stoppedWithError, nullptr)) {
@@ -134,6 +139,9 @@ public:
     platform::AudioStreamHandlers systemHandlers() const { return m_system.current()->handlers; }
     platform::AudioStreamHandlers microphoneHandlers() const { return m_microphone.current()->handlers; }
 
+    // The newest meter of the microphone. Main thread.
+    Source& microphoneMeter() { return m_microphoneMeter; }
+
     // The stream ends by itself. Main thread.
     void failSystem(const QString& reason) { m_system.fail(reason); }
     void failMicrophone(const QString& reason) { m_microphone.fail(reason); }
@@ -155,6 +163,12 @@ public:
         // QCoro moves whatever co_return names, a member too.
         auto result = input;
         co_return result;
+    }
+    QCoro::Task<StreamPointer> startMeter(platform::AudioSourceKind source,
+                                          platform::AudioStreamHandlers handlers) override {
+        const bool system = source == platform::AudioSourceKind::systemOutput;
+        return start(system ? &m_systemMeter : &m_microphoneMeter, system ? &systemError : &microphoneError,
+                     std::move(handlers));
     }
     QCoro::Task<Endpoints> inputs() override { return listed(inputList); }
     QCoro::Task<Endpoints> outputs() override { return listed({}); }
@@ -190,4 +204,6 @@ private:
     std::vector<platform::SystemStreamConfiguration> m_systemStarts;
     Source m_system;
     Source m_microphone;
+    Source m_systemMeter;
+    Source m_microphoneMeter;
 };

@@ -3,6 +3,7 @@
 #include <QCoroTask>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <cstddef>
 #include <cstdint>
@@ -51,6 +52,8 @@ struct AudioStreamHandlers {
     std::function<void(const AudioBuffer&)> buffer;
     // On the main thread, once: the stream ended by itself (server gone, device gone and none to follow).
     std::function<void(QString reason)> stoppedWithError;
+    // On the main thread, may be left out: the device that is heard from now on, by its name for people.
+    std::function<void(QString device)> deviceChanged = {};
 };
 
 // A running capture. Destroying it stops it; no handler runs after the destructor returned.
@@ -64,15 +67,29 @@ struct AudioEndpoint {
     QString name; // for people
 };
 
+enum class AudioSourceKind { systemOutput, microphone };
+
+// A place that sound goes to.
+struct AudioOutput {
+    QString name; // for people
+    bool muted = false;
+    double volume = 1; // factor of the amplitude, of the loudest channel
+    bool plays = false;
+};
+
 // What can be listened to right now.
 struct AudioSurvey {
-    int outputs = 0;        // places that sound goes to, each with a monitor
+    int outputs = 0;        // each with a monitor
     int playingStreams = 0; // programs that play
+    // The output whose monitor is the system's sound.
+    std::optional<AudioOutput> heardOutput = {};
+    // The other outputs that play, by their names for people.
+    QStringList otherPlayingOutputs = {};
 };
 
 struct SystemStreamConfiguration {
     uint32_t sampleRate = 48000; // Hz; the server resamples the monitor to it
-    uint32_t channelCount = 1;
+    // Nothing has to be done for it: this program plays no sound, and a monitor cannot leave one program out.
     bool excludesCurrentProcessAudio = true;
 };
 
@@ -84,16 +101,20 @@ public:
 
     // Throws AudioError when no sound server answers.
     virtual QCoro::Task<AudioSurvey> survey() = 0;
-    // Float32 at the asked rate, from the monitor of the default output; follows the default output within 3
-    // s. Never anything but a monitor: when none can be had the stream stops with an error. Throws
-    // AudioError.
+    // Float32 at the asked rate, with the channels of the output that it is heard from: the default one, or
+    // the one that plays when the default plays nothing and exactly one other does. Follows within 3 s. Never
+    // anything but a monitor: when none can be had the stream stops with an error. Throws AudioError.
     virtual QCoro::Task<std::unique_ptr<AudioStream>>
     startSystemStream(SystemStreamConfiguration configuration, AudioStreamHandlers handlers) = 0;
-    // The default input. Nothing when there is none (a monitor is no input).
+    // Returns the default input, or nullopt when there is none (a monitor is not an input).
     virtual QCoro::Task<std::optional<AudioEndpoint>> defaultInput() = 0;
     // The default input in its native format; follows the default input within 3 s, the format may then
     // change from one buffer to the next. Throws AudioError.
     virtual QCoro::Task<std::unique_ptr<AudioStream>> startMicrophoneStream(AudioStreamHandlers handlers) = 0;
+    // How loud the source is, as its stream would hear it: floats, each the peak of 40 ms, mixed to one
+    // channel. Throws AudioError.
+    virtual QCoro::Task<std::unique_ptr<AudioStream>> startMeter(AudioSourceKind source,
+                                                                 AudioStreamHandlers handlers) = 0;
     // Inputs without the monitors; outputs.
     virtual QCoro::Task<QList<AudioEndpoint>> inputs() = 0;
     virtual QCoro::Task<QList<AudioEndpoint>> outputs() = 0;

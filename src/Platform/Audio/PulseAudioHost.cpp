@@ -21,17 +21,34 @@ QCoro::Task<PulseInventory> readInventory(PulseSettings settings, const QObject*
     co_return inventory;
 }
 
-QCoro::Task<std::unique_ptr<AudioStream>> startCapture(PulseCapture::Kind kind, PulseSettings settings,
-                                                       const QObject* host,
-                                                       SystemStreamConfiguration configuration,
+QCoro::Task<std::unique_ptr<AudioStream>> startCapture(PulseSettings settings, const QObject* host,
+                                                       PulseCapture::Request request,
                                                        AudioStreamHandlers handlers) {
-    auto capture = std::make_unique<PulseCapture>(kind, settings, configuration, std::move(handlers));
+    auto capture = std::make_unique<PulseCapture>(settings, request, std::move(handlers));
     const auto tied = tie(*host, *capture);
     capture->start();
     co_await capture->started();
     QObject::disconnect(tied);
     std::unique_ptr<AudioStream> stream = std::move(capture);
     co_return stream;
+}
+
+AudioSurvey surveyOf(const PulseInventory& inventory) {
+    AudioSurvey result{.outputs = static_cast<int>(inventory.sinks.size()),
+                       .playingStreams = static_cast<int>(inventory.playing.size())};
+    const auto* heard = inventory.heardSink();
+    if (heard) {
+        result.heardOutput = AudioOutput{.name = heard->description,
+                                         .muted = heard->muted,
+                                         .volume = heard->volume,
+                                         .plays = inventory.plays(heard->index)};
+    }
+    for (const auto& sink : inventory.sinks) {
+        if (&sink != heard && inventory.plays(sink.index)) {
+            result.otherPlayingOutputs.append(sink.description);
+        }
+    }
+    return result;
 }
 
 AudioEndpoint endpoint(uint32_t index, const QString& name) {
@@ -45,13 +62,14 @@ public:
 
     QCoro::Task<AudioSurvey> survey() override {
         const auto inventory = co_await readInventory(m_settings, &m_lifetime);
-        co_return AudioSurvey{.outputs = static_cast<int>(inventory.sinks.size()),
-                              .playingStreams = inventory.playingStreams};
+        auto result = surveyOf(inventory);
+        co_return result;
     }
 
     QCoro::Task<std::unique_ptr<AudioStream>> startSystemStream(SystemStreamConfiguration configuration,
                                                                 AudioStreamHandlers handlers) override {
-        return startCapture(PulseCapture::Kind::systemOutput, m_settings, &m_lifetime, configuration,
+        return startCapture(m_settings, &m_lifetime,
+                            {.source = AudioSourceKind::systemOutput, .configuration = configuration},
                             std::move(handlers));
     }
 
@@ -65,7 +83,15 @@ public:
     }
 
     QCoro::Task<std::unique_ptr<AudioStream>> startMicrophoneStream(AudioStreamHandlers handlers) override {
-        return startCapture(PulseCapture::Kind::microphone, m_settings, &m_lifetime, {}, std::move(handlers));
+        return startCapture(m_settings, &m_lifetime, {.source = AudioSourceKind::microphone},
+                            std::move(handlers));
+    }
+
+    QCoro::Task<std::unique_ptr<AudioStream>> startMeter(AudioSourceKind source,
+                                                         AudioStreamHandlers handlers) override {
+        return startCapture(m_settings, &m_lifetime,
+                            {.source = source, .delivery = PulseCapture::Delivery::peaks},
+                            std::move(handlers));
     }
 
     QCoro::Task<QList<AudioEndpoint>> inputs() override {

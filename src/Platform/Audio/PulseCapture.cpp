@@ -2,6 +2,7 @@
 
 #include "Platform/Audio/PulseFormat.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace platform {
@@ -12,18 +13,54 @@ using namespace std::chrono_literals;
 
 // Before a device whose recording was ended or refused is tried again.
 constexpr auto retryDelay = 250ms;
+// A sound of the desktop on the default output is shorter, and does not take the ear off the call.
+constexpr auto rivalDelay = 2s;
+// Of the values that tell how loud a source is.
+constexpr uint32_t peaksPerSecond = 25;
+
+struct StreamName {
+    const char* name;
+    const char* idSuffix;
+};
+constexpr StreamName systemStream{"System audio", ".system-audio"};
+constexpr StreamName microphoneStream{"Microphone", ".microphone"};
+constexpr StreamName meterStream{"Level meter", ".level-meter"};
 
 constexpr auto fixedFormat =
     static_cast<pa_stream_flags_t>(PA_STREAM_FIX_FORMAT | PA_STREAM_FIX_RATE | PA_STREAM_FIX_CHANNELS);
 constexpr auto fixedRate = static_cast<pa_stream_flags_t>(PA_STREAM_FIX_RATE | PA_STREAM_FIX_CHANNELS);
 
+// Whatever a capture has may be lost, and what it opens may become ready, in every state in which it has it.
+constexpr bool isComplete() {
+    const auto leads = [](PulseCaptureState from, PulseCaptureEvent event) {
+        return std::ranges::any_of(pulseCaptureTransitions,
+                                   [&](const auto& row) { return row.from == from && row.event == event; });
+    };
+    for (auto state = PulseCaptureState::connecting; state != PulseCaptureState::ended;
+         state = static_cast<PulseCaptureState>(static_cast<int>(state) + 1)) {
+        const auto traits = pulseCaptureTraits(state);
+        if (traits.hears != leads(state, PulseCaptureEvent::currentLost) ||
+            traits.opens != leads(state, PulseCaptureEvent::nextLost) ||
+            traits.opens != leads(state, PulseCaptureEvent::nextReady) ||
+            !leads(state, PulseCaptureEvent::nothingWanted) ||
+            !leads(state, PulseCaptureEvent::otherWanted)) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(isComplete());
+
+PulseStreamIdentity identityOf(const StreamName& stream, const AudioClientIdentity& program) {
+    return {QLatin1String(stream.name),
+            program.id.isEmpty() ? QString() : program.id + QLatin1String(stream.idSuffix)};
+}
+
 } // namespace
 
-PulseCapture::PulseCapture(Kind kind, const PulseSettings& settings, SystemStreamConfiguration configuration,
-                           AudioStreamHandlers handlers)
+PulseCapture::PulseCapture(const PulseSettings& settings, Request request, AudioStreamHandlers handlers)
     : PulseSession(settings)
-    , m_kind(kind)
-    , m_configuration(configuration)
+    , m_request(request)
     , m_handlers(std::move(handlers)) {}
 
 PulseCapture::~PulseCapture() {
@@ -43,22 +80,27 @@ void PulseCapture::connected() {
         [](pa_context*, pa_subscription_event_type_t event, uint32_t, void* self) {
             const auto facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
             const auto type = event & PA_SUBSCRIPTION_EVENT_TYPE_MASK;
-            // A new default is a change of the server; of the devices only coming and going counts.
-            if (facility == PA_SUBSCRIPTION_EVENT_SERVER || type != PA_SUBSCRIPTION_EVENT_CHANGE) {
+            // A new default is a change of the server, and a stream that pauses or moves a change of the
+            // stream; of the devices only coming and going counts.
+            if (facility == PA_SUBSCRIPTION_EVENT_SERVER || facility == PA_SUBSCRIPTION_EVENT_SINK_INPUT ||
+                type != PA_SUBSCRIPTION_EVENT_CHANGE) {
                 static_cast<PulseCapture*>(self)->look();
             }
         },
         this);
-    constexpr auto mask = static_cast<pa_subscription_mask_t>(
-        PA_SUBSCRIPTION_MASK_SERVER | PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE);
-    if (auto* operation = pa_context_subscribe(context, mask, nullptr, nullptr)) {
+    auto mask = PA_SUBSCRIPTION_MASK_SERVER | PA_SUBSCRIPTION_MASK_SOURCE;
+    if (m_request.source == AudioSourceKind::systemOutput) {
+        mask |= PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SINK_INPUT;
+    }
+    if (auto* operation =
+            pa_context_subscribe(context, static_cast<pa_subscription_mask_t>(mask), nullptr, nullptr)) {
         pa_operation_unref(operation);
     }
     look();
 }
 
 void PulseCapture::look() {
-    if (m_released) {
+    if (m_state == State::ended) {
         return;
     }
     m_reader.read(m_connection.context(), [this](const std::optional<PulseInventory>& inventory) {
@@ -74,91 +116,137 @@ void PulseCapture::look() {
     });
 }
 
+void PulseCapture::lookAfter(std::chrono::milliseconds delay) {
+    m_nextLook = std::make_unique<PulseTimer>(m_connection, delay, [this] { look(); });
+}
+
 void PulseCapture::follow(const PulseInventory& inventory) {
-    const bool system = m_kind == Kind::systemOutput;
-    if (const auto place = std::exchange(m_movedTo, std::nullopt); place && system) {
-        // A place that is gone again, or none, is a lost device like any other.
-        const auto* source = inventory.source(*place);
-        if (source && !source->isMonitor()) {
-            throw AudioError(
-                AudioError::Kind::notAMonitor,
-                QStringLiteral("The sound server moved the recording of the system's sound to an input."));
-        }
-    }
-    const auto* wanted = system ? inventory.systemSource() : inventory.microphone();
-    if (!wanted) {
-        m_next.reset();
-        if (!m_running) {
-            throw AudioError(AudioError::Kind::noDevice, system ? QStringLiteral("There is no sound output.")
+    const bool system = m_request.source == AudioSourceKind::systemOutput;
+    const AudioError missing(AudioError::Kind::noDevice, system ? QStringLiteral("There is no sound output.")
                                                                 : QStringLiteral("There is no microphone."));
-        }
-        waitForDevice();
+    const auto* wanted = inventory.source(m_request.source);
+    if (!wanted) {
+        take(Event::nothingWanted, missing);
     } else if (m_current && m_current->source() == wanted->index) {
-        m_next.reset();
-        m_deadline.reset();
-    } else if (!m_next || m_next->source() != wanted->index) {
-        open(*wanted);
+        m_rival = {};
+        take(Event::currentWanted, missing);
+    } else if (m_current && isTooSoon(inventory, *wanted)) {
+        take(Event::currentWanted, missing);
+    } else if (m_next && m_next->source() == wanted->index) {
+        take(Event::nextWanted, missing);
+    } else {
+        take(Event::otherWanted, {AudioError::Kind::noDevice,
+                                  QStringLiteral("The sound device went away and no other took its place.")});
+        open(inventory, *wanted);
     }
 }
 
-void PulseCapture::open(const PulseSource& source) {
-    waitForDevice();
-    m_next.reset();
+// What is heard and still plays is not left for what began to play a moment ago.
+bool PulseCapture::isTooSoon(const PulseInventory& inventory, const PulseSource& wanted) {
+    const auto* current = inventory.source(m_current->source());
+    if (!current || !inventory.plays(current->monitorOf)) {
+        return false;
+    }
+    const auto now = pa_rtclock_now();
+    if (m_rival.source != wanted.index) {
+        m_rival = {wanted.index, now};
+    }
+    const auto waited = std::chrono::microseconds(now - m_rival.since);
+    if (waited >= rivalDelay) {
+        return false;
+    }
+    lookAfter(std::chrono::ceil<std::chrono::milliseconds>(rivalDelay - waited));
+    return true;
+}
+
+void PulseCapture::open(const PulseInventory& inventory, const PulseSource& source) {
     PulseRecording::Listener& listener = *this;
-    m_next = std::make_unique<PulseRecording>(m_connection, source, formatFor(source), m_settings.fragment,
-                                              listener);
+    m_next.reset();
+    m_next = std::make_unique<PulseRecording>(m_connection, source, inventory.deviceName(source),
+                                              formatFor(source), listener);
 }
 
 PulseRecordingFormat PulseCapture::formatFor(const PulseSource& source) const {
-    if (m_kind == Kind::systemOutput) {
-        return {.sample = {.format = PA_SAMPLE_FLOAT32LE,
-                           .rate = m_configuration.sampleRate,
-                           .channels = static_cast<uint8_t>(m_configuration.channelCount)}};
+    const bool system = m_request.source == AudioSourceKind::systemOutput;
+    PulseRecordingFormat result{
+        .sample = source.sample,
+        .channelMap = source.channelMap,
+        .fragment = m_settings.fragment,
+        .stream = identityOf(system ? systemStream : microphoneStream, m_settings.identity)};
+    if (m_request.delivery == Delivery::peaks) {
+        result.sample = {.format = PA_SAMPLE_FLOAT32LE, .rate = peaksPerSecond, .channels = 1};
+        pa_channel_map_init_mono(&result.channelMap);
+        result.fragment = 1000ms / peaksPerSecond;
+        result.flags = PA_STREAM_PEAK_DETECT;
+        result.stream = identityOf(meterStream, m_settings.identity);
+    } else if (system) {
+        // All channels of the output: how a server mixes them to one differs, and may clip.
+        result.sample.format = PA_SAMPLE_FLOAT32LE;
+        result.sample.rate = m_request.configuration.sampleRate;
+    } else {
+        result.sample.format = deliverableFormat(source.sample.format);
+        result.flags = result.sample.format == source.sample.format ? fixedFormat : fixedRate;
     }
-    const auto format = deliverableFormat(source.sample.format);
-    return {.sample = {.format = format, .rate = source.sample.rate, .channels = source.sample.channels},
-            .fixed = format == source.sample.format ? fixedFormat : fixedRate};
+    return result;
 }
 
-void PulseCapture::waitForDevice() {
-    if (m_running && !m_deadline) {
-        m_deadline = std::make_unique<PulseTimer>(m_connection, m_settings.followLimit, [this] {
-            fail({AudioError::Kind::noDevice,
-                  QStringLiteral("The sound device went away and no other took its place.")});
-        });
-    }
+void PulseCapture::take(Event event, const AudioError& reason) {
+    enter(pulseCaptureNext(m_state, event), reason);
 }
 
-void PulseCapture::recordingReady(PulseRecording&) {
-    m_current = std::move(m_next);
-    m_deadline.reset();
-    if (!std::exchange(m_running, true)) {
-        toMain([this] {
-            liftLimit();
-            m_startReported = true;
-            const auto started = m_started;
-            started.resolve();
-        });
-    }
-}
-
-void PulseCapture::recordingEnded(PulseRecording& recording) {
-    (&recording == m_current.get() ? m_current : m_next).reset();
-    if (!m_running) {
-        fail({AudioError::Kind::failed, QStringLiteral("The sound server refuses the recording: %1.")
-                                            .arg(pulseErrorText(pa_context_errno(m_connection.context())))});
+void PulseCapture::enter(State state, const AudioError& reason) {
+    if (state == State::ended) {
+        fail(reason);
         return;
     }
-    waitForDevice();
-    m_retry = std::make_unique<PulseTimer>(m_connection, retryDelay, [this] { look(); });
+    m_state = state;
+    const auto traits = pulseCaptureTraits(state);
+    if (!traits.hears) {
+        m_current.reset();
+    }
+    if (!traits.opens) {
+        m_next.reset();
+    }
+    if (!traits.limited) {
+        m_deadline.reset();
+    } else if (!m_deadline) {
+        m_deadline = std::make_unique<PulseTimer>(m_connection, m_settings.followLimit,
+                                                  [this, reason] { fail(reason); });
+    }
 }
 
-void PulseCapture::recordingMoved(PulseRecording& recording, uint32_t source) {
-    // What it delivers from here on is not what was asked for.
-    (&recording == m_current.get() ? m_current : m_next).reset();
-    m_movedTo = source;
-    waitForDevice();
-    look();
+void PulseCapture::recordingReady(PulseRecording& recording) {
+    const bool isFirst = m_state == State::opening;
+    m_current = std::move(m_next);
+    m_rival = {};
+    take(Event::nextReady, {AudioError::Kind::failed, QString()});
+    reportDevice(recording.device(), isFirst);
+}
+
+void PulseCapture::reportDevice(const QString& device, bool isFirst) {
+    toMain([this, device, isFirst] {
+        // Either call may destroy this object.
+        const auto started = m_started;
+        const auto report = m_handlers.deviceChanged;
+        if (isFirst) {
+            liftLimit();
+        }
+        if (report) {
+            report(device);
+        }
+        if (isFirst) {
+            started.resolve();
+        }
+    });
+}
+
+void PulseCapture::recordingLost(PulseRecording& recording, const AudioError& reason) {
+    const bool isCurrent = &recording == m_current.get();
+    (isCurrent ? m_current : m_next).reset();
+    take(isCurrent ? Event::currentLost : Event::nextLost, reason);
+    if (m_state != State::ended) {
+        lookAfter(retryDelay);
+    }
 }
 
 void PulseCapture::recordingBuffer(PulseRecording& recording, const AudioBuffer& buffer) {
@@ -168,22 +256,20 @@ void PulseCapture::recordingBuffer(PulseRecording& recording, const AudioBuffer&
 }
 
 void PulseCapture::release() {
-    m_released = true;
+    m_state = State::ended;
     m_reader.cancel();
     m_current.reset();
     m_next.reset();
     m_deadline.reset();
-    m_retry.reset();
+    m_nextLook.reset();
 }
 
 void PulseCapture::failed(const AudioError& error) {
-    if (std::exchange(m_startReported, true)) {
-        if (const auto stopped = std::exchange(m_handlers.stoppedWithError, nullptr)) {
-            stopped(QString::fromUtf8(error.what()));
-        }
-    } else {
-        const auto started = m_started;
+    const auto started = m_started;
+    if (!started.isDone()) {
         started.fail(error);
+    } else if (const auto stopped = std::exchange(m_handlers.stoppedWithError, nullptr)) {
+        stopped(QString::fromUtf8(error.what()));
     }
 }
 

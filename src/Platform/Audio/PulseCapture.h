@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Audio/PulseCaptureState.h"
 #include "Platform/Audio/PulseInventory.h"
 #include "Platform/Audio/PulseRecording.h"
 #include "Platform/Audio/PulseSession.h"
@@ -7,15 +8,18 @@
 
 namespace platform {
 
-// A capture that follows a default device: the monitor of the default output, or the default input. Main
-// thread, but for what is marked.
+// A capture that follows a device: the output that the call plays on, or the default input. Main thread,
+// except for what is marked.
 class PulseCapture final : public AudioStream, public PulseSession, private PulseRecording::Listener {
 public:
-    enum class Kind { systemOutput, microphone };
+    enum class Delivery { samples, peaks };
+    struct Request {
+        AudioSourceKind source;
+        Delivery delivery = Delivery::samples;
+        SystemStreamConfiguration configuration = {}; // the microphone keeps its own format
+    };
 
-    // `configuration` is for the system's output; the microphone keeps its own format.
-    PulseCapture(Kind kind, const PulseSettings& settings, SystemStreamConfiguration configuration,
-                 AudioStreamHandlers handlers);
+    PulseCapture(const PulseSettings& settings, Request request, AudioStreamHandlers handlers);
     ~PulseCapture() override;
 
     // Resolved when sound flows.
@@ -23,35 +27,45 @@ public:
     void cancel() override;
 
 private:
+    using State = PulseCaptureState;
+    using Event = PulseCaptureEvent;
+
+    // A device that is wanted instead of one that still plays.
+    struct Rival {
+        uint32_t source = PA_INVALID_INDEX;
+        pa_usec_t since = 0;
+    };
+
     // On the connection's thread: all but the last two.
     void connected() override;
     void look();
+    void lookAfter(std::chrono::milliseconds delay);
     void follow(const PulseInventory& inventory);
-    void open(const PulseSource& source);
+    bool isTooSoon(const PulseInventory& inventory, const PulseSource& wanted);
+    void open(const PulseInventory& inventory, const PulseSource& source);
     PulseRecordingFormat formatFor(const PulseSource& source) const;
-    void waitForDevice();
+    // `reason`: what is said if this ends the capture, or if nothing is heard by the limit.
+    void take(Event event, const AudioError& reason);
+    void enter(State state, const AudioError& reason);
+    void reportDevice(const QString& device, bool isFirst);
     void recordingReady(PulseRecording& recording) override;
-    void recordingEnded(PulseRecording& recording) override;
-    void recordingMoved(PulseRecording& recording, uint32_t source) override;
+    void recordingLost(PulseRecording& recording, const AudioError& reason) override;
     void recordingBuffer(PulseRecording& recording, const AudioBuffer& buffer) override;
     void release() override;
     void failed(const AudioError& error) override;
 
-    const Kind m_kind;
-    const SystemStreamConfiguration m_configuration;
+    const Request m_request;
     AudioStreamHandlers m_handlers;
-    Completion<void> m_started;
-    bool m_startReported = false; // main thread
+    Completion<void> m_started; // main thread
 
-    // On the connection's thread.
+    // On the connection's thread. What there is of these follows from the state.
+    State m_state = State::connecting;
     PulseInventoryReader m_reader;
     std::unique_ptr<PulseRecording> m_current; // what is delivered
     std::unique_ptr<PulseRecording> m_next;    // being opened, to take its place
-    std::unique_ptr<PulseTimer> m_deadline;    // runs while the wanted device is not the current one
-    std::unique_ptr<PulseTimer> m_retry;
-    std::optional<uint32_t> m_movedTo; // where the server has put a recording against our will
-    bool m_running = false;            // sound has flowed
-    bool m_released = false;
+    std::unique_ptr<PulseTimer> m_deadline;
+    std::unique_ptr<PulseTimer> m_nextLook;
+    Rival m_rival;
 };
 
 } // namespace platform

@@ -22,8 +22,7 @@ AudioError connectionError(int code, bool wasReady) {
     }
 }
 
-// What the sound server's mixer shows, and the key under which it remembers volumes. No media role: the
-// server would share the remembered volume with every program of that role, and some roles silence others.
+// What the sound server's mixer shows of the program. Each stream has an id and a role of its own beside.
 pa_proplist* clientProperties(const AudioClientIdentity& identity) {
     auto* properties = pa_proplist_new();
     const auto name = identity.name.isEmpty() ? QCoreApplication::applicationName() : identity.name;

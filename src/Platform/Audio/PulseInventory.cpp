@@ -10,17 +10,37 @@ const PulseSource* PulseInventory::source(uint32_t index) const {
     return found == sources.end() ? nullptr : &*found;
 }
 
+const PulseSink* PulseInventory::sink(uint32_t index) const {
+    const auto found = std::ranges::find(sinks, index, &PulseSink::index);
+    return found == sinks.end() ? nullptr : &*found;
+}
+
+bool PulseInventory::plays(uint32_t sink) const {
+    return std::ranges::find(playing, sink) != playing.end();
+}
+
+const PulseSink* PulseInventory::heardSink() const {
+    const auto found = std::ranges::find(sinks, defaultSink, &PulseSink::name);
+    const auto* chosen = found == sinks.end() ? nullptr : &*found;
+    if (chosen && plays(chosen->index)) {
+        return chosen;
+    }
+    const auto playsSomething = [this](const PulseSink& sink) { return plays(sink.index); };
+    const auto other = std::ranges::find_if(sinks, playsSomething);
+    return std::ranges::count_if(sinks, playsSomething) == 1 ? &*other : chosen;
+}
+
 const PulseSource* PulseInventory::systemSource() const {
-    const auto sink = std::ranges::find(sinks, defaultSink, &PulseSink::name);
-    if (sink == sinks.end()) {
+    const auto* heard = heardSink();
+    if (!heard) {
         return nullptr;
     }
-    const auto* monitor = source(sink->monitor);
-    if (monitor && monitor->monitorOf != sink->index) {
+    const auto* monitor = source(heard->monitor);
+    if (monitor && monitor->monitorOf != heard->index) {
         throw AudioError(
             AudioError::Kind::notAMonitor,
             QStringLiteral("The sound output \"%1\" cannot be listened to: its monitor is another device.")
-                .arg(sink->description));
+                .arg(heard->description));
     }
     return monitor;
 }
@@ -28,6 +48,15 @@ const PulseSource* PulseInventory::systemSource() const {
 const PulseSource* PulseInventory::microphone() const {
     const auto found = std::ranges::find(sources, defaultSource, &PulseSource::name);
     return found == sources.end() || found->isMonitor() ? nullptr : &*found;
+}
+
+const PulseSource* PulseInventory::source(AudioSourceKind kind) const {
+    return kind == AudioSourceKind::systemOutput ? systemSource() : microphone();
+}
+
+QString PulseInventory::deviceName(const PulseSource& source) const {
+    const auto* output = sink(source.monitorOf);
+    return output ? output->description : source.description;
 }
 
 void PulseInventoryReader::read(pa_context* context, Done done) {
@@ -78,17 +107,20 @@ void PulseInventoryReader::finishOne(bool succeeded) {
 }
 
 void PulseInventoryReader::takeSink(const pa_sink_info& info) {
-    m_inventory.sinks.push_back(
-        {info.index, info.name, QString::fromUtf8(info.description), info.monitor_source});
+    m_inventory.sinks.push_back({info.index, info.name, QString::fromUtf8(info.description),
+                                 info.monitor_source, info.mute != 0,
+                                 pa_sw_volume_to_linear(pa_cvolume_max(&info.volume))});
 }
 
 void PulseInventoryReader::takeSource(const pa_source_info& info) {
-    m_inventory.sources.push_back(
-        {info.index, info.name, QString::fromUtf8(info.description), info.monitor_of_sink, info.sample_spec});
+    m_inventory.sources.push_back({info.index, info.name, QString::fromUtf8(info.description),
+                                   info.monitor_of_sink, info.sample_spec, info.channel_map});
 }
 
 void PulseInventoryReader::takePlaying(const pa_sink_input_info& info) {
-    m_inventory.playingStreams += info.corked ? 0 : 1;
+    if (!info.corked) {
+        m_inventory.playing.push_back(info.sink);
+    }
 }
 
 } // namespace platform

@@ -1,6 +1,8 @@
 #include "Platform/Audio/PulseRecording.h"
 
 #include "Platform/Audio/PulseFormat.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
 
 #include <algorithm>
 
@@ -8,9 +10,30 @@ namespace platform {
 
 namespace {
 
+using namespace std::chrono_literals;
+
+// A running recording without a buffer for this long has ended.
+constexpr auto watchInterval = 500ms;
+constexpr int emptyWatchLimit = 4;
+
 AudioError refused(pa_context* context) {
     return {AudioError::Kind::failed, QStringLiteral("The sound server refuses the recording: %1.")
                                           .arg(pulseErrorText(pa_context_errno(context)))};
+}
+
+// The server remembers volume and mute by the role, or else by the id: what the user sets for one stream is
+// not for another. A role of the usual list would share them with other programs.
+std::unique_ptr<pa_proplist, decltype(&pa_proplist_free)> properties(const PulseStreamIdentity& stream) {
+    std::unique_ptr<pa_proplist, decltype(&pa_proplist_free)> list(pa_proplist_new(), pa_proplist_free);
+    const auto set = [&list](const char* key, const QString& value) {
+        if (!value.isEmpty()) {
+            pa_proplist_sets(list.get(), key, value.toUtf8().constData());
+        }
+    };
+    set(PA_PROP_APPLICATION_ID, stream.id);
+    set(PA_PROP_MEDIA_ROLE, stream.id);
+    set(PA_PROP_MEDIA_NAME, stream.name);
+    return list;
 }
 
 } // namespace
@@ -23,12 +46,15 @@ void PulseRecording::Disconnect::operator()(pa_stream* stream) const {
     pa_stream_unref(stream);
 }
 
-PulseRecording::PulseRecording(const PulseConnection& connection, const PulseSource& source,
-                               const PulseRecordingFormat& format, std::chrono::milliseconds fragment,
-                               Listener& listener)
-    : m_listener(listener)
+PulseRecording::PulseRecording(const PulseConnection& connection, const PulseSource& source, QString device,
+                               const PulseRecordingFormat& format, Listener& listener)
+    : m_connection(connection)
+    , m_listener(listener)
     , m_source(source.index)
-    , m_stream(pa_stream_new(connection.context(), "Audio capture", &format.sample, nullptr)) {
+    , m_device(std::move(device)) {
+    const auto list = properties(format.stream);
+    m_stream.reset(pa_stream_new_with_proplist(connection.context(), format.stream.name.toUtf8().constData(),
+                                               &format.sample, &format.channelMap, list.get()));
     if (!m_stream) {
         throw refused(connection.context());
     }
@@ -40,12 +66,12 @@ PulseRecording::PulseRecording(const PulseConnection& connection, const PulseSou
     pa_stream_set_read_callback(
         stream, [](pa_stream*, size_t, void* self) { static_cast<PulseRecording*>(self)->deliver(); }, this);
 
-    const auto microseconds = static_cast<pa_usec_t>(std::chrono::microseconds(fragment).count());
+    const auto microseconds = static_cast<pa_usec_t>(std::chrono::microseconds(format.fragment).count());
     pa_buffer_attr attributes{};
     attributes.maxlength = static_cast<uint32_t>(-1);
     attributes.fragsize = static_cast<uint32_t>(pa_usec_to_bytes(microseconds, &format.sample));
     const auto flags =
-        static_cast<pa_stream_flags_t>(PA_STREAM_DONT_MOVE | PA_STREAM_ADJUST_LATENCY | format.fixed);
+        static_cast<pa_stream_flags_t>(PA_STREAM_DONT_MOVE | PA_STREAM_ADJUST_LATENCY | format.flags);
     if (pa_stream_connect_record(stream, source.name.constData(), &attributes, flags) < 0) {
         throw refused(connection.context());
     }
@@ -53,36 +79,57 @@ PulseRecording::PulseRecording(const PulseConnection& connection, const PulseSou
 
 void PulseRecording::stateChanged() {
     switch (pa_stream_get_state(m_stream.get())) {
-    case PA_STREAM_READY: {
-        const auto* format = pa_stream_get_sample_spec(m_stream.get());
-        if (deliverableFormat(format->format) != format->format) {
-            // Another device has taken the name since it was looked at.
-            m_listener.recordingEnded(*this);
-            return;
-        }
-        m_buffer.description = describe(*format);
-        const auto place = pa_stream_get_device_index(m_stream.get());
-        if (place == m_source) {
-            m_listener.recordingReady(*this);
-        } else {
-            m_listener.recordingMoved(*this, place);
-        }
+    case PA_STREAM_READY:
+        becomeReady();
+        break;
+    case PA_STREAM_FAILED:
+    case PA_STREAM_TERMINATED: {
+        const auto error = refused(m_connection.context());
+        m_listener.recordingLost(*this, error);
         break;
     }
-    case PA_STREAM_FAILED:
-    case PA_STREAM_TERMINATED:
-        m_listener.recordingEnded(*this);
-        break;
     default:
         break;
     }
 }
 
-void PulseRecording::placeChanged() {
-    const auto place = pa_stream_get_device_index(m_stream.get());
-    if (place != m_source) {
-        m_listener.recordingMoved(*this, place);
+void PulseRecording::becomeReady() {
+    const auto* format = pa_stream_get_sample_spec(m_stream.get());
+    if (pa_stream_get_device_index(m_stream.get()) != m_source) {
+        placeChanged();
+    } else if (deliverableFormat(format->format) != format->format) {
+        // Another device has taken the name since it was looked at.
+        lose(AudioError::Kind::failed, QStringLiteral("%1 has changed its format."));
+    } else {
+        m_buffer.description = describe(*format);
+        watch();
+        m_listener.recordingReady(*this);
     }
+}
+
+// What it delivers from here on is not what was asked for.
+void PulseRecording::placeChanged() {
+    if (pa_stream_get_device_index(m_stream.get()) != m_source) {
+        lose(AudioError::Kind::notAMonitor,
+             QStringLiteral("The sound server moved the recording of %1 to another device."));
+    }
+}
+
+void PulseRecording::watch() {
+    const bool rests = pa_stream_is_suspended(m_stream.get()) != 0;
+    m_emptyWatches = rests ? 0 : m_emptyWatches + 1;
+    if (m_emptyWatches > emptyWatchLimit) {
+        lose(AudioError::Kind::failed, QStringLiteral("%1 brings no sound any more."));
+        return;
+    }
+    m_watch = std::make_unique<PulseTimer>(m_connection, watchInterval, [this] { watch(); });
+}
+
+// `text` takes the device's name. The recording may be gone afterwards.
+void PulseRecording::lose(AudioError::Kind kind, const QString& text) {
+    const AudioError error(kind, text.arg(m_device));
+    logLine(QStringLiteral("[Audio] ") + errorText(error));
+    m_listener.recordingLost(*this, error);
 }
 
 void PulseRecording::deliver() {
@@ -95,6 +142,7 @@ void PulseRecording::deliver() {
             m_silence.resize(std::max(m_silence.size(), length));
             data = m_silence.data();
         }
+        m_emptyWatches = 0;
         m_buffer.data = static_cast<const std::byte*>(data);
         m_buffer.length = length;
         m_listener.recordingBuffer(*this, m_buffer);

@@ -1,6 +1,9 @@
 #include "Platform/Audio/PulseInventory.h"
 #include "Platform/Core/Completion.h"
 #include "tests/Platform/Audio/SoundRecorder.h"
+#include "tests/Support/Rows.h"
+
+#include "tests/Support/LogCapture.h"
 
 #include <QElapsedTimer>
 
@@ -32,6 +35,7 @@ private Q_SLOTS:
         add(false, "candidate.monitor");
         add(true, "candidate");
         choose(true, "candidate");
+        const auto call = playSilence("candidate");
         const auto player = play("candidate.monitor.feed");
         SoundRecorder recorder;
         const auto stream = start(true, recorder);
@@ -129,6 +133,32 @@ private Q_SLOTS:
         QCOMPARE(system.stops + microphone.stops, 2);
     }
 
+    // The stream is open and runs, and nothing comes: without its session manager PipeWire connects nothing.
+    void recordingWithoutBuffersEnds() {
+        const bool isPipeWire = m_sound->kind() == SoundServerKind::pipeWire;
+        add(true, "candidate");
+        SoundRecorder recorder;
+        const auto stream = start(true, recorder);
+        QVERIFY(waitUntil([&] { return recorder.count() > 4800; }));
+        isPipeWire ? m_sound->killSessionManager() : m_sound->freeze();
+        QVERIFY(waitUntil([&] { return recorder.stops > 0; }, 8000));
+        QVERIFY2(recorder.reason.contains("brings no sound"), qPrintable(recorder.reason));
+    }
+
+    void recordingWithoutBuffersIsOpenedAgain() {
+        add(true, "candidate");
+        LogCapture log;
+        SoundRecorder recorder;
+        const auto stream = start(true, recorder);
+        QVERIFY(waitUntil([&] { return recorder.count() > 4800; }));
+        m_sound->freeze();
+        QVERIFY(waitUntil([&] { return log.contains("brings no sound"); }, 4000));
+        m_sound->thaw();
+        const auto player = play("candidate");
+        QVERIFY(waitUntil([&] { return recorder.heard() > 0; }));
+        QCOMPARE(recorder.stops, 0);
+    }
+
     // The main thread goes on meanwhile.
     void serverThatDoesNotAnswer() {
         add(true, "candidate");
@@ -184,6 +214,27 @@ private Q_SLOTS:
         QVERIFY(!inventory.systemSource());
         inventory.defaultSink = "another";
         QVERIFY(!inventory.systemSource());
+    }
+
+    void systemSourceIsWhatPlays_data() {
+        const auto row = rows<QList<int>, int>();
+        row("nothing", {}, 1);
+        row("the default", {1}, 1);
+        row("another", {2}, 2);
+        row("the default and another", {2, 1}, 1);
+        row("twice the same", {2, 2}, 2);
+        row("two others", {2, 3}, 1);
+    }
+    void systemSourceIsWhatPlays() {
+        const auto [playing, heard] = currentRow<QList<int>, int>();
+        PulseInventory inventory;
+        inventory.defaultSink = "1";
+        for (uint32_t i = 1; i <= 3; ++i) {
+            inventory.sinks.push_back({.index = i, .name = QByteArray::number(i), .monitor = 10 + i});
+            inventory.sources.push_back({.index = 10 + i, .monitorOf = i});
+        }
+        inventory.playing.assign(playing.begin(), playing.end());
+        QCOMPARE(inventory.systemSource()->index, uint32_t(10 + heard));
     }
 
     void microphoneIsTheDefaultInput() {

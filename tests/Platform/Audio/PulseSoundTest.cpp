@@ -12,17 +12,17 @@ class PulseSoundTest : public SoundTest {
 private Q_SLOTS:
     void systemSoundArrivesWhole_data() {
         const auto row = rows<uint32_t, uint32_t>();
-        row("as the service asks", 48000U, 1U);
+        row("mono", 48000U, 1U);
         row("stereo", 48000U, 2U);
-        row("resampled", 44100U, 1U);
+        row("eight channels", 48000U, 8U);
+        row("resampled", 44100U, 2U);
     }
     // A tone of a second is found again to the sample: nothing lost, nothing twice, the phase without a step.
     void systemSoundArrivesWhole() {
         const auto [rate, channels] = currentRow<uint32_t, uint32_t>();
-        m_sound->addSink("candidate", {.samples = QStringLiteral("float32le")});
+        m_sound->addSink("candidate", {.channels = channels, .samples = QStringLiteral("float32le")});
         SoundRecorder recorder;
-        const auto stream = ::waitFor(
-            m_host->startSystemStream({.sampleRate = rate, .channelCount = channels}, recorder.handlers()));
+        const auto stream = ::waitFor(m_host->startSystemStream({.sampleRate = rate}, recorder.handlers()));
         QVERIFY(waitUntil([&] { return recorder.count() > 4800; }));
         auto player = m_sound->playTone("candidate", 1000, 0.5, 1.0);
         QVERIFY(player.waitForEnd(10000));
@@ -59,6 +59,7 @@ private Q_SLOTS:
         row("32 bits", "s32le", 96000U, 1U, 32U, false);
         row("24 bits", "s24le", 48000U, 2U, 32U, false);
         row("telephone", "ulaw", 8000U, 1U, 16U, false);
+        row("eight channels", "s16le", 48000U, 8U, 16U, false);
     }
     void microphoneKeepsItsFormat() {
         const auto [native, rate, channels, bits, isFloat] =
@@ -91,7 +92,11 @@ private Q_SLOTS:
         const auto first = add(system, "one");
         add(system, "two", {.rate = 16000, .channels = 1});
         choose(system, "one");
+        // Of two outputs that play neither is taken before it is chosen.
+        add(true, "rival");
+        const auto rival = play("rival");
         const auto player = play(system ? "two" : "two.feed");
+        QVERIFY(waitUntil([&] { return ::waitFor(m_host->survey()).playingStreams == 2; }));
         SoundRecorder recorder;
         const auto stream = start(system, recorder);
         QVERIFY(waitUntil([&] { return recorder.count() > 24000; }));
@@ -105,6 +110,82 @@ private Q_SLOTS:
         QCOMPARE(recorder.stops, 0);
         QCOMPARE(recorder.format().sampleRate, !system && keepsFormats() ? 16000.0 : 48000.0);
         QCOMPARE(list("source-outputs").count("application.name = \"Sound test\""), 1);
+    }
+
+    // The default output is silent and one other plays. A sound of the desktop on the default one is no
+    // reason to leave the call; a call there is.
+    void hearsTheOutputThatPlays() {
+        add(true, "desk");
+        add(true, "headset");
+        choose(true, "desk");
+        SoundRecorder recorder;
+        const auto stream = start(true, recorder);
+        QVERIFY(waitUntil([&] { return recorder.count() > 4800; }));
+        auto call = std::optional(play("headset"));
+        QVERIFY(waitUntil([&] { return recorder.heard() > 0; }, 3000));
+        auto ping = m_sound->playTone("desk", 400, 0, 0.5);
+        QVERIFY(ping.waitForEnd(10000));
+        auto before = recorder.heard();
+        QVERIFY(waitUntil([&] { return recorder.heard() > before + 24000; }));
+
+        const auto onDesk = playSilence("desk");
+        const auto isSilent = [&] {
+            const auto samples = recorder.samples();
+            return std::ranges::all_of(std::span(samples).last(4800), [](float s) { return s == 0; });
+        };
+        QVERIFY(waitUntil(isSilent, 4000));
+        call.reset();
+        QCOMPARE(recorder.stops, 0);
+    }
+
+    // What the user mutes in the mixer stays muted, and nothing else is.
+    void streamsAreMutedOneByOne() {
+        if (m_sound->kind() == SoundServerKind::pulseAudio) {
+            m_sound->loadModule("module-stream-restore");
+        }
+        add(true, "candidate");
+        add(false, "mic");
+        choose(false, "mic");
+        const auto isMuted = [this](const char* id) {
+            for (const auto& stream : list("source-outputs").split("Source Output #")) {
+                if (stream.contains(id)) {
+                    return stream.contains("Mute: yes");
+                }
+            }
+            return false;
+        };
+        SoundRecorder recorder;
+        auto microphone = start(false, recorder);
+        const auto streams = list("source-outputs").split("Source Output #");
+        const auto ours = streams.filter("test.sound.microphone");
+        QCOMPARE(ours.size(), 1);
+        m_sound->control({"set-source-output-mute", ours[0].section(u'\n', 0, 0), "1"});
+        QVERIFY(waitUntil([&] { return isMuted("test.sound.microphone"); }));
+        microphone.reset();
+        const auto system = start(true, recorder);
+        microphone = start(false, recorder);
+        QVERIFY(waitUntil([&] { return isMuted("test.sound.microphone"); }));
+        QVERIFY(!isMuted("test.sound.system-audio"));
+    }
+
+    void tellsHowLoudASourceIs() {
+        add(true, "candidate");
+        add(false, "mic");
+        choose(false, "mic");
+        const auto player = play("candidate");
+        for (const bool system : {true, false}) {
+            SoundRecorder recorder;
+            const auto source = system ? AudioSourceKind::systemOutput : AudioSourceKind::microphone;
+            const auto meter = ::waitFor(m_host->startMeter(source, recorder.handlers()));
+            QVERIFY(waitUntil([&] { return recorder.count() > 20; }));
+            const auto peaks = recorder.samples();
+            const auto loudest = *std::ranges::max_element(peaks);
+            QVERIFY2(std::abs(loudest - (system ? 0.5F : 0.0F)) < 0.05F,
+                     qPrintable(QString::number(loudest)));
+            // About 25 a second, not samples.
+            QVERIFY(peaks.size() < 200);
+            QVERIFY(!recorder.devices.isEmpty() && !recorder.devices.last().isEmpty());
+        }
     }
 
     void sleepingOutputIsHeardWhenItWakes() {

@@ -20,7 +20,8 @@ public:
                     [this](const QString& text) {
                         ++stops;
                         reason = text;
-                    }};
+                    },
+                .deviceChanged = [this](const QString& name) { devices.append(name); }};
     }
 
     std::vector<float> samples() const {
@@ -43,6 +44,7 @@ public:
     // Main thread.
     int stops = 0;
     QString reason;
+    QStringList devices;
 
 private:
     void take(const platform::AudioBuffer& buffer) {
@@ -99,6 +101,8 @@ protected:
     void choose(bool system, const QString& name) {
         system ? m_sound->setDefaultSink(name) : m_sound->setDefaultSource(name);
     }
+    // Something that runs without a sound, so that the sink counts as playing.
+    SoundPlayback playSilence(const QString& sink) { return m_sound->playTone(sink, 400, 0, 30); }
     // Something loud, for half a minute.
     SoundPlayback play(const QString& sink) { return m_sound->playTone(sink, 400, 0.5, 30); }
     // What a microphone made with this format delivers: PipeWire has all sound as floats at its own rate.
