@@ -132,8 +132,9 @@ void VADService::finalizeSpeech() {
     m_isSpeaking = false;
     m_speechChunks = 0;
     m_silenceCounter = 0;
-    // A segment of minutes is not kept for the next one of seconds.
-    m_speechBuffer = {};
+    // The memory of a segment of minutes is not kept for the next one of seconds; an assignment would keep
+    // it.
+    std::vector<float>().swap(m_speechBuffer);
     m_preSpeechBuffer.clear();
     m_recordingStartTime.reset();
 }

@@ -30,6 +30,8 @@ public:
     bool isSpeaking() const { return m_isSpeaking; }
     // Samples that wait for the rest of their hop.
     size_t pendingCount() const { return m_pendingSamples.size(); }
+    // Samples of a segment that there is memory for.
+    size_t segmentCapacity() const { return m_speechBuffer.capacity(); }
 
 private:
     using Hop = std::span<const float>;

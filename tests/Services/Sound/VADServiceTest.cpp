@@ -139,6 +139,17 @@ private Q_SLOTS:
         QCOMPARE(Stage(config).play("20S50."), "");
     }
 
+    void givesTheMemoryOfALongSegmentBack() {
+        FakeClock clock;
+        VADService vad(interviewVadConfig, 48000, clock);
+        qsizetype size = 0;
+        vad.onSpeechDetected = [&size](const QByteArray& wav) { size = wav.size(); };
+        vad.processSamples(std::vector<float>(180 * 48000, 0.1F));
+        vad.processSamples(std::vector<float>(46 * hopSize));
+        QVERIFY(size > 2 * 180 * 48000 - 2048);
+        QVERIFY(vad.segmentCapacity() < hopSize);
+    }
+
     void cutsTheSameWhateverTheBlocks() {
         std::mt19937 random(3);
         std::uniform_real_distribution<float> voice(-0.5F, 0.5F);
