@@ -3,7 +3,9 @@
 #include "Platform/Core/Dispatch.h"
 #include "Platform/Core/Log.h"
 #include "Platform/Core/Tasks.h"
+#include "Services/Capture.h"
 #include "Services/MicrophonePipeline.h"
+#include "Services/SoundMeter.h"
 #include "Services/SystemAudioPipeline.h"
 
 #include <array>
@@ -23,85 +25,8 @@ QString modeName(AudioCaptureMode mode) {
     return QLatin1String(names[static_cast<size_t>(mode)]);
 }
 
-// One start of a source and what came of it. A start under way holds on to it, and so learns of a stop.
-template<typename Pipeline>
-struct Capture {
-    std::shared_ptr<Pipeline> pipeline;
-    std::unique_ptr<platform::AudioStream> stream;
-    std::unique_ptr<platform::Timer> rawStreamingTimer;
-    bool isStarting = true;
-    bool isStopped = false;
-    // Why the platform ended the stream.
-    std::optional<AudioError> failure;
-
-    void stop() {
-        isStopped = true;
-        if (pipeline) {
-            pipeline->stop();
-        }
-        // Waits for the handler under way.
-        stream.reset();
-        rawStreamingTimer.reset();
-    }
-
-    void throwIfStopped() const {
-        if (failure) {
-            throw AudioError(*failure);
-        }
-        if (isStopped) {
-            throw platform::OperationCancelled();
-        }
-    }
-
-    platform::Completion<void> outcome() { return m_followers.emplace_back(); }
-
-    // Tells the other starts that came meanwhile.
-    void settle(const std::exception_ptr& error) {
-        isStarting = false;
-        for (const auto& follower : std::exchange(m_followers, {})) {
-            if (error) {
-                follower.fail(error);
-            } else {
-                follower.resolve();
-            }
-        }
-    }
-
-private:
-    std::vector<platform::Completion<void>> m_followers;
-};
-
 using SystemCapture = Capture<SystemAudioPipeline>;
 using MicrophoneCapture = Capture<MicrophonePipeline>;
-
-// A slot for the running capture of one source. Runs `open` unless one runs or is starting already.
-template<typename Capture, typename Open>
-QCoro::Task<void> startOnce(std::shared_ptr<std::shared_ptr<Capture>> slot, QString skipLine, Open open) {
-    if (const auto running = *slot) {
-        logLine(skipLine);
-        if (running->isStarting) {
-            auto outcome = running->outcome();
-            co_await std::move(outcome);
-        }
-        co_return;
-    }
-    const auto capture = std::make_shared<Capture>();
-    *slot = capture;
-    std::exception_ptr error;
-    try {
-        auto opening = open(capture);
-        co_await opening;
-    } catch (...) {
-        error = std::current_exception();
-    }
-    if (error && *slot == capture) {
-        slot->reset();
-    }
-    capture->settle(error);
-    if (error) {
-        std::rethrow_exception(error);
-    }
-}
 
 QCoro::Task<QList<AudioDevice>> toDevices(QCoro::Task<QList<platform::AudioEndpoint>> listing) {
     QList<AudioDevice> devices;
@@ -131,7 +56,7 @@ public:
         , m_clock(clock) {}
 
     // The captures outlive this object only while their starts are under way, and then are stopped: after
-    // every wait these ask their capture before they touch anything else.
+    // every wait these check their capture's ticket before they touch anything else.
     QCoro::Task<void> openSystemStream(std::shared_ptr<SystemCapture> capture, AudioCaptureMode mode,
                                        VadConfig vadConfig);
     QCoro::Task<void> openMicrophoneStream(std::shared_ptr<MicrophoneCapture> capture);
@@ -142,12 +67,11 @@ public:
     void setSampleRate(uint32_t rate);
 
     platform::AudioHost& host() const { return m_host; }
+    platform::Clock& clock() const { return m_clock; }
 
     // Shared with the starts under way.
-    const std::shared_ptr<std::shared_ptr<SystemCapture>> system =
-        std::make_shared<std::shared_ptr<SystemCapture>>();
-    const std::shared_ptr<std::shared_ptr<MicrophoneCapture>> microphone =
-        std::make_shared<std::shared_ptr<MicrophoneCapture>>();
+    const CaptureSlot<SystemCapture> system = std::make_shared<std::shared_ptr<SystemCapture>>();
+    const CaptureSlot<MicrophoneCapture> microphone = std::make_shared<std::shared_ptr<MicrophoneCapture>>();
     bool isCapturing = false;
     bool isMicCapturing = false;
     uint32_t sampleRate = 48000;
@@ -195,19 +119,18 @@ std::shared_ptr<MicrophonePipeline> AudioCaptureService::Private::makeMicrophone
 }
 
 // The stream's end is handled in a turn of its own, since it destroys the stream that reports it. A stream
-// that is still being opened may report after this object's end: a capture that is not stopped says that it
-// lives.
+// that is still being opened may report after this object's end: the ticket is not current any more then.
 template<typename Capture>
 platform::AudioStreamHandlers AudioCaptureService::Private::handlersOf(
     const std::shared_ptr<Capture>& capture,
     void (Private::*ended)(const std::shared_ptr<Capture>&, const QString&)) {
     return {
-        .buffer = [pipeline =
-                       capture->pipeline](const platform::AudioBuffer& buffer) { pipeline->handle(buffer); },
+        .buffer = [pipeline = capture->pipeline()](
+                      const platform::AudioBuffer& buffer) { pipeline->handle(buffer); },
         .stoppedWithError =
-            [this, ended, weak = std::weak_ptr(capture)](const QString& reason) {
-                platform::dispatchToMain([this, ended, weak, reason] {
-                    if (const auto stillThere = weak.lock(); stillThere && !stillThere->isStopped) {
+            [this, ended, ticket = capture->ticket(), weak = std::weak_ptr(capture)](const QString& reason) {
+                platform::dispatchToMain([this, ended, ticket, weak, reason] {
+                    if (const auto stillThere = weak.lock(); stillThere && ticket.isCurrent()) {
                         (this->*ended)(stillThere, reason);
                     }
                 });
@@ -217,9 +140,10 @@ platform::AudioStreamHandlers AudioCaptureService::Private::handlersOf(
 
 QCoro::Task<void> AudioCaptureService::Private::openSystemStream(std::shared_ptr<SystemCapture> capture,
                                                                  AudioCaptureMode mode, VadConfig vadConfig) {
+    const auto ticket = capture->ticket();
     logLine(QStringLiteral("[Audio] Getting shareable content..."));
     const auto survey = co_await m_host.survey();
-    capture->throwIfStopped();
+    ticket.ensureCurrent();
     logLine(QStringLiteral("[Audio] Found %1 displays, %2 windows")
                 .arg(survey.outputs)
                 .arg(survey.playingStreams));
@@ -228,7 +152,7 @@ QCoro::Task<void> AudioCaptureService::Private::openSystemStream(std::shared_ptr
     }
     // Stays the rate of this capture, whatever a microphone announces later.
     const auto rate = sampleRate;
-    capture->pipeline = makeSystemPipeline(mode, vadConfig);
+    capture->setPipeline(makeSystemPipeline(mode, vadConfig));
     logLine(QStringLiteral("[Audio] Creating SCStream (mode: %1, sampleRate: %2)...")
                 .arg(modeName(mode))
                 .arg(rate));
@@ -237,29 +161,30 @@ QCoro::Task<void> AudioCaptureService::Private::openSystemStream(std::shared_ptr
     logLine(QStringLiteral("[Audio] Starting capture..."));
     auto handlers = handlersOf(capture, &Private::systemStreamEnded);
     auto stream = co_await m_host.startSystemStream(configuration, std::move(handlers));
-    capture->throwIfStopped();
-    capture->stream = std::move(stream);
+    ticket.ensureCurrent();
+    capture->setStream(std::move(stream));
     logLine(QStringLiteral("[Audio] Capture started successfully"));
     platform::dispatchToMain(q, [this, rate] {
         setCapturing(true);
         Q_EMIT q->captureStarted(rate);
     });
     if (mode == AudioCaptureMode::rawStreaming) {
-        capture->rawStreamingTimer =
-            m_clock.repeat(drainInterval, [pipeline = capture->pipeline] { pipeline->drain(); });
+        capture->setTimer(
+            m_clock.repeat(drainInterval, [pipeline = capture->pipeline()] { pipeline->drain(); }));
     }
 }
 
 QCoro::Task<void>
 AudioCaptureService::Private::openMicrophoneStream(std::shared_ptr<MicrophoneCapture> capture) {
+    const auto ticket = capture->ticket();
     const auto device = co_await m_host.defaultInput();
-    capture->throwIfStopped();
+    ticket.ensureCurrent();
     if (!device) {
         logLine(QStringLiteral("[Audio] No microphone device found"));
         throw CaptureError(CaptureError::noMicrophone);
     }
     logLine(QStringLiteral("[Audio] Using mic device: '%1' (uniqueID=%2)").arg(device->name, device->id));
-    capture->pipeline = makeMicrophonePipeline();
+    capture->setPipeline(makeMicrophonePipeline());
     auto handlers = handlersOf(capture, &Private::microphoneStreamEnded);
     std::unique_ptr<platform::AudioStream> stream;
     try {
@@ -272,15 +197,15 @@ AudioCaptureService::Private::openMicrophoneStream(std::shared_ptr<MicrophoneCap
         logLine(QStringLiteral("[Audio] Cannot add microphone input to capture session"));
         throw CaptureError(CaptureError::noMicrophone);
     }
-    capture->throwIfStopped();
-    capture->stream = std::move(stream);
+    ticket.ensureCurrent();
+    capture->setStream(std::move(stream));
     logLine(QStringLiteral("[Audio] AVCaptureSession started for microphone"));
     platform::dispatchToMain(q, [this] { setMicCapturing(true); });
 }
 
 void AudioCaptureService::Private::systemStreamEnded(const std::shared_ptr<SystemCapture>& capture,
                                                      const QString& reason) {
-    capture->failure.emplace(AudioError::Kind::failed, reason);
+    capture->setFailure({AudioError::Kind::failed, reason});
     logLine(QStringLiteral("[Audio] System audio stopped: %1").arg(reason));
     q->stopMicrophoneCapture();
     q->stopSystemCapture();
@@ -289,7 +214,7 @@ void AudioCaptureService::Private::systemStreamEnded(const std::shared_ptr<Syste
 
 void AudioCaptureService::Private::microphoneStreamEnded(const std::shared_ptr<MicrophoneCapture>& capture,
                                                          const QString& reason) {
-    capture->failure.emplace(AudioError::Kind::failed, reason);
+    capture->setFailure({AudioError::Kind::failed, reason});
     logLine(QStringLiteral("[Audio] Microphone stopped: %1").arg(reason));
     q->stopMicrophoneCapture();
     Q_EMIT q->microphoneFailed(reason);
@@ -363,7 +288,7 @@ QCoro::Task<void> AudioCaptureService::startMicrophoneCapture() {
 
 void AudioCaptureService::stopMicrophoneCapture() {
     if (const auto capture = std::exchange(*d->microphone, nullptr)) {
-        const bool wasRunning = capture->stream != nullptr;
+        const bool wasRunning = !capture->isStarting();
         capture->stop();
         if (wasRunning) {
             logLine(QStringLiteral("[Audio] Microphone capture stopped"));
@@ -397,6 +322,10 @@ QCoro::Task<AudioCaptureService::Sources> AudioCaptureService::lookForSources() 
         // Nothing can be captured: that is the answer.
     }
     co_return sources;
+}
+
+std::unique_ptr<SoundMeter> AudioCaptureService::makeMeter(platform::AudioSourceKind source) {
+    return std::make_unique<SoundMeter>(d->host(), d->clock(), source);
 }
 
 QCoro::Task<QList<AudioDevice>> AudioCaptureService::getInputDevices() {

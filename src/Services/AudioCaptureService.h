@@ -13,6 +13,8 @@
 
 namespace corvane {
 
+class SoundMeter;
+
 // There is nothing to capture, a screen's picture included. what() is the text for the user.
 class CaptureError : public std::runtime_error {
 public:
@@ -58,6 +60,8 @@ public:
         bool microphone = false;
     };
     QCoro::Task<Sources> lookForSources();
+    // Tells how loud a source is, whether it is captured or not, for as long as the meter lives.
+    std::unique_ptr<SoundMeter> makeMeter(platform::AudioSourceKind source);
     // Empty, with a log line, when no sound server answers.
     QCoro::Task<QList<AudioDevice>> getInputDevices();
     QCoro::Task<QList<AudioDevice>> getOutputDevices();
@@ -74,7 +78,7 @@ Q_SIGNALS:
     // Of system audio, on the main thread, after isCapturing has changed.
     void captureStarted(quint32 sampleRate); // Hz
     void captureStopped();
-    // Nothing emits it yet.
+    // Not emitted yet.
     void recordingProgress(int seconds);
     // On the system audio thread. `at` is in milliseconds since the Unix epoch.
     void candidateSpeechStarted();

@@ -25,7 +25,13 @@ MicrophonePipeline::MicrophonePipeline(uint32_t lastSampleRate, Events events)
     : m_events(std::move(events))
     , m_chunker(lastSampleRate, m_events.chunk) {}
 
+void MicrophonePipeline::stop() {
+    m_micStopFlag = true;
+    const std::lock_guard lock(m_handling);
+}
+
 void MicrophonePipeline::handle(const platform::AudioBuffer& buffer) {
+    const std::lock_guard lock(m_handling);
     if (m_micStopFlag || !buffer.hasFormat) {
         return;
     }

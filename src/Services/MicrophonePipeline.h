@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <functional>
+#include <mutex>
 
 namespace corvane {
 
@@ -23,8 +24,9 @@ public:
 
     // On the stream's thread, one buffer at a time.
     void handle(const platform::AudioBuffer& buffer);
-    // From now on buffers do nothing. Any thread.
-    void stop() { m_micStopFlag = true; }
+    // From now on buffers do nothing, and no event comes: waits for a buffer that is being handled on another
+    // thread.
+    void stop();
 
 private:
     // The number of files that the change flushed.
@@ -32,6 +34,9 @@ private:
     void countChunks(int emitted, std::span<const float> mono) const;
 
     Events m_events;
+    // Held while a buffer is handled. A stream that is still being opened has no owner yet that waits for its
+    // handler.
+    std::recursive_mutex m_handling;
     std::atomic<bool> m_micStopFlag = false;
     MicrophoneChunker m_chunker;
     std::vector<float> m_mono;

@@ -1,5 +1,6 @@
 #include "Services/SampleConversion.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 

@@ -30,6 +30,7 @@ SystemAudioPipeline::SystemAudioPipeline(AudioCaptureMode mode, VadConfig vadCon
 }
 
 void SystemAudioPipeline::handle(const platform::AudioBuffer& buffer) {
+    const std::lock_guard lock(m_handling);
     if (buffer.type != platform::AudioBuffer::Type::audio || m_stopFlag) {
         return;
     }
@@ -58,17 +59,18 @@ void SystemAudioPipeline::logFrame(std::span<const float> mono, size_t floats, u
 }
 
 void SystemAudioPipeline::drain() {
-    const int chunks = m_ringBuffer.size() >= 2 * m_drainSize ? 2 : 1;
-    for (int i = 0; i < chunks && !m_stopFlag; ++i) {
-        m_ringBuffer.drain(m_drainSize, m_drained);
-        if (!m_drained.empty()) {
-            m_events.chunk(m_wavEncoder.encode(m_drained, m_sampleRate, 1));
-        }
+    if (m_stopFlag) {
+        return;
+    }
+    m_ringBuffer.drain(m_drainSize, m_drained);
+    if (!m_drained.empty()) {
+        m_events.chunk(m_wavEncoder.encode(m_drained, m_sampleRate, 1));
     }
 }
 
 void SystemAudioPipeline::stop() {
     m_stopFlag = true;
+    const std::lock_guard lock(m_handling);
     m_ringBuffer.clear();
 }
 

@@ -5,6 +5,7 @@
 #include "Services/VADService.h"
 
 #include <atomic>
+#include <mutex>
 
 namespace corvane {
 
@@ -27,10 +28,10 @@ public:
 
     // On the stream's thread, one buffer at a time.
     void handle(const platform::AudioBuffer& buffer);
-    // Takes the samples of 80 ms, or what there is, and emits them. When ticks were late and two full chunks
-    // or more are waiting it takes a second one, so that the delay does not stay.
+    // Takes the samples of 80 ms, or what there is, and emits them.
     void drain();
-    // From now on buffers and drains do nothing. Any thread.
+    // From now on buffers and drains do nothing, and no event comes: waits for a buffer that is being handled
+    // on another thread.
     void stop();
 
 private:
@@ -40,6 +41,9 @@ private:
     const uint32_t m_sampleRate;
     const size_t m_drainSize;
     Events m_events;
+    // Held while a buffer is handled. A stream that is still being opened has no owner yet that waits for its
+    // handler.
+    std::recursive_mutex m_handling;
     std::atomic<bool> m_stopFlag = false;
     VADService m_vadService;
     SampleRingBuffer m_ringBuffer;

@@ -10,7 +10,6 @@ namespace corvane {
 
 namespace {
 
-constexpr qsizetype headerSize = 44;
 constexpr uint32_t bytesPerSample = 2;
 
 char* putTag(char* out, const char (&tag)[5]) {
@@ -28,7 +27,7 @@ char* put(char* out, Integer value) {
 void putFile(char* out, std::span<const float> samples, uint32_t sampleRate, uint16_t channels) {
     const auto dataSize = static_cast<uint32_t>(samples.size()) * bytesPerSample;
     out = putTag(out, "RIFF");
-    out = put<uint32_t>(out, static_cast<uint32_t>(headerSize) - 8 + dataSize);
+    out = put<uint32_t>(out, static_cast<uint32_t>(WAVEncoder::headerSize) - 8 + dataSize);
     out = putTag(out, "WAVE");
     out = putTag(out, "fmt ");
     out = put<uint32_t>(out, 16);
@@ -44,7 +43,7 @@ void putFile(char* out, std::span<const float> samples, uint32_t sampleRate, uin
 }
 
 qsizetype fileSize(std::span<const float> samples) {
-    return headerSize + static_cast<qsizetype>(samples.size_bytes() / 2);
+    return WAVEncoder::headerSize + static_cast<qsizetype>(samples.size_bytes() / 2);
 }
 
 } // namespace

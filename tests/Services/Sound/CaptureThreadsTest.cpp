@@ -4,6 +4,7 @@
 #include "tests/Support/LogCapture.h"
 #include "tests/Support/WaitFor.h"
 
+#include <semaphore>
 #include <thread>
 
 using namespace corvane;
@@ -15,6 +16,45 @@ class CaptureThreadsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    // The stream runs, and who asked for it has not heard of it yet: the service's end waits for the handler
+    // under way, which would emit from freed memory.
+    void endDuringAStartWaitsForTheHandler() {
+        for (const bool microphone : {false, true}) {
+            FakeAudioHost host;
+            FakeClock clock;
+            auto service = std::make_unique<AudioCaptureService>(host, clock);
+            std::binary_semaphore entered(0);
+            std::atomic<bool> isEnded = false;
+            std::atomic<bool> isInside = false;
+            const auto linger = [&] {
+                isInside = true;
+                entered.release();
+                for (int i = 0; i < 100 && !isEnded; ++i) {
+                    std::this_thread::sleep_for(1ms);
+                }
+                isInside = false;
+            };
+            QObject context;
+            QObject::connect(service.get(), &AudioCaptureService::micAudioDetected, &context, linger,
+                             Qt::DirectConnection);
+            QObject::connect(service.get(), &AudioCaptureService::candidateSpeechStarted, &context, linger,
+                             Qt::DirectConnection);
+            host.holdResults();
+            auto start = microphone
+                             ? service->startMicrophoneCapture()
+                             : service->startCapture(AudioCaptureMode::rawStreaming, interviewVadConfig);
+            const std::vector<float> speech(3840, 0.2F);
+            std::jthread source([&] { microphone ? host.pushMicrophone(speech) : host.pushSystem(speech); });
+            entered.acquire();
+            service.reset();
+            isEnded = true;
+            QVERIFY(!isInside);
+            source.join();
+            host.release();
+            QVERIFY_EXCEPTION_THROWN(waitFor(std::move(start)), platform::OperationCancelled);
+        }
+    }
+
     void survivesAThousandStartsAndStops() {
         using Service = AudioCaptureService;
         const LogCapture log;
