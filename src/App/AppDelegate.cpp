@@ -13,6 +13,7 @@
 #include "Services/DatabaseService.h"
 #include "Services/KeychainService.h"
 #include "Services/ScreenCaptureService.h"
+#include "Services/SilenceWatch.h"
 #include "ViewModels/ChatsViewModel.h"
 #include "ViewModels/CompletionViewModel.h"
 #include "ViewModels/DashboardViewModel.h"
@@ -139,6 +140,7 @@ void AppDelegate::initializeServices() {
     m_webSocketService->setApiService(m_apiService.get());
     m_webSocketService->setAuth(m_clerkAuthService.get());
     m_audioCaptureService = std::make_unique<AudioCaptureService>(*m_platform.audio, clock);
+    m_silenceWatch = std::make_unique<SilenceWatch>(*m_audioCaptureService, *m_platform.audio);
     m_screenCaptureService = makeScreenCaptureService();
     m_shortcutService =
         std::make_unique<ShortcutService>(*this, *m_platform.keys, *m_platform.defaults, clock);
@@ -206,6 +208,7 @@ void AppDelegate::setupFloatingPanel() {
         *m_completionViewModel, *m_overlayViewModel, *m_interviewViewModel, *m_settingsViewModel,
         *m_webSocketService, *this, *m_platform.systemAccess, *m_platform.defaults, *m_platform.clock,
         infoValue(ONBOARDING_VIDEO_URL).value_or(QString()));
+    m_overlayBarPresenter->response()->follow(*m_silenceWatch);
     m_floatingPanel = m_platform.windows->makeFloatingPanel(*m_overlayBarPresenter);
     if (m_clerkAuthService->isSignedIn()) {
         m_floatingPanel->orderFrontRegardless();

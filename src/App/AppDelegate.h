@@ -35,6 +35,7 @@ class OverlayViewModel;
 class ScreenCaptureService;
 class ScreenshotConsumer;
 class SettingsViewModel;
+class SilenceWatch;
 class SystemAudioViewModel;
 class UpdateDialogPresenter;
 class UpdaterService;
@@ -134,6 +135,7 @@ private:
     std::unique_ptr<CustomProviderService> m_customProviderService;
     std::unique_ptr<WebSocketService> m_webSocketService;
     std::unique_ptr<AudioCaptureService> m_audioCaptureService;
+    std::unique_ptr<SilenceWatch> m_silenceWatch;
     std::unique_ptr<ScreenCaptureService> m_screenCaptureService;
     std::unique_ptr<ShortcutService> m_shortcutService;
     AnalyticsService m_analyticsService;

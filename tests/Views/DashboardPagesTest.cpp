@@ -175,6 +175,12 @@ private Q_SLOTS:
         QCOMPARE(fixture.stored("selected_audio_devices"), R"({"input":"7"})");
         QCOMPARE(page.input(), 2);
 
+        audio.microphoneMeter().hear("Desk");
+        QCOMPARE(page.heardInput(), "Desk");
+        // A Bluetooth headset has no microphone and better sound while nobody listens.
+        page.disappear();
+        QVERIFY(page.heardInput().isEmpty() && !audio.microphoneMeter().runs());
+
         audio.listError = audio.surveyError = platform::AudioError(platform::AudioError::Kind::noServer, {});
         page.appear();
         fixture.settle();

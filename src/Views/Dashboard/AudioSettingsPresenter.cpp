@@ -3,9 +3,8 @@
 #include "Platform/Core/Tasks.h"
 #include "Platform/Desktop/SystemAccess.h"
 #include "Services/AudioCaptureService.h"
+#include "Services/SoundMeter.h"
 #include "ViewModels/SettingsViewModel.h"
-
-#include <QPointer>
 
 namespace corvane {
 
@@ -48,23 +47,38 @@ AudioSettingsPresenter::AudioSettingsPresenter(SettingsViewModel& settings, Audi
     });
 }
 
+AudioSettingsPresenter::~AudioSettingsPresenter() = default;
+
 void AudioSettingsPresenter::appear() {
     setSetupNotice({});
+    const auto meter = [this](platform::AudioSourceKind source) {
+        auto result = m_audioCapture.makeMeter(source);
+        connect(result.get(), &SoundMeter::changed, this, &AudioSettingsPresenter::levelsChanged);
+        return result;
+    };
+    m_inputMeter = meter(platform::AudioSourceKind::microphone);
+    m_outputMeter = meter(platform::AudioSourceKind::systemOutput);
+    Q_EMIT levelsChanged();
+    m_loading.cancel();
     platform::startTask(loadDevices(), "devices");
 }
 
+void AudioSettingsPresenter::disappear() {
+    m_inputMeter.reset();
+    m_outputMeter.reset();
+    Q_EMIT levelsChanged();
+}
+
 QCoro::Task<void> AudioSettingsPresenter::loadDevices() {
-    const QPointer<AudioSettingsPresenter> self(this);
-    const auto loading = ++m_loading;
-    auto& audioCapture = m_audioCapture;
-    const auto inputDevices = co_await audioCapture.getInputDevices();
-    const auto outputDevices = co_await audioCapture.getOutputDevices();
+    const auto ticket = m_loading.ticket();
+    const auto inputDevices = co_await m_audioCapture.getInputDevices();
+    ticket.ensureCurrent();
+    const auto outputDevices = co_await m_audioCapture.getOutputDevices();
+    ticket.ensureCurrent();
     bool answers = true;
     if (inputDevices.isEmpty() && outputDevices.isEmpty()) {
-        answers = co_await audioCapture.checkPermission();
-    }
-    if (!self || m_loading != loading) {
-        co_return;
+        answers = co_await m_audioCapture.checkPermission();
+        ticket.ensureCurrent();
     }
     if (std::exchange(m_inputDevices, inputDevices) != inputDevices) {
         Q_EMIT inputsChanged();
@@ -91,6 +105,22 @@ QStringList AudioSettingsPresenter::outputs() const {
 
 int AudioSettingsPresenter::output() const {
     return rowOf(m_settings.selectedAudioDevices().output, m_outputDevices);
+}
+
+QString AudioSettingsPresenter::heardInput() const {
+    return m_inputMeter ? m_inputMeter->device() : QString();
+}
+
+double AudioSettingsPresenter::inputLevel() const {
+    return m_inputMeter ? m_inputMeter->level() : 0;
+}
+
+QString AudioSettingsPresenter::heardOutput() const {
+    return m_outputMeter ? m_outputMeter->device() : QString();
+}
+
+double AudioSettingsPresenter::outputLevel() const {
+    return m_outputMeter ? m_outputMeter->level() : 0;
 }
 
 void AudioSettingsPresenter::pickInput(int row) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Models/AudioModels.h"
+#include "Platform/Core/OperationScope.h"
 
 #include <QCoroTask>
 #include <QList>
@@ -8,6 +9,7 @@
 #include <QStringList>
 #include <qqmlregistration.h>
 
+#include <memory>
 #include <optional>
 
 namespace platform {
@@ -18,8 +20,10 @@ namespace corvane {
 
 class AudioCaptureService;
 class SettingsViewModel;
+class SoundMeter;
 
-// The page of the audio devices. The lists are those of the page's last appearance.
+// The page of the audio devices. The lists are those of the page's last appearance; what is heard, and how
+// loud, follows the sound server for as long as the page is in view.
 class AudioSettingsPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -28,15 +32,22 @@ class AudioSettingsPresenter : public QObject {
     Q_PROPERTY(int input READ input NOTIFY inputsChanged)
     Q_PROPERTY(QStringList outputs READ outputs NOTIFY outputsChanged)
     Q_PROPERTY(int output READ output NOTIFY outputsChanged)
+    Q_PROPERTY(QString heardInput READ heardInput NOTIFY levelsChanged)
+    Q_PROPERTY(double inputLevel READ inputLevel NOTIFY levelsChanged)
+    Q_PROPERTY(QString heardOutput READ heardOutput NOTIFY levelsChanged)
+    Q_PROPERTY(double outputLevel READ outputLevel NOTIFY levelsChanged)
     Q_PROPERTY(QString devicesNotice READ devicesNotice NOTIFY devicesNoticeChanged)
     Q_PROPERTY(QString setupNotice READ setupNotice NOTIFY setupNoticeChanged)
 
 public:
     AudioSettingsPresenter(SettingsViewModel& settings, AudioCaptureService& audioCapture,
                            platform::SystemAccess& access);
+    ~AudioSettingsPresenter() override;
 
-    // The page has come into view: loads the lists.
+    // The page has come into view: loads the lists and listens to the levels.
     Q_INVOKABLE void appear();
+    // The page is out of view: no device is listened to for it any more.
+    Q_INVOKABLE void disappear();
 
     // The rows of a picker, "Default" first, and the chosen one; -1 when what is stored is not there.
     QStringList inputs() const;
@@ -45,6 +56,11 @@ public:
     int output() const;
     Q_INVOKABLE void pickInput(int row);
     Q_INVOKABLE void pickOutput(int row);
+    // The devices that are heard, by name, empty for none, and their levels from 0 to 1.
+    QString heardInput() const;
+    double inputLevel() const;
+    QString heardOutput() const;
+    double outputLevel() const;
     // Why there are no devices, and what to do; empty when there are.
     QString devicesNotice() const { return m_devicesNotice; }
 
@@ -55,6 +71,7 @@ public:
 Q_SIGNALS:
     void inputsChanged();
     void outputsChanged();
+    void levelsChanged();
     void devicesNoticeChanged();
     void setupNoticeChanged();
 
@@ -70,7 +87,10 @@ private:
     QList<AudioDevice> m_outputDevices;
     QString m_devicesNotice;
     QString m_setupNotice;
-    int m_loading = 0; // which loading counts: the last one
+    // While the page is in view.
+    std::unique_ptr<SoundMeter> m_inputMeter;
+    std::unique_ptr<SoundMeter> m_outputMeter;
+    platform::OperationScope m_loading;
 };
 
 } // namespace corvane

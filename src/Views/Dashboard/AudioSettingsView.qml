@@ -7,6 +7,8 @@ ScrollPage {
     required property AudioSettingsPresenter presenter
 
     onAppeared: presenter.appear()
+    onShownChanged: if (!shown) presenter.disappear()
+    Component.onDestruction: presenter.disappear()
 
     PageHeading {
         width: parent.width
@@ -30,6 +32,8 @@ ScrollPage {
         label: "Input"
         devices: page.presenter.inputs
         row: page.presenter.input
+        heard: page.presenter.heardInput
+        level: page.presenter.inputLevel
         onPicked: row => page.presenter.pickInput(row)
     }
 
@@ -39,6 +43,8 @@ ScrollPage {
         label: "Output"
         devices: page.presenter.outputs
         row: page.presenter.output
+        heard: page.presenter.heardOutput
+        level: page.presenter.outputLevel
         onPicked: row => page.presenter.pickOutput(row)
     }
 

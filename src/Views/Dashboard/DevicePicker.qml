@@ -9,6 +9,9 @@ Column {
     property string label
     property alias devices: picker.model
     property alias row: picker.row
+    // The device that is heard at present, whatever is chosen here, and its level from 0 to 1.
+    property string heard
+    property alias level: bar.level
 
     signal picked(int row)
 
@@ -36,6 +39,25 @@ Column {
             anchors.right: parent.right
             label: section.label
             onPicked: row => section.picked(row)
+        }
+    }
+    Item {
+        width: parent.width
+        height: heardText.height
+
+        NoteText {
+            id: heardText
+            anchors.left: parent.left
+            anchors.leftMargin: caption.width
+            anchors.right: bar.left
+            anchors.rightMargin: 12
+            text: section.heard !== "" ? "Heard now: " + section.heard : "Nothing is heard now."
+        }
+        LevelBar {
+            id: bar
+            anchors.right: parent.right
+            anchors.verticalCenter: heardText.verticalCenter
+            label: section.label + " level"
         }
     }
 }

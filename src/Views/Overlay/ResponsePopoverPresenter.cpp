@@ -2,6 +2,7 @@
 
 #include "Platform/Core/Tasks.h"
 #include "Platform/Desktop/SystemAccess.h"
+#include "Services/SilenceWatch.h"
 #include "ViewModels/CompletionViewModel.h"
 #include "ViewModels/InterviewViewModel.h"
 #include "ViewModels/SettingsViewModel.h"
@@ -151,6 +152,16 @@ void ResponsePopoverPresenter::takeAssessment() {
     m_assessment.append(QStringView(text).sliced(m_assessmentTaken));
     m_assessmentTaken = m_assessmentSeen = text.size();
     m_faceOutdated = m_faceOutdated || m_assessment.hasText() != hadText;
+}
+
+void ResponsePopoverPresenter::follow(const SilenceWatch& watch) {
+    const auto take = [this, &watch] {
+        if (std::exchange(m_silenceNotice, watch.reason()) != watch.reason()) {
+            Q_EMIT silenceNoticeChanged();
+        }
+    };
+    connect(&watch, &SilenceWatch::reasonChanged, this, take);
+    take();
 }
 
 double ResponsePopoverPresenter::materialStrength() const {

@@ -16,6 +16,7 @@ namespace corvane {
 class CompletionViewModel;
 class InterviewViewModel;
 class SettingsViewModel;
+class SilenceWatch;
 
 // What the card under the bar shows: banners, the plan or the question to ask next, and the running
 // assessment. Takes up changes at most once a frame. Main thread.
@@ -26,6 +27,7 @@ class ResponsePopoverPresenter : public QObject {
     Q_PROPERTY(double materialStrength READ materialStrength NOTIFY materialStrengthChanged)
     Q_PROPERTY(bool microphoneFallback READ microphoneFallback NOTIFY changed)
     Q_PROPERTY(QString audioWarning READ audioWarning NOTIFY changed)
+    Q_PROPERTY(QString silenceNotice READ silenceNotice NOTIFY silenceNoticeChanged)
     Q_PROPERTY(bool manualSendVisible READ manualSendVisible NOTIFY changed)
     Q_PROPERTY(QString infoSection READ infoSection NOTIFY changed)
     Q_PROPERTY(QString chip READ chip NOTIFY changed)
@@ -53,6 +55,9 @@ public:
     ResponsePopoverPresenter(CompletionViewModel& completion, InterviewViewModel& interview,
                              SettingsViewModel& settings, platform::SystemAccess& systemAccess);
 
+    // Shows what the watch finds, from now on.
+    void follow(const SilenceWatch& watch);
+
     // There is a reply or an assessment to show.
     bool hasAssistantContent() const { return m_face.hasAssistantContent; }
     // Nothing to show yet, and something is on its way.
@@ -61,6 +66,8 @@ public:
     double materialStrength() const; // 0..1
     bool microphoneFallback() const { return m_face.microphoneFallback; }
     QString audioWarning() const { return m_face.audioWarning; } // empty for none
+    // Why the candidate is not heard; empty while there is nothing to say.
+    const QString& silenceNotice() const { return m_silenceNotice; }
     bool manualSendVisible() const { return m_face.manualSendVisible; }
     // "questions", "plan", "gathering", or empty for nothing.
     QString infoSection() const { return m_face.info.section; }
@@ -97,6 +104,7 @@ public:
 
 Q_SIGNALS:
     void changed();
+    void silenceNoticeChanged();
     void materialStrengthChanged();
     // The text has changed, and the user wants to follow it.
     void scrollToBottomRequested();
@@ -152,6 +160,7 @@ private:
     SettingsViewModel& m_settings;
     platform::SystemAccess& m_systemAccess;
 
+    QString m_silenceNotice;
     QTimer m_frame;
     bool m_faceOutdated = false;
     bool m_responseOutdated = false;

@@ -57,6 +57,16 @@ Item {
                            : view.presenter.audioWarning !== "" ? audioWarningBanner : null
         }
 
+        Banner {
+            width: parent.width
+            visible: view.presenter.silenceNotice !== ""
+            radius: 10
+            symbol: "exclamationmark.triangle.fill"
+            symbolColor: Theme.orange
+            text: view.presenter.silenceNotice
+            fill: Qt.alpha(Theme.orange, 0.06)
+        }
+
         Item {
             width: parent.width
             height: interviewInfoSection.sourceComponent ? interviewInfoSection.height + 20 : 0
