@@ -82,11 +82,9 @@ void SystemAudioViewModel::startCapture() {
 }
 
 QCoro::Task<void> SystemAudioViewModel::runStart() {
-    const QPointer self(this);
+    const auto ticket = m_scope.ticket();
     const bool granted = co_await m_audioCapture.checkPermission();
-    if (!self) {
-        co_return;
-    }
+    ticket.ensureCurrent();
     if (std::exchange(m_permissionGranted, granted) != granted) {
         Q_EMIT permissionGrantedChanged();
     }
@@ -100,12 +98,13 @@ QCoro::Task<void> SystemAudioViewModel::runStart() {
         co_await m_audioCapture.startCapture(AudioCaptureMode::vad, interviewVadConfig);
         co_return;
     } catch (const platform::OperationCancelled&) {
-        // Stopped by the user meanwhile.
-        co_return;
+        // The user has stopped it meanwhile.
+        throw;
     } catch (const std::exception& error) {
         failure = platform::errorText(error);
     }
-    if (self && m_error != failure) {
+    ticket.ensureCurrent();
+    if (m_error != failure) {
         m_error = failure;
         Q_EMIT errorChanged();
     }

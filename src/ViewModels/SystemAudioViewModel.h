@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Core/OperationScope.h"
+
 #include <QCoroTask>
 #include <QObject>
 #include <QString>
@@ -75,6 +77,7 @@ private:
     const std::shared_ptr<std::atomic<bool>> m_interviewOwnsAudio =
         std::make_shared<std::atomic<bool>>(false);
     QMetaObject::Connection m_utterances;
+    platform::OperationScope m_scope;
 };
 
 } // namespace corvane
