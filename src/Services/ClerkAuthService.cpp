@@ -225,7 +225,8 @@ QCoro::Task<Secret> ClerkAuthService::getFreshJWT() {
         throw Error(Error::notSignedIn);
     }
     if (m_cachedJWT && isGood(*m_cachedJWT, m_clock.now())) {
-        co_return *m_cachedJWT;
+        auto cached = *m_cachedJWT;
+        co_return cached;
     }
     const Operation operation(*this);
     auto jwt = co_await m_client.createSessionToken(m_state->sessionId, clientToken());

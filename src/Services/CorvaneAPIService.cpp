@@ -85,7 +85,8 @@ QCoro::Task<int> CorvaneAPIService::attempt(QByteArray body) {
     ensureAlive(self);
     try {
         const auto response = co_await m_http.execute(std::move(request));
-        co_return response.status;
+        const auto status = response.status;
+        co_return status;
     } catch (const platform::HttpError& error) {
         if (error.kind() == platform::HttpError::Kind::notHttp) {
             throw APIError(APIError::httpError, noHttpStatus);

@@ -148,7 +148,8 @@ public:
 
     QCoro::Task<platform::AudioSurvey> survey() override {
         co_await gate(m_held, &surveyError);
-        co_return surveyResult;
+        const auto result = surveyResult;
+        co_return result;
     }
     QCoro::Task<StreamPointer> startSystemStream(platform::SystemStreamConfiguration configuration,
                                                  platform::AudioStreamHandlers handlers) override {

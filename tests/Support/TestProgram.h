@@ -31,7 +31,10 @@ public:
         return true;
     }
     platform::MicrophoneAuthorization microphoneAuthorization() const override { return authorization; }
-    QCoro::Task<bool> requestMicrophoneAccess() override { co_return grantsRequest; }
+    QCoro::Task<bool> requestMicrophoneAccess() override {
+        const bool granted = grantsRequest;
+        co_return granted;
+    }
 
     platform::MicrophoneAuthorization authorization = platform::MicrophoneAuthorization::authorized;
     bool grantsRequest = true;

@@ -158,6 +158,8 @@ private Q_SLOTS:
             f.http.answer(200, tokenBody("new"));
             QCOMPARE(freshJWT(f), fetches ? "new" : cached);
             QCOMPARE(f.http.requests().size(), fetches ? 2 : 1);
+            f.http.answer(200, tokenBody("newer"));
+            QCOMPARE(freshJWT(f), fetches ? "newer" : cached);
         }
     }
 
