@@ -42,13 +42,16 @@ public:
         const auto status = read(service, name).status;
         if (m_condition == Status::ok) {
             items.remove(key);
-        } else if (m_condition == Status::locked) {
-            m_waiting[key] = std::nullopt;
-        } else if (m_condition == Status::absent && m_waiting.remove(key) > 0) {
-            return Status::ok;
+        } else if (m_condition != Status::refused) {
+            const bool waited = std::exchange(m_waiting[key], std::nullopt).has_value();
+            return waited && m_condition == Status::absent ? Status::ok : status;
         }
         return status;
     }
+
+    // The prompt is the test's: setCondition(Status::ok) accepts it, and declineUnlocking() does not.
+    void unlock() override { calls.append("unlock"); }
+    void declineUnlocking() { Q_EMIT unlockingEnded(); }
 
     // ok, locked, refused or absent. From locked or absent to ok what waited in memory is carried out and
     // unlocked() is emitted.
@@ -66,6 +69,9 @@ public:
             }
         }
         Q_EMIT unlocked();
+        if (calls.contains("unlock")) {
+            Q_EMIT unlockingEnded();
+        }
     }
 
     // Past the condition.

@@ -2,6 +2,7 @@
 
 #include "Platform/Core/Dispatch.h"
 #include "Platform/Core/Log.h"
+#include "Platform/Storage/SecretServiceState.h"
 #include "Platform/Storage/SecretServiceWatch.h"
 
 #include <QCoreApplication>
@@ -30,8 +31,11 @@ public:
     Reading read(const QString& service, const QString& name) override;
     Status write(const QString& service, const QString& name, const QByteArray& value) override;
     Status erase(const QString& service, const QString& name) override;
+    void unlock() override;
 
 private:
+    using State = SecretServiceState;
+    using Event = SecretServiceEvent;
     using Key = std::pair<QString, QString>;
 
     // What an item is to become.
@@ -41,6 +45,12 @@ private:
         bool mayPrompt = false;
         bool queued = false;
     };
+
+    // What the thread for changes does. `declined` is `working` after the prompt of the action at hand was
+    // dismissed.
+    enum class Work { idle, working, prompting, declined };
+    // Whether the program ends: first the last changes are carried out, then no more.
+    enum class Ending { no, lastChanges, now };
 
     struct Question {
         std::optional<Reading> answer;
@@ -60,11 +70,14 @@ private:
 
     // On the thread for changes.
     void work();
+    void carryOutNext(std::unique_lock<std::mutex>& lock);
     Status carryOut(const Key& key, const Change& change);
+    Status prompt();
+    void unlockAsAsked();
 
     // On any thread, with the lock held.
-    bool isAbsent() const { return m_unreachable && !m_everPresent; }
-    bool isGone() const { return m_unreachable && m_everPresent; }
+    void take(Event event);
+    bool mayPrompt(const Change& change) const;
     void change(const Key& key, std::optional<QByteArray> value);
     void enqueueAll(bool mayPrompt);
     void settle(const Key& key, const Change& change, Status status);
@@ -76,24 +89,15 @@ private:
 
     std::mutex m_mutex;
     std::condition_variable m_answered;
-    std::condition_variable m_work;
+    std::condition_variable m_queued;
 
     // All from here on under the lock.
     std::map<Key, Change> m_overlay;
-    std::deque<Key> m_queue;
+    std::deque<std::optional<Key>> m_queue; // without a key: the user asked for the prompt
     quint64 m_generation = 0;
-    bool m_named = false;       // someone owns the service's name now
-    bool m_everPresent = false; // a service that is away now may come back
-    bool m_unreachable = false; // nobody owns the name, and nobody could be started
-    bool m_stalled = false;     // an answer takes longer than the timeout
-    bool m_sawLocked = false;   // and nothing has told of an unlocking since
-    bool m_owesNews = false;    // a read failed that may succeed later
-    bool m_working = false;
-    bool m_prompting = false;
-    bool m_declined = false; // the prompt of the action at hand was dismissed
-    bool m_saidAbsent = false;
-    bool m_stopping = false;
-    bool m_abandoned = false;
+    State m_state = State::unknown;
+    Work m_work = Work::idle;
+    Ending m_ending = Ending::no;
 
     const QString m_owner = QCoreApplication::applicationName();
     SecretServiceClient m_writer{m_owner};
@@ -106,11 +110,12 @@ private:
 SecretServiceStore::~SecretServiceStore() {
     {
         std::unique_lock lock(m_mutex);
-        m_stopping = true;
-        m_work.notify_all();
-        m_answered.wait_for(lock, answerTimeout,
-                            [this] { return m_prompting || (m_queue.empty() && !m_working); });
-        m_abandoned = true;
+        m_ending = Ending::lastChanges;
+        m_queued.notify_all();
+        m_answered.wait_for(lock, answerTimeout, [this] {
+            return m_work == Work::prompting || (m_queue.empty() && m_work == Work::idle);
+        });
+        m_ending = Ending::now;
     }
     m_writer.cancel();
     m_thread.join();
@@ -129,15 +134,13 @@ SecretStore::Reading SecretServiceStore::read(const QString& service, const QStr
         const std::lock_guard lock(m_mutex);
         const auto found = m_overlay.find(key);
         const bool pending = found != m_overlay.end();
-        if (isAbsent()) {
-            m_owesNews = true;
+        if (m_state == State::absent) {
             return {Status::absent, pending ? found->second.value : std::nullopt};
         }
         if (pending) {
             return {found->second.value ? Status::ok : Status::notFound, found->second.value};
         }
-        if (isGone() || m_stalled) {
-            m_owesNews = true;
+        if (m_state == State::gone || m_state == State::silent) {
             return {Status::locked, {}};
         }
     }
@@ -150,21 +153,30 @@ SecretStore::Status SecretServiceStore::write(const QString& service, const QStr
     m_ahead.erase(key);
     const std::lock_guard lock(m_mutex);
     change(key, value);
-    return isAbsent() ? Status::absent : isGone() ? Status::locked : Status::ok;
+    return m_state == State::absent ? Status::absent : m_state == State::gone ? Status::locked : Status::ok;
 }
 
 SecretStore::Status SecretServiceStore::erase(const QString& service, const QString& name) {
     const Key key{service, name};
     const auto reading = read(service, name);
+    m_ahead.erase(key);
     const std::lock_guard lock(m_mutex);
-    if (isAbsent()) {
-        return m_overlay.erase(key) > 0 ? Status::ok : Status::absent;
+    if (m_state == State::absent) {
+        // A service that comes may hold an older one.
+        change(key, {});
+        return reading.value ? Status::ok : Status::absent;
     }
     // What is locked now is deleted as soon as it can be.
     if (reading.status == Status::ok || reading.status == Status::locked) {
         change(key, {});
     }
     return reading.status;
+}
+
+void SecretServiceStore::unlock() {
+    const std::lock_guard lock(m_mutex);
+    m_queue.push_back(std::nullopt);
+    m_queued.notify_all();
 }
 
 std::shared_ptr<SecretServiceStore::Question> SecretServiceStore::post(const Key& key) {
@@ -196,21 +208,18 @@ SecretStore::Reading SecretServiceStore::ask(const Key& key) {
         return *question->answer;
     }
     question->givenUp = true;
-    m_stalled = true;
-    m_owesNews = true;
+    take(Event::timedOut);
     return {Status::locked, {}};
 }
 
 void SecretServiceStore::answer(SecretServiceClient& client, const Key& key, Question& question) {
     auto reading = client.lookup(key.first, key.second);
     const std::lock_guard lock(m_mutex);
-    reading.status = judge(reading.status);
     if (question.givenUp) {
-        m_stalled = false;
+        take(Event::caughtUp);
     }
-    if (reading.status == Status::locked || reading.status == Status::absent) {
-        m_owesNews = true;
-    } else if (question.givenUp) {
+    reading.status = judge(reading.status);
+    if (question.givenUp && m_state == State::open) {
         announce();
     }
     question.answer = std::move(reading);
@@ -219,25 +228,28 @@ void SecretServiceStore::answer(SecretServiceClient& client, const Key& key, Que
 
 void SecretServiceStore::serviceAppeared() {
     const std::lock_guard lock(m_mutex);
-    m_named = true;
     m_writer.renew();
-    if (isGone()) {
+    const auto before = m_state;
+    take(Event::appeared);
+    if (before == State::gone) {
         logLine(QStringLiteral("[Secrets] The secret service is back"));
-    } else if (isAbsent()) {
+    } else if (before == State::absent) {
         logLine(QStringLiteral("[Secrets] A secret service came: sign-in is kept in it from now on"));
     }
-    m_everPresent = true;
-    m_unreachable = false;
     enqueueAll(false);
-    announce();
+    if (before != State::unknown && before != State::open) {
+        announce();
+    }
 }
 
 void SecretServiceStore::serviceVanished() {
     const std::lock_guard lock(m_mutex);
     m_writer.renew();
-    if (std::exchange(m_named, false)) {
-        logLine(QStringLiteral("[Secrets] The secret service went away: what it holds is read again when it"
-                               " is back"));
+    const auto before = m_state;
+    take(Event::vanished);
+    if (m_state != before) {
+        logLine(QStringLiteral(
+            "[Secrets] The secret service went away: what it holds is read again when it is back"));
     }
 }
 
@@ -245,14 +257,14 @@ void SecretServiceStore::serviceVanished() {
 void SecretServiceStore::collectionChanged(SecretServiceClient& client) {
     {
         const std::lock_guard lock(m_mutex);
-        if (!m_sawLocked) {
+        if (m_state != State::locked) {
             return;
         }
     }
     const auto status = client.collectionStatus();
     const std::lock_guard lock(m_mutex);
-    if (status == Status::ok) {
-        m_sawLocked = false;
+    if (status == Status::ok && m_state == State::locked) {
+        take(Event::unlocked);
         enqueueAll(false);
         announce();
     }
@@ -261,60 +273,92 @@ void SecretServiceStore::collectionChanged(SecretServiceClient& client) {
 void SecretServiceStore::work() {
     std::unique_lock lock(m_mutex);
     for (;;) {
-        m_work.wait(lock, [this] { return m_stopping || !m_queue.empty(); });
-        if (m_queue.empty() || m_abandoned) {
+        m_queued.wait(lock, [this] { return m_ending != Ending::no || !m_queue.empty(); });
+        if (m_queue.empty() || m_ending == Ending::now) {
             return;
         }
-        const auto key = m_queue.front();
-        m_queue.pop_front();
-        if (const auto found = m_overlay.find(key); found != m_overlay.end()) {
-            found->second.queued = false;
-            const auto change = found->second;
-            m_working = true;
-            lock.unlock();
-            const auto status = carryOut(key, change);
-            lock.lock();
-            m_working = false;
-            settle(key, change, status);
+        carryOutNext(lock);
+        if (m_queue.empty()) {
+            m_work = Work::idle;
         }
-        m_declined = m_declined && !m_queue.empty();
         m_answered.notify_all();
     }
 }
 
+void SecretServiceStore::carryOutNext(std::unique_lock<std::mutex>& lock) {
+    const auto key = m_queue.front();
+    m_queue.pop_front();
+    if (m_work == Work::idle) {
+        m_work = Work::working;
+    }
+    if (!key) {
+        lock.unlock();
+        unlockAsAsked();
+        lock.lock();
+    } else if (const auto found = m_overlay.find(*key); found != m_overlay.end()) {
+        found->second.queued = false;
+        const auto change = found->second;
+        lock.unlock();
+        const auto status = carryOut(*key, change);
+        lock.lock();
+        settle(*key, change, status);
+    }
+}
+
 SecretStore::Status SecretServiceStore::carryOut(const Key& key, const Change& change) {
-    const auto mayPrompt = [&] {
+    const auto prompts = [&] {
         const std::lock_guard lock(m_mutex);
-        return change.mayPrompt && !m_declined && !m_stopping;
+        return mayPrompt(change);
     };
     const auto attempt = [&] {
-        return change.value ? m_writer.store(key.first, key.second, *change.value, mayPrompt())
+        return change.value ? m_writer.store(key.first, key.second, *change.value, prompts())
                             : m_writer.remove(key.first, key.second);
     };
-    const auto setPrompting = [this](bool on) {
+    const auto status = attempt();
+    if (status != Status::locked || !prompts()) {
+        return status;
+    }
+    const auto answer = prompt();
+    return answer == Status::ok ? attempt() : answer;
+}
+
+// One prompt for the collection, until the user has answered.
+SecretStore::Status SecretServiceStore::prompt() {
+    const auto setWork = [this](Work work) {
         const std::lock_guard lock(m_mutex);
-        m_prompting = on;
+        m_work = work;
         m_answered.notify_all();
     };
-    auto status = attempt();
-    if (status == Status::locked && mayPrompt()) {
-        setPrompting(true);
-        status = m_writer.unlock();
-        setPrompting(false);
-        if (status == Status::ok) {
-            return attempt();
-        }
-        const std::lock_guard lock(m_mutex);
-        m_sawLocked = true;
+    setWork(Work::prompting);
+    const auto status = m_writer.unlock();
+    setWork(Work::working);
+    const std::lock_guard lock(m_mutex);
+    if (status != Status::ok) {
+        take(status == Status::absent ? Event::failed : Event::foundLocked);
     }
     return status;
+}
+
+void SecretServiceStore::unlockAsAsked() {
+    const auto status = prompt();
+    const std::lock_guard lock(m_mutex);
+    if (status == Status::ok) {
+        take(Event::unlocked);
+        enqueueAll(false);
+        announce();
+    }
+    dispatchToMain(this, [this] { Q_EMIT unlockingEnded(); });
+}
+
+bool SecretServiceStore::mayPrompt(const Change& change) const {
+    return change.mayPrompt && m_work != Work::declined && m_ending == Ending::no;
 }
 
 void SecretServiceStore::change(const Key& key, std::optional<QByteArray> value) {
     auto& entry = m_overlay[key];
     entry.value = std::move(value);
     entry.generation = ++m_generation;
-    if (!m_unreachable) {
+    if (m_state != State::absent && m_state != State::gone) {
         enqueueAll(true);
     }
 }
@@ -327,7 +371,7 @@ void SecretServiceStore::enqueueAll(bool mayPrompt) {
             m_queue.push_back(key);
         }
     }
-    m_work.notify_all();
+    m_queued.notify_all();
 }
 
 void SecretServiceStore::settle(const Key& key, const Change& change, Status status) {
@@ -339,36 +383,33 @@ void SecretServiceStore::settle(const Key& key, const Change& change, Status sta
         }
         return;
     }
-    if (status != Status::absent && !isGone() && change.mayPrompt && !m_stopping &&
-        !std::exchange(m_declined, true)) {
-        logLine(QStringLiteral("[Secrets] The secret service took no change: it is kept until the program"
-                               " ends"));
+    if (m_state != State::absent && m_state != State::gone && mayPrompt(change)) {
+        m_work = Work::declined;
+        logLine(
+            QStringLiteral("[Secrets] The secret service took no change: it is kept until the program ends"));
     }
 }
 
 // What an operation says about the service as a whole, and means for a caller.
 SecretStore::Status SecretServiceStore::judge(Status status) {
-    m_sawLocked = m_sawLocked || status == Status::locked;
     if (status != Status::absent) {
-        m_everPresent = true;
+        take(status == Status::locked ? Event::foundLocked : Event::answered);
         return status;
     }
-    // It has its name and gives no answer, or is away for now.
-    m_unreachable = m_unreachable || !m_named;
-    if (m_named || m_everPresent) {
-        return Status::locked;
+    take(Event::failed);
+    return m_state == State::absent ? Status::absent : Status::locked;
+}
+
+void SecretServiceStore::take(Event event) {
+    const auto before = std::exchange(m_state, after(event, m_state));
+    if (m_state == State::absent && before != State::absent) {
+        logLine(QStringLiteral(
+            "[Secrets] No secret service on this desktop: sign-in is kept until the program ends"));
     }
-    if (!std::exchange(m_saidAbsent, true)) {
-        logLine(QStringLiteral("[Secrets] No secret service on this desktop: sign-in is kept until the"
-                               " program ends"));
-    }
-    return Status::absent;
 }
 
 void SecretServiceStore::announce() {
-    if (std::exchange(m_owesNews, false)) {
-        dispatchToMain(this, [this] { Q_EMIT unlocked(); });
-    }
+    dispatchToMain(this, [this] { Q_EMIT unlocked(); });
 }
 
 } // namespace

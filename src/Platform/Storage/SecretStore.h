@@ -45,11 +45,16 @@ public:
     virtual Status write(const QString& service, const QString& name, const QByteArray& value) = 0;
     // ok when an item was there.
     virtual Status erase(const QString& service, const QString& name) = 0;
+    // Asks the user to unlock the collection, by one prompt of the desktop; unlockingEnded() tells that it
+    // was answered.
+    virtual void unlock() = 0;
 
 Q_SIGNALS:
     // The collection was unlocked, or the service came (back): what could not be read before may be readable
     // now.
     void unlocked();
+    // The prompt of unlock() was answered, or could not be shown. After unlocked(), if that comes of it.
+    void unlockingEnded();
 };
 
 // The Secret Service of the session bus, by libsecret.

@@ -166,6 +166,54 @@ private Q_SLOTS:
         QCOMPARE(m_store->read(service, "gone").status, Status::notFound);
     }
 
+    void whatWasDeletedWithoutAServiceIsDeletedInTheOneThatComes() {
+        QVERIFY(m_session->startKeyring(password));
+        makeStore();
+        m_store->write(service, name, "older");
+        m_store->write(service, "kept", "kept");
+        m_store.reset();
+        m_session->stopKeyring();
+
+        makeStore();
+        QCOMPARE(m_store->erase(service, name), Status::absent);
+        QSignalSpy unlocked(m_store.get(), &SecretStore::unlocked);
+        QVERIFY(m_session->startKeyring(password));
+        QVERIFY(waitUntil([&] { return unlocked.count() == 1; }));
+        QCOMPARE(read().status, Status::notFound);
+        QCOMPARE(m_store->read(service, "kept").value, "kept");
+        makeStore();
+        QCOMPARE(read().status, Status::notFound);
+        QCOMPARE(m_log->lines().size(), 2);
+    }
+
+    void asksForThePromptOnlyWhenItIsTold() {
+        QVERIFY(m_session->startKeyring(password));
+        DismissingPrompter prompter;
+        QVERIFY(bus().registerVirtualObject("/", &prompter, QDBusConnection::SubPath));
+        QVERIFY(bus().registerService("org.gnome.keyring.SystemPrompter"));
+        makeStore();
+        m_store->write(service, name, "kept");
+        makeStore();
+        QSignalSpy unlocked(m_store.get(), &SecretStore::unlocked);
+        QSignalSpy ended(m_store.get(), &SecretStore::unlockingEnded);
+        QVERIFY(m_session->lockKeyring());
+        QCOMPARE(read().status, Status::locked);
+        QCOMPARE(prompter.count, 0);
+        m_store->unlock();
+        QVERIFY(waitUntil([&] { return ended.count() == 1; }));
+        QCOMPARE(prompter.count, 1);
+        QCOMPARE(read().status, Status::locked);
+        QCOMPARE(unlocked.count(), 0);
+
+        // Another program was quicker: there is nothing to ask for, but something to tell.
+        QVERIFY(m_session->unlockKeyring(password));
+        m_store->unlock();
+        QVERIFY(waitUntil([&] { return ended.count() == 2; }));
+        QVERIFY(unlocked.count() > 0);
+        QCOMPARE(prompter.count, 1);
+        QCOMPARE(read().value, "kept");
+    }
+
     void aServiceThatDoesNotAnswerDoesNotHoldTheProgramUp() {
         // The name is taken by someone who never looks at its messages.
         QVERIFY(bus().registerService("org.freedesktop.secrets"));

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+namespace platform {
+
+// What is known of the desktop's secret service.
+enum class SecretServiceState {
+    unknown, // nobody owns its name, and nobody has asked it yet
+    absent,  // nobody owned its name so far, and none could be started
+    open,    // it answers
+    locked,  // its collection is locked, or it owns its name and does nothing
+    silent,  // an answer takes longer than anybody waits
+    away,    // it was there; the next question may start it again
+    gone,    // it was there, and could not be started again
+};
+
+enum class SecretServiceEvent {
+    appeared,    // somebody owns its name now
+    vanished,    // nobody does
+    answered,    // an operation was carried out, or refused
+    foundLocked, // an operation met a locked collection
+    failed,      // an operation did not reach it
+    unlocked,    // the collection is open again
+    timedOut,    // an answer was given up
+    caughtUp,    // the answer that was given up has come
+};
+
+// What leads where.
+constexpr SecretServiceState after(SecretServiceEvent event, SecretServiceState state) {
+    using enum SecretServiceState;
+    constexpr std::array<std::array<SecretServiceState, 8>, 7> table{{
+        // appeared, vanished, answered, foundLocked, failed, unlocked, timedOut, caughtUp
+        {open, unknown, open, locked, absent, unknown, silent, unknown}, // unknown
+        {open, absent, absent, absent, absent, absent, absent, absent},  // absent
+        {open, away, open, locked, locked, open, silent, open},          // open
+        {open, away, locked, locked, locked, open, silent, locked},      // locked
+        {open, away, silent, silent, silent, silent, silent, open},      // silent
+        {open, away, away, locked, gone, away, silent, away},            // away
+        {open, gone, gone, gone, gone, gone, gone, gone},                // gone
+    }};
+    return table[static_cast<std::size_t>(state)][static_cast<std::size_t>(event)];
+}
+
+} // namespace platform
