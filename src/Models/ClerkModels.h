@@ -114,6 +114,9 @@ public:
     explicit ClerkAPIError(QList<Item> errors);
     const QList<Item>& errors() const { return m_errors; }
     bool hasCode(const QString& code) const;
+    // The HTTP status that it came with; 0 when it did not come by HTTP.
+    int status() const { return m_status; }
+    void setStatus(int status) { m_status = status; }
 
     bool operator==(const ClerkAPIError& other) const { return m_errors == other.m_errors; }
     static ClerkAPIError fromJson(const boost::json::value& value);
@@ -121,6 +124,7 @@ public:
 
 private:
     QList<Item> m_errors;
+    int m_status = 0;
 };
 
 } // namespace corvane

@@ -1,12 +1,12 @@
 #include "Services/ClerkAuthService.h"
 
-#include "Platform/Core/Completion.h"
 #include "Platform/Core/Log.h"
 #include "Services/ClerkClient.h"
 #include "Services/KeychainService.h"
 #include "Utilities/JWT.h"
 
 #include <QPointer>
+#include <QScopeGuard>
 
 #include <array>
 
@@ -33,6 +33,11 @@ constexpr std::array staleIdentityCodes{
 constexpr auto retryLine =
     "[ClerkAuth] session_exists on createSignIn — clearing dev-browser token and retrying once";
 
+constexpr int requestTimeoutStatus = 408;
+constexpr int tooManyRequestsStatus = 429;
+constexpr int firstClientErrorStatus = 400;
+constexpr int firstServerErrorStatus = 500;
+
 // A JWT with less time left is replaced.
 constexpr double safetyMarginSeconds = 15;
 
@@ -51,6 +56,12 @@ bool offersEmailCode(const ClerkSignIn& signIn) {
            });
 }
 
+// Whether the service meant the request when it answered so, as opposed to its own trouble.
+bool isRefusal(int status) {
+    return status >= firstClientErrorStatus && status < firstServerErrorStatus &&
+           status != requestTimeoutStatus && status != tooManyRequestsStatus;
+}
+
 bool isGood(const Secret& jwt, platform::WallTime now) {
     try {
         return !JWT::needsRefresh(jwt, safetyMarginSeconds, now);
@@ -61,30 +72,6 @@ bool isGood(const Secret& jwt, platform::WallTime now) {
 
 } // namespace
 
-// One operation across its awaits: the service as it was when the operation began.
-class ClerkAuthService::Operation {
-public:
-    explicit Operation(ClerkAuthService& service)
-        : m_service(&service)
-        , m_generation(service.m_generation) {}
-
-    bool isAlive() const { return m_service; }
-    bool isCurrent() const { return m_service && m_service->m_generation == m_generation; }
-    // After every await: throws when the service is gone or has signed out since.
-    void ensureCurrent(Error::Kind kind) const {
-        if (!m_service) {
-            throw platform::OperationCancelled();
-        }
-        if (!isCurrent()) {
-            throw Error(kind);
-        }
-    }
-
-private:
-    QPointer<ClerkAuthService> m_service;
-    quint64 m_generation;
-};
-
 ClerkAuthService::Error::Error(Kind kind)
     : std::runtime_error(kindTexts[kind])
     , m_kind(kind) {}
@@ -94,28 +81,77 @@ ClerkAuthService::ClerkAuthService(ClerkClient& client, KeychainService& keychai
     : m_client(client)
     , m_keychain(keychain)
     , m_clock(clock) {
-    connect(&m_keychain, &KeychainService::unlocked, this, [this] {
-        if (!m_state && !m_pendingSignInId && m_startingSignIns == 0) {
-            restoreFromKeychain();
+    connect(&m_keychain, &KeychainService::unlocked, this, &ClerkAuthService::followUnlocking);
+    connect(&m_keychain, &KeychainService::unlockingEnded, this, [this] {
+        if (m_storeState == StoreState::unlocking) {
+            setStoreState(StoreState::locked);
         }
     });
     restoreFromKeychain();
+}
+
+ClerkAuthService::TokenFailure ClerkAuthService::tokenFailure(const std::exception_ptr& error) {
+    try {
+        std::rethrow_exception(error);
+    } catch (const Error&) {
+        return TokenFailure::refused;
+    } catch (const ClerkAPIError& refusal) {
+        return isRefusal(refusal.status()) ? TokenFailure::refused : TokenFailure::unavailable;
+    } catch (const ClerkClient::Error& failure) {
+        return isRefusal(failure.status()) ? TokenFailure::refused : TokenFailure::unavailable;
+    } catch (...) {
+        return TokenFailure::unavailable;
+    }
 }
 
 QStringList ClerkAuthService::storedItems() {
     return {sessionIdItem, userEmailItem, clientTokenItem};
 }
 
-void ClerkAuthService::restoreFromKeychain() {
-    const auto sessionId = m_keychain.get(sessionIdItem);
-    const auto email = m_keychain.get(userEmailItem);
-    if (m_keychain.get(clientTokenItem) && sessionId && email) {
-        setIdentity(SignedIn{email->reveal(), sessionId->reveal()}, std::nullopt, std::nullopt);
+void ClerkAuthService::followUnlocking() {
+    if (m_starting != Starting::no) {
+        m_starting = Starting::unlockedMeanwhile;
+    } else if (!m_state && !m_pendingSignInId) {
+        restoreFromKeychain();
+    }
+    Q_EMIT storeUnlocked();
+}
+
+void ClerkAuthService::finishStarting() {
+    const auto was = std::exchange(m_starting, Starting::no);
+    if (was == Starting::unlockedMeanwhile && !m_state && !m_pendingSignInId) {
+        restoreFromKeychain();
     }
 }
 
-std::optional<Secret> ClerkAuthService::clientToken() const {
-    return m_keychain.get(clientTokenItem);
+void ClerkAuthService::restoreFromKeychain() {
+    const auto sessionId = m_keychain.get(sessionIdItem);
+    const auto email = m_keychain.get(userEmailItem);
+    const auto token = m_keychain.get(clientTokenItem);
+    if (token && sessionId && email) {
+        m_clientToken = token;
+        setIdentity(SignedIn{email->reveal(), sessionId->reveal()}, std::nullopt, std::nullopt);
+    }
+    const bool isLocked = !m_state && m_keychain.isLocked(sessionIdItem);
+    setStoreState(isLocked ? StoreState::locked : StoreState::readable);
+}
+
+void ClerkAuthService::setStoreState(StoreState state) {
+    if (std::exchange(m_storeState, state) != state) {
+        Q_EMIT storeStateChanged();
+    }
+}
+
+void ClerkAuthService::unlockStore() {
+    if (m_storeState == StoreState::locked) {
+        setStoreState(StoreState::unlocking);
+        m_keychain.unlock();
+    }
+}
+
+void ClerkAuthService::keepClientToken(const Secret& token) {
+    m_clientToken = token;
+    m_keychain.save(clientTokenItem, token);
 }
 
 void ClerkAuthService::setIdentity(State state, std::optional<QString> pendingSignInId,
@@ -136,23 +172,27 @@ void ClerkAuthService::setIdentity(State state, std::optional<QString> pendingSi
 }
 
 void ClerkAuthService::forgetIdentity() {
-    ++m_generation;
+    m_identity.cancel();
+    m_signIn.cancel();
     for (const auto& item : {clientTokenItem, sessionIdItem, userEmailItem}) {
         m_keychain.remove(item);
     }
+    m_clientToken.reset();
     m_cachedJWT.reset();
+    setStoreState(StoreState::readable);
     setIdentity(std::nullopt, std::nullopt, std::nullopt);
 }
 
 QCoro::Task<void> ClerkAuthService::startSignIn(QString email) {
-    const QPointer<ClerkAuthService> self(this);
-    ++m_startingSignIns;
-    const auto ends = qScopeGuard([self] {
-        if (self) {
-            --self->m_startingSignIns;
+    // Of two the later one counts, and a code of the earlier one does not any more.
+    m_signIn.cancel();
+    m_starting = Starting::yes;
+    auto ticket = m_signIn.ticket();
+    const auto ends = qScopeGuard([this, &ticket] {
+        if (ticket.isCurrent()) {
+            finishStarting();
         }
     });
-    Operation operation(*this);
     std::optional<ClerkSignInResult> result;
     try {
         auto first = co_await m_client.createSignIn(email);
@@ -162,25 +202,26 @@ QCoro::Task<void> ClerkAuthService::startSignIn(QString email) {
             throw;
         }
     }
-    operation.ensureCurrent(Error::signInDidNotComplete);
+    ticket.ensureCurrent();
     if (!result) {
         platform::logLine(QString::fromUtf8(retryLine));
         m_client.clearDevBrowserToken();
         forgetIdentity();
-        operation = Operation(*this);
+        ticket = m_signIn.ticket();
         auto second = co_await m_client.createSignIn(email);
         result = std::move(second);
-        operation.ensureCurrent(Error::signInDidNotComplete);
+        ticket.ensureCurrent();
     }
     if (!offersEmailCode(result->signIn)) {
         throw Error(Error::emailCodeNotSupported);
     }
-    if (m_keychain.isLocked(sessionIdItem)) {
+    if (m_keychain.mayHide(sessionIdItem)) {
         // The session of an identity that nobody could read must not come back beside the new client token.
         m_keychain.remove(sessionIdItem);
         m_keychain.remove(userEmailItem);
+        setStoreState(StoreState::readable);
     }
-    m_keychain.save(clientTokenItem, result->clientToken.value_or(Secret()));
+    keepClientToken(result->clientToken.value_or(Secret()));
     setIdentity(m_state, result->signIn.id, email);
 }
 
@@ -189,32 +230,30 @@ QCoro::Task<void> ClerkAuthService::verifyCode(Secret code) {
         throw Error(Error::signInDidNotComplete);
     }
     const auto email = *m_pendingEmail;
-    Operation operation(*this);
+    const auto ticket = m_signIn.ticket();
     const auto result =
-        co_await m_client.attemptFirstFactor(*m_pendingSignInId, std::move(code), clientToken());
-    operation.ensureCurrent(Error::signInDidNotComplete);
+        co_await m_client.attemptFirstFactor(*m_pendingSignInId, std::move(code), m_clientToken);
+    ticket.ensureCurrent();
     const auto& sessionId = result.signIn.createdSessionId;
     if (result.signIn.status != ClerkSignInStatus::complete || !sessionId) {
         throw Error(Error::signInDidNotComplete);
     }
     if (result.clientToken) {
-        m_keychain.save(clientTokenItem, *result.clientToken);
+        keepClientToken(*result.clientToken);
     }
     m_keychain.save(sessionIdItem, Secret(*sessionId));
     m_keychain.save(userEmailItem, Secret(email));
     // A JWT of an identity before this one, cached or on its way, must not serve it.
-    ++m_generation;
+    m_identity.cancel();
+    m_signIn.cancel();
     m_cachedJWT.reset();
-    operation = Operation(*this);
+    const auto identity = m_identity.ticket();
     setIdentity(SignedIn{email, *sessionId}, std::nullopt, std::nullopt);
-    if (!operation.isCurrent()) {
-        co_return;
-    }
+    identity.ensureCurrent();
     try {
-        auto jwt = co_await m_client.createSessionToken(*sessionId, clientToken());
-        if (operation.isCurrent()) {
-            m_cachedJWT = std::move(jwt);
-        }
+        auto jwt = co_await m_client.createSessionToken(*sessionId, m_clientToken);
+        identity.ensureCurrent();
+        m_cachedJWT = std::move(jwt);
     } catch (const std::exception&) {
         // Signed in all the same: the next getFreshJWT() tries again.
     }
@@ -228,23 +267,28 @@ QCoro::Task<Secret> ClerkAuthService::getFreshJWT() {
         auto cached = *m_cachedJWT;
         co_return cached;
     }
-    const Operation operation(*this);
-    auto jwt = co_await m_client.createSessionToken(m_state->sessionId, clientToken());
-    operation.ensureCurrent(Error::notSignedIn);
+    const auto ticket = m_identity.ticket();
+    auto jwt = co_await m_client.createSessionToken(m_state->sessionId, m_clientToken);
+    if (!ticket.isCurrent()) {
+        throw Error(Error::notSignedIn);
+    }
     m_cachedJWT = jwt;
     co_return jwt;
 }
 
 QCoro::Task<void> ClerkAuthService::signOut() {
-    const QPointer<ClerkAuthService> self(this);
+    m_signIn.cancel();
+    m_starting = Starting::no;
+    const auto ticket = m_identity.ticket();
     if (m_state) {
         try {
-            co_await m_client.signOut(m_state->sessionId, clientToken());
+            co_await m_client.signOut(m_state->sessionId, m_clientToken);
         } catch (const std::exception&) {
             // The device forgets the session whatever the service says.
         }
     }
-    if (!self) {
+    if (!ticket.isCurrent()) {
+        // Another sign-out came first, or the service is gone.
         co_return;
     }
     m_client.clearDevBrowserToken();

@@ -1,10 +1,7 @@
 #include "Services/ClerkClient.h"
 
-#include "Platform/Core/Completion.h"
 #include "Platform/Core/Tasks.h"
 #include "Services/ClientToken.h"
-
-#include <QPointer>
 
 namespace corvane {
 
@@ -51,6 +48,7 @@ void throwIfError(const HttpResponse& response) {
     } catch (const json::DecodingError&) {
         throw ClerkClient::Error(response.status, response.body);
     }
+    refusal->setStatus(response.status);
     throw std::move(*refusal);
 }
 
@@ -74,12 +72,6 @@ Secret devBrowserTokenOf(const QByteArray& body) {
         throw ClerkClient::Error(ClerkClient::Error::invalidResponse);
     }
     return Secret(*token);
-}
-
-void ensureAlive(const QPointer<ClerkClient>& client) {
-    if (!client) {
-        throw platform::OperationCancelled();
-    }
 }
 
 } // namespace
@@ -184,9 +176,9 @@ QCoro::Task<void> ClerkClient::ensureDevBrowser() {
     request.url.setPath(QStringLiteral("/v1/dev_browser"));
     request.headers = {{"Clerk-Publishable-Key", m_config.publishableKey().toUtf8()}};
     request.timeout = timeout;
-    const QPointer<ClerkClient> self(this);
+    const auto ticket = m_operations.ticket();
     const auto response = co_await m_executor.execute(std::move(request));
-    ensureAlive(self);
+    ticket.ensureCurrent();
     throwIfError(response);
     m_devBrowserToken = devBrowserTokenOf(response.body);
     m_storage.save(*m_devBrowserToken);
@@ -213,9 +205,9 @@ HttpRequest ClerkClient::makeRequest(const QByteArray& encodedPath, const QByteA
 
 QCoro::Task<HttpResponse> ClerkClient::post(QByteArray encodedPath, FormFields form,
                                             std::optional<Secret> clientToken) {
-    const QPointer<ClerkClient> self(this);
+    const auto ticket = m_operations.ticket();
     co_await ensureDevBrowser();
-    ensureAlive(self);
+    ticket.ensureCurrent();
     auto request = makeRequest(encodedPath, "POST", formEncode(form), clientToken);
     auto response = co_await m_executor.execute(std::move(request));
     throwIfError(response);

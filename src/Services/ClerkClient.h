@@ -1,11 +1,10 @@
 #pragma once
 
 #include "Models/ClerkModels.h"
+#include "Platform/Core/OperationScope.h"
 #include "Platform/Core/Secret.h"
 #include "Platform/Network/HttpClient.h"
 #include "Services/ClerkConfig.h"
-
-#include <QObject>
 
 #include <functional>
 
@@ -39,9 +38,7 @@ struct ClerkSignInResult {
 
 // HTTP client of the sign-in service's frontend API. It holds the dev-browser token; the client token is the
 // caller's. It retries nothing and logs nothing. Main thread.
-class ClerkClient : public QObject {
-    Q_OBJECT
-
+class ClerkClient {
 public:
     class Error : public std::runtime_error {
     public:
@@ -114,6 +111,7 @@ private:
     ClerkHTTPExecutor& m_executor;
     DevBrowserStorage m_storage;
     std::optional<platform::Secret> m_devBrowserToken;
+    platform::OperationScope m_operations;
 };
 
 } // namespace corvane

@@ -17,17 +17,23 @@ public:
 
     // Nothing when there is no item, it cannot be read now, or it is no valid UTF-8.
     std::optional<platform::Secret> get(const QString& key) const;
-    // True while the store is locked: what get() does not give may still be there.
+    // Whether what get() does not give may still be there: the store is locked, or no secret service runs
+    // now.
+    bool mayHide(const QString& key) const;
+    // Whether the store is locked, and what get() does not give may be readable after unlock().
     bool isLocked(const QString& key) const;
     void save(const QString& key, const platform::Secret& value);
     // True when an item was deleted. ("delete" is a keyword.)
     bool remove(const QString& key);
+    // Has the desktop ask the user, once; unlockingEnded() follows.
+    void unlock();
 
     const QString& serviceName() const { return m_serviceName; }
 
 Q_SIGNALS:
     // Items that could not be read before may be readable now.
     void unlocked();
+    void unlockingEnded();
 
 private:
     QString m_serviceName;

@@ -18,6 +18,7 @@ const Secret code("424242");
 const QString notSignedIn = QString::fromLatin1(Error(Error::notSignedIn).what());
 const QString noEmailCode = QString::fromLatin1(Error(Error::emailCodeNotSupported).what());
 const QString didNotComplete = QString::fromLatin1(Error(Error::signInDidNotComplete).what());
+const QString cancelled = QString::fromLatin1(platform::OperationCancelled().what());
 const QStringList identity{"clerk_client_token=ct", "clerk_session_id=sess_1", "clerk_user_email=a@b.c"};
 
 QByteArray signInBody(const QByteArray& status, const QByteArray& more) {
@@ -209,6 +210,7 @@ private Q_SLOTS:
             ::waitFor(f.auth->signOut());
             QVERIFY(!f.auth->isSignedIn() && f.store.items.isEmpty());
             QCOMPARE(f.http.requests().size(), 1);
+            QCOMPARE(f.http.requests().at(0).url.path(), "/v1/client/sessions/sess_1/remove");
 
             // Signed out, it clears what is pending.
             f.http.answer(200, R"({"token":"db"})");
@@ -239,16 +241,113 @@ private Q_SLOTS:
         auto verifying = f.auth->verifyCode(code);
         ::waitFor(f.auth->signOut());
         f.http.setHeld(false);
-        QCOMPARE(failureOf(std::move(verifying)), didNotComplete);
+        QCOMPARE(failureOf(std::move(verifying)), cancelled);
         QVERIFY(!f.auth->isSignedIn() && f.store.items.isEmpty());
 
-        // The next user gets a token of their own, not the one that was on its way for the last.
+        f.http.setHeld(true);
+        f.http.answer(200, offer, withToken("late"));
+        auto starting = f.auth->startSignIn(email);
+        ::waitFor(f.auth->signOut());
+        f.http.setHeld(false);
+        QCOMPARE(failureOf(std::move(starting)), cancelled);
+        QVERIFY(!f.auth->pendingSignInId() && f.store.items.isEmpty());
+    }
+
+    void theNextUserGetsATokenOfTheirOwn() {
+        IdentityFixture f;
         start(f);
+        f.http.setHeld(true);
+        f.http.answer(200, accepted);
+        f.http.answer(200, tokenBody(sessionJWT(f.clock, 60s, "late")));
+        auto first = f.auth->verifyCode(code);
+        f.http.release();
+        QVERIFY(waitUntil([&] { return f.http.heldCount() == 1; })); // the first user's token is on its way
+        f.http.answer(500);
+        auto leaving = f.auth->signOut();
+        f.http.release(1);
+        ::waitFor(std::move(leaving));
+        f.http.answer(200, offer);
+        auto starting = f.auth->startSignIn("next@b.c");
+        f.http.release(1);
+        ::waitFor(std::move(starting));
         f.http.answer(200, accepted);
         f.http.fail(platform::HttpError::Kind::timedOut);
-        ::waitFor(f.auth->verifyCode(code));
+        auto second = f.auth->verifyCode(code);
+        f.http.release(1);
+        QVERIFY(waitUntil([&] { return f.http.heldCount() == 2; }));
+        f.http.setHeld(false);
+        ::waitFor(std::move(first));
+        ::waitFor(std::move(second));
         f.http.answer(200, tokenBody("own"));
         QCOMPARE(freshJWT(f), "own");
+    }
+
+    void ofTwoSignInsTheLaterOneCounts() {
+        IdentityFixture f;
+        start(f);
+        f.http.setHeld(true);
+        f.http.answer(200, accepted, withToken("late"));
+        auto left = f.auth->verifyCode(code);
+        f.http.answer(200, offer, withToken("own"));
+        auto next = f.auth->startSignIn("next@b.c");
+        f.http.setHeld(false);
+        QCOMPARE(failureOf(std::move(left)), cancelled);
+        ::waitFor(std::move(next));
+        QVERIFY(!f.auth->isSignedIn());
+        QCOMPARE(f.auth->pendingEmail(), "next@b.c");
+        QCOMPARE(f.stored(), QStringList{"clerk_client_token=own"});
+    }
+
+    void aStoreThatLocksDoesNotEndTheSession() {
+        IdentityFixture f;
+        f.launchSignedIn();
+        QSignalSpy unlocked(f.auth.get(), &ClerkAuthService::storeUnlocked);
+        f.store.setCondition(Status::locked);
+        f.http.answer(200, tokenBody("new"));
+        QCOMPARE(freshJWT(f), "new");
+        f.store.setCondition(Status::ok);
+        QCOMPARE(unlocked.count(), 1);
+        f.store.setCondition(Status::locked);
+        f.http.answer(200);
+        ::waitFor(f.auth->signOut());
+        QCOMPARE(f.http.requests().size(), 2);
+        for (const auto& request : f.http.requests()) {
+            QCOMPARE(headerOf(request, "Cookie"), "__client=ct");
+        }
+        f.store.setCondition(Status::ok);
+        QVERIFY(f.store.items.isEmpty());
+    }
+
+    void aTokenIsRefusedOrUnavailable_data() {
+        const auto row = rows<int, QByteArray, bool>();
+        row("session ended", 404, refusal("resource_not_found"), true);
+        row("unauthorized page", 401, "<html>", true);
+        row("too many", 429, refusal("too_many_requests"), false);
+        row("out of order", 503, refusal("internal"), false);
+        row("page of a proxy", 200, "<html>", false);
+        row("network", 0, {}, false);
+    }
+    void aTokenIsRefusedOrUnavailable() {
+        const auto [status, body, refused] = currentRow<int, QByteArray, bool>();
+        IdentityFixture f;
+        f.launchSignedIn();
+        if (status) {
+            f.http.answer(status, body);
+        } else {
+            f.http.fail(platform::HttpError::Kind::timedOut);
+        }
+        for (const bool signedIn : {true, false}) {
+            std::exception_ptr error;
+            try {
+                ::waitFor(f.auth->getFreshJWT());
+            } catch (...) {
+                error = std::current_exception();
+            }
+            const bool isRefused =
+                ClerkAuthService::tokenFailure(error) == ClerkAuthService::TokenFailure::refused;
+            QCOMPARE(isRefused, refused || !signedIn);
+            ::waitFor(f.auth->signOut());
+        }
     }
 
     void aLockedStoreIsNotASignOut() {
@@ -264,9 +363,12 @@ private Q_SLOTS:
     }
 
     void anUnlockBringsNothingBackThatTheUserLeft() {
-        for (const bool signsOut : {true, false}) {
+        for (const auto& [condition, signsOut] : {std::pair(Status::locked, true),
+                                                  {Status::locked, false},
+                                                  {Status::absent, true},
+                                                  {Status::absent, false}}) {
             IdentityFixture f;
-            f.store.setCondition(Status::locked);
+            f.store.setCondition(condition);
             f.launchSignedIn();
             if (signsOut) {
                 ::waitFor(f.auth->signOut());
@@ -279,18 +381,48 @@ private Q_SLOTS:
             QVERIFY(!f.auth->isSignedIn());
             QCOMPARE(f.stored(), signsOut ? QStringList() : identity.first(1));
         }
-        // Nor while the answer to a sign-in is still on its way.
+        // Nor while the answer to a sign-in is still on its way, unless that comes to nothing.
+        for (const int status : {200, 422}) {
+            IdentityFixture f;
+            f.store.setCondition(Status::locked);
+            f.launchSignedIn();
+            f.http.answer(status, status == 200 ? offer : refusal("form_param_format_invalid"),
+                          withToken("ct"));
+            f.http.setHeld(true);
+            auto starting = f.auth->startSignIn(email);
+            f.store.setCondition(Status::ok);
+            QVERIFY(!f.auth->isSignedIn());
+            f.http.setHeld(false);
+            QCOMPARE(failureOf(std::move(starting)).isEmpty(), status == 200);
+            QCOMPARE(f.auth->pendingEmail().has_value(), status == 200);
+            QCOMPARE(f.auth->isSignedIn(), status != 200);
+        }
+    }
+
+    void aLockedStoreIsUnlockedOnlyWhenTheUserAsks() {
+        using State = ClerkAuthService::StoreState;
         IdentityFixture f;
+        f.auth->unlockStore();
         f.store.setCondition(Status::locked);
         f.launchSignedIn();
-        f.http.answer(200, offer, withToken("ct"));
-        f.http.setHeld(true);
-        auto starting = f.auth->startSignIn(email);
+        QCOMPARE(f.auth->storeState(), State::locked);
+        QVERIFY(f.store.calls.isEmpty());
+        f.auth->unlockStore();
+        f.auth->unlockStore();
+        QCOMPARE(f.store.calls, QStringList{"unlock"});
+        QCOMPARE(f.auth->storeState(), State::unlocking);
+        f.store.declineUnlocking();
+        QCOMPARE(f.auth->storeState(), State::locked);
+        f.auth->unlockStore();
         f.store.setCondition(Status::ok);
-        QVERIFY(!f.auth->isSignedIn());
-        f.http.setHeld(false);
-        ::waitFor(std::move(starting));
-        QCOMPARE(f.auth->pendingEmail(), email);
+        QCOMPARE(f.auth->storeState(), State::readable);
+        QVERIFY(f.auth->isSignedIn());
+
+        // Somebody else signs in: what is locked is not theirs.
+        f.store.setCondition(Status::locked);
+        f.launch();
+        start(f);
+        QCOMPARE(f.auth->storeState(), State::readable);
     }
 
     void noSecretReachesTheLog() {
@@ -325,7 +457,7 @@ private Q_SLOTS:
         auto starting = f.auth->startSignIn(email);
         f.auth.reset();
         f.http.setHeld(false);
-        QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(fetching)), platform::OperationCancelled);
+        QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(fetching)), Error);
         ::waitFor(std::move(signingOut));
         QVERIFY_EXCEPTION_THROWN(::waitFor(std::move(starting)), platform::OperationCancelled);
         QCOMPARE(f.stored(), identity);
