@@ -62,7 +62,7 @@ QCoro::Task<void> SignInViewModel::submitEmail() {
         co_return;
     }
     m_isBusy = true;
-    const QPointer self(this);
+    const auto ticket = m_operations.ticket();
     std::exception_ptr failure;
     bool isUnknown = false;
     try {
@@ -73,7 +73,7 @@ QCoro::Task<void> SignInViewModel::submitEmail() {
     } catch (...) {
         failure = std::current_exception();
     }
-    if (!self) {
+    if (!ticket.isCurrent()) {
         co_return;
     }
     if (isUnknown) {
@@ -99,14 +99,14 @@ QCoro::Task<void> SignInViewModel::submitCode() {
         co_return;
     }
     m_isBusy = true;
-    const QPointer self(this);
+    const auto ticket = m_operations.ticket();
     std::exception_ptr failure;
     try {
         co_await m_auth.verifyCode(platform::Secret(trimmed));
     } catch (...) {
         failure = std::current_exception();
     }
-    if (!self) {
+    if (!ticket.isCurrent()) {
         co_return;
     }
     if (failure) {
@@ -116,6 +116,9 @@ QCoro::Task<void> SignInViewModel::submitCode() {
 }
 
 void SignInViewModel::resetToEmail() {
+    // The answer that this face waits for is not the next one's.
+    m_operations.cancel();
+    m_isBusy = false;
     m_phase = Phase::email;
     m_code = QString();
     setErrorMessage(std::nullopt);

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "Platform/Core/OperationScope.h"
+
 #include <QCoroTask>
 #include <QObject>
-#include <QPointer>
 #include <QProperty>
 #include <QString>
 
@@ -41,7 +42,7 @@ public:
     // Neither throws. A second call while one is under way does nothing.
     QCoro::Task<void> submitEmail();
     QCoro::Task<void> submitCode();
-    // The address stays, so that it can be corrected.
+    // The address stays, so that it can be corrected. A request under way is given up.
     void resetToEmail();
 
 Q_SIGNALS:
@@ -61,6 +62,7 @@ private:
     Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_isBusy, false, &Self::isBusyChanged)
     std::optional<QString> m_errorMessage;
     ClerkAuthService& m_auth;
+    platform::OperationScope m_operations;
 };
 
 } // namespace corvane
