@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <algorithm>
+
 // A file that somebody edited: what is written into it afterwards is there, and what was there stays.
 void fuzz(const QByteArray& input) {
     static const QTemporaryDir folder;
@@ -13,6 +15,10 @@ void fuzz(const QByteArray& input) {
     ALWAYS(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
     file.write(input);
     file.close();
+    const auto contentOf = [&path] {
+        QFile written(path);
+        return written.open(QIODevice::ReadOnly) ? written.readAll() : QByteArray();
+    };
 
     const auto key = QStringLiteral("key");
     const auto value = QString::fromUtf8(input.left(40));
@@ -20,8 +26,17 @@ void fuzz(const QByteArray& input) {
     {
         const auto store = platform::makeFileDefaultsStore(path);
         other = store->string(QStringLiteral("other"));
+        ALWAYS(contentOf() == input);
+        const bool isNew = !store->contains(key);
         store->setString(key, value);
         ALWAYS(store->string(key) == value);
+        // A new entry stands somewhere in what was there, which is whole.
+        const auto after = contentOf();
+        ALWAYS(!isNew || after.size() > input.size());
+        if (isNew) {
+            const auto start = std::ranges::mismatch(after, input).in1 - after.begin();
+            ALWAYS(input.isEmpty() || input.endsWith(after.last(input.size() - start)));
+        }
     }
     const auto again = platform::makeFileDefaultsStore(path);
     ALWAYS(again->string(key) == value);

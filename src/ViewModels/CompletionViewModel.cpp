@@ -6,6 +6,7 @@
 #include "Services/DatabaseService.h"
 #include "Services/WebSocketService.h"
 #include "Utilities/Json.h"
+#include "ViewModels/SettingsViewModel.h"
 
 #include <boost/json/array.hpp>
 
@@ -42,7 +43,6 @@ QString labelOfStage(const QString& stage) {
 }
 
 constexpr int titleLength = 50;
-constexpr auto apiEnabledKey = "corvane_api_enabled";
 
 // Counted in characters as people see them, so that no letter is cut from its accent.
 QString titleOf(const QString& reply) {
@@ -148,7 +148,7 @@ void CompletionViewModel::submit() {
     m_input = QString();
 
     // Read from the store and not from the settings model, so that a change by another tool counts at once.
-    if (m_defaults.boolean(QLatin1String(apiEnabledKey)).value_or(true)) {
+    if (SettingsViewModel::isCorvaneApiEnabled(m_defaults)) {
         submitViaCorvane(text);
     } else {
         m_currentStreamTask = submitViaCustomProvider(text);

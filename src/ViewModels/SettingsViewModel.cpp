@@ -67,7 +67,7 @@ void SettingsViewModel::load() {
     // Nothing at all cannot be told from no transparency set.
     const auto transparency = defaults.real(name("transparency")).value_or(0.0);
     m_transparency = transparency == 0.0 ? 100.0 : transparency;
-    m_corvaneApiEnabled = defaults.boolean(name("corvane_api_enabled")).value_or(true);
+    m_corvaneApiEnabled = isCorvaneApiEnabled(defaults);
     m_systemPromptText = defaults.string(name("system_prompt")).value_or(QString());
     m_selectedSystemPromptId = defaults.integer(name("selected_system_prompt_id"));
     if (m_selectedSystemPromptId < 1) {
@@ -83,6 +83,11 @@ void SettingsViewModel::load() {
     m_selectedAudioDevices =
         record<SelectedAudioDevices>(defaults, "selected_audio_devices").value_or(SelectedAudioDevices());
     m_systemPrompts = m_database.getAllSystemPrompts();
+}
+
+bool SettingsViewModel::isCorvaneApiEnabled(const platform::DefaultsStore& defaults) {
+    const auto key = name("corvane_api_enabled");
+    return !defaults.contains(key) || defaults.boolean(key).value_or(false);
 }
 
 void SettingsViewModel::setTheme(AppTheme theme) {

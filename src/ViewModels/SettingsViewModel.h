@@ -44,6 +44,8 @@ public:
     void setResponseSettings(const ResponseSettings& settings);
     bool corvaneApiEnabled() const { return m_corvaneApiEnabled; }
     void setCorvaneApiEnabled(bool enabled);
+    // As the store has it now. Only the entry's absence means that it is enabled.
+    static bool isCorvaneApiEnabled(const platform::DefaultsStore& defaults);
     const QList<SystemPrompt>& systemPrompts() const { return m_systemPrompts; }
     const std::optional<qint64>& selectedSystemPromptId() const { return m_selectedSystemPromptId; }
     const QString& systemPromptText() const { return m_systemPromptText; }

@@ -99,7 +99,8 @@ private Q_SLOTS:
         row("unknown cursor", state + R"(, "cursor": {"type": "x"}})", untouched);
         row("no transparency", "transparency=0", untouched);
         row("prompt below one", "selected_system_prompt_id=0", untouched);
-        row("backend off", "corvane_api_enabled=false", "system 10010 default 100 -1 0 none");
+        row("backend off", "corvane_api_enabled=Off", "system 10010 default 100 -1 0 none");
+        row("backend unclear", "corvane_api_enabled=perhaps", "system 10010 default 100 -1 0 none");
         row("one bad provider", "custom_ai_providers=[" + provider + ",{\"id\":\"q\"}]", untouched);
     }
     void settingsWrittenByHandAreRead() {

@@ -1,14 +1,17 @@
 #include "Platform/Storage/DefaultsStore.h"
 
 #include "Platform/Core/Log.h"
+#include "Platform/Storage/DefaultsFile.h"
 #include "Platform/Storage/DefaultsText.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSettings>
+#include <QJsonDocument>
+#include <QSaveFile>
 
 #include <map>
+#include <tuple>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -18,66 +21,7 @@ namespace platform {
 
 namespace {
 
-// Comments, and lines that say nothing, stay above the entry they were found above. '#' begins no entry's
-// key.
-constexpr QLatin1StringView remarksPrefix("#/");
-constexpr QLatin1StringView generalSection("[General]");
-
-// QSettings' own INI form takes quotes and commas out of a value, and with them any JSON: here a value is the
-// rest of its line.
-bool readLines(QIODevice& device, QSettings::SettingsMap& entries) {
-    QString section;
-    QStringList remarks;
-    const auto keepRemarks = [&](const QString& key) {
-        if (!remarks.isEmpty()) {
-            entries.insert(remarksPrefix + key, std::exchange(remarks, {}));
-        }
-    };
-    while (!device.atEnd()) {
-        const auto line = QString::fromUtf8(device.readLine()).trimmed();
-        const auto equals = line.indexOf(u'=');
-        if (line.startsWith(u'[') && line.endsWith(u']')) {
-            section = line == generalSection ? QString() : line.sliced(1).chopped(1) + u'/';
-        } else if (line.startsWith(u'#') || line.startsWith(u';') || (equals < 1 && !line.isEmpty())) {
-            remarks.append(line);
-        } else if (!line.isEmpty()) {
-            const auto key = section + line.first(equals).trimmed();
-            keepRemarks(key);
-            entries.insert(key, line.sliced(equals + 1).trimmed());
-        }
-    }
-    keepRemarks({});
-    return true;
-}
-
-bool writeLines(QIODevice& device, const QSettings::SettingsMap& entries) {
-    QByteArray text = QByteArray(generalSection.data()) + '\n';
-    QStringList orphans;
-    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
-        if (entry.key().startsWith(remarksPrefix)) {
-            if (!entries.contains(entry.key().sliced(remarksPrefix.size()))) {
-                orphans += entry.value().toStringList();
-            }
-            continue;
-        }
-        for (const auto& remark : entries.value(remarksPrefix + entry.key()).toStringList()) {
-            text += remark.toUtf8() + '\n';
-        }
-        text += entry.key().toUtf8() + '=' + entry.value().toString().toUtf8() + '\n';
-    }
-    for (const auto& remark : orphans) {
-        text += remark.toUtf8() + '\n';
-    }
-    return device.write(text) == text.size();
-}
-
-QSettings::Format fileFormat() {
-    static const auto format =
-        QSettings::registerFormat(QStringLiteral("conf"), readLines, writeLines, Qt::CaseSensitive);
-    return format;
-}
-
-// QSettings replaces the file by a new one of the same mode: make it first, for the user alone. An editor may
+// A write replaces the file by a new one of the same mode: make it first, for the user alone. An editor may
 // have widened the mode since.
 void preparePrivateFile(const QString& path) {
     constexpr auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
@@ -110,18 +54,21 @@ public:
         return read(key, defaultstext::toData);
     }
 
+    // A value that is there already stays as a hand wrote it.
     void setString(const QString& key, const QString& value) override {
-        setText(key, defaultstext::fromString(value));
+        change(key, string(key) == value, defaultstext::fromString(value));
     }
     void setBoolean(const QString& key, bool value) override {
-        setText(key, defaultstext::fromBoolean(value));
+        change(key, boolean(key) == value, defaultstext::fromBoolean(value));
     }
     void setInteger(const QString& key, qint64 value) override {
-        setText(key, defaultstext::fromInteger(value));
+        change(key, integer(key) == value, defaultstext::fromInteger(value));
     }
-    void setReal(const QString& key, double value) override { setText(key, defaultstext::fromReal(value)); }
+    void setReal(const QString& key, double value) override {
+        change(key, real(key) == value, defaultstext::fromReal(value));
+    }
     void setData(const QString& key, const QByteArray& value) override {
-        setText(key, defaultstext::fromData(value));
+        change(key, isSame(data(key), value), defaultstext::fromData(value));
     }
 
 protected:
@@ -129,6 +76,19 @@ protected:
     virtual void setText(const QString& key, const QString& text) = 0;
 
 private:
+    void change(const QString& key, bool isThere, const QString& text) {
+        if (!isThere) {
+            setText(key, text);
+        }
+    }
+    // As bytes, or as JSON, however it is laid out.
+    static bool isSame(const std::optional<QByteArray>& stored, const QByteArray& value) {
+        if (!stored || *stored == value) {
+            return stored.has_value();
+        }
+        const auto document = QJsonDocument::fromJson(value);
+        return !document.isNull() && QJsonDocument::fromJson(*stored) == document;
+    }
     template<typename Value>
     std::optional<Value> read(const QString& key, std::optional<Value> (*convert)(const QString&)) const {
         const auto found = text(key);
@@ -136,44 +96,110 @@ private:
     }
 };
 
+// What tells one state of a file from another.
+struct FileState {
+    bool exists = false;
+    struct stat status = {};
+
+    static FileState of(const QString& path) {
+        FileState state;
+        state.exists = ::stat(QFile::encodeName(path).constData(), &state.status) == 0;
+        return state;
+    }
+    bool operator==(const FileState& other) const {
+        const auto facts = [](const FileState& state) {
+            const auto& s = state.status;
+            return std::tuple(state.exists, s.st_ino, s.st_size, s.st_mtim.tv_sec, s.st_mtim.tv_nsec,
+                              s.st_ctim.tv_sec, s.st_ctim.tv_nsec);
+        };
+        return facts(*this) == facts(other);
+    }
+};
+
+// Each call looks whether a hand has changed the file meanwhile.
 class FileDefaultsStore : public TextDefaultsStore {
 public:
     explicit FileDefaultsStore(const QString& path)
-        : m_path(path)
-        , m_settings(prepared(path), fileFormat()) {}
+        : m_path(path) {
+        preparePrivateFile(m_path);
+        takeUp();
+    }
 
     void remove(const QString& key) override {
-        m_settings.remove(key);
+        takeUp();
+        m_file.remove(key);
         save();
     }
 
 protected:
     std::optional<QString> text(const QString& key) const override {
-        const auto value = m_settings.value(key);
-        return value.isValid() ? std::optional(value.toString()) : std::nullopt;
+        takeUp();
+        return m_file.text(key);
     }
     void setText(const QString& key, const QString& text) override {
-        m_settings.setValue(key, text);
+        takeUp();
+        m_file.setText(key, text);
         save();
     }
 
 private:
-    static const QString& prepared(const QString& path) {
-        preparePrivateFile(path);
-        return path;
+    void takeUp() const {
+        const auto state = FileState::of(m_path);
+        if (state == m_state) {
+            return;
+        }
+        m_state = state;
+        QFile file(m_path);
+        m_isUsable =
+            !state.exists || (file.open(QIODevice::ReadOnly) && file.size() <= DefaultsFile::largest);
+        m_file = DefaultsFile(m_isUsable && state.exists ? file.readAll() : QByteArray());
+        if (!m_isUsable) {
+            printLine(
+                QStringLiteral("[Settings] %1 cannot be read: it stays as it is, and changes last until "
+                               "the end of this run")
+                    .arg(m_path));
+        }
+        complainOfLines();
+    }
+
+    // Once of each line, however often the file is read.
+    void complainOfLines() const {
+        auto unread = m_file.unread();
+        unread.removeIf([this](const DefaultsFile::Unread& line) { return m_complainedOf.contains(line); });
+        if (unread.isEmpty()) {
+            return;
+        }
+        QStringList numbers;
+        for (const auto& line : unread.first(std::min<qsizetype>(unread.size(), mostNamedLines))) {
+            numbers.append(QString::number(line.line));
+        }
+        m_complainedOf = m_file.unread();
+        printLine(QStringLiteral("[Settings] %1, line %2: cannot be read and stays as it is")
+                      .arg(m_path, numbers.join(QStringLiteral(", "))));
     }
 
     void save() {
+        if (!m_isUsable) {
+            return;
+        }
         preparePrivateFile(m_path);
-        m_settings.sync();
-        const bool failed = m_settings.status() != QSettings::NoError;
-        if (failed && !std::exchange(m_saidFailure, true)) {
+        QSaveFile file(m_path);
+        const auto content = m_file.content();
+        const bool saved =
+            file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit();
+        if (!saved && !std::exchange(m_saidFailure, true)) {
             printLine(QStringLiteral("[Settings] Could not write ") + m_path);
         }
+        m_state = FileState::of(m_path);
     }
 
-    QString m_path;
-    QSettings m_settings;
+    static constexpr qsizetype mostNamedLines = 10;
+
+    const QString m_path;
+    mutable FileState m_state;
+    mutable DefaultsFile m_file;
+    mutable QList<DefaultsFile::Unread> m_complainedOf;
+    mutable bool m_isUsable = true;
     bool m_saidFailure = false;
 };
 

@@ -4,6 +4,7 @@
 #include <QJsonDocument>
 #include <QLocale>
 
+#include <array>
 #include <cmath>
 
 namespace platform::defaultstext {
@@ -12,6 +13,16 @@ namespace {
 
 constexpr QLatin1StringView encodedStart("@base64(");
 constexpr QLatin1StringView encodedEnd(")");
+
+// As people write them.
+struct BooleanWord {
+    const char* text;
+    bool value;
+};
+constexpr std::array booleanWords{
+    BooleanWord{"true", true},   BooleanWord{"yes", true}, BooleanWord{"on", true},   BooleanWord{"1", true},
+    BooleanWord{"false", false}, BooleanWord{"no", false}, BooleanWord{"off", false}, BooleanWord{"0", false},
+};
 
 bool isEncoded(const QString& text) {
     return text.startsWith(encodedStart) && text.endsWith(encodedEnd);
@@ -22,12 +33,10 @@ bool breaksLine(QChar character) {
     return character < u' ' && character != u'\t';
 }
 
-// A JSON object or array on one line.
+// A JSON object or array. A hand may have laid it out over several lines.
 bool isDocument(const QString& text) {
-    if (!text.startsWith(u'{') && !text.startsWith(u'[')) {
-        return false;
-    }
-    return std::ranges::none_of(text, breaksLine) && !QJsonDocument::fromJson(text.toUtf8()).isNull();
+    return (text.startsWith(u'{') || text.startsWith(u'[')) &&
+           !QJsonDocument::fromJson(text.toUtf8()).isNull();
 }
 
 bool isQuoted(const QString& text) {
@@ -71,7 +80,7 @@ QString fromReal(double value) {
 
 QString fromData(const QByteArray& value) {
     const auto text = QString::fromUtf8(value);
-    return text.toUtf8() == value && isDocument(text)
+    return text.toUtf8() == value && isDocument(text) && std::ranges::none_of(text, breaksLine)
                ? text
                : encodedStart + QString::fromLatin1(value.toBase64()) + encodedEnd;
 }
@@ -80,17 +89,18 @@ std::optional<QString> toString(const QString& text) {
     if (isQuoted(text)) {
         return unquote(text);
     }
-    const bool otherKind = isEncoded(text) || isDocument(text) || toBoolean(text) || toReal(text);
+    // "no" and "on" are words too.
+    const bool isTruth = text.compare(fromBoolean(true), Qt::CaseInsensitive) == 0 ||
+                         text.compare(fromBoolean(false), Qt::CaseInsensitive) == 0;
+    const bool otherKind = isEncoded(text) || isDocument(text) || isTruth || toReal(text);
     return otherKind ? std::nullopt : std::optional(text);
 }
 
 std::optional<bool> toBoolean(const QString& text) {
-    for (const bool value : {true, false}) {
-        if (text.compare(fromBoolean(value), Qt::CaseInsensitive) == 0) {
-            return value;
-        }
-    }
-    return std::nullopt;
+    const auto word = std::ranges::find_if(booleanWords, [&text](const BooleanWord& candidate) {
+        return text.compare(QLatin1String(candidate.text), Qt::CaseInsensitive) == 0;
+    });
+    return word == booleanWords.end() ? std::nullopt : std::optional(word->value);
 }
 
 std::optional<qint64> toInteger(const QString& text) {

@@ -23,6 +23,12 @@ private Q_SLOTS:
         row("blanks kept by quotes", R"("  padded ")", "string   padded ");
         row("number as text", R"("85")", "string 85");
         row("true", "true", "boolean true");
+        row("False", "False", "boolean false");
+        row("0", "0", "boolean false, integer 0, real 0");
+        row("YES", "YES", "string YES, boolean true");
+        row("off", "off", "string off, boolean false");
+        row("over several lines", "{\n  \"a\": [\n    \"=\",\n    {}\n  ]\n}",
+            "data {\n  \"a\": [\n    \"=\",\n    {}\n  ]\n}");
         row("true as text", R"("true")", "string true");
         row("whole number", "-3", "integer -3, real -3");
         row("object", R"({"appIcon": {"isVisible":true}, "name":"a, b; 'c' = d"})",
@@ -75,19 +81,48 @@ private Q_SLOTS:
         QCOMPARE(readFile(), "[General]\ntheme=dark\n");
     }
 
+    // Before a run and after it, the file is the same but for what was changed.
     void aWriteKeepsWhatAHandPutIntoTheFile() {
-        m_store.reset();
-        writeFile("# my theme\ntheme=dark\ngarbage \xff\x00\n[extra]\nx=1\n# the end\n"_qba);
+        const auto before = "\xef\xbb\xbf; mine\r\n\r\n  theme = dark \r\nnothing \xff\x01\r\n[General]\r\n"
+                            "screenshot_config={\r\n  \"mode\": \"auto\"\r\n}\r\n# yes\r\nautostart=Yes\r\n"
+                            "broken={\r\n[extra]\r\ntheme=x\r\n# the end"_qba;
+        writeFile(before);
+        const LogCapture log;
         m_store = platform::makeFileDefaultsStore(m_path);
         QCOMPARE(m_store->string("theme"), "dark");
-        writeFile(readFile() + "[General]\nadded=5\n");
+        QCOMPARE(m_store->string("extra/theme"), "x");
+        QCOMPARE(m_store->data("broken"), std::nullopt);
+        // What says the same already stays as it is.
+        m_store->setData("screenshot_config", R"({"mode":"auto"})");
+        m_store->setBoolean("autostart", true);
+        QCOMPARE(readFile(), before);
         m_store->setString("theme", "light");
-        QVERIFY(readFile().contains("# my theme\ntheme=light\n"));
-        QVERIFY(readFile().contains("garbage"));
-        QVERIFY(readFile().contains("# the end"));
+        m_store->setInteger("new", 1);
+        auto after = before;
+        after.replace("= dark ", "= light ").replace("broken={\r\n", "broken={\r\nnew=1\r\n");
+        QCOMPARE(readFile(), after);
+        QCOMPARE(log.count("[Settings]"), 1);
+        QVERIFY(log.contains("line 4, 11: cannot be read"));
+    }
+
+    void aHandsChangeCountsAtTheNextRequest() {
+        m_store->setString("theme", "dark");
+        writeFile("theme=light\nprompt=be brief\n");
+        QCOMPARE(m_store->string("prompt"), "be brief");
+        QCOMPARE(m_store->string("theme"), "light");
+        m_store->setInteger("n", 1);
+        QCOMPARE(readFile(), "theme=light\nprompt=be brief\nn=1\n");
+    }
+
+    void aFileBeyondAllMeasureIsLeftAlone() {
+        const QByteArray enormous(1024 * 1024 + 1, '#');
+        writeFile(enormous);
+        const LogCapture log;
         m_store = platform::makeFileDefaultsStore(m_path);
-        QCOMPARE(m_store->integer("extra/x"), 1);
-        QCOMPARE(m_store->integer("added"), 5);
+        m_store->setInteger("n", 1);
+        QCOMPARE(m_store->integer("n"), 1);
+        QCOMPARE(readFile(), enormous);
+        QCOMPARE(log.count("cannot be read"), 1);
     }
 
     void onlyTheUserReadsTheFile() {
