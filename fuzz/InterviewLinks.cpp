@@ -9,13 +9,13 @@ using namespace corvane;
 
 void fuzz(const QByteArray& input) {
     const auto text = QString::fromUtf8(input);
-    if (const auto id = interviewOfLink(QUrl(text, QUrl::StrictMode))) {
+    if (const auto id = interviewOfLink(text)) {
         ALWAYS(!id->isEmpty() && !id->contains(u'/'));
-        ALWAYS(text.startsWith(u"corvane:", Qt::CaseInsensitive));
+        ALWAYS(text.startsWith(u"corvane://"));
     }
     // A plain word goes through a link as it is.
     const auto encoded = QString::fromLatin1(QUrl::toPercentEncoding(text));
-    const auto word = interviewOfLink(QUrl(QStringLiteral("corvane://interview/") + encoded));
+    const auto word = interviewOfLink(QStringLiteral("corvane://interview/") + encoded);
     if (interviewId::isValid(text) && text == text.trimmed()) {
         ALWAYS(word == text);
     }

@@ -331,11 +331,11 @@ void AppDelegate::followSignedInState() {
     }
 }
 
-void AppDelegate::open(const QList<QUrl>& urls) {
-    if (urls.isEmpty()) {
+void AppDelegate::open(const QStringList& links) {
+    if (links.isEmpty()) {
         return;
     }
-    const auto id = interviewOfLink(urls.first());
+    const auto id = interviewOfLink(links.first());
     if (!id) {
         return;
     }
@@ -382,6 +382,13 @@ void AppDelegate::waitForSession(const QString& id) {
             Qt::QueuedConnection);
     connect(m_webSocketService.get(), &WebSocketService::sessionResumed, context, proceed,
             Qt::QueuedConnection);
+}
+
+void AppDelegate::tellOfHungInstance() {
+    const auto advice =
+        QStringLiteral("It runs already and does not answer. End its process, then start it again.");
+    logLine(QStringLiteral("[App] ") + advice);
+    m_platform.notifications->show(QStringLiteral("Corvane Lumetra"), advice);
 }
 
 bool AppDelegate::applicationShouldHandleReopen() {

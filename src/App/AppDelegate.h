@@ -61,7 +61,9 @@ public:
     // The launch sequence. Throws LaunchError.
     void applicationDidFinishLaunching();
     // Only the first address is looked at: corvane://interview/<id>.
-    void open(const QList<QUrl>& urls);
+    void open(const QStringList& links);
+    // Another instance runs and does not answer; this one is about to end.
+    void tellOfHungInstance();
     // The program was started or activated again. True: it has come forward.
     bool applicationShouldHandleReopen();
     void applicationWillTerminate();

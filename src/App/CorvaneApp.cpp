@@ -18,9 +18,16 @@ CorvaneApp::CorvaneApp(PlatformServices platform,
 }
 
 bool CorvaneApp::launch() {
-    if (m_sessionApplication->start() == platform::SessionApplication::Start::handedOver) {
+    using Start = platform::SessionApplication::Start;
+    const auto start = m_sessionApplication->start();
+    if (start == Start::handedOver) {
         platform::logLine(
             QStringLiteral("[App] Corvane Lumetra is already running: it has been brought forward"));
+        return false;
+    }
+    if (start == Start::hung) {
+        m_appDelegate.tellOfHungInstance();
+        m_exitStatus = 1;
         return false;
     }
     QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &m_appDelegate,

@@ -1,11 +1,24 @@
 #include "App/DeepLink.h"
 
+#include <QRegularExpression>
 #include <QUrl>
 
 namespace corvane {
 
-std::optional<QString> interviewOfLink(const QUrl& url) {
-    if (url.scheme() != QLatin1String("corvane") || url.host() != QLatin1String("interview")) {
+namespace {
+
+// Between the slashes, without a user's name and a port. A QUrl gives it in lower case.
+QString writtenHost(const QString& link) {
+    static const QRegularExpression host(QStringLiteral("^[^:/?#]*://(?:[^/?#@]*@)?([^/?#:]*)"));
+    return host.match(link).captured(1);
+}
+
+} // namespace
+
+std::optional<QString> interviewOfLink(const QString& link) {
+    const QUrl url(link, QUrl::StrictMode);
+    if (!url.isValid() || !link.startsWith(QLatin1String("corvane:")) ||
+        writtenHost(link) != QLatin1String("interview")) {
         return std::nullopt;
     }
     const auto id = url.path(QUrl::FullyDecoded).section(u'/', -1, -1, QString::SectionSkipEmpty);

@@ -4,12 +4,10 @@
 
 #include <optional>
 
-class QUrl;
-
 namespace corvane {
 
 // The interview that corvane://interview/<id> names: the last piece of the path. Nothing for any other
-// address.
-std::optional<QString> interviewOfLink(const QUrl& url);
+// address; the scheme and the host are compared as they are written.
+std::optional<QString> interviewOfLink(const QString& link);
 
 } // namespace corvane

@@ -12,8 +12,8 @@ using namespace corvane;
 
 namespace {
 
-const QList<QUrl> one{QUrl("corvane://interview/one")};
-const QList<QUrl> two{QUrl("corvane://interview/two")};
+const QStringList one{"corvane://interview/one"};
+const QStringList two{"corvane://interview/two"};
 
 } // namespace
 
@@ -80,6 +80,36 @@ private Q_SLOTS:
         QCOMPARE(other.windows->panel->sharing, SharingType::readOnly);
     }
 
+    void theDashboardIsHiddenFromCaptureToo() {
+        TestProgram program;
+        program.launch();
+        program.app->showDashboard();
+        program.app->setContentProtected(false);
+        QCOMPARE(program.windows->dashboard->sharing, SharingType::readOnly);
+        program.app->settingsViewModel().toggleContentProtected();
+        program.app->settingsViewModel().toggleContentProtected();
+        QCOMPARE(program.windows->dashboard->sharing, SharingType::none);
+    }
+
+    void theStoredBackendIsConnectedTo_data() {
+        const auto row = rows<std::optional<QString>, QString>();
+        row("none stored", std::nullopt, "backend.lumetra.test");
+        row("another one", "https://other.test", "other.test");
+        row("an empty one", "", "");
+    }
+    void theStoredBackendIsConnectedTo() {
+        const auto [stored, host] = currentRow<std::optional<QString>, QString>();
+        TestProgram program;
+        if (stored) {
+            // As the setup page of an earlier run left it.
+            FakeClock clock;
+            DatabaseService(program.folder.path(), clock).setSetting("corvane_api_url", *stored);
+        }
+        program.launch();
+        QCOMPARE(program.sockets->count(), host.isEmpty() ? 0 : 1);
+        QCOMPARE(host.isEmpty() ? QString() : program.sockets->last().url.host(), host);
+    }
+
     void linksAreReadStrictly_data() {
         const auto row = rows<QString, QString>();
         row("an id", "corvane://interview/abc", "abc");
@@ -88,6 +118,10 @@ private Q_SLOTS:
         row("escaped", "corvane://interview/a%20b", "a b");
         row("another scheme", "https://interview/abc", "");
         row("another host", "corvane://meeting/abc", "");
+        row("the scheme in capitals", "CORVANE://interview/abc", "");
+        row("the host in capitals", "corvane://Interview/abc", "");
+        row("with a query", "corvane://interview/abc?x=/y", "abc");
+        row("the host as a user", "corvane://interview@meeting/abc", "");
         row("no path", "corvane://interview", "");
         row("the word itself", "corvane://interview/interview", "");
     }
@@ -95,10 +129,10 @@ private Q_SLOTS:
         const auto [url, id] = currentRow<QString, QString>();
         TestProgram program(TestProgram::Start::signedOut);
         program.launch();
-        program.app->open({QUrl(url), QUrl("corvane://interview/second")});
+        program.app->open({url, "corvane://interview/second"});
         QCOMPARE(program.interview().interviewId(), id);
         QCOMPARE(program.log.count("[DeepLink] Received interview ID"), id.isEmpty() ? 0 : 1);
-        program.app->open({});
+        program.app->open(QStringList());
         // Signed out, a link can start nothing.
         program.settle();
         QCOMPARE(program.interview().status(), InterviewStatus::idle);

@@ -7,6 +7,8 @@
 
 #include <functional>
 
+#include <QRegularExpression>
+
 using namespace corvane;
 
 namespace {
@@ -58,6 +60,18 @@ class ModelsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void newIdsAreRandomAndFitIntoAStatement_data() {
+        const auto row = rows<QString (*)(), QString>();
+        row("a conversation", Conversation::newID, "^conv_[0-9a-f]{32}$");
+        row("a message", ChatMessage::newID, "^msg_[0-9a-f]{32}$");
+    }
+    void newIdsAreRandomAndFitIntoAStatement() {
+        const auto [newID, form] = currentRow<QString (*)(), QString>();
+        const auto id = newID();
+        QVERIFY2(QRegularExpression(form).match(id).hasMatch(), qPrintable(id));
+        QVERIFY(newID() != id);
+    }
+
     void recordsAreStrict_data() {
         const auto row = rows<Again, QByteArray>();
         row("Conversation", again<Conversation>,

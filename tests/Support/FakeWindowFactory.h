@@ -31,10 +31,11 @@ public:
     void showWindow() override { visible = true; }
     void orderOut() override { visible = false; }
     bool isVisible() const override { return visible; }
-    void setSharingType(SharingType) override {}
+    void setSharingType(SharingType to) override { sharing = to; }
     void setActivationPolicy(ActivationPolicy) override {}
 
     bool visible = false;
+    std::optional<SharingType> sharing;
 };
 
 class FakeSelectionOverlay : public SelectionOverlay {

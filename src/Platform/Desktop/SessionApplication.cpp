@@ -24,20 +24,14 @@ class SessionApplicationObject : public QObject {
 
 public Q_SLOTS:
     Q_SCRIPTABLE void Activate(const QVariantMap&) { Q_EMIT activated(); }
-    Q_SCRIPTABLE void Open(const QStringList& uris, const QVariantMap&) {
-        QList<QUrl> urls;
-        for (const auto& uri : uris) {
-            urls.append(QUrl(uri, QUrl::StrictMode));
-        }
-        Q_EMIT opened(urls);
-    }
+    Q_SCRIPTABLE void Open(const QStringList& uris, const QVariantMap&) { Q_EMIT opened(uris); }
     Q_SCRIPTABLE void ActivateAction(const QString&, const QVariantList&, const QVariantMap&) {
         Q_EMIT activated();
     }
 
 Q_SIGNALS:
     void activated();
-    void opened(QList<QUrl> urls);
+    void opened(QStringList uris);
 };
 
 namespace {
@@ -75,18 +69,17 @@ public:
         if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered) {
             return Start::first;
         }
-        return activateRunning() ? Start::handedOver : Start::noBus;
+        return activateRunning();
     }
 
 private:
-    bool activateRunning() {
+    Start activateRunning() {
         const auto answer = callApplication(m_bus, m_applicationId, {}, activationTimeout);
-        if (answer.type() == QDBusMessage::ErrorMessage) {
-            logLine(
-                QStringLiteral("[App] The running program did not answer: %1").arg(answer.errorMessage()));
-            return false;
+        if (answer.type() != QDBusMessage::ErrorMessage) {
+            return Start::handedOver;
         }
-        return true;
+        logLine(QStringLiteral("[App] The running program did not answer: %1").arg(answer.errorMessage()));
+        return m_bus.isConnected() ? Start::hung : Start::noBus;
     }
 
     QString m_applicationId;

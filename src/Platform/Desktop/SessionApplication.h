@@ -1,8 +1,7 @@
 #pragma once
 
-#include <QList>
 #include <QObject>
-#include <QUrl>
+#include <QStringList>
 
 #include <memory>
 
@@ -19,6 +18,9 @@ public:
         first,
         // Another instance has been activated: this process should end.
         handedOver,
+        // Another instance has the name and does not answer: this process should end, or both would write
+        // the same files.
+        hung,
         // No session bus: the program runs, without links.
         noBus,
     };
@@ -29,7 +31,8 @@ public:
     virtual Start start() = 0;
 
 Q_SIGNALS:
-    void openRequested(QList<QUrl> urls);
+    // As they were written: a URL would change the case of a scheme or a host.
+    void openRequested(QStringList links);
     void activated();
 };
 

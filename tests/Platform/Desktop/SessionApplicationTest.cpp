@@ -3,9 +3,12 @@
 #include "tests/Support/WaitFor.h"
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QProcess>
 #include <QSignalSpy>
+
+#include <unistd.h>
 
 using platform::SessionApplication;
 
@@ -37,13 +40,12 @@ private Q_SLOTS:
         QSignalSpy activated(application.get(), &SessionApplication::activated);
         QCOMPARE(application->start(), SessionApplication::Start::first);
 
-        const QStringList uris{"corvane://interview/a1", "corvane://interview/a2"};
+        const QStringList uris{"CORVANE://Interview/a1", "corvane://interview/a2"};
         launcher().call(call("Open", {uris, QVariantMap()}), QDBus::NoBlock);
         launcher().call(call("Activate", {QVariantMap()}), QDBus::NoBlock);
         QVERIFY(waitUntil([&] { return activated.count() == 1; }));
         QCOMPARE(opened.count(), 1);
-        const auto urls = opened.first().first().value<QList<QUrl>>();
-        QCOMPARE(urls, QList<QUrl>({QUrl(uris[0]), QUrl(uris[1])}));
+        QCOMPARE(opened.first().first().toStringList(), uris);
     }
 
     void secondStartActivatesTheFirst() {
@@ -57,6 +59,20 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return second.state() == QProcess::NotRunning; }, 10000));
         QCOMPARE(second.exitCode(), static_cast<int>(SessionApplication::Start::handedOver));
         QCOMPARE(activated.count(), 1);
+    }
+
+    // A second instance would write the same files.
+    void aSecondStartEndsWhenTheFirstHangs() {
+        QProcess first;
+        first.start(QCoreApplication::applicationFilePath(), {"--hang"});
+        QVERIFY(waitUntil([&] { return launcher().interface()->isServiceRegistered(applicationId); }));
+        QProcess second;
+        second.start(QCoreApplication::applicationFilePath(), {"--second-start"});
+        QVERIFY(waitUntil([&] { return second.state() == QProcess::NotRunning; }, 20'000));
+        QCOMPARE(second.exitCode(), static_cast<int>(SessionApplication::Start::hung));
+        QVERIFY(second.readAllStandardError().contains("did not answer"));
+        first.kill();
+        QVERIFY(first.waitForFinished());
     }
 
     // Whoever waits for the name and calls at once must find the object.
@@ -108,6 +124,13 @@ int main(int argc, char* argv[]) {
     QCoreApplication application(argc, argv);
     if (application.arguments().contains("--second-start")) {
         return static_cast<int>(platform::makeSessionApplication(applicationId)->start());
+    }
+    if (application.arguments().contains("--hang")) {
+        const auto first = platform::makeSessionApplication(applicationId);
+        first->start();
+        for (;;) {
+            ::pause();
+        }
     }
     SessionApplicationTest test;
     return QTest::qExec(&test, argc, argv);
