@@ -22,7 +22,8 @@ void fuzz(const QByteArray& input) {
     }
     // Never back, and never in a circle: who has the best of a feed is offered nothing more by it.
     ALWAYS(compareVersions(best->versionString, host.versionString) > 0);
-    ALWAYS(compareVersions(best->displayVersionString, host.displayVersionString) >= 0);
+    ALWAYS(compareVersions(best->displayVersionString, host.displayVersionString) > 0);
+    ALWAYS(best->itemDescription.size() <= platform::appcast::longestNotes);
     host.versionString = best->versionString;
     ALWAYS(!platform::bestUpdate(items, host));
 }

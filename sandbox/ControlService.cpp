@@ -81,13 +81,15 @@ constexpr std::array<std::pair<std::string_view, LossWording>, 3> wordings{
     {{"plain", LossWording::sessionNotFound},
      {"id", LossWording::sessionIdNotFound},
      {"reversed", LossWording::notFoundSession}}};
-constexpr std::array<std::pair<std::string_view, UpdateFeed::Flaw>, 6> updateFlaws{
+constexpr std::array<std::pair<std::string_view, UpdateFeed::Flaw>, 8> updateFlaws{
     {{"none", UpdateFeed::Flaw::none},
      {"unsigned", UpdateFeed::Flaw::unsignedPackage},
      {"wrong_signature", UpdateFeed::Flaw::wrongSignature},
      {"truncated", UpdateFeed::Flaw::truncated},
      {"plain_address", UpdateFeed::Flaw::plainAddress},
-     {"older_package", UpdateFeed::Flaw::olderPackage}}};
+     {"older_package", UpdateFeed::Flaw::olderPackage},
+     {"other_package", UpdateFeed::Flaw::otherPackage},
+     {"too_large", UpdateFeed::Flaw::tooLarge}}};
 constexpr std::array<std::pair<std::string_view, CertificateAuthority::Kind>, 4> certificates{
     {{"sound", CertificateAuthority::Kind::sound},
      {"other_name", CertificateAuthority::Kind::otherName},

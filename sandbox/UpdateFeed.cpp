@@ -95,8 +95,8 @@ std::string member(std::string_view name, const std::string& content) {
 }
 
 // Uncompressed, as the format allows.
-std::string debianPackage(const std::string& version, std::size_t kilobytes) {
-    const auto control = "Package: corvane-lumetra\nVersion: " + version +
+std::string debianPackage(const std::string& name, const std::string& version, std::size_t kilobytes) {
+    const auto control = "Package: " + name + "\nVersion: " + version +
                          "\nArchitecture: all\nMaintainer: Corvane <updates@lumetra.test>\n"
                          "Description: a package to try updates with\n";
     return "!<arch>\n" + member("debian-binary", "2.0\n") + member("control.tar", tar("./control", control)) +
@@ -125,7 +125,8 @@ std::string UpdateFeed::publicKey() {
 
 void UpdateFeed::offer(Offer offer) {
     const auto held = offer.flaw == Flaw::olderPackage ? std::string("0.0.1") : offer.displayVersion;
-    auto package = debianPackage(held, offer.kilobytes);
+    const auto name = offer.flaw == Flaw::otherPackage ? "sudo" : "corvane-lumetra";
+    auto package = debianPackage(name, held, offer.kilobytes);
     m_signature = signatureOf(offer.flaw == Flaw::wrongSignature ? package + "x" : package);
     m_tag = '"' + m_signature.substr(0, 16) + '"';
     m_package = std::move(package);
@@ -136,9 +137,11 @@ std::string UpdateFeed::feed() const {
     const auto scheme = std::string(m_offer.flaw == Flaw::plainAddress ? "http" : "https");
     const auto signature =
         m_offer.flaw == Flaw::unsignedPackage ? "" : "\" sparkle:edSignature=\"" + m_signature;
+    constexpr std::size_t tooMuch = std::size_t{1} << 40;
+    const auto length = m_offer.flaw == Flaw::tooLarge ? tooMuch : m_package.size();
     const auto enclosure = "<enclosure url=\"" + scheme + "://" + std::string(updateHost) +
-                           std::string(packagePath) + "\" length=\"" + std::to_string(m_package.size()) +
-                           signature + "\" type=\"application/vnd.debian.binary-package\"/>";
+                           std::string(packagePath) + "\" length=\"" + std::to_string(length) + signature +
+                           "\" type=\"application/vnd.debian.binary-package\"/>";
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
            "<rss version=\"2.0\" xmlns:sparkle=\"http://www.andymatuschak.org/xml-namespaces/sparkle\">\n"
            "<channel><title>Corvane Lumetra</title><item><title>" +

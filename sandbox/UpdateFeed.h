@@ -14,7 +14,16 @@ inline constexpr std::string_view updateHost = "updates.lumetra.test";
 // Network thread only.
 class UpdateFeed {
 public:
-    enum class Flaw { none, unsignedPackage, wrongSignature, truncated, plainAddress, olderPackage };
+    enum class Flaw {
+        none,
+        unsignedPackage,
+        wrongSignature,
+        truncated,
+        plainAddress,
+        olderPackage,
+        otherPackage,
+        tooLarge
+    };
     struct Offer {
         // Of the first version: nothing newer than a fresh build.
         std::string version = "1";

@@ -33,7 +33,7 @@ echo "== The package"
 package=$(echo "$work"/corvane-lumetra_*.deb)
 ls -l "$package"
 lintian --allow-root --fail-on error,warning "$package"
-scripts/check-hardening.sh "$build"/bin/corvane-lumetra "$build"/bin/corvane-lumetra-open
+scripts/check-hardening.sh "$build"/bin/corvane-lumetra "$build"/bin/corvane-lumetra-open "$build"/bin/corvane-lumetra-install
 appstreamcli validate --no-net "$build"/packaging/com.corvane.Lumetra.metainfo.xml
 mkdir -p "$work/man/man1" # one page is the other's, by its place
 cp "$build"/packaging/*.1 "$work/man/man1"
@@ -66,6 +66,8 @@ for file in usr/share/applications/com.corvane.Lumetra.desktop usr/share/dbus-1/
 done
 grep -q '^x-scheme-handler/corvane=com.corvane.Lumetra.desktop' "$root/usr/share/applications/mimeinfo.cache" ||
     fail "nothing opens links."
+installer=$(sed -n 's/.*exec.path">\(.*\)<.*/\1/p' "$root/usr/share/polkit-1/actions/com.corvane.Lumetra.policy")
+[[ -x $root/$installer ]] || fail "the policy names no installed program: $installer."
 [[ -s $root/usr/share/icons/hicolor/scalable/apps/com.corvane.Lumetra.svg ]] || fail "there is no icon."
 while read -r module; do
     compgen -G "$root/usr/lib/*/qt6/qml/${module//.//}/qmldir" >/dev/null || fail "the package does not bring $module."

@@ -161,6 +161,7 @@ QCoro::Task<void> TourScript::run() {
     co_await launch();
     co_await signIn();
     co_await visitPages();
+    co_await installUpdate();
     co_await startInterview();
     co_await converse();
     if (!m_options.fault.isEmpty()) {

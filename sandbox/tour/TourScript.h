@@ -50,6 +50,7 @@ private:
     QCoro::Task<void> launch();
     QCoro::Task<void> signIn();
     QCoro::Task<void> visitPages();
+    QCoro::Task<void> installUpdate();
     QCoro::Task<void> openLink(QString id);
     QCoro::Task<void> startInterview();
     QCoro::Task<void> converse();

@@ -17,9 +17,9 @@ const auto applicationId = QStringLiteral("com.corvane.Lumetra");
 PlatformServices PlatformServices::ofThisDesktop(std::unique_ptr<platform::SecretStore> secrets) {
     const auto configuration = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
     PlatformServices services;
-    services.applicationInfo =
-        platform::ApplicationInfo::load(QStringLiteral("application-info.json"),
-                                        QStringLiteral("corvane-lumetra"), "CORVANE_APPLICATION_INFO");
+    services.applicationInfo = platform::ApplicationInfo::load(
+        QStringLiteral("application-info.json"), QStringLiteral("corvane-lumetra"),
+        "CORVANE_APPLICATION_INFO", {QStringLiteral("SUFeedURL"), QStringLiteral("SUPublicEDKey")});
     services.environment = QProcessEnvironment::systemEnvironment();
     services.dataFolder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     services.cacheFolder = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);

@@ -6,7 +6,8 @@
 #include "Views/Updates/UpdateDialogPresenter.h"
 #include "Views/Updates/UpdaterPresenter.h"
 
-#include <unistd.h>
+#include <QCoreApplication>
+#include <QFile>
 
 namespace corvane {
 
@@ -14,6 +15,15 @@ namespace {
 
 constexpr auto updatesFolder = "/com.corvane.interview-assistant/updates";
 const auto programName = QStringLiteral("Corvane Lumetra");
+const auto packageName = QStringLiteral("corvane-lumetra");
+
+// Beside the program where it was built, and out of the way of people's commands where it is installed.
+QString installerProgram() {
+    const auto name = QStringLiteral("/corvane-lumetra-install");
+    const auto folder = QCoreApplication::applicationDirPath();
+    const auto built = folder + name;
+    return QFile::exists(built) ? built : folder + QStringLiteral("/../libexec") + name;
+}
 
 } // namespace
 
@@ -27,9 +37,9 @@ void AppDelegate::makeUpdater() {
         platform::SPUUpdater::Surroundings{.makeHttp = m_platform.makeUpdateHttp,
                                            .defaults = *m_platform.defaults,
                                            .clock = *m_platform.clock,
-                                           .access = *m_platform.systemAccess,
-                                           .folder = m_platform.cacheFolder + QLatin1String(updatesFolder),
-                                           .runsAsRoot = geteuid() == 0});
+                                           .installer = platform::makePackageInstaller(installerProgram()),
+                                           .packageName = packageName,
+                                           .folder = m_platform.cacheFolder + QLatin1String(updatesFolder)});
 }
 
 void AppDelegate::startUpdater() {
@@ -54,11 +64,9 @@ void AppDelegate::restart() {
         terminate();
         return;
     }
-    m_updaterService->userDriver()->show(
-        platform::SPUStandardUserDriver::Stage::failed,
-        QStringLiteral(
-            "An interview is running. End it, then try again, or let the new version wait until you "
-            "start the app the next time."));
+    m_updaterService->updater()->refuseRestart(QStringLiteral(
+        "An interview is running: end it first, or the new version waits until you start the app "
+        "the next time."));
 }
 
 } // namespace corvane

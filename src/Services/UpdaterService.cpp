@@ -33,6 +33,10 @@ void UpdaterService::startUpdater() {
     }
 }
 
+bool UpdaterService::hasFeed() const {
+    return !m_mainBundle.string(feedKey).value_or(QString()).isEmpty();
+}
+
 void UpdaterService::downloadAndInstall() {
     if (m_updater) {
         m_updater->checkForUpdates();

@@ -38,6 +38,8 @@ public:
 
     // Once, at launch. A failure becomes the state.
     void startUpdater();
+    // Whether this installation names a feed at all. Without one it never looks for updates.
+    bool hasFeed() const;
     // Asks for a check, which leads the user on from there. Nothing before startUpdater().
     void downloadAndInstall();
 

@@ -11,33 +11,39 @@ namespace platform {
 
 namespace {
 
-QString locate(const QString& fileName, const QString& shareFolder, const char* overrideVariable) {
-    const auto chosen = qEnvironmentVariable(overrideVariable);
-    if (!chosen.isEmpty()) {
-        return chosen;
+ApplicationInfo read(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        logLine(QStringLiteral("[App] No readable application information (%1)").arg(path));
+        return {};
     }
-    const auto programFolder = QCoreApplication::applicationDirPath();
-    for (const auto& path : {programFolder + u'/' + fileName,
-                             programFolder + QStringLiteral("/../share/") + shareFolder + u'/' + fileName}) {
-        if (QFile::exists(path)) {
-            return path;
-        }
-    }
-    return {};
+    return ApplicationInfo::fromJson(file.readAll());
 }
 
 } // namespace
 
 ApplicationInfo ApplicationInfo::load(const QString& fileName, const QString& shareFolder,
-                                      const char* overrideVariable) {
-    const auto path = locate(fileName, shareFolder, overrideVariable);
-    QFile file(path);
-    if (path.isEmpty() || !file.open(QIODevice::ReadOnly)) {
-        logLine(QStringLiteral("[App] No readable application information (%1)")
-                    .arg(path.isEmpty() ? fileName : path));
-        return {};
+                                      const char* overrideVariable, const QStringList& fixedKeys) {
+    const auto programFolder = QCoreApplication::applicationDirPath();
+    const auto beside = programFolder + u'/' + fileName;
+    const auto shared = programFolder + QStringLiteral("/../share/") + shareFolder + u'/' + fileName;
+    const bool isInstalled = !QFile::exists(beside) && QFile::exists(shared);
+    const auto& own = isInstalled ? shared : beside;
+    const auto chosen = qEnvironmentVariable(overrideVariable);
+    if (chosen.isEmpty()) {
+        return read(own);
     }
-    return fromJson(file.readAll());
+    auto info = read(chosen);
+    if (isInstalled) {
+        const auto installed = read(own);
+        for (const auto& key : fixedKeys) {
+            info.m_values.remove(key);
+            if (const auto value = installed.string(key)) {
+                info.m_values.insert(key, *value);
+            }
+        }
+    }
+    return info;
 }
 
 ApplicationInfo ApplicationInfo::fromJson(const QByteArray& json) {

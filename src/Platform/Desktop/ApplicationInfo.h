@@ -16,9 +16,10 @@ public:
 
     // The file named by the environment variable `overrideVariable` if set, else the first that exists of
     // <dir of the executable>/<fileName> and <dir>/../share/<shareFolder>/<fileName>. A missing or unreadable
-    // file, and a value that is no string, is absent.
+    // file, and a value that is not a string, is absent. Where the second is the program's own, it is
+    // installed: then the variable does not replace the values of `fixedKeys`.
     static ApplicationInfo load(const QString& fileName, const QString& shareFolder,
-                                const char* overrideVariable);
+                                const char* overrideVariable, const QStringList& fixedKeys);
     static ApplicationInfo fromJson(const QByteArray& json);
 
     std::optional<QString> string(const QString& key) const;

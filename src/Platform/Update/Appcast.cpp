@@ -3,6 +3,7 @@
 #include "Platform/Update/UpdateError.h"
 #include "Platform/Update/UpdateVersion.h"
 
+#include <QStringDecoder>
 #include <QXmlStreamReader>
 
 #include <algorithm>
@@ -26,134 +27,216 @@ constexpr std::array textElements{
     TextElement{"channel", &AppcastItem::channel},
 };
 
+[[noreturn]] void refuse(const QString& text) {
+    throw UpdateError(UpdateError::unreadableFeed, text);
+}
+
+[[noreturn]] void refuseSize() {
+    refuse(QStringLiteral("The update feed is larger or more deeply nested than a feed may be. Tell the "
+                          "administrator of the update server."));
+}
+
+// The position of the '>' that ends a tag, or the text's end.
+qsizetype endOfTag(QStringView feed, qsizetype at) {
+    QChar quote;
+    for (; at < feed.size(); ++at) {
+        const auto character = feed[at];
+        if (quote.isNull() && character == u'>') {
+            break;
+        }
+        if (character == quote) {
+            quote = {};
+        } else if (quote.isNull() && (character == u'"' || character == u'\'')) {
+            quote = character;
+        }
+    }
+    return at;
+}
+
+// The XML reader compares every attribute of a tag with every other, so a tag must be short before the reader
+// sees it; and what a document type declares must not reach it at all.
+void inspectTags(QStringView feed) {
+    struct Section {
+        QStringView start;
+        QStringView end;
+    };
+    static constexpr std::array sections{Section{u"<!--", u"-->"}, Section{u"<![CDATA[", u"]]>"},
+                                         Section{u"<?", u"?>"}};
+    for (auto at = feed.indexOf(u'<'); at >= 0; at = feed.indexOf(u'<', at)) {
+        const auto rest = feed.sliced(at);
+        const auto* section = std::ranges::find_if(
+            sections, [rest](const Section& candidate) { return rest.startsWith(candidate.start); });
+        if (section != sections.end()) {
+            const auto end = feed.indexOf(section->end, at + section->start.size());
+            at = end < 0 ? feed.size() : end;
+            continue;
+        }
+        if (rest.startsWith(u"<!")) {
+            refuse(QStringLiteral("The update feed declares a document type, which a feed may not. Tell the "
+                                  "administrator of the update server."));
+        }
+        const auto end = endOfTag(feed, at);
+        if (end - at > appcast::longestTag) {
+            refuseSize();
+        }
+        at = end;
+    }
+}
+
+// Reads without recursion: what the feed nests is counted.
 class Reader {
 public:
-    explicit Reader(const QByteArray& feed)
+    explicit Reader(const QString& feed)
         : m_xml(feed) {}
 
     QList<AppcastItem> read() {
-        enterRoot();
-        QList<AppcastItem> items;
-        while (m_xml.readNextStartElement()) {
-            if (m_xml.name() == u"channel") {
-                readChannel(items);
-            } else {
-                m_xml.skipCurrentElement();
+        while (!m_xml.atEnd()) {
+            switch (m_xml.readNext()) {
+            case QXmlStreamReader::StartElement:
+                enter();
+                break;
+            case QXmlStreamReader::EndElement:
+                leave();
+                break;
+            case QXmlStreamReader::Characters:
+                addText(m_xml.text());
+                break;
+            default:
+                break;
             }
         }
-        // What stands behind the end of the feed is looked at too.
-        while (!m_xml.atEnd()) {
-            m_xml.readNext();
+        if (m_xml.hasError()) {
+            refuse(QStringLiteral("The update feed cannot be read (line %1: %2). Try again later.")
+                       .arg(m_xml.lineNumber())
+                       .arg(m_xml.errorString().left(appcast::longestField)));
         }
-        complainOfErrors();
-        return items;
+        return m_items;
     }
 
 private:
-    void enterRoot() {
-        while (!m_xml.atEnd() && !m_xml.isStartElement()) {
-            if (m_xml.readNext() == QXmlStreamReader::DTD) {
-                throw UpdateError(UpdateError::unreadableFeed,
-                                  QStringLiteral("The update feed declares a document type, which a feed "
-                                                 "may not. Tell who runs the update server."));
+    // How deep an element of the feed is.
+    enum Level { root = 1, channel, item, field };
+
+    void enter() {
+        if (++m_depth > appcast::mostNesting) {
+            refuseSize();
+        }
+        const auto name = m_xml.name();
+        if (m_depth == root && name != u"rss") {
+            refuse(QStringLiteral("The update server sent something else than an update feed. A network "
+                                  "sign-in page may stand in between."));
+        }
+        if (m_depth == channel) {
+            m_inChannel = name == u"channel";
+        } else if (m_depth == item && m_inChannel) {
+            m_inItem = name == u"item";
+            m_items.resize(m_items.size() + (m_inItem ? 1 : 0));
+        } else if (m_depth == field && m_inItem) {
+            enterField(m_items.last());
+        } else if (m_depth > field && m_field && m_field != &AppcastItem::itemDescription) {
+            m_xml.raiseError(QStringLiteral("an element where a text is expected"));
+        }
+    }
+
+    void enterField(AppcastItem& current) {
+        if (m_xml.name() == u"enclosure") {
+            readEnclosure(current);
+        } else if (m_xml.name() == u"description") {
+            const auto format = m_xml.attributes().value(sparkle, QLatin1String("format"));
+            current.descriptionIsHtml = format.isEmpty() || format == u"html";
+            m_field = &AppcastItem::itemDescription;
+        } else if (m_xml.namespaceUri() == sparkle) {
+            const auto* element = std::ranges::find_if(
+                textElements, [this](const TextElement& e) { return m_xml.name() == QLatin1String(e.name); });
+            m_field = element == textElements.end() ? nullptr : element->field;
+        }
+        if (m_field) {
+            (current.*m_field).clear();
+        }
+    }
+
+    void leave() {
+        if (m_depth == field && m_field) {
+            auto& text = m_items.last().*std::exchange(m_field, nullptr);
+            text = text.trimmed();
+        } else if (m_depth == item && std::exchange(m_inItem, false)) {
+            auto& current = m_items.last();
+            if (current.displayVersionString.isEmpty()) {
+                current.displayVersionString = current.versionString;
             }
         }
-        complainOfErrors();
-        if (m_xml.name() != u"rss") {
-            throw UpdateError(UpdateError::unreadableFeed,
-                              QStringLiteral("The update server sent something else than an update feed. "
-                                             "A network sign-in page may stand in between."));
-        }
+        --m_depth;
     }
 
-    void complainOfErrors() const {
-        if (m_xml.hasError()) {
-            throw UpdateError(UpdateError::unreadableFeed,
-                              QStringLiteral("The update feed cannot be read (line %1: %2). Try again later.")
-                                  .arg(m_xml.lineNumber())
-                                  .arg(m_xml.errorString()));
+    void addText(QStringView text) {
+        if (!m_field) {
+            return;
         }
-    }
-
-    void readChannel(QList<AppcastItem>& items) {
-        while (m_xml.readNextStartElement()) {
-            if (m_xml.name() == u"item") {
-                items.append(readItem());
-            } else {
-                m_xml.skipCurrentElement();
-            }
+        auto& into = m_items.last().*m_field;
+        if (m_field == &AppcastItem::itemDescription) {
+            into += text.first(std::min(text.size(), appcast::longestNotes - into.size()));
+        } else if (into.size() + text.size() > appcast::longestField) {
+            refuseSize();
+        } else {
+            into += text;
         }
-    }
-
-    AppcastItem readItem() {
-        AppcastItem item;
-        while (m_xml.readNextStartElement()) {
-            if (m_xml.name() == u"enclosure") {
-                readEnclosure(item);
-            } else if (m_xml.name() == u"description") {
-                const auto format = m_xml.attributes().value(sparkle, QLatin1String("format"));
-                item.descriptionIsHtml = format.isEmpty() || format == u"html";
-                item.itemDescription =
-                    m_xml.readElementText(QXmlStreamReader::IncludeChildElements).trimmed();
-            } else if (!readText(item)) {
-                m_xml.skipCurrentElement();
-            }
-        }
-        if (item.displayVersionString.isEmpty()) {
-            item.displayVersionString = item.versionString;
-        }
-        return item;
-    }
-
-    bool readText(AppcastItem& item) {
-        if (m_xml.namespaceUri() != sparkle) {
-            return false;
-        }
-        const auto element = std::ranges::find_if(
-            textElements, [this](const TextElement& e) { return m_xml.name() == QLatin1String(e.name); });
-        if (element == textElements.end()) {
-            return false;
-        }
-        item.*element->field = m_xml.readElementText().trimmed();
-        return true;
     }
 
     // Older feeds state the versions here.
-    void readEnclosure(AppcastItem& item) {
+    void readEnclosure(AppcastItem& current) {
         const auto attributes = m_xml.attributes();
         const auto own = [&attributes](const char* name) {
-            return attributes.value(sparkle, QLatin1String(name)).toString();
+            const auto value = attributes.value(sparkle, QLatin1String(name)).toString();
+            if (value.size() > appcast::longestField) {
+                refuseSize();
+            }
+            return value;
         };
-        item.url = QUrl(attributes.value(QLatin1String("url")).toString(), QUrl::StrictMode);
-        item.contentLength = attributes.value(QLatin1String("length")).toLongLong();
-        item.signature = QByteArray::fromBase64(own("edSignature").toLatin1());
-        item.operatingSystem = own("os");
-        if (item.versionString.isEmpty()) {
-            item.versionString = own("version");
+        current.url = QUrl(attributes.value(QLatin1String("url")).toString(), QUrl::StrictMode);
+        current.contentLength = attributes.value(QLatin1String("length")).toLongLong();
+        current.signature = QByteArray::fromBase64(own("edSignature").toLatin1());
+        current.operatingSystem = own("os");
+        if (current.versionString.isEmpty()) {
+            current.versionString = own("version");
         }
-        if (item.displayVersionString.isEmpty()) {
-            item.displayVersionString = own("shortVersionString");
+        if (current.displayVersionString.isEmpty()) {
+            current.displayVersionString = own("shortVersionString");
         }
-        m_xml.skipCurrentElement();
     }
 
     QXmlStreamReader m_xml;
+    QList<AppcastItem> m_items;
+    int m_depth = 0;
+    bool m_inChannel = false;
+    bool m_inItem = false;
+    QString AppcastItem::*m_field = nullptr; // of the last item: the text that is read
 };
 
-// An old signed package under a new number would take the program back; so what people read must not be
-// older either.
+// An old signed package under a new number would take the program back, and the same one would be installed
+// over and over; so what people read must be newer too.
 bool isMeantFor(const AppcastItem& item, const UpdateHost& host) {
-    return !item.versionString.isEmpty() && item.channel.isEmpty() &&
+    return isVersion(item.versionString) && isVersion(item.displayVersionString) && item.channel.isEmpty() &&
            (item.operatingSystem.isEmpty() || item.operatingSystem == u"linux") &&
            compareVersions(item.versionString, host.versionString) > 0 &&
-           compareVersions(item.displayVersionString, host.displayVersionString) >= 0 &&
+           compareVersions(item.displayVersionString, host.displayVersionString) > 0 &&
            compareVersions(host.kernelVersion, item.minimumSystemVersion) >= 0;
 }
 
 } // namespace
 
 QList<AppcastItem> readAppcast(const QByteArray& feed) {
-    return Reader(feed).read();
+    if (feed.size() > appcast::largestFeed) {
+        refuseSize();
+    }
+    // In one encoding: what was inspected is what the reader reads.
+    QStringDecoder utf8(QStringDecoder::Utf8);
+    const QString text = utf8.decode(feed);
+    if (utf8.hasError()) {
+        refuse(
+            QStringLiteral("The update feed is not in UTF-8. Tell the administrator of the update server."));
+    }
+    inspectTags(text);
+    return Reader(text).read();
 }
 
 std::optional<AppcastItem> bestUpdate(const QList<AppcastItem>& items, const UpdateHost& host) {

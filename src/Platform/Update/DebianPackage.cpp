@@ -1,8 +1,11 @@
 #include "Platform/Update/DebianPackage.h"
 
 #include "Platform/Update/UpdateError.h"
+#include "Platform/Update/UpdateVersion.h"
 
 #include <QProcess>
+
+#include <unistd.h>
 
 namespace platform {
 
@@ -10,29 +13,72 @@ namespace {
 
 constexpr int readingTimeout = 30'000; // ms
 
-} // namespace
-
-QString debianPackageVersion(const QString& path) {
+// What a program of dpkg's says, with `input` as its standard input if that is a descriptor. Nothing when it
+// fails.
+std::optional<QString> answerOf(const QString& program, const QStringList& arguments, int input = -1) {
     QProcess reader;
-    reader.start(QStringLiteral("dpkg-deb"), {QStringLiteral("--field"), path, QStringLiteral("Version")},
-                 QIODevice::ReadOnly);
+    if (input >= 0) {
+        reader.setChildProcessModifier([input] { ::dup2(input, STDIN_FILENO); });
+    }
+    reader.start(program, arguments, QIODevice::ReadOnly);
     if (!reader.waitForStarted()) {
         throw UpdateError(
             UpdateError::badPackage,
             QStringLiteral("The update is a Debian package, and this system has no dpkg to read "
                            "it. Get the new version from where you got this one."));
     }
-    const bool read = reader.waitForFinished(readingTimeout) && reader.exitStatus() == QProcess::NormalExit &&
-                      reader.exitCode() == 0;
-    auto version = QString::fromUtf8(reader.readAllStandardOutput()).trimmed();
-    if (!read || version.isEmpty()) {
+    if (!reader.waitForFinished(readingTimeout)) {
         reader.kill();
-        throw UpdateError(UpdateError::badPackage,
-                          QStringLiteral("The update is no Debian package, so it was not kept. Tell who runs "
-                                         "the update server."));
+        reader.waitForFinished();
+        return std::nullopt;
     }
-    version = version.section(u':', -1);
-    return version.contains(u'-') ? version.section(u'-', 0, -2) : version;
+    const bool succeeded = reader.exitStatus() == QProcess::NormalExit && reader.exitCode() == 0;
+    return succeeded ? std::optional(QString::fromUtf8(reader.readAllStandardOutput())) : std::nullopt;
+}
+
+QString fieldOf(const QString& description, const QString& name) {
+    for (const auto& line : description.split(u'\n')) {
+        if (line.startsWith(name + u':')) {
+            return line.sliced(name.size() + 1).trimmed();
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+DebianPackage readDebianPackage(int descriptor) {
+    const auto description = answerOf(QStringLiteral("dpkg-deb"),
+                                      {QStringLiteral("--field"), QStringLiteral("/proc/self/fd/0"),
+                                       QStringLiteral("Package"), QStringLiteral("Version")},
+                                      descriptor)
+                                 .value_or(QString());
+    const DebianPackage package{fieldOf(description, QStringLiteral("Package")),
+                                fieldOf(description, QStringLiteral("Version"))};
+    if (package.name.isEmpty() || !isVersion(package.version)) {
+        throw UpdateError(UpdateError::badPackage,
+                          QStringLiteral("The update is not a Debian package, so it was not kept. Tell the "
+                                         "administrator of the update server."));
+    }
+    return package;
+}
+
+void requireUpgrade(const DebianPackage& package, const QString& name) {
+    if (package.name != name) {
+        throw UpdateError(UpdateError::badPackage,
+                          QStringLiteral("The update is a package of another program (%1), so it was thrown "
+                                         "away. Tell the administrator of the update server.")
+                              .arg(package.name.left(64)));
+    }
+    const auto installed =
+        answerOf(QStringLiteral("dpkg-query"),
+                 {QStringLiteral("--show"), QStringLiteral("--showformat=${Version}"), name});
+    if (installed && compareVersions(package.version, *installed) <= 0) {
+        throw UpdateError(UpdateError::badPackage,
+                          QStringLiteral("The update holds version %1, which is not newer than %2, so it was "
+                                         "thrown away. Tell the administrator of the update server.")
+                              .arg(package.version, *installed));
+    }
 }
 
 } // namespace platform

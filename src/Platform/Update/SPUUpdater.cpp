@@ -1,5 +1,6 @@
 #include "Platform/Update/SPUUpdater.h"
 
+#include "Platform/Core/Background.h"
 #include "Platform/Core/Tasks.h"
 #include "Platform/Update/UpdateAddress.h"
 
@@ -8,19 +9,33 @@
 namespace platform {
 
 using namespace std::chrono_literals;
-using Stage = SPUStandardUserDriver::Stage;
 
 namespace {
 
 constexpr auto feedTimeout = 30s;
-constexpr qint64 largestFeed = 1024 * 1024; // bytes
 // The start of the program is over by then.
 constexpr auto firstDelay = 60s;
-// A timer does not count the time that the machine sleeps, and a check that failed is worth another.
+// A timer does not count the time that the machine sleeps.
 constexpr std::chrono::milliseconds longestWait = 1h;
 
 const auto lastCheckKey = QStringLiteral("SULastCheckTime");         // ms since the Unix epoch
 const auto declinedVersionKey = QStringLiteral("SUDeclinedVersion"); // the user said "later"
+
+void requireFetchable(const AppcastItem& item) {
+    requireHttps(item.url, QStringLiteral("The update"));
+    if (item.signature.isEmpty() || item.contentLength <= 0) {
+        throw UpdateError(UpdateError::badSignature,
+                          QStringLiteral("The update to %1 is not signed, so it was not fetched. Tell the "
+                                         "administrator of the update server.")
+                              .arg(item.displayVersionString));
+    }
+    if (item.contentLength > appcast::largestPackage) {
+        throw UpdateError(UpdateError::downloadFailed,
+                          QStringLiteral("The update to %1 is larger than an update may be, so it was not "
+                                         "fetched. Tell the administrator of the update server.")
+                              .arg(item.displayVersionString));
+    }
+}
 
 } // namespace
 
@@ -30,8 +45,8 @@ SPUUpdater::SPUUpdater(const ApplicationInfo& hostBundle, SPUStandardUserDriver&
     , m_userDriver(userDriver)
     , m_delegate(delegate)
     , m_surroundings(std::move(surroundings)) {
-    connect(&userDriver, &SPUStandardUserDriver::chosen, this, &SPUUpdater::choose);
-    connect(&userDriver, &SPUStandardUserDriver::dismissed, this, &SPUUpdater::dismiss);
+    connect(&userDriver, &SPUStandardUserDriver::chosen, this, [this] { handle(Event::chosen); });
+    connect(&userDriver, &SPUStandardUserDriver::dismissed, this, [this] { handle(Event::dismissed); });
 }
 
 SPUUpdater::~SPUUpdater() {
@@ -65,6 +80,9 @@ UpdateHost SPUUpdater::host() const {
 }
 
 void SPUUpdater::startUpdater() {
+    if (m_delegate.feedURLString(*this).isEmpty()) {
+        return;
+    }
     feedAddress();
     publicKey();
     schedule(firstDelay);
@@ -82,70 +100,64 @@ void SPUUpdater::schedule(std::chrono::milliseconds atLeast) {
         m_surroundings.clock.once(std::clamp(untilDue(), atLeast, longestWait), [this] { checkIfDue(); });
 }
 
+// What is due and cannot be done now is looked at again in an hour.
 void SPUUpdater::checkIfDue() {
-    if (m_phase == Phase::idle && untilDue() <= 0ms) {
-        startTask(check(), "update check");
-    } else {
-        schedule(1s);
+    schedule(longestWait);
+    if (untilDue() <= 0ms) {
+        handle(Event::due);
     }
 }
 
+// It is not shown again unless the user asks.
+void SPUUpdater::decline() {
+    m_surroundings.defaults.setString(declinedVersionKey, m_item->versionString);
+}
+
 void SPUUpdater::checkForUpdates() {
-    switch (m_phase) {
-    case Phase::idle:
-        m_isAsked = true;
-        m_userDriver.show(Stage::checking);
-        startTask(check(), "update check");
-        break;
-    case Phase::checking:
-        m_isAsked = true;
-        m_userDriver.show(Stage::checking);
-        break;
-    case Phase::downloading:
-        m_userDriver.bringForward();
-        break;
-    case Phase::ready:
-        if (m_userDriver.stage() == Stage::hidden) {
-            m_userDriver.show(Stage::ready);
-        }
-        m_userDriver.bringForward();
-        break;
-    }
+    handle(Event::asked);
+}
+
+void SPUUpdater::refuseRestart(const QString& reason) {
+    m_refusal = reason;
+    handle(Event::restartRefused);
+}
+
+void SPUUpdater::fail(Event event, const UpdateError& error) {
+    m_failure = error;
+    handle(event);
 }
 
 QCoro::Task<void> SPUUpdater::check() {
     const QPointer<SPUUpdater> self(this);
-    m_phase = Phase::checking;
-    m_delegate.updaterWillCheckForUpdates(*this);
-    std::optional<AppcastItem> item;
+    const std::shared_ptr<HttpClient> http = m_surroundings.makeHttp();
+    m_feedHttp = http;
+    std::optional<AppcastItem> found;
     std::optional<UpdateError> failure;
     try {
-        item = co_await lookUp();
+        found = co_await lookUp(http);
     } catch (const UpdateError& error) {
         failure = error;
     } catch (const HttpError& error) {
         failure.emplace(UpdateError::feedNotFetched, errorText(error));
     }
-    if (!self) {
+    if (!self || m_feedHttp != http) {
         co_return;
     }
     m_feedHttp.reset();
-    m_phase = Phase::idle;
+    m_surroundings.defaults.setInteger(lastCheckKey, m_surroundings.clock.nowMilliseconds());
+    schedule(firstDelay);
     if (failure) {
-        abort(*failure);
+        fail(Event::checkFailed, *failure);
     } else {
-        m_surroundings.defaults.setInteger(lastCheckKey, m_surroundings.clock.nowMilliseconds());
-        concludeCheck(item);
+        m_found = found;
+        handle(outcomeOf(found));
     }
-    m_isAsked = false;
-    schedule(longestWait);
 }
 
-QCoro::Task<std::optional<AppcastItem>> SPUUpdater::lookUp() {
+QCoro::Task<std::optional<AppcastItem>> SPUUpdater::lookUp(std::shared_ptr<HttpClient> http) {
     RedirectTrail trail(feedAddress(), QStringLiteral("The update feed"));
     publicKey();
     const auto running = host();
-    m_feedHttp = m_surroundings.makeHttp();
     HttpResponse response;
     do {
         HttpRequest request{.method = "GET",
@@ -153,8 +165,8 @@ QCoro::Task<std::optional<AppcastItem>> SPUUpdater::lookUp() {
                             .headers = {{"Accept", "application/rss+xml, application/xml"}},
                             .body = {},
                             .timeout = feedTimeout,
-                            .maxBodyBytes = largestFeed};
-        auto answer = m_feedHttp->execute(std::move(request));
+                            .maxBodyBytes = appcast::largestFeed};
+        auto answer = http->execute(std::move(request));
         response = co_await std::move(answer);
         if (isRedirect(response)) {
             trail.follow(response);
@@ -165,138 +177,107 @@ QCoro::Task<std::optional<AppcastItem>> SPUUpdater::lookUp() {
                           QStringLiteral("The update server answered with status %1. Check again later.")
                               .arg(response.status));
     }
-    const auto found = bestUpdate(readAppcast(response.body), running);
+    auto reading =
+        inBackground([feed = response.body, running] { return bestUpdate(readAppcast(feed), running); });
+    const auto found = co_await std::move(reading);
     if (found) {
-        requireHttps(found->url, QStringLiteral("The update"));
-        if (found->signature.isEmpty() || found->contentLength <= 0) {
-            throw UpdateError(
-                UpdateError::badSignature,
-                QStringLiteral("The update to %1 is not signed, so it was not fetched. Tell who "
-                               "runs the update server.")
-                    .arg(found->displayVersionString));
-        }
+        requireFetchable(*found);
     }
     co_return found;
 }
 
-void SPUUpdater::concludeCheck(const std::optional<AppcastItem>& item) {
-    if (item) {
-        offer(*item);
-        return;
+SPUUpdater::Event SPUUpdater::outcomeOf(const std::optional<AppcastItem>& found) const {
+    if (!found) {
+        return Event::nothingFound;
     }
-    // What an update that is installed by now has left.
-    UpdateDownload::removeAll(m_surroundings.folder);
-    m_delegate.updaterDidNotFindUpdate(*this);
-    m_delegate.updaterDidAbortWithError(
-        *this, UpdateError(UpdateError::noUpdate, QStringLiteral("You have the newest version.")));
-    if (m_isAsked) {
-        m_userDriver.show(Stage::upToDate);
+    if (m_package && m_item && found->signature == m_item->signature &&
+        found->versionString == m_item->versionString) {
+        return Event::readyFound;
     }
+    const auto declined = m_surroundings.defaults.string(declinedVersionKey);
+    return declined == found->versionString ? Event::declinedFound : Event::otherFound;
 }
 
-// A release that the user has put off is not shown again unasked.
-void SPUUpdater::offer(const AppcastItem& item) {
-    m_item = item;
-    m_delegate.updaterDidFindValidUpdate(*this, item);
-    if (m_isAsked || m_surroundings.defaults.string(declinedVersionKey) != item.versionString) {
-        m_userDriver.showFound(item, !m_isAsked);
-    }
-}
-
-// What goes wrong in a check that nobody asked for opens no window.
-void SPUUpdater::abort(const UpdateError& error) {
-    const bool isWatched = m_isAsked || m_phase != Phase::idle;
-    m_phase = Phase::idle;
-    m_delegate.updaterDidAbortWithError(*this, error);
-    if (isWatched) {
-        m_userDriver.show(Stage::failed, error.localizedDescription());
-    }
+PackageClaim SPUUpdater::claim() const {
+    return {m_item->contentLength, m_item->signature, m_item->displayVersionString,
+            m_surroundings.packageName};
 }
 
 QCoro::Task<void> SPUUpdater::download() {
     const QPointer<SPUUpdater> self(this);
-    const auto item = *m_item;
-    m_phase = Phase::downloading;
-    std::optional<UpdateError> failure;
-    auto running = m_download =
-        std::make_shared<UpdateDownload>(item, publicKey(), m_surroundings.folder, m_surroundings.makeHttp());
+    const auto running = std::make_shared<UpdateDownload>(m_item->url, claim(), publicKey(),
+                                                          m_surroundings.folder, m_surroundings.makeHttp());
+    m_download = running;
     connect(running.get(), &UpdateDownload::progressed, &m_userDriver, &SPUStandardUserDriver::showProgress);
-    m_userDriver.show(Stage::downloading);
-    m_delegate.updaterWillDownloadUpdate(*this, item,
-                                         {.method = "GET", .url = item.url, .headers = {}, .body = {}});
-    QString package;
+    m_delegate.updaterWillDownloadUpdate(*this, *m_item,
+                                         {.method = "GET", .url = m_item->url, .headers = {}, .body = {}});
+    std::shared_ptr<UpdatePackage> package;
+    std::optional<UpdateError> failure;
     try {
         package = co_await running->run();
     } catch (const UpdateError& error) {
         failure = error;
     }
-    if (!self) {
+    if (!self || m_download != running) {
         co_return;
     }
-    if (!failure) {
-        m_package = package;
-        m_phase = Phase::ready;
-        m_delegate.updaterDidDownloadUpdate(*this, item);
-        m_userDriver.show(Stage::ready);
-    } else if (failure->code() == UpdateError::cancelled) {
-        // It is still there to be had.
-        m_phase = Phase::idle;
-        m_delegate.updaterDidFindValidUpdate(*this, item);
+    m_download.reset();
+    m_package = package;
+    if (failure) {
+        fail(Event::downloadFailed, *failure);
     } else {
-        abort(*failure);
+        handle(Event::downloaded);
     }
 }
 
-// Verified once more: it may have lain there for days.
-QCoro::Task<void> SPUUpdater::install() {
+// It may have been ready for days. Nobody should give the administrator's password for a package that is
+// refused afterwards.
+QCoro::Task<void> SPUUpdater::verify() {
     const QPointer<SPUUpdater> self(this);
-    const auto running = m_download;
+    const auto package = m_package;
     std::optional<UpdateError> failure;
     try {
-        co_await running->verify(m_package);
+        co_await UpdatePackage::verify(package, claim(), publicKey());
     } catch (const UpdateError& error) {
         failure = error;
     }
+    if (!self || m_package != package) {
+        co_return;
+    }
+    if (failure) {
+        fail(Event::verificationFailed, *failure);
+    } else {
+        handle(Event::verified);
+    }
+}
+
+QCoro::Task<void> SPUUpdater::install() {
+    const QPointer<SPUUpdater> self(this);
+    const auto package = m_package;
+    auto running = m_surroundings.installer->install(package, m_item->signature);
+    const auto result = co_await std::move(running);
     if (!self) {
         co_return;
     }
-    if (!failure && !m_surroundings.access.open(QUrl::fromLocalFile(m_package).toString())) {
-        failure.emplace(UpdateError::installationFailed,
-                        QStringLiteral("Nothing on this desktop installs packages. In a terminal, run: "
-                                       "sudo apt install %1")
-                            .arg(m_package));
-    }
-    if (failure) {
-        abort(*failure);
-    } else {
-        m_userDriver.show(Stage::handedOver, m_package);
-    }
-}
-
-void SPUUpdater::choose(Stage stage) {
-    if (stage == Stage::failed || stage == Stage::upToDate) {
-        checkForUpdates();
-    } else if (stage == Stage::found && m_surroundings.runsAsRoot) {
-        m_phase = Phase::downloading;
-        abort({UpdateError::installationFailed,
-               QStringLiteral("The program runs as the administrator and installs nothing then. Start it as "
-                              "yourself and check again.")});
-    } else if (stage == Stage::found) {
-        startTask(download(), "update download");
-    } else if (stage == Stage::ready) {
-        startTask(install(), "update installation");
-    } else if (stage == Stage::handedOver) {
-        Q_EMIT restartRequested();
-    }
-}
-
-void SPUUpdater::dismiss(Stage stage) {
-    if (stage == Stage::found) {
-        m_surroundings.defaults.setString(declinedVersionKey, m_item->versionString);
-    } else if (stage == Stage::checking) {
-        m_isAsked = false;
-    } else if (stage == Stage::downloading) {
-        m_download->cancel();
+    switch (result.outcome) {
+    case PackageInstaller::Outcome::installed:
+        handle(Event::installed);
+        break;
+    case PackageInstaller::Outcome::declined:
+        handle(Event::installationDeclined);
+        break;
+    case PackageInstaller::Outcome::unavailable:
+        fail(Event::installationFailed,
+             {UpdateError::installationFailed,
+              QStringLiteral("Nothing on this desktop asks for an administrator's password. In a terminal, "
+                             "run: sudo apt install %1")
+                  .arg(package->path())});
+        break;
+    case PackageInstaller::Outcome::failed:
+        fail(Event::installationFailed,
+             {UpdateError::installationFailed,
+              QStringLiteral("The update was not installed. %1").arg(result.reason)});
+        break;
     }
 }
 

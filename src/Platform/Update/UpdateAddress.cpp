@@ -6,11 +6,10 @@ namespace platform {
 
 void requireHttps(const QUrl& address, const QString& what) {
     if (!address.isValid() || address.scheme() != u"https" || address.host().isEmpty()) {
-        throw UpdateError(
-            UpdateError::insecureAddress,
-            QStringLiteral("%1 is not at an https address, so it was not fetched. Tell who runs "
-                           "the update server.")
-                .arg(what));
+        throw UpdateError(UpdateError::insecureAddress,
+                          QStringLiteral("%1 is not at an https address, so it was not fetched. Tell the "
+                                         "administrator of the update server.")
+                              .arg(what));
     }
 }
 

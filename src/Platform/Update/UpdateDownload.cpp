@@ -4,7 +4,6 @@
 #include "Platform/Core/Tasks.h"
 #include "Platform/Update/DebianPackage.h"
 #include "Platform/Update/UpdateAddress.h"
-#include "Platform/Update/UpdateVersion.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -45,14 +44,15 @@ UpdateError diskFailure(const QString& reason) {
 
 } // namespace
 
-UpdateDownload::UpdateDownload(AppcastItem item, UpdateKey key, QString folder,
+UpdateDownload::UpdateDownload(QUrl address, PackageClaim claim, UpdateKey key, QString folder,
                                std::unique_ptr<HttpClient> http)
-    : m_item(std::move(item))
+    : m_address(std::move(address))
+    , m_claim(std::move(claim))
     , m_key(std::move(key))
     , m_folder(std::move(folder))
     , m_http(std::move(http)) {
     const auto identity =
-        QCryptographicHash::hash(m_item.signature + m_item.url.toEncoded(), QCryptographicHash::Sha256);
+        QCryptographicHash::hash(m_claim.signature + m_address.toEncoded(), QCryptographicHash::Sha256);
     m_base = m_folder + u'/' + QString::fromLatin1(identity.toHex().first(16));
 }
 
@@ -68,7 +68,7 @@ void UpdateDownload::cancel() {
 // The address's last part, so that the package installer shows a name that the user has seen.
 QString UpdateDownload::packagePath() const {
     static const QRegularExpression unsafe(QStringLiteral("[^A-Za-z0-9._+~-]"));
-    auto name = m_item.url.fileName();
+    auto name = m_address.fileName();
     name.remove(unsafe);
     return m_base + u'-' + name + (name.endsWith(packageSuffix) ? QString() : packageSuffix);
 }
@@ -86,30 +86,39 @@ void UpdateDownload::prepareFolder() {
     }
 }
 
-QCoro::Task<QString> UpdateDownload::run() {
+QCoro::Task<std::shared_ptr<UpdatePackage>> UpdateDownload::run() {
     prepareFolder();
-    const auto package = packagePath();
-    if (QFile::exists(package)) {
-        try {
-            co_await verify(package);
-            endIfCancelled();
-            co_return package;
-        } catch (const UpdateError& error) {
-            if (error.code() == UpdateError::cancelled) {
-                throw;
-            }
-            QFile::remove(package);
-        }
+    auto package = co_await kept();
+    endIfCancelled();
+    if (package) {
+        co_return package;
     }
     co_await fetch();
+    package = std::make_shared<UpdatePackage>(m_part, packagePath());
     try {
-        co_await verify(partPath());
+        co_await UpdatePackage::verify(package, m_claim, m_key);
     } catch (const UpdateError&) {
+        endIfCancelled();
         removePart();
         throw;
     }
     endIfCancelled();
     keep();
+    co_return package;
+}
+
+// What an earlier start has fetched, if it is still sound.
+QCoro::Task<std::shared_ptr<UpdatePackage>> UpdateDownload::kept() {
+    auto package = UpdatePackage::open(packagePath());
+    if (package) {
+        try {
+            co_await UpdatePackage::verify(package, m_claim, m_key);
+        } catch (const UpdateError&) {
+            endIfCancelled();
+            QFile::remove(packagePath());
+            package.reset();
+        }
+    }
     co_return package;
 }
 
@@ -119,30 +128,12 @@ void UpdateDownload::endIfCancelled() const {
     }
 }
 
-QCoro::Task<void> UpdateDownload::verify(QString path) {
-    auto checking = inBackground([path, key = m_key, item = m_item] {
-        if (QFile(path).size() != item.contentLength || !key.verifies(path, item.signature)) {
-            throw UpdateError(UpdateError::badSignature,
-                              QStringLiteral("The update is not signed by who made this program, so it was "
-                                             "thrown away. Tell who runs the update server."));
-        }
-        return debianPackageVersion(path);
-    });
-    const auto version = co_await std::move(checking);
-    if (compareVersions(version, m_item.displayVersionString) != 0) {
-        throw UpdateError(UpdateError::badPackage,
-                          QStringLiteral("The update holds version %1 where version %2 was announced, so it "
-                                         "was thrown away. Tell who runs the update server.")
-                              .arg(version, m_item.displayVersionString));
-    }
-}
-
 QCoro::Task<void> UpdateDownload::fetch() {
-    RedirectTrail trail(m_item.url, QStringLiteral("The update"));
+    RedirectTrail trail(m_address, QStringLiteral("The update"));
     int restarts = 0;
     endIfCancelled();
     openPart();
-    while (m_part.size() < m_item.contentLength) {
+    while (m_part->size() < m_claim.length) {
         std::optional<HttpError> lost;
         try {
             const auto response = co_await request(trail.address());
@@ -165,28 +156,29 @@ void UpdateDownload::openPart() {
     if (contentsOf(tagPath()).isEmpty()) {
         removePart();
     }
+    m_part = std::make_shared<QFile>();
     const int descriptor = ::open(QFile::encodeName(partPath()).constData(),
                                   O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (descriptor < 0 ||
-        !m_part.open(descriptor, QIODevice::ReadWrite | QIODevice::Append | QIODevice::Unbuffered,
-                     QFile::AutoCloseHandle)) {
+        !m_part->open(descriptor, QIODevice::ReadWrite | QIODevice::Append | QIODevice::Unbuffered,
+                      QFile::AutoCloseHandle)) {
         throw diskFailure(qt_error_string());
     }
-    if (m_part.size() > m_item.contentLength) {
+    if (m_part->size() > m_claim.length) {
         restart();
     }
 }
 
 void UpdateDownload::restart() {
     QFile::remove(tagPath());
-    m_part.resize(0);
+    m_part->resize(0);
 }
 
 QCoro::Task<HttpResponse> UpdateDownload::request(QUrl address) {
     HttpRequest request{.method = "GET", .url = std::move(address), .headers = {}, .body = {}};
     // Without a tag the rest could be of another file than the start.
     const auto tag = contentsOf(tagPath());
-    if (const auto offset = m_part.size(); offset > 0 && !tag.isEmpty()) {
+    if (const auto offset = m_part->size(); offset > 0 && !tag.isEmpty()) {
         request.headers = {{"Range", "bytes=" + QByteArray::number(offset) + '-'}, {"If-Range", tag}};
     }
     request.wantsBody = [this](const HttpResponse& head) { return beginBody(head); };
@@ -198,7 +190,7 @@ QCoro::Task<HttpResponse> UpdateDownload::request(QUrl address) {
 
 bool UpdateDownload::beginBody(const HttpResponse& head) {
     if (head.status == 206) {
-        const auto range = "bytes " + QByteArray::number(m_part.size()) + '-';
+        const auto range = "bytes " + QByteArray::number(m_part->size()) + '-';
         return head.header("Content-Range").value_or(QByteArray()).startsWith(range);
     }
     if (head.status != 200) {
@@ -215,14 +207,14 @@ bool UpdateDownload::take(const QByteArray& piece) {
     if (m_failure || m_cancelled) {
         return false;
     }
-    if (m_part.size() + piece.size() > m_item.contentLength) {
+    if (m_part->size() + piece.size() > m_claim.length) {
         m_failure = UpdateError(UpdateError::downloadFailed,
                                 QStringLiteral("The update is longer than announced, so it was thrown away. "
-                                               "Tell who runs the update server."));
-    } else if (m_part.write(piece) != piece.size()) {
-        m_failure = diskFailure(m_part.errorString());
+                                               "Tell the administrator of the update server."));
+    } else if (m_part->write(piece) != piece.size()) {
+        m_failure = diskFailure(m_part->errorString());
     } else {
-        Q_EMIT progressed(static_cast<double>(m_part.size()) / static_cast<double>(m_item.contentLength));
+        Q_EMIT progressed(static_cast<double>(m_part->size()) / static_cast<double>(m_claim.length));
     }
     return !m_failure;
 }
@@ -241,7 +233,7 @@ void UpdateDownload::judge(const HttpResponse& response, RedirectTrail& trail) {
         return;
     }
     const bool isBody = response.status == 200 || response.status == 206;
-    if (isBody && m_part.size() == m_item.contentLength) {
+    if (isBody && m_part->size() == m_claim.length) {
         return;
     }
     removePart();
@@ -255,8 +247,7 @@ void UpdateDownload::judge(const HttpResponse& response, RedirectTrail& trail) {
 
 // On the disk before it has its name: after a crash there is the whole package or none.
 void UpdateDownload::keep() {
-    const bool kept = ::fsync(m_part.handle()) == 0 && QFile::rename(partPath(), packagePath());
-    m_part.close();
+    const bool kept = ::fsync(m_part->handle()) == 0 && QFile::rename(partPath(), packagePath());
     QFile::remove(tagPath());
     if (!kept) {
         removePart();
@@ -265,7 +256,7 @@ void UpdateDownload::keep() {
 }
 
 void UpdateDownload::removePart() {
-    m_part.close();
+    m_part.reset();
     QFile::remove(partPath());
     QFile::remove(tagPath());
 }

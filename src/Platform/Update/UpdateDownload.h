@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Platform/Network/HttpClient.h"
-#include "Platform/Update/Appcast.h"
 #include "Platform/Update/UpdateError.h"
 #include "Platform/Update/UpdateKey.h"
+#include "Platform/Update/UpdatePackage.h"
 
 #include <QFile>
 #include <QObject>
@@ -14,23 +14,22 @@ namespace platform {
 
 class RedirectTrail;
 
-// Fetches one release into a folder of the user's alone. What has arrived when the connection breaks is kept,
-// and the next download of the same release goes on from there if the server still has the same file. The
+// Fetches one package into a folder of the user's alone. What has arrived when the connection breaks is kept,
+// and the next download of the same package goes on from there if the server still has the same file. The
 // package gets its name only when its length and its signature are right; anything else leaves nothing
 // behind. Main thread.
 class UpdateDownload : public QObject {
     Q_OBJECT
 
 public:
-    UpdateDownload(AppcastItem item, UpdateKey key, QString folder, std::unique_ptr<HttpClient> http);
+    UpdateDownload(QUrl address, PackageClaim claim, UpdateKey key, QString folder,
+                   std::unique_ptr<HttpClient> http);
 
-    // The path of the verified package. Throws UpdateError. Runs once; the object must outlive it.
-    QCoro::Task<QString> run();
+    // The verified package, as the file that was verified. Throws UpdateError. Runs once; the object must
+    // outlive it.
+    QCoro::Task<std::shared_ptr<UpdatePackage>> run();
     // Ends it soon with UpdateError::cancelled.
     void cancel();
-    // What the package must be before it is handed on: its length, its signature and its version. Throws
-    // UpdateError.
-    QCoro::Task<void> verify(QString path);
 
     // Empties the folder.
     static void removeAll(const QString& folder);
@@ -41,6 +40,7 @@ Q_SIGNALS:
 
 private:
     void endIfCancelled() const;
+    QCoro::Task<std::shared_ptr<UpdatePackage>> kept();
     void prepareFolder();
     void openPart();
     void restart();
@@ -55,12 +55,13 @@ private:
     QString tagPath() const { return m_base + QStringLiteral(".etag"); }
     QString packagePath() const;
 
-    const AppcastItem m_item;
+    const QUrl m_address;
+    const PackageClaim m_claim;
     const UpdateKey m_key;
     const QString m_folder;
-    QString m_base; // of the paths that belong to this release
+    QString m_base; // of the paths that belong to this package
     std::unique_ptr<HttpClient> m_http;
-    QFile m_part;
+    std::shared_ptr<QFile> m_part;
     std::optional<UpdateError> m_failure; // found while the body came
     bool m_cancelled = false;
 };

@@ -2,9 +2,10 @@
 
 #include "Platform/Update/UpdateError.h"
 
-#include <QFile>
-
 #include <sodium.h>
+
+#include <sys/mman.h>
+#include <sys/stat.h>
 
 namespace platform {
 
@@ -19,22 +20,36 @@ const unsigned char* bytesOf(const QByteArray& array) {
 UpdateKey::UpdateKey(const QString& base64)
     : m_key(QByteArray::fromBase64(base64.toLatin1())) {
     if (m_key.size() != crypto_sign_PUBLICKEYBYTES || sodium_init() < 0) {
-        throw UpdateError(UpdateError::noPublicKey,
-                          QStringLiteral("This installation has no key to check updates with "
-                                         "(SUPublicEDKey). Install the program anew from where you got it."));
+        throw UpdateError(
+            UpdateError::noPublicKey,
+            QStringLiteral("This installation has no key to check updates with "
+                           "(SUPublicEDKey). Install the program again from where you got it."));
     }
 }
 
-bool UpdateKey::verifies(const QString& path, const QByteArray& signature) const {
-    QFile file(path);
-    if (signature.size() != crypto_sign_BYTES || !file.open(QIODevice::ReadOnly)) {
+bool UpdateKey::verifies(int descriptor, const QByteArray& signature) const {
+    struct stat status {};
+    if (signature.size() != crypto_sign_BYTES || ::fstat(descriptor, &status) != 0 || status.st_size <= 0) {
         return false;
     }
     // The signature is over the whole text at once; mapped, it takes no memory of its own.
-    const auto size = file.size();
-    const auto* content = file.map(0, size);
-    return content && crypto_sign_verify_detached(bytesOf(signature), content,
-                                                  static_cast<unsigned long long>(size), bytesOf(m_key)) == 0;
+    const auto size = static_cast<std::size_t>(status.st_size);
+    auto* const content = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor, 0);
+    if (content == MAP_FAILED) {
+        return false;
+    }
+    const int answer = crypto_sign_verify_detached(
+        bytesOf(signature), static_cast<const unsigned char*>(content), size, bytesOf(m_key));
+    ::munmap(content, size);
+    return answer == 0;
+}
+
+void UpdateKey::requireSignature(int descriptor, const QByteArray& signature) const {
+    if (!verifies(descriptor, signature)) {
+        throw UpdateError(UpdateError::badSignature,
+                          QStringLiteral("The update is not signed by the makers of this program, so it was "
+                                         "thrown away. Tell the administrator of the update server."));
+    }
 }
 
 } // namespace platform

@@ -11,11 +11,12 @@ public:
     // From base64. Throws UpdateError for anything that is no key.
     explicit UpdateKey(const QString& base64);
 
-    // Whether `signature` is this key's over the whole file. False for a file that cannot be read. Any
-    // thread.
-    bool verifies(const QString& path, const QByteArray& signature) const;
+    // Throws UpdateError unless `signature` is this key's over the whole of an open file. Any thread.
+    void requireSignature(int descriptor, const QByteArray& signature) const;
 
 private:
+    bool verifies(int descriptor, const QByteArray& signature) const;
+
     QByteArray m_key;
 };
 

@@ -1,81 +1,106 @@
 #include "Platform/Update/UpdateVersion.h"
 
-#include <QList>
-
 #include <algorithm>
 
 namespace platform {
 
 namespace {
 
-enum class Kind { digits, letters, separator };
+constexpr qsizetype longestVersion = 64;
+constexpr qsizetype longestEpoch = 9; // digits: a machine's number
 
-Kind kindOf(QChar character) {
-    if (character >= u'0' && character <= u'9') {
-        return Kind::digits;
+bool isDigit(QChar character) {
+    return character >= u'0' && character <= u'9';
+}
+
+bool isLetter(QChar character) {
+    return (character >= u'a' && character <= u'z') || (character >= u'A' && character <= u'Z');
+}
+
+QStringView epochOf(QStringView version) {
+    return version.first(std::max<qsizetype>(version.indexOf(u':'), 0));
+}
+
+QStringView withoutEpoch(QStringView version) {
+    return version.sliced(version.indexOf(u':') + 1);
+}
+
+QStringView revisionOf(QStringView version) {
+    const auto dash = withoutEpoch(version).lastIndexOf(u'-');
+    return dash < 0 ? QStringView() : withoutEpoch(version).sliced(dash + 1);
+}
+
+// A tilde comes before the end, and the end before all else; letters come before what is none.
+int weightAt(QStringView text, qsizetype at) {
+    if (at >= text.size() || isDigit(text[at])) {
+        return 0;
     }
-    return character.isLetterOrNumber() ? Kind::letters : Kind::separator;
+    const auto character = text[at];
+    return character == u'~' ? -1 : character.unicode() + (isLetter(character) ? 0 : 0x10000);
 }
 
-bool isNumber(QStringView component) {
-    return kindOf(component.front()) == Kind::digits;
-}
-
-QList<QStringView> componentsOf(QStringView version) {
-    QList<QStringView> components;
-    for (qsizetype start = 0; start < version.size();) {
-        const auto kind = kindOf(version[start]);
-        auto end = start + 1;
-        while (end < version.size() && kindOf(version[end]) == kind) {
-            ++end;
-        }
-        if (kind != Kind::separator) {
-            components.append(version.sliced(start, end - start));
-        }
-        start = end;
-    }
-    return components;
-}
-
-// The release's own numbers, before any letters, are as many on both sides.
-void padRelease(QList<QStringView>& components, qsizetype count) {
-    const auto release = std::ranges::find_if_not(components, isNumber) - components.begin();
-    components.insert(release, std::max<qsizetype>(count - release, 0), u"0");
+// Takes the digits off the start, and gives them without leading zeros.
+QStringView takeNumber(QStringView& text) {
+    const auto end = std::ranges::find_if_not(text, isDigit) - text.begin();
+    auto number = text.first(end);
+    text = text.sliced(end);
+    return number.sliced(std::ranges::find_if_not(number, [](QChar c) { return c == u'0'; }) -
+                         number.begin());
 }
 
 // Of any length: a date with a time does not fit into a machine's number.
 std::strong_ordering compareNumbers(QStringView left, QStringView right) {
-    const auto significant = [](QStringView digits) {
-        return digits.sliced(std::ranges::find_if(digits, [](QChar c) { return c != u'0'; }) -
-                             digits.begin());
-    };
-    const auto a = significant(left);
-    const auto b = significant(right);
-    return a.size() != b.size() ? a.size() <=> b.size() : a.compare(b) <=> 0;
+    return left.size() != right.size() ? left.size() <=> right.size() : left.compare(right) <=> 0;
 }
 
-std::strong_ordering compareComponents(QStringView left, QStringView right) {
-    if (isNumber(left) != isNumber(right)) {
-        return isNumber(left) <=> isNumber(right);
-    }
-    return isNumber(left) ? compareNumbers(left, right) : left.compare(right, Qt::CaseInsensitive) <=> 0;
-}
-
-} // namespace
-
-std::strong_ordering compareVersions(QStringView left, QStringView right) {
-    auto a = componentsOf(left);
-    auto b = componentsOf(right);
-    const auto longest = std::max(a.size(), b.size());
-    padRelease(a, longest);
-    padRelease(b, longest);
-    for (qsizetype i = 0; i < std::max(a.size(), b.size()); ++i) {
-        const auto order = compareComponents(a.value(i, u"0"), b.value(i, u"0"));
+// Runs of what is no digit, and numbers, in turns.
+std::strong_ordering comparePart(QStringView left, QStringView right) {
+    while (!left.isEmpty() || !right.isEmpty()) {
+        qsizetype at = 0;
+        const auto isText = [&at](QStringView text) { return at < text.size() && !isDigit(text[at]); };
+        for (; isText(left) || isText(right); ++at) {
+            const auto order = weightAt(left, at) <=> weightAt(right, at);
+            if (order != 0) {
+                return order;
+            }
+        }
+        left = left.sliced(std::min(at, left.size()));
+        right = right.sliced(std::min(at, right.size()));
+        const auto leftNumber = takeNumber(left);
+        const auto order = compareNumbers(leftNumber, takeNumber(right));
         if (order != 0) {
             return order;
         }
     }
     return std::strong_ordering::equal;
+}
+
+} // namespace
+
+bool isVersion(QStringView text) {
+    const auto epoch = epochOf(text);
+    const auto rest = withoutEpoch(text);
+    const bool fits = text.size() <= longestVersion &&
+                      text.indexOf(u':') == (epoch.isEmpty() ? -1 : epoch.size()) &&
+                      epoch.size() <= longestEpoch && std::ranges::all_of(epoch, isDigit);
+    return fits && !upstreamVersion(text).isEmpty() && isDigit(rest.front()) && !rest.endsWith(u'-') &&
+           std::ranges::all_of(
+               rest, [](QChar c) { return isDigit(c) || isLetter(c) || QStringView(u".+~-").contains(c); });
+}
+
+std::strong_ordering compareVersions(QStringView left, QStringView right) {
+    for (const auto part : {epochOf, upstreamVersion, revisionOf}) {
+        const auto order = comparePart(part(left), part(right));
+        if (order != 0) {
+            return order;
+        }
+    }
+    return std::strong_ordering::equal;
+}
+
+QStringView upstreamVersion(QStringView version) {
+    const auto rest = withoutEpoch(version);
+    return rest.first(rest.contains(u'-') ? rest.lastIndexOf(u'-') : rest.size());
 }
 
 } // namespace platform

@@ -6,10 +6,15 @@
 
 namespace platform {
 
-// The order of versions in a feed. A version is a row of components, runs of digits or of letters; all else
-// only separates them. Numbers go by value, letters by the alphabet whatever their case, and letters come
-// before any number, so that 1.0-beta and 1.0b3 are older than 1.0. What is missing counts as 0: 1.0 is
-// 1.0.0.
+// Versions of Debian packages, [epoch:]upstream[-revision]: what dpkg calls newer is newer.
+
+// Whether a text has that form, and no more than 64 characters.
+bool isVersion(QStringView text);
+
+// The order that `dpkg --compare-versions` has, of any texts.
 std::strong_ordering compareVersions(QStringView left, QStringView right);
+
+// Without the epoch and the packager's revision.
+QStringView upstreamVersion(QStringView version);
 
 } // namespace platform

@@ -1,9 +1,9 @@
 #include "Views/Updates/UpdateDialogPresenter.h"
 
 #include "Platform/Update/SPUStandardUserDriver.h"
+#include "Views/Updates/ReleaseNotes.h"
 
 #include <QLocale>
-#include <QTextDocumentFragment>
 
 #include <algorithm>
 #include <array>
@@ -31,15 +31,16 @@ constexpr std::array pages{
     Page{Stage::upToDate, "You’re up to date", "%1 %3 is the newest version.", "Close", ""},
     Page{Stage::downloading, "Downloading %1 %2", "The download is checked before anything is done with it.",
          "Cancel", ""},
-    Page{
-        Stage::ready, "%1 %2 is ready to install",
-        "The download is signed by who made %1. Your desktop’s package installer takes it from here and asks "
-        "for your password itself.",
-        "Later", "Install"},
-    Page{Stage::handedOver, "Finish in the package installer",
-         "Once it has installed %1 %2, restart the app to use it. If no installer has opened, run in a "
-         "terminal: sudo apt install %4",
-         "Close", "Restart Now"},
+    Page{Stage::ready, "%1 %2 is ready to install",
+         "The download is signed by the makers of %1. Your desktop asks for an administrator’s password "
+         "before "
+         "it is installed.",
+         "Later", "Install"},
+    Page{Stage::verifying, "Checking %1 %2", "The download is checked once more before it is installed.",
+         "Later", ""},
+    Page{Stage::installing, "Installing %1 %2",
+         "Your desktop asks for an administrator’s password. You can go on working meanwhile.", "", ""},
+    Page{Stage::installed, "%1 %2 is installed", "Restart the app to use it. %4", "Later", "Restart Now"},
     Page{Stage::failed, "The update did not succeed", "%4", "Close", "Try Again"},
 };
 
@@ -86,14 +87,13 @@ QString UpdateDialogPresenter::text() const {
     return filledIn(pageOf(m_driver).text);
 }
 
-// HTML is read for its words alone: nothing in it is drawn, fetched or run.
 QString UpdateDialogPresenter::notes() const {
     if (m_driver.stage() != Stage::found) {
         return {};
     }
     const auto& item = m_driver.item();
     return item.descriptionIsHtml && Qt::mightBeRichText(item.itemDescription)
-               ? QTextDocumentFragment::fromHtml(item.itemDescription).toPlainText()
+               ? plainReleaseNotes(item.itemDescription)
                : item.itemDescription;
 }
 
@@ -102,7 +102,8 @@ bool UpdateDialogPresenter::isDownloading() const {
 }
 
 bool UpdateDialogPresenter::isBusy() const {
-    return m_driver.stage() == Stage::checking;
+    const auto stage = m_driver.stage();
+    return stage == Stage::checking || stage == Stage::verifying || stage == Stage::installing;
 }
 
 double UpdateDialogPresenter::progress() const {

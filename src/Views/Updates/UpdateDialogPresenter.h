@@ -42,8 +42,9 @@ public:
     bool isBusy() const;     // without a known end
     double progress() const; // from 0 to 1
     QString progressText() const;
+    // Empty: nothing to dismiss, or to choose.
     QString dismissText() const;
-    QString chooseText() const; // empty: nothing to choose
+    QString chooseText() const;
 
     Q_INVOKABLE void dismiss();
     Q_INVOKABLE void choose();

@@ -140,6 +140,7 @@ Rectangle {
         SmallButton {
             id: dismiss
             width: Math.max(88, implicitWidth)
+            visible: text !== ""
             text: view.presenter.dismissText
             onClicked: view.presenter.dismiss()
         }

@@ -60,7 +60,17 @@ constexpr std::array faces{
          "Check for the latest version.", "gray", checkNow},
 };
 
+// A card of an installation without a feed.
+constexpr Face withoutFeed{
+    Case::idle,  "arrow.clockwise",
+    "secondary", "App Updates",
+    "primary",   "This copy does not look for updates. Get new versions from where you got it.",
+    "gray",      noButton};
+
 const Face& faceOf(const UpdaterService& service) {
+    if (!service.hasFeed()) {
+        return withoutFeed;
+    }
     return *std::ranges::find(faces, service.state().kind, &Face::kind);
 }
 

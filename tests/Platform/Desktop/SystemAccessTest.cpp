@@ -1,5 +1,6 @@
 #include "Platform/Desktop/SystemAccess.h"
 #include "Platform/Desktop/ApplicationInfo.h"
+#include "Platform/Desktop/LoginItem.h"
 #include "Platform/Desktop/MachineIdentifier.h"
 #include "Platform/Desktop/Notifications.h"
 #include "tests/Support/LogCapture.h"
@@ -8,6 +9,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QProcess>
 #include <QTemporaryDir>
 
 namespace {
@@ -103,13 +106,64 @@ private Q_SLOTS:
         file.close();
         const auto load = [&](const char* name) {
             qputenv("TEST_APPLICATION_INFO", folder.filePath(name).toUtf8());
-            return platform::ApplicationInfo::load("absent.json", "absent", "TEST_APPLICATION_INFO");
+            return platform::ApplicationInfo::load("absent.json", "absent", "TEST_APPLICATION_INFO", {});
         };
         QCOMPARE(load("info.json").string("CFBundleVersion"), std::optional("7"));
         QVERIFY(!load("info.json").string("number"));
         QVERIFY(!load("gone.json").string("CFBundleVersion"));
         QCOMPARE(log.count("gone.json"), 1);
         qunsetenv("TEST_APPLICATION_INFO");
+    }
+
+    // By a copy of this program, put where an installed one is.
+    void anInstalledProgramKeepsItsFeedAndKey() {
+        const QTemporaryDir prefix;
+        const auto write = [&](const QString& path, const QByteArray& text) {
+            QVERIFY(QDir().mkpath(QFileInfo(prefix.filePath(path)).path()));
+            QFile file(prefix.filePath(path));
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
+        };
+        const auto program = prefix.filePath("bin/program");
+        write("share/program/info.json", R"({"feed": "ours", "name": "ours"})");
+        write("theirs.json", R"({"feed": "theirs", "key": "theirs", "name": "theirs"})");
+        QVERIFY(QDir().mkpath(prefix.filePath("bin")));
+        QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), program));
+        const auto reads = [&] {
+            QProcess process;
+            process.start(program, {"--read-info"});
+            process.waitForFinished();
+            return process.readAllStandardOutput();
+        };
+        qputenv("TEST_APPLICATION_INFO", prefix.filePath("theirs.json").toUtf8());
+        QCOMPARE(reads(), "ours - theirs\n");
+        // Where it is built its information lies beside it, and a developer says what holds.
+        write("bin/info.json", R"({"feed": "built"})");
+        QCOMPARE(reads(), "theirs theirs theirs\n");
+        qunsetenv("TEST_APPLICATION_INFO");
+        QCOMPARE(reads(), "built - -\n");
+    }
+
+    void theLoginItemIsAnEntryThatStartsTheProgram() {
+        const QTemporaryDir folder;
+        const auto path = folder.filePath("autostart/com.corvane.Test.desktop");
+        const auto item = platform::makeAutostartEntry(folder.filePath("autostart"), "com.corvane.Test",
+                                                       "A Name", "/opt/it's 100%/a\\b");
+        item->registerItem();
+        QFile entry(path);
+        QVERIFY(entry.open(QIODevice::ReadOnly));
+        const auto text = entry.readAll();
+        QVERIFY(text.startsWith("[Desktop Entry]\nType=Application\n"));
+        QVERIFY(text.contains("\nName=A Name\n"));
+        QVERIFY2(text.contains(R"(Exec="/opt/it's 100%%/a\\\\b")"), text.constData());
+        item->unregisterItem();
+        QVERIFY(!QFile::exists(path));
+        item->unregisterItem(); // it may be gone already
+
+        QFile blocked(folder.filePath("file"));
+        QVERIFY(blocked.open(QIODevice::WriteOnly));
+        QVERIFY_EXCEPTION_THROWN(
+            platform::makeAutostartEntry(blocked.fileName(), "a", "A", "/a")->registerItem(),
+            std::runtime_error);
     }
 
     void machineIdentifierIsStableAndNotTheRawId() {
@@ -124,5 +178,18 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(SystemAccessTest)
+int main(int argc, char* argv[]) {
+    const QCoreApplication application(argc, argv);
+    if (QCoreApplication::arguments().contains("--read-info")) {
+        const auto info =
+            platform::ApplicationInfo::load("info.json", "program", "TEST_APPLICATION_INFO", {"feed", "key"});
+        const auto value = [&info](const char* key) { return info.string(key).value_or("-"); };
+        std::printf("%s %s %s\n", qPrintable(value("feed")), qPrintable(value("key")),
+                    qPrintable(value("name")));
+        return 0;
+    }
+    SystemAccessTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "SystemAccessTest.moc"

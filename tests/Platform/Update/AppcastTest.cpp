@@ -1,7 +1,8 @@
 #include "Platform/Update/Appcast.h"
 #include "Platform/Update/UpdateError.h"
-#include "Platform/Update/UpdateVersion.h"
+
 #include "tests/Support/Rows.h"
+#include <QDeadlineTimer>
 
 using namespace platform;
 
@@ -28,35 +29,15 @@ class AppcastTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void versionsAreOrdered_data() {
-        const auto row = rows<QString, QString, int>();
-        row("by value, not by text", "1.9", "1.10", -1);
-        row("missing is zero", "1.0", "1.0.0", 0);
-        row("leading zeros", "1.02", "1.2", 0);
-        row("one more component", "1.2", "1.2.1", -1);
-        row("text after a dash counts", "1.0-beta", "1.0", -1);
-        row("text after a dash, by the alphabet", "1.0-beta", "1.0-RC", -1);
-        row("numbers within it", "1.0-beta.2", "1.0-beta.10", -1);
-        row("without any mark", "1.0b3", "1.0", -1);
-        row("less than the next patch", "1.0.1-rc1", "1.0.1", -1);
-        row("more than the patch before", "1.0.1-rc1", "1.0", 1);
-        row("a release of another length", "1.0-beta", "1.0.0-beta", 0);
-        row("a packager's revision", "1.0-2", "1.0-1", 1);
-        row("longer than a machine's number", "20261123093000000000001", "20261123093000000000000", 1);
-        row("nothing", "", "0", 0);
-    }
-    void versionsAreOrdered() {
-        const auto [left, right, order] = currentRow<QString, QString, int>();
-        QVERIFY((compareVersions(left, right) <=> 0) == (order <=> 0));
-        QVERIFY((compareVersions(right, left) <=> 0) == (0 <=> order));
-    }
-
     void theNewestThatFitsIsChosen_data() {
         const auto row = rows<QByteArrayList, QString>();
         row("the newest of several", {version("21"), version("100"), version("30")}, "100");
         row("none that is newer", {version("20"), version("19")}, {});
         row("the displayed one is older",
             {version("99", "<sparkle:shortVersionString>1.9</sparkle:shortVersionString>")}, {});
+        row("the displayed one is the same",
+            {version("99", "<sparkle:shortVersionString>2.0</sparkle:shortVersionString>")}, {});
+        row("a version that is none", {version("v30"), version("30 beta")}, {});
         row("for a newer system",
             {version("30", "<sparkle:minimumSystemVersion>7</sparkle:minimumSystemVersion>"), version("21")},
             "21");
@@ -83,10 +64,54 @@ private Q_SLOTS:
         row("an external document type", "<!DOCTYPE rss SYSTEM 'file:///etc/passwd'>" + feedOf({}));
         row("an unknown entity", feedOf({version("&a;")}));
         row("an element where a version stands", feedOf({version("<b>30</b>")}));
+        row("another encoding", feedOf({version("30\xff")}));
+        row("a document type behind a quote", "<?x \" ?>" + ("<!DOCTYPE rss>" + feedOf({})));
     }
     void textsThatAreNoFeedAreRefused() {
         const auto [text] = currentRow<QByteArray>();
         QVERIFY_EXCEPTION_THROWN(readAppcast(text), UpdateError);
+    }
+
+    // The first of each pair is at the limit, and the second over it. Over it, nothing takes long.
+    void aFeedIsBounded_data() {
+        const auto row = rows<QByteArray, QByteArray>();
+        const auto nested = [](int depth) {
+            return feedOf({version("30", "<description>" + QByteArray("<b>").repeated(depth) +
+                                             QByteArray("</b>").repeated(depth) + "</description>")});
+        };
+        const auto padded = [](qsizetype size) {
+            const auto feed = feedOf({version("30")});
+            return feed + QByteArray(size - feed.size(), ' ');
+        };
+        // The quoted '>' ends no tag, and the processing instruction's quote begins none.
+        const auto attributes = [](int count) {
+            QByteArray tag = "<?x \" ?><a b='>'";
+            for (int i = 0; i < count; ++i) {
+                tag += " a" + QByteArray::number(i) + "=''";
+            }
+            return feedOf({version("30", tag + "/>")});
+        };
+        const auto channel = [](qsizetype size) {
+            return feedOf({version("30"), version("40", "<sparkle:channel>" + QByteArray(size, 'x') +
+                                                            "</sparkle:channel>")});
+        };
+        row("nesting", nested(appcast::mostNesting - 4), nested(100'000));
+        row("length", padded(appcast::largestFeed), padded(appcast::largestFeed + 1));
+        row("attributes", attributes(400), attributes(40'000));
+        row("a field", channel(appcast::longestField), channel(appcast::longestField + 1));
+    }
+    void aFeedIsBounded() {
+        const auto [within, over] = currentRow<QByteArray, QByteArray>();
+        QCOMPARE(bestUpdate(readAppcast(within), host)->versionString, "30");
+        const QDeadlineTimer deadline(2000);
+        QVERIFY_EXCEPTION_THROWN(readAppcast(over), UpdateError);
+        QVERIFY(!deadline.hasExpired());
+    }
+
+    void longNotesAreCutOff() {
+        const QByteArray notes(100'000, 'n');
+        const auto items = readAppcast(feedOf({"<description><b>a</b>" + notes + "</description>"}));
+        QCOMPARE(items.first().itemDescription, u'a' + QString(appcast::longestNotes - 1, u'n'));
     }
 };
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Core/Completion.h"
+#include "Platform/Update/UpdatePackage.h"
 #include "Services/UpdaterService.h"
 #include "tests/Support/FakeClock.h"
 #include "tests/Support/FakeHttpClient.h"
@@ -9,6 +11,9 @@
 
 #include <QDir>
 #include <QTemporaryDir>
+#include <QThreadPool>
+
+#include <unistd.h>
 
 namespace corvane {
 
@@ -17,15 +22,48 @@ using platform::UpdateError;
 using Case = UpdateState::Case;
 using Stage = platform::SPUStandardUserDriver::Stage;
 
-class PackageDesktop : public platform::SystemAccess {
+// Gets the open package, as the real one does, and answers when the test wants it to.
+class HeldInstaller : public platform::PackageInstaller {
 public:
-    bool open(const QString& address) override {
-        opened = QUrl(address).toLocalFile();
-        return installs;
+    QCoro::Task<Result> install(std::shared_ptr<platform::UpdatePackage> package, QByteArray) override {
+        ++calls;
+        QFile file;
+        installed.clear();
+        if (::lseek(package->descriptor(), 0, SEEK_SET) == 0 &&
+            file.open(package->descriptor(), QFile::ReadOnly)) {
+            installed = file.readAll();
+        }
+        const platform::Completion<Result> answer;
+        m_answer = answer;
+        if (answers) {
+            answer.resolve(result);
+        }
+        auto given = co_await std::move(answer);
+        co_return given;
     }
+    void answer() { m_answer.resolve(result); }
 
-    bool installs = true;
-    QString opened;
+    Result result{Outcome::installed};
+    bool answers = true;
+    int calls = 0;
+    QByteArray installed; // the bytes that it was given
+
+private:
+    platform::Completion<Result> m_answer;
+};
+
+// Tells how often it was asked for a timer.
+class CountingClock : public FakeClock {
+public:
+    std::unique_ptr<platform::Timer> once(std::chrono::milliseconds delay,
+                                          std::function<void()> fire) override {
+        ++m_timersStarted;
+        return FakeClock::once(delay, std::move(fire));
+    }
+    int timersStarted() const { return m_timersStarted; }
+
+private:
+    int m_timersStarted = 0;
 };
 
 // An installation, version 1 (0.1.0), whose network the test decides on.
@@ -34,13 +72,13 @@ struct UpdaterFixture {
 
     LogCapture log;
     QTemporaryDir cache;
-    FakeClock clock;
+    CountingClock clock;
     std::unique_ptr<platform::DefaultsStore> defaults = platform::makeMemoryDefaultsStore();
-    PackageDesktop desktop;
+    std::shared_ptr<HeldInstaller> installer = std::make_shared<HeldInstaller>();
     QString feed = QStringLiteral("https://updates.lumetra.test/update/appcast.xml");
     QString key = QStringLiteral("ack+ZdGSst6FVRag6K3nXO3fz3tY0hetIWJ+vpdI4Vw=");
-    bool asRoot = false;
     MakeHttp makeHttp;
+    std::function<std::shared_ptr<platform::PackageInstaller>()> makeInstaller = [this] { return installer; };
     std::unique_ptr<UpdaterService> service;
 
     // As a new start of the program does, on what is stored.
@@ -50,13 +88,16 @@ struct UpdaterFixture {
                                               {"SUFeedURL", feed},
                                               {"SUPublicEDKey", key}});
         service = std::make_unique<UpdaterService>(
-            info, platform::SPUUpdater::Surroundings{makeHttp, *defaults, clock, desktop, folder(), asRoot});
+            info, platform::SPUUpdater::Surroundings{makeHttp, *defaults, clock, makeInstaller(),
+                                                     "corvane-lumetra", folder()});
         service->startUpdater();
         settle();
     }
+    // A feed is read on another thread.
     void settle() {
         for (int turn = 0; turn < 12; ++turn) {
             clock.advance(0ms);
+            QThreadPool::globalInstance()->waitForDone();
         }
     }
     platform::SPUStandardUserDriver& driver() { return *service->userDriver(); }

@@ -1,5 +1,9 @@
 #include "tests/Services/Update/UpdaterFixture.h"
 
+#include "Views/Updates/UpdaterPresenter.h"
+
+#include <QSignalSpy>
+
 using namespace corvane;
 
 namespace {
@@ -75,7 +79,6 @@ private Q_SLOTS:
         const auto row = rows<QString, QString, QString>();
         const QString feed = "https://a.test/feed";
         const QString key = "ack+ZdGSst6FVRag6K3nXO3fz3tY0hetIWJ+vpdI4Vw=";
-        row("no feed", "", key, "SUFeedURL");
         row("a feed without TLS", "http://a.test/feed", key, "https");
         row("a file", "file:///tmp/feed", key, "https");
         row("no key", feed, "", "SUPublicEDKey");
@@ -92,6 +95,18 @@ private Q_SLOTS:
         QVERIFY(fixture.checksAndSees(Stage::failed));
         QVERIFY(fixture.driver().text().contains(part));
         QVERIFY(fixture.http.requests().isEmpty());
+    }
+
+    void anInstallationWithoutAFeedIsQuiet() {
+        Fixture fixture;
+        fixture.feed.clear();
+        fixture.launch();
+        QCOMPARE(fixture.checksWithin(24h), 0);
+        QCOMPARE(fixture.state(), Case::idle);
+        const UpdaterPresenter card(*fixture.service);
+        QVERIFY(card.subtitle().contains("does not look for updates"));
+        QCOMPARE(card.buttonText(), QString());
+        QCOMPARE(fixture.log.count("[Updater]"), 0);
     }
 
     void aCheckComesTwiceADayWhateverTheRestarts() {
@@ -116,15 +131,35 @@ private Q_SLOTS:
         QCOMPARE(fixture.checksWithin(1h), 1);
     }
 
-    void checksThatFailUnaskedOpenNoWindowAndAreRepeated() {
+    void checksThatFailUnaskedOpenNoWindowAndAreNotRepeatedAtEachStart() {
         Fixture fixture;
         fixture.http.setHandler([](auto&&) { return FakeHttpClient::response(503); });
         fixture.launch();
         QCOMPARE(fixture.checksWithin(1min), 1);
         QCOMPARE(fixture.state(), Case::error);
         QCOMPARE(fixture.driver().stage(), Stage::hidden);
-        QCOMPARE(fixture.checksWithin(1h), 1);
+        fixture.launch();
+        QCOMPARE(fixture.checksWithin(11h), 0);
+        QCOMPARE(fixture.checksWithin(2h), 1);
         QVERIFY(fixture.checksAndSees(Stage::failed));
+    }
+
+    // What the feed says of a check that the user's answer has overtaken.
+    void anOpenWindowIsTheUsersToAnswer() {
+        Fixture fixture;
+        fixture.serve("2");
+        fixture.launch();
+        fixture.checksWithin(1min);
+        QCOMPARE(fixture.driver().stage(), Stage::found);
+        QSignalSpy forward(&fixture.driver(), &platform::SPUStandardUserDriver::broughtForward);
+        fixture.serve("3");
+        QCOMPARE(fixture.checksWithin(48h), 0);
+        QVERIFY(fixture.checksAndSees(Stage::found)); // the card's button
+        QCOMPARE(fixture.driver().item().versionString, "2");
+        QCOMPARE(forward.count(), 1);
+        fixture.driver().dismiss();
+        fixture.driver().choose(); // a click that comes too late
+        QCOMPARE(fixture.driver().stage(), Stage::hidden);
     }
 
     void aReleasePutOffIsNotShownAgainUnasked() {

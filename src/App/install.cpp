@@ -1,0 +1,89 @@
+#include "Platform/Desktop/ApplicationInfo.h"
+#include "Platform/Update/Appcast.h"
+#include "Platform/Update/DebianPackage.h"
+#include "Platform/Update/UpdateError.h"
+#include "Platform/Update/UpdateKey.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <cstdio>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace platform;
+
+namespace {
+
+UpdateError noPlace(const QString& reason) {
+    return {UpdateError::installationFailed,
+            QStringLiteral("The update could not be kept on the disk (%1). Make room, then try again.")
+                .arg(reason)};
+}
+
+// The standard input may change under whoever reads it: only this copy counts.
+void copyInput(QFile& to) {
+    QFile input;
+    ::lseek(STDIN_FILENO, 0, SEEK_SET);
+    if (!input.open(STDIN_FILENO, QIODevice::ReadOnly | QIODevice::Unbuffered) ||
+        !to.open(QIODevice::ReadWrite)) {
+        throw noPlace(to.errorString());
+    }
+    constexpr qint64 pieceSize = 1024 * 1024; // bytes
+    while (to.size() <= appcast::largestPackage) {
+        const auto piece = input.read(pieceSize);
+        if (piece.isEmpty()) {
+            break;
+        }
+        if (to.write(piece) != piece.size() || !to.flush()) {
+            throw noPlace(to.errorString());
+        }
+    }
+}
+
+void inspect(const QFile& package, const QString& signature) {
+    const auto info =
+        ApplicationInfo::load(QStringLiteral("application-info.json"), QStringLiteral("corvane-lumetra"),
+                              "CORVANE_APPLICATION_INFO", {QStringLiteral("SUPublicEDKey")});
+    const UpdateKey key(info.string(QStringLiteral("SUPublicEDKey")).value_or(QString()));
+    key.requireSignature(package.handle(), QByteArray::fromBase64(signature.toLatin1()));
+    requireUpgrade(readDebianPackage(package.handle()), QStringLiteral("corvane-lumetra"));
+}
+
+int install(const QString& path) {
+    QProcess packages;
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DEBIAN_FRONTEND"), QStringLiteral("noninteractive"));
+    packages.setProcessEnvironment(environment);
+    packages.setProcessChannelMode(QProcess::ForwardedChannels);
+    packages.setStandardInputFile(QProcess::nullDevice());
+    packages.start(QStringLiteral("apt-get"),
+                   {QStringLiteral("--yes"), QStringLiteral("--no-remove"), QStringLiteral("--option"),
+                    QStringLiteral("DPkg::Lock::Timeout=60"), QStringLiteral("install"), path});
+    return packages.waitForFinished(-1) && packages.exitStatus() == QProcess::NormalExit ? packages.exitCode()
+                                                                                         : 1;
+}
+
+} // namespace
+
+// Runs as the administrator, once the user has consented to it: installs an update, which is the standard
+// input and whose signature, in base64, is the argument. It trusts neither before it has the bytes in a
+// folder that only it writes.
+int main(int argc, char* argv[]) {
+    const QCoreApplication application(argc, argv);
+    ::umask(S_IRWXG | S_IRWXO);
+    const auto arguments = QCoreApplication::arguments();
+    try {
+        const QTemporaryDir folder(QStringLiteral("/var/tmp/corvane-lumetra-XXXXXX"));
+        QFile package(folder.filePath(QStringLiteral("corvane-lumetra.deb")));
+        copyInput(package);
+        inspect(package, arguments.value(1));
+        return install(package.fileName());
+    } catch (const UpdateError& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
+}
