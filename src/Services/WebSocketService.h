@@ -11,6 +11,7 @@
 
 namespace corvane {
 
+class BackendLink;
 class ClerkAuthService;
 class CorvaneAPIService;
 
@@ -85,8 +86,7 @@ Q_SIGNALS:
     void disconnected();
 
 private:
-    class Private;
-    std::unique_ptr<Private> d;
+    std::unique_ptr<BackendLink> m_link;
 };
 
 } // namespace corvane

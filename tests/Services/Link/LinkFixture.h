@@ -41,7 +41,6 @@ struct LinkFixture : IdentityFixture {
     ~LinkFixture() {
         service.reset();
         settle();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
     // Lets everything happen that is due now, through the event loop's turns that a token, a REST call and a
@@ -50,6 +49,7 @@ struct LinkFixture : IdentityFixture {
         for (int turn = 0; turn < 8; ++turn) {
             clock.advance(0ms);
         }
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
     void connect(const QString& baseURL = backend) {

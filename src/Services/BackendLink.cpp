@@ -1,0 +1,379 @@
+#include "Services/BackendLink.h"
+
+#include "Services/ClerkAuthService.h"
+#include "Services/ReconnectPolicy.h"
+
+#include "Platform/Core/Dispatch.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Core/Tasks.h"
+
+namespace corvane {
+
+using platform::dispatchToMain;
+using platform::errorText;
+using platform::logLine;
+
+namespace {
+
+// Bounds one message of the server.
+constexpr qint64 maxMessageBytes = 16 * 1024 * 1024;
+
+constexpr int goingAway = 1001;
+constexpr int unauthorized = 401;
+
+// The last holder may be a sound thread in the middle of a send.
+std::shared_ptr<platform::WebSocketTask> sharedTask(std::unique_ptr<platform::WebSocketTask> task) {
+    return {task.release(), [](platform::WebSocketTask* last) { last->deleteLater(); }};
+}
+
+} // namespace
+
+BackendLink::BackendLink(WebSocketService& service, platform::WebSocketFactory& factory,
+                         platform::Clock& clock)
+    : q(service)
+    , m_factory(factory)
+    , m_clock(clock)
+    , m_fields(service)
+    , m_handshake(service)
+    , m_dispatch(service, {.sessionConfirmed = [this] { confirmSession(); },
+                           .sessionLost = [this] { m_handshake.recover(); }})
+    , m_countdown(
+          clock, [this](int seconds) { m_fields.setReconnectCountdown(seconds); },
+          [this] { platform::startTask(performConnect(LinkEvent::wanted), "reconnect"); }) {}
+
+BackendLink::~BackendLink() {
+    cleanupConnection();
+}
+
+void BackendLink::setAuth(ClerkAuthService* auth) {
+    m_auth = auth;
+}
+
+bool BackendLink::enter(LinkEvent event) {
+    const auto next = follow(m_state, event);
+    m_state = next.value_or(m_state);
+    return next.has_value();
+}
+
+bool BackendLink::isInUse(int identifier) const {
+    const auto current = m_socket.snapshot();
+    return current.webSocketTask && current.activeTaskIdentifier == identifier;
+}
+
+QCoro::Task<void> BackendLink::connect(QString baseURL) {
+    m_currentBaseURL = baseURL;
+    m_countdown.clearAttempts();
+    const bool isUp = m_state == LinkState::open && !m_fields.authError() && m_openedBaseURL == baseURL;
+    if (!isUp) {
+        co_await performConnect(LinkEvent::wanted);
+    }
+}
+
+void BackendLink::disconnect() {
+    enter(LinkEvent::disconnected);
+    m_tokenRequest.cancel();
+    m_countdown.cancel();
+    cleanupConnection();
+    m_fields.setConnected(false);
+    m_fields.setReconnecting(false);
+}
+
+void BackendLink::manualReconnect() {
+    logLine(QStringLiteral("[WS] Manual reconnect triggered"));
+    m_countdown.cancel();
+    m_countdown.clearAttempts();
+    dispatchToMain(&q, [this] {
+        m_fields.setReconnectCountdown(0);
+        m_fields.setCurrentAttempt(0);
+        m_fields.setReconnecting(false);
+        m_fields.setAuthError(std::nullopt);
+        platform::startTask(performConnect(LinkEvent::wanted), "connect");
+    });
+}
+
+QCoro::Task<void> BackendLink::performConnect(LinkEvent request) {
+    if (!follow(m_state, request)) {
+        logLine(QStringLiteral("[WS] Already connecting — skipping duplicate"));
+        co_return;
+    }
+    if (m_currentBaseURL.isEmpty()) {
+        co_return;
+    }
+    if (!m_auth || !m_auth->isSignedIn()) {
+        logLine(QStringLiteral("[WS] Not signed in — abort connect"));
+        co_return;
+    }
+    enter(request);
+    m_tokenRequest.cancel();
+    co_await openWithToken();
+}
+
+QCoro::Task<void> BackendLink::openWithToken() {
+    const auto ticket = m_tokenRequest.ticket();
+    std::optional<platform::Secret> token;
+    QString failure;
+    try {
+        auto fresh = co_await m_auth->getFreshJWT();
+        token = std::move(fresh);
+    } catch (const std::exception& error) {
+        failure = errorText(error);
+    }
+    ticket.ensureCurrent();
+    if (!token) {
+        giveUpWithoutToken(failure);
+        co_return;
+    }
+    // The address as it is now: one saved during the wait counts.
+    if (const auto url = webSocketUrl(m_currentBaseURL, *token)) {
+        openSocket(*url);
+    } else {
+        enter(LinkEvent::tokenFailed);
+    }
+}
+
+void BackendLink::giveUpWithoutToken(const QString& reason) {
+    enter(LinkEvent::tokenFailed);
+    logLine(QStringLiteral("[WS] Failed to get JWT: %1").arg(reason));
+    m_fields.setAuthError(QStringLiteral("Could not fetch session token"));
+}
+
+void BackendLink::openSocket(const QUrl& url) {
+    enter(LinkEvent::tokenCame);
+    cleanupConnection();
+    if (m_countdown.cancel()) {
+        // Somebody was quicker than the countdown.
+        m_fields.setReconnectCountdown(0);
+    }
+    const auto host = url.host();
+    logLine(QStringLiteral("[WS] Opening connection to %1")
+                .arg(host.isEmpty() ? QStringLiteral("unknown") : host));
+    startTask(url);
+}
+
+void BackendLink::startTask(const QUrl& url) {
+    auto task = sharedTask(m_factory.makeTask(url, maxMessageBytes));
+    const auto identifier = task->identifier();
+    QObject::connect(task.get(), &platform::WebSocketTask::opened, &q,
+                     [this, identifier] { handleOpened(identifier); });
+    QObject::connect(task.get(), &platform::WebSocketTask::closed, &q,
+                     [this, identifier](int code) { handleClosed(identifier, code); });
+    QObject::connect(task.get(), &platform::WebSocketTask::completed, &q,
+                     [this, sender = task.get()](const std::optional<platform::WebSocketError>& error) {
+                         handleCompleted(sender->identifier(), sender->httpStatus(), error);
+                     });
+    m_socket.replace(task);
+    m_openedBaseURL = m_currentBaseURL;
+    task->resume();
+}
+
+void BackendLink::cleanupConnection() {
+    m_handshake.abandon();
+    m_pingTimer.reset();
+    if (const auto old = m_socket.drop()) {
+        old->cancel(goingAway);
+    }
+}
+
+void BackendLink::handleOpened(int identifier) {
+    const auto current = m_socket.snapshot();
+    if (current.activeTaskIdentifier != identifier) {
+        logLine(QStringLiteral("[WS] Ignoring didOpen for stale task %1 (active: %2)")
+                    .arg(identifier)
+                    .arg(current.activeTaskIdentifier));
+        return;
+    }
+    if (!current.webSocketTask) {
+        logLine(QStringLiteral("[WS] Intentional disconnect — not reconnecting"));
+        return;
+    }
+    logLine(QStringLiteral("[WS] Connected (task %1), reconnectAttempts=%2")
+                .arg(identifier)
+                .arg(m_countdown.attempts()));
+    dispatchToMain(&q, [this, identifier] { finishOpening(identifier); });
+    startPingTimer(identifier);
+    receiveNext(identifier);
+    if (m_currentBaseURL == m_openedBaseURL) {
+        // Otherwise the backend behind this socket is about to be left (followNewAddress()).
+        m_handshake.open();
+    }
+}
+
+void BackendLink::finishOpening(int identifier) {
+    if (!isInUse(identifier) || !enter(LinkEvent::opened)) {
+        return;
+    }
+    m_countdown.cancel();
+    m_fields.setConnected(true);
+    m_fields.setReconnecting(false);
+    m_connectionTime = m_clock.monotonic();
+    m_fields.setAuthError(std::nullopt);
+    m_fields.setReconnectCountdown(0);
+    m_fields.setCurrentAttempt(0);
+    followNewAddress();
+}
+
+// An address saved while a socket was opening does not touch that socket, but is not forgotten either.
+void BackendLink::followNewAddress() {
+    if (m_currentBaseURL != m_openedBaseURL) {
+        platform::startTask(performConnect(LinkEvent::wanted), "connect");
+    }
+}
+
+void BackendLink::startPingTimer(int identifier) {
+    m_pingTimer.emplace(
+        m_clock,
+        [this, identifier](Heartbeat::PongHandler pong) {
+            if (isInUse(identifier)) {
+                m_socket.snapshot().webSocketTask->sendPing(std::move(pong));
+            }
+        },
+        [this, identifier](const QString& reason) {
+            logLine(QStringLiteral("[WS] Ping failed: %1").arg(reason));
+            handleDisconnect(identifier);
+        });
+}
+
+// Only an open connection can have died without a word. A running countdown is left alone: right after a
+// resume or a change of network the token service is often not reachable yet, and a try that gets no token is
+// the last.
+void BackendLink::checkConnection() {
+    if (m_pingTimer) {
+        m_pingTimer->checkNow();
+    }
+}
+
+void BackendLink::handleClosed(int identifier, int code) {
+    if (isActive(identifier)) {
+        logLine(QStringLiteral("[WS] Connection closed with code: %1").arg(code));
+        handleDisconnect(identifier);
+    }
+}
+
+void BackendLink::handleCompleted(int identifier, int httpStatus,
+                                  const std::optional<platform::WebSocketError>& error) {
+    if (!isActive(identifier)) {
+        return;
+    }
+    if (httpStatus == unauthorized) {
+        logLine(QStringLiteral("[WS] Authentication failed (401) — invalidating JWT"));
+        if (m_auth) {
+            m_auth->invalidateCachedJWT();
+        }
+        dispatchToMain(&q, [this, identifier] { handleRefused(identifier); });
+        return;
+    }
+    if (error) {
+        logLine(QStringLiteral("[WS] Task completed with error: %1").arg(errorText(*error)));
+    }
+    handleDisconnect(identifier);
+}
+
+void BackendLink::handleRefused(int identifier) {
+    if (isInUse(identifier) && enter(LinkEvent::refused)) {
+        m_fields.setAuthError(QStringLiteral("Authentication failed — please sign in again."));
+        m_fields.setConnected(false);
+        followNewAddress();
+    }
+}
+
+void BackendLink::handleDisconnect(int identifier) {
+    dispatchToMain(&q, [this, identifier] { lose(identifier); });
+}
+
+void BackendLink::lose(int identifier) {
+    if (!isActive(identifier)) {
+        return;
+    }
+    if (!isInUse(identifier)) {
+        logLine(QStringLiteral("[WS] Intentional disconnect — not reconnecting"));
+        return;
+    }
+    if (!enter(LinkEvent::ended)) {
+        logLine(QStringLiteral("[WS] Disconnect already handled — ignoring duplicate"));
+        return;
+    }
+    m_handshake.abandon();
+    m_fields.setConnected(false);
+    m_socket.allowBinarySend(false);
+    Q_EMIT q.disconnected();
+    m_pingTimer.reset();
+    if (m_connectionTime &&
+        m_clock.monotonic() - *m_connectionTime >= reconnectPolicy::minStableConnectionSecs) {
+        m_countdown.clearAttempts();
+    }
+    if (!m_fields.authError()) {
+        attemptReconnect();
+    }
+}
+
+void BackendLink::attemptReconnect() {
+    const auto plan = m_countdown.start();
+    if (!plan) {
+        logLine(QStringLiteral("[WS] Max reconnect attempts reached"));
+        dispatchToMain(&q, [this] {
+            m_fields.setReconnecting(false);
+            m_fields.setReconnectCountdown(0);
+        });
+        return;
+    }
+    logLine(QStringLiteral("[WS] Reconnecting in %1 seconds (attempt %2/%3)")
+                .arg(plan->wait)
+                .arg(plan->attempt)
+                .arg(reconnectPolicy::maxReconnectAttempts));
+    dispatchToMain(&q, [this, plan = *plan] {
+        // Nothing is planned any more when the user side closed the link in between.
+        if (m_countdown.isRunning()) {
+            m_fields.setReconnecting(true);
+            m_fields.setCurrentAttempt(plan.attempt);
+            m_fields.setReconnectCountdown(plan.wait);
+        }
+    });
+}
+
+void BackendLink::receiveNext(int identifier) {
+    if (!isInUse(identifier)) {
+        return;
+    }
+    m_socket.snapshot().webSocketTask->receive(
+        [this, self = QPointer(&q), identifier](const std::optional<platform::WebSocketMessage>& message,
+                                                const std::exception_ptr& error) {
+            if (self && isActive(identifier)) {
+                handleReceived(identifier, message, error);
+            }
+        });
+}
+
+void BackendLink::handleReceived(int identifier, const std::optional<platform::WebSocketMessage>& message,
+                                 const std::exception_ptr& error) {
+    if (!message) {
+        logLine(QStringLiteral("[WS] Receive error: %1").arg(errorText(error)));
+        handleDisconnect(identifier);
+        return;
+    }
+    if (message->isText) {
+        handleTextMessage(identifier, message->payload);
+    }
+    receiveNext(identifier);
+}
+
+void BackendLink::handleTextMessage(int identifier, const QByteArray& text) {
+    auto message = parseServerMessage(text);
+    if (!message) {
+        return;
+    }
+    logLine(QStringLiteral("[WS] Received: %1").arg(message->rawType));
+    dispatchToMain(&q, [this, identifier, message = std::move(*message)] {
+        // What a lost connection still says must not pass for the word of a live one.
+        if (isInUse(identifier) && hasLiveSocket(m_state)) {
+            m_dispatch.dispatch(message);
+        }
+    });
+}
+
+void BackendLink::confirmSession() {
+    m_socket.allowBinarySend(true);
+    m_countdown.clearAttempts();
+    m_fields.setCurrentAttempt(0);
+}
+
+} // namespace corvane

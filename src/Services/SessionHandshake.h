@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Platform/Core/OperationScope.h"
+
+#include <QCoroTask>
+#include <QPointer>
+#include <QString>
+
+namespace corvane {
+
+class CorvaneAPIService;
+class WebSocketService;
+
+// Makes this machine's session known to the backend, over REST and then over the open socket: after each
+// open, and again when the server has lost it. Main thread.
+class SessionHandshake {
+public:
+    explicit SessionHandshake(WebSocketService& service)
+        : q(service) {}
+
+    // Weak. Without it there is no session.
+    void setApiService(CorvaneAPIService* apiService);
+
+    void open();
+    void recover();
+    // The connection has been lost or left. Its successor has a handshake of its own.
+    void abandon() { m_scope.cancel(); }
+
+private:
+    QCoro::Task<void> openSession();
+    QCoro::Task<void> recoverSession();
+    QCoro::Task<void> announceSession(QString machineId);
+
+    WebSocketService& q;
+    QPointer<CorvaneAPIService> m_apiService;
+    platform::OperationScope m_scope;
+};
+
+} // namespace corvane
