@@ -311,7 +311,9 @@ void AppDelegate::autoConnectWebSocket() {
         return;
     }
     m_apiService->setBaseURL(baseURL);
-    if (!m_clerkAuthService->isSignedIn()) {
+    // A launch asks twice, and the second time may find the link up.
+    const bool isUp = m_webSocketService->isConnected() && !m_webSocketService->authError();
+    if (!m_clerkAuthService->isSignedIn() || isUp) {
         return;
     }
     startTask(connectWebSocket(baseURL), "connect");

@@ -1,5 +1,6 @@
 #include "Services/BackendLink.h"
 
+#include "Services/BackendAddress.h"
 #include "Services/ClerkAuthService.h"
 #include "Services/ReconnectPolicy.h"
 
@@ -36,7 +37,7 @@ BackendLink::BackendLink(WebSocketService& service, platform::WebSocketFactory& 
     , m_fields(service)
     , m_handshake(service)
     , m_dispatch(service, {.sessionConfirmed = [this] { confirmSession(); },
-                           .sessionLost = [this] { m_handshake.recover(); }})
+                           .sessionLost = [this] { m_handshake.recover(m_openedBaseURL); }})
     , m_countdown(
           clock, [this](int seconds) { m_fields.setReconnectCountdown(seconds); },
           [this] { platform::startTask(performConnect(LinkEvent::wanted), "reconnect"); }) {}
@@ -63,10 +64,7 @@ bool BackendLink::isInUse(int identifier) const {
 QCoro::Task<void> BackendLink::connect(QString baseURL) {
     m_currentBaseURL = baseURL;
     m_countdown.clearAttempts();
-    const bool isUp = m_state == LinkState::open && !m_fields.authError() && m_openedBaseURL == baseURL;
-    if (!isUp) {
-        co_await performConnect(LinkEvent::wanted);
-    }
+    co_await performConnect(LinkEvent::wanted);
 }
 
 void BackendLink::disconnect() {
@@ -87,7 +85,7 @@ void BackendLink::manualReconnect() {
         m_fields.setCurrentAttempt(0);
         m_fields.setReconnecting(false);
         m_fields.setAuthError(std::nullopt);
-        platform::startTask(performConnect(LinkEvent::wanted), "connect");
+        platform::startTask(performConnect(LinkEvent::insisted), "connect");
     });
 }
 
@@ -124,11 +122,7 @@ QCoro::Task<void> BackendLink::openWithToken() {
         co_return;
     }
     // The address as it is now: one saved during the wait counts.
-    if (const auto url = webSocketUrl(m_currentBaseURL, *token)) {
-        openSocket(*url);
-    } else {
-        enter(LinkEvent::tokenFailed);
-    }
+    openSocket(webSocketUrl(m_currentBaseURL, *token));
 }
 
 void BackendLink::giveUpWithoutToken(const QString& reason) {
@@ -144,9 +138,12 @@ void BackendLink::openSocket(const QUrl& url) {
         // Somebody was quicker than the countdown.
         m_fields.setReconnectCountdown(0);
     }
-    const auto host = url.host();
-    logLine(QStringLiteral("[WS] Opening connection to %1")
-                .arg(host.isEmpty() ? QStringLiteral("unknown") : host));
+    if (url.isValid()) {
+        const auto host = url.host();
+        logLine(QStringLiteral("[WS] Opening connection to %1")
+                    .arg(host.isEmpty() ? QStringLiteral("unknown") : host));
+    }
+    // An address that cannot be opened fails as a server that cannot be reached does.
     startTask(url);
 }
 
@@ -192,10 +189,7 @@ void BackendLink::handleOpened(int identifier) {
     dispatchToMain(&q, [this, identifier] { finishOpening(identifier); });
     startPingTimer(identifier);
     receiveNext(identifier);
-    if (m_currentBaseURL == m_openedBaseURL) {
-        // Otherwise the backend behind this socket is about to be left (followNewAddress()).
-        m_handshake.open();
-    }
+    m_handshake.open(m_openedBaseURL);
 }
 
 void BackendLink::finishOpening(int identifier) {
@@ -209,14 +203,6 @@ void BackendLink::finishOpening(int identifier) {
     m_fields.setAuthError(std::nullopt);
     m_fields.setReconnectCountdown(0);
     m_fields.setCurrentAttempt(0);
-    followNewAddress();
-}
-
-// An address saved while a socket was opening does not touch that socket, but is not forgotten either.
-void BackendLink::followNewAddress() {
-    if (m_currentBaseURL != m_openedBaseURL) {
-        platform::startTask(performConnect(LinkEvent::wanted), "connect");
-    }
 }
 
 void BackendLink::startPingTimer(int identifier) {
@@ -263,7 +249,8 @@ void BackendLink::handleCompleted(int identifier, int httpStatus,
         return;
     }
     if (error) {
-        logLine(QStringLiteral("[WS] Task completed with error: %1").arg(errorText(*error)));
+        const auto fault = addressFault(m_openedBaseURL);
+        logLine(QStringLiteral("[WS] Task completed with error: %1").arg(fault ? *fault : errorText(*error)));
     }
     handleDisconnect(identifier);
 }
@@ -272,7 +259,6 @@ void BackendLink::handleRefused(int identifier) {
     if (isInUse(identifier) && enter(LinkEvent::refused)) {
         m_fields.setAuthError(QStringLiteral("Authentication failed — please sign in again."));
         m_fields.setConnected(false);
-        followNewAddress();
     }
 }
 

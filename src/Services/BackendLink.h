@@ -43,7 +43,6 @@ private:
     void cleanupConnection();
     void handleOpened(int identifier);
     void finishOpening(int identifier);
-    void followNewAddress();
     void startPingTimer(int identifier);
 
     // The end, and what follows.

@@ -1,6 +1,5 @@
 #include "Services/CorvaneAPIService.h"
 
-#include "Platform/Core/Completion.h"
 #include "Services/ClerkAuthService.h"
 #include "Utilities/Json.h"
 
@@ -30,12 +29,6 @@ bool isSuccess(int status) {
     return (status >= 200 && status <= 299) || status == conflictStatus;
 }
 
-void ensureAlive(const QPointer<CorvaneAPIService>& service) {
-    if (!service) {
-        throw platform::OperationCancelled();
-    }
-}
-
 } // namespace
 
 APIError::APIError(Kind kind, int status)
@@ -57,18 +50,18 @@ void CorvaneAPIService::setBaseURL(const QString& baseURL) {
     }
 }
 
-QCoro::Task<void> CorvaneAPIService::ensureMachineSession() {
-    const QPointer<CorvaneAPIService> self(this);
+QCoro::Task<void> CorvaneAPIService::ensureMachineSession(QString baseURL) {
+    const auto ticket = m_scope.ticket();
     const auto body = json::serialize(
         boost::json::object{{"session_id", json::toJson(getMachineId())},
                             {"metadata", {{"client", "corvane-interview-assistant-native"}}}});
-    auto status = co_await attempt(body);
+    auto status = co_await attempt(baseURL, body);
     if (status == unauthorizedStatus) {
-        ensureAlive(self);
+        ticket.ensureCurrent();
         if (m_auth) {
             m_auth->invalidateCachedJWT();
         }
-        status = co_await attempt(body);
+        status = co_await attempt(baseURL, body);
         if (status == unauthorizedStatus) {
             throw APIError(APIError::unauthorized);
         }
@@ -78,11 +71,11 @@ QCoro::Task<void> CorvaneAPIService::ensureMachineSession() {
     }
 }
 
-QCoro::Task<int> CorvaneAPIService::attempt(QByteArray body) {
-    const QPointer<CorvaneAPIService> self(this);
-    auto request = co_await makeRequest(QStringLiteral("/api/interview-sessions"), "POST", std::move(body),
-                                        "application/json");
-    ensureAlive(self);
+QCoro::Task<int> CorvaneAPIService::attempt(QString baseURL, QByteArray body) {
+    const auto ticket = m_scope.ticket();
+    auto request = co_await makeRequest(baseURL, QStringLiteral("/api/interview-sessions"), "POST",
+                                        std::move(body), "application/json");
+    ticket.ensureCurrent();
     try {
         const auto response = co_await m_http.execute(std::move(request));
         const auto status = response.status;
@@ -95,11 +88,12 @@ QCoro::Task<int> CorvaneAPIService::attempt(QByteArray body) {
     }
 }
 
-QCoro::Task<platform::HttpRequest> CorvaneAPIService::makeRequest(QString path, QByteArray method,
-                                                                  QByteArray body, QByteArray contentType) {
-    const QUrl url(m_baseURL + path, QUrl::StrictMode);
+QCoro::Task<platform::HttpRequest> CorvaneAPIService::makeRequest(QString baseURL, QString path,
+                                                                  QByteArray method, QByteArray body,
+                                                                  QByteArray contentType) {
+    const QUrl url(baseURL + path, QUrl::StrictMode);
     const bool isWeb = url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http");
-    if (m_baseURL.isEmpty() || !url.isValid() || !isWeb || url.host().isEmpty()) {
+    if (baseURL.isEmpty() || !url.isValid() || !isWeb || url.host().isEmpty()) {
         throw APIError(APIError::invalidConfiguration);
     }
     if (!m_auth) {

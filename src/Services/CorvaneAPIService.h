@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Core/OperationScope.h"
 #include "Platform/Network/HttpClient.h"
 
 #include <QObject>
@@ -42,19 +43,22 @@ public:
 
     QString getMachineId() const { return m_machineId; }
     // Throws APIError, platform::HttpError, or what getFreshJWT() throws.
-    QCoro::Task<void> ensureMachineSession();
+    QCoro::Task<void> ensureMachineSession() { return ensureMachineSession(m_baseURL); }
+    // The same on another backend than that of `baseURL`, for a link that leads there still.
+    QCoro::Task<void> ensureMachineSession(QString baseURL);
 
 Q_SIGNALS:
     void baseURLChanged();
 
 private:
-    QCoro::Task<platform::HttpRequest> makeRequest(QString path, QByteArray method, QByteArray body,
-                                                   QByteArray contentType);
-    QCoro::Task<int> attempt(QByteArray body);
+    QCoro::Task<platform::HttpRequest> makeRequest(QString baseURL, QString path, QByteArray method,
+                                                   QByteArray body, QByteArray contentType);
+    QCoro::Task<int> attempt(QString baseURL, QByteArray body);
 
     QString m_baseURL;
     QPointer<ClerkAuthService> m_auth;
     platform::HttpClient& m_http;
+    platform::OperationScope m_scope;
     QString m_machineId;
 };
 

@@ -16,35 +16,35 @@ void SessionHandshake::setApiService(CorvaneAPIService* apiService) {
     m_apiService = apiService;
 }
 
-void SessionHandshake::open() {
+void SessionHandshake::open(const QString& baseURL) {
     if (!m_apiService) {
         logLine(QStringLiteral("[WS] No CorvaneAPIService — cannot run session handshake"));
         return;
     }
-    platform::startTask(openSession(), "session handshake");
+    platform::startTask(openSession(baseURL), "session handshake");
 }
 
-void SessionHandshake::recover() {
+void SessionHandshake::recover(const QString& baseURL) {
     if (!m_apiService) {
         logLine(QStringLiteral("[WS] session_not_found but no API service — emitting sessionNotFound"));
         Q_EMIT q.sessionNotFound(QStringLiteral("session not found"));
         return;
     }
     logLine(QStringLiteral("[WS] Session not found — re-creating via API"));
-    platform::startTask(recoverSession(), "session recovery");
+    platform::startTask(recoverSession(baseURL), "session recovery");
 }
 
-QCoro::Task<void> SessionHandshake::announceSession(QString machineId) {
+QCoro::Task<void> SessionHandshake::announceSession(QString baseURL, QString machineId) {
     const auto ticket = m_scope.ticket();
-    co_await m_apiService->ensureMachineSession();
+    co_await m_apiService->ensureMachineSession(baseURL);
     ticket.ensureCurrent();
     co_await q.send(WSCommand::setSession(machineId));
 }
 
-QCoro::Task<void> SessionHandshake::openSession() {
+QCoro::Task<void> SessionHandshake::openSession(QString baseURL) {
     const auto machineId = m_apiService->getMachineId();
     try {
-        co_await announceSession(machineId);
+        co_await announceSession(baseURL, machineId);
         logLine(QStringLiteral("[WS] Sent set_session %1 — waiting for server confirmation").arg(machineId));
     } catch (const OperationCancelled&) {
         throw;
@@ -53,11 +53,11 @@ QCoro::Task<void> SessionHandshake::openSession() {
     }
 }
 
-QCoro::Task<void> SessionHandshake::recoverSession() {
+QCoro::Task<void> SessionHandshake::recoverSession(QString baseURL) {
     const auto ticket = m_scope.ticket();
     const auto machineId = m_apiService->getMachineId();
     try {
-        co_await announceSession(machineId);
+        co_await announceSession(baseURL, machineId);
         logLine(QStringLiteral("[WS] Re-sent set_session after session recovery: %1").arg(machineId));
     } catch (const OperationCancelled&) {
         throw;

@@ -21,15 +21,16 @@ public:
     // Weak. Without it there is no session.
     void setApiService(CorvaneAPIService* apiService);
 
-    void open();
-    void recover();
+    // `baseURL`: of the backend behind the open socket.
+    void open(const QString& baseURL);
+    void recover(const QString& baseURL);
     // The connection has been lost or left. Its successor has a handshake of its own.
     void abandon() { m_scope.cancel(); }
 
 private:
-    QCoro::Task<void> openSession();
-    QCoro::Task<void> recoverSession();
-    QCoro::Task<void> announceSession(QString machineId);
+    QCoro::Task<void> openSession(QString baseURL);
+    QCoro::Task<void> recoverSession(QString baseURL);
+    QCoro::Task<void> announceSession(QString baseURL, QString machineId);
 
     WebSocketService& q;
     QPointer<CorvaneAPIService> m_apiService;

@@ -1,9 +1,6 @@
 #include "Services/WebSocketMessages.h"
 
-#include "Platform/Core/Log.h"
 #include "Utilities/Json.h"
-
-#include <QHostAddress>
 
 #include <array>
 
@@ -35,10 +32,6 @@ constexpr std::array typeNames{
     TypeName{"set_english_assessment", WSServerMessageType::setEnglishAssessment},
     TypeName{"error", WSServerMessageType::error},
 };
-
-bool isThisMachine(const QString& host) {
-    return host == QLatin1String("localhost") || QHostAddress(host).isLoopback();
-}
 
 struct ToJson {
     using Object = boost::json::object;
@@ -102,27 +95,6 @@ std::optional<WSServerMessage> parseServerMessage(const QByteArray& text) {
 bool isSessionNotFound(const QString& errorMessage) {
     const auto words = errorMessage.toLower();
     return words.contains(QLatin1String("session")) && words.contains(QLatin1String("not found"));
-}
-
-std::optional<QUrl> webSocketUrl(const QString& baseURL, const platform::Secret& token) {
-    auto text = baseURL;
-    text.replace(QLatin1String("https://"), QLatin1String("wss://"));
-    text.replace(QLatin1String("http://"), QLatin1String("ws://"));
-    QUrl url(text + QLatin1String("/ws"), QUrl::StrictMode);
-    if (!url.isValid() || (url.scheme() != QLatin1String("wss") && url.scheme() != QLatin1String("ws"))) {
-        platform::logLine(QStringLiteral("[WS] Invalid URL"));
-        return std::nullopt;
-    }
-    if (url.scheme() == QLatin1String("ws") && !isThisMachine(url.host())) {
-        platform::logLine(
-            QStringLiteral("[WS] %1 is reached without encryption: anyone on the way can read the sound "
-                           "and the session token. Set an https address.")
-                .arg(url.host()));
-    }
-    // Everything but unreserved characters is escaped: many servers read a bare plus sign as a blank.
-    url.setQuery(QStringLiteral("token=") + QString::fromLatin1(QUrl::toPercentEncoding(token.reveal())),
-                 QUrl::StrictMode);
-    return url.isValid() ? std::optional(url) : std::nullopt;
 }
 
 } // namespace corvane

@@ -1,9 +1,6 @@
 #pragma once
 
-#include "Platform/Core/Secret.h"
-
 #include <QString>
-#include <QUrl>
 
 #include <boost/json/object.hpp>
 
@@ -93,9 +90,5 @@ struct SessionResumedPayload {
     QString sessionId; // empty when the server gave none
     std::optional<QString> interviewId;
 };
-
-// The address of the socket under a backend root. Nothing, after a log line if the text is no URL, when there
-// is none. A log line too for an address of another machine that is not encrypted.
-std::optional<QUrl> webSocketUrl(const QString& baseURL, const platform::Secret& token);
 
 } // namespace corvane

@@ -54,6 +54,9 @@ private Q_SLOTS:
         TestProgram signedIn;
         signedIn.launchToSession();
         QVERIFY(signedIn.windows->panel->visible);
+        Q_EMIT signedIn.app->clerkAuthService().stateChanged(); // finds the link up
+        signedIn.settle();
+        QCOMPARE(signedIn.sockets->count(), 1);
         signedIn.app->toggleFloatingPanel();
         QVERIFY(!signedIn.windows->panel->visible && signedIn.app->overlayViewModel().isHidden());
         signedIn.app->focusInput();

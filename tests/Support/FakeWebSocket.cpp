@@ -72,6 +72,20 @@ FakeWebSocketTask::FakeWebSocketTask(std::shared_ptr<FakeWebSocketPeer> peer)
     m_peer->m_task = this;
 }
 
+void FakeWebSocketTask::resume() {
+    m_peer->m_resumed = true;
+    const auto& url = m_peer->url;
+    const bool isSocket = url.scheme() == QStringLiteral("wss") || url.scheme() == QStringLiteral("ws");
+    if (!isSocket || url.host().isEmpty()) {
+        QMetaObject::invokeMethod(
+            this,
+            [peer = m_peer] {
+                peer->complete(WebSocketError(FakeWebSocketPeer::ErrorKind::cannotConnect, "no address"));
+            },
+            Qt::QueuedConnection);
+    }
+}
+
 void FakeWebSocketTask::cancel(int closeCode) {
     m_peer->m_cancelCode = closeCode;
 }

@@ -76,7 +76,7 @@ public:
     explicit FakeWebSocketTask(std::shared_ptr<FakeWebSocketPeer> peer);
 
     int identifier() const override { return m_peer->identifier; }
-    void resume() override { m_peer->m_resumed = true; }
+    void resume() override;
     void cancel(int closeCode) override;
     void send(Payload kind, QByteArray payload, DoneHandler done) override;
     void receive(ReceiveHandler handler) override;

@@ -195,6 +195,7 @@ private Q_SLOTS:
         const auto row = rows<QString, QString>();
         row("slashes", "//https://uat.test/tree//", "https://uat.test/tree");
         row("blanks", " \n", "https://default.test");
+        row("no scheme", "uat.test", "uat.test");
     }
     void savingAnAddressReplacesTheConnection() {
         const auto [typed, url] = currentRow<QString, QString>();
@@ -217,6 +218,7 @@ private Q_SLOTS:
         QVERIFY(!page.isSavingUrl());
         QCOMPARE(fixture.sockets.peer(0).cancelCode(), 1001);
         QCOMPARE(fixture.sockets.last().url.host(), QUrl(url).host());
+        QCOMPARE(page.urlFault().isEmpty(), url.startsWith("https://"));
     }
 };
 

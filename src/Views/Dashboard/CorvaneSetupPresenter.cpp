@@ -1,6 +1,7 @@
 #include "Views/Dashboard/CorvaneSetupPresenter.h"
 
 #include "Platform/Core/Tasks.h"
+#include "Services/BackendAddress.h"
 #include "Services/CorvaneAPIService.h"
 #include "Services/DatabaseService.h"
 #include "Services/WebSocketService.h"
@@ -67,6 +68,10 @@ QString CorvaneSetupPresenter::statusColor() const {
 
 void CorvaneSetupPresenter::manualReconnect() {
     m_webSocket.manualReconnect();
+}
+
+QString CorvaneSetupPresenter::urlFault() const {
+    return m_savedUrl.isEmpty() || urlDirty() ? QString() : addressFault(m_savedUrl).value_or(QString());
 }
 
 void CorvaneSetupPresenter::setApiUrl(const QString& url) {

@@ -24,6 +24,7 @@ class CorvaneSetupPresenter : public QObject {
     Q_PROPERTY(QString apiUrl READ apiUrl WRITE setApiUrl NOTIFY apiUrlChanged)
     Q_PROPERTY(QString defaultApiUrl READ defaultApiUrl CONSTANT)
     Q_PROPERTY(bool urlDirty READ urlDirty NOTIFY apiUrlChanged)
+    Q_PROPERTY(QString urlFault READ urlFault NOTIFY apiUrlChanged)
     Q_PROPERTY(bool isSavingUrl READ isSavingUrl NOTIFY isSavingUrlChanged)
 
 public:
@@ -43,6 +44,9 @@ public:
     QString defaultApiUrl() const { return m_defaultApiUrl; }
     // Whether the field has something to save.
     bool urlDirty() const { return m_apiUrl.trimmed() != m_savedUrl; }
+    // What the stored address lacks; empty when a connection to it can be tried, and while another is being
+    // typed.
+    QString urlFault() const;
     bool isSavingUrl() const { return m_isSavingUrl; }
     // The page has come into view.
     Q_INVOKABLE void loadSettings();

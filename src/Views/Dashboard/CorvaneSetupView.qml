@@ -73,5 +73,10 @@ ScrollPage {
                 }
             }
         }
+        NoteText {
+            width: parent.width
+            color: Theme.red
+            text: page.presenter.urlFault
+        }
     }
 }

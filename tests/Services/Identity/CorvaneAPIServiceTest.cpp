@@ -51,6 +51,8 @@ private Q_SLOTS:
         const auto row = rows<QList<int>, QString>();
         row("exists", {409}, "");
         row("server error", {500}, "HTTP error 500");
+        row("moved", {302}, "HTTP error 302");
+        row("not HTTP", {-1}, "HTTP error -1");
         row("new token", {401, 200}, "");
         row("refused twice", {401, 401}, "Unauthorized — please sign in again.");
     }
@@ -58,7 +60,11 @@ private Q_SLOTS:
         const auto [statuses, failure] = currentRow<QList<int>, QString>();
         BackendFixture f;
         for (const auto status : statuses) {
-            f.backend.answer(status);
+            if (status < 0) {
+                f.backend.fail(platform::HttpError::Kind::notHttp);
+            } else {
+                f.backend.answer(status);
+            }
         }
         f.backend.answer(200); // one request more than expected would take it
         QCOMPARE(failureOf(f.api.ensureMachineSession()), failure);

@@ -61,25 +61,79 @@ private Q_SLOTS:
         const auto row = rows<int>();
         row("token on its way", 0);
         row("socket opening", 1);
-        row("confirmed", 2);
     }
     void askedTwice() {
         const auto [stage] = currentRow<int>();
         LinkFixture link;
         link.http.setHeld(stage == 0);
         link.connect();
-        if (stage == 2) {
-            link.opens();
-            link.confirm();
-        }
         link.connect();
-        QCOMPARE(link.log.count(skipped), stage < 2 ? 1 : 0);
+        QCOMPARE(link.log.count(skipped), 1);
         link.http.setHeld(false);
         link.settle();
         QCOMPARE(link.tokenRequests, 1);
         QCOMPARE(link.sockets.count(), 1);
         QVERIFY(!link.sockets.last().cancelCode());
-        QCOMPARE(link.audioFate(), stage == 2 ? "sent" : "dropped");
+    }
+
+    // Also one whose session was never confirmed.
+    void theSameAddressReplacesAnOpenConnection() {
+        for (const bool confirmed : {true, false}) {
+            LinkFixture link;
+            QSignalSpy disconnected(link.service.get(), &WebSocketService::disconnected);
+            link.sessionStatus = confirmed ? 201 : 503;
+            link.open();
+            if (confirmed) {
+                link.confirm();
+            }
+            link.connect();
+            QCOMPARE(link.sockets.count(), 2);
+            QCOMPARE(link.sockets.peer(0).cancelCode(), std::optional(1001));
+            link.sessionStatus = 201;
+            link.opens();
+            link.confirm();
+            QCOMPARE(link.audioFate(), "sent");
+            QCOMPARE(disconnected.count(), 0);
+        }
+    }
+
+    void reconnectWhileATokenRequestHangs() {
+        LinkFixture link;
+        link.http.setHeld(true);
+        link.connect();
+        link.service->manualReconnect();
+        link.settle();
+        QCOMPARE(link.http.heldCount(), 2);
+        link.http.release(1);
+        link.settle();
+        QCOMPARE(link.sockets.count(), 1);
+        link.http.setHeld(false);
+        link.settle();
+        QCOMPARE(link.sockets.count(), 1);
+        QVERIFY(!link.sockets.last().cancelCode());
+    }
+
+    // It shows and backs off, as a server that cannot be reached does, and the line says what is wrong.
+    void addressThatCannotBeOpened_data() {
+        const auto row = rows<QString>();
+        row("backend.example.com", "The address must begin with https:// or http://, in small letters.");
+        row("localhost:8000", "The address must begin with https:// or http://, in small letters.");
+        row("HTTPS://b.example", "The address must begin with https:// or http://, in small letters.");
+        row("https:///api", "The address names no server after https://.");
+        row("https://b example", "The address cannot be read. Check it for blanks and typing errors.");
+    }
+    void addressThatCannotBeOpened() {
+        const auto [fault] = currentRow<QString>();
+        LinkFixture link;
+        link.open();
+        link.connect(QString::fromLatin1(QTest::currentDataTag()));
+        QCOMPARE(link.sockets.peer(0).cancelCode(), std::optional(1001));
+        QCOMPARE(link.state(), "down reconnecting in 1 attempt 1");
+        QVERIFY(link.log.contains("[WS] Task completed with error: " + fault));
+        link.clock.advance(1s);
+        QCOMPARE(link.state(), "down reconnecting in 2 attempt 2");
+        link.open();
+        QCOMPARE(link.state(), "connected in 0 attempt 0");
     }
 
     void anotherAddressReplacesALiveConnection() {
@@ -115,29 +169,29 @@ private Q_SLOTS:
         QCOMPARE(link.sockets.last().sentTexts().size(), 1);
     }
 
-    // It leaves that socket alone, and is taken up when the socket's fate is known.
+    // That socket goes on as if nothing had been saved; the next one takes the address.
     void addressSavedDuringAnOpen() {
-        for (const int status : {101, 401, 0}) {
+        for (const bool opens : {true, false}) {
             LinkFixture link;
             link.connect();
+            link.api->setBaseURL("not an address");
             link.connect(otherBackend);
             QCOMPARE(link.log.count(skipped), 1);
             auto& first = link.sockets.peer(0);
-            QVERIFY(!first.cancelCode());
-            if (status == 101) {
-                first.open();
+            if (opens) {
+                link.opens();
+                link.confirm();
+                QCOMPARE(link.audioFate(), "sent");
+                QCOMPARE(link.http.requests().last().url.host(), "backend.example");
+                link.breakConnection();
             } else {
-                first.complete(platform::WebSocketError(FakeWebSocketPeer::ErrorKind::cannotConnect, {}),
-                               status);
+                first.complete(platform::WebSocketError(FakeWebSocketPeer::ErrorKind::cannotConnect, {}));
+                link.settle();
             }
-            link.settle();
+            QVERIFY(!first.cancelCode());
             link.clock.advance(1s);
             QCOMPARE(link.sockets.count(), 2);
-            QCOMPARE(first.sentTexts(), QList<QByteArray>());
-            QCOMPARE(first.cancelCode(), std::optional(1001));
             QCOMPARE(link.sockets.last().url.host(), "other.example");
-            link.opens();
-            QCOMPARE(link.state(), "connected in 0 attempt 0");
         }
     }
 

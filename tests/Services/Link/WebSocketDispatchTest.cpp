@@ -1,3 +1,4 @@
+#include "Services/BackendAddress.h"
 #include "Services/WebSocketMessages.h"
 #include "Utilities/Json.h"
 #include "tests/Services/Link/LinkFixture.h"
@@ -154,8 +155,8 @@ private Q_SLOTS:
         row("http://127.0.0.2", "ws://127.0.0.2/ws");
         row("http://localhost:1", "ws://localhost:1/ws");
         row("http://localhost.b.example", "ws://localhost.b.example/ws");
-        for (const char* unusable : {"b.example", "HTTPS://b.example", "ftp://b.example", "https://b example",
-                                     "https://b.example:99999", "https://b.example/%zz"}) {
+        for (const char* unusable :
+             {"https://b example", "https://b.example:99999", "https://b.example/%zz"}) {
             row(unusable, "");
         }
     }
@@ -163,11 +164,11 @@ private Q_SLOTS:
         const auto [baseURL, address] = currentRow<QString, QString>();
         const LogCapture log;
         const auto url = webSocketUrl(baseURL, platform::Secret("a+b/c==&d#e%20f g-._~"));
-        QCOMPARE(url.has_value(), !address.isEmpty());
-        if (url) {
-            QCOMPARE(url->toEncoded(), address.toLatin1() + "?token=a%2Bb%2Fc%3D%3D%26d%23e%2520f%20g-._~");
+        QCOMPARE(url.isValid(), !address.isEmpty());
+        if (url.isValid()) {
+            QCOMPARE(url.toEncoded(), address.toLatin1() + "?token=a%2Bb%2Fc%3D%3D%26d%23e%2520f%20g-._~");
         }
-        QCOMPARE(log.count("[WS] Invalid URL"), url ? 0 : 1);
+        QCOMPARE(log.count("[WS] Invalid URL"), url.isValid() ? 0 : 1);
         const bool isReadable = address.startsWith("ws:") && address.contains("b.example");
         QCOMPARE(log.count("is reached without encryption"), isReadable ? 1 : 0);
     }
