@@ -48,6 +48,10 @@ BackendLink::~BackendLink() {
 
 void BackendLink::setAuth(ClerkAuthService* auth) {
     m_auth = auth;
+    if (auth) {
+        QObject::connect(auth, &ClerkAuthService::storeUnlocked, &q,
+                         [this] { retryToken(QStringLiteral("The secret store is unlocked")); });
+    }
 }
 
 bool BackendLink::enter(LinkEvent event) {
@@ -78,15 +82,41 @@ void BackendLink::disconnect() {
 
 void BackendLink::manualReconnect() {
     logLine(QStringLiteral("[WS] Manual reconnect triggered"));
+    reconnect();
+}
+
+void BackendLink::reconnect() {
     m_countdown.cancel();
     m_countdown.clearAttempts();
     dispatchToMain(&q, [this] {
         m_fields.setReconnectCountdown(0);
         m_fields.setCurrentAttempt(0);
         m_fields.setReconnecting(false);
-        m_fields.setAuthError(std::nullopt);
+        clearStop();
         platform::startTask(performConnect(LinkEvent::insisted), "connect");
     });
+}
+
+void BackendLink::stop(const QString& authError, StopCause cause) {
+    m_stopCause = cause;
+    m_fields.setAuthError(authError);
+}
+
+void BackendLink::clearStop() {
+    m_stopCause = StopCause::none;
+    m_fields.setAuthError(std::nullopt);
+}
+
+// A stop that was nobody's refusal ends with what caused it, as by the user's button. A request for a token
+// that is under way may hang on a network that is gone.
+void BackendLink::retryToken(const QString& event) {
+    const bool isFetching = m_state == LinkState::fetchingToken || m_state == LinkState::replacing;
+    if (isFetching) {
+        platform::startTask(performConnect(LinkEvent::insisted), "connect");
+    } else if (m_state != LinkState::closed && m_stopCause == StopCause::tokenUnavailable) {
+        logLine(QStringLiteral("[WS] %1 — reconnecting").arg(event));
+        reconnect();
+    }
 }
 
 QCoro::Task<void> BackendLink::performConnect(LinkEvent request) {
@@ -109,12 +139,12 @@ QCoro::Task<void> BackendLink::performConnect(LinkEvent request) {
 QCoro::Task<void> BackendLink::openWithToken() {
     const auto ticket = m_tokenRequest.ticket();
     std::optional<platform::Secret> token;
-    QString failure;
+    std::exception_ptr failure;
     try {
         auto fresh = co_await m_auth->getFreshJWT();
         token = std::move(fresh);
-    } catch (const std::exception& error) {
-        failure = errorText(error);
+    } catch (const std::exception&) {
+        failure = std::current_exception();
     }
     ticket.ensureCurrent();
     if (!token) {
@@ -125,10 +155,12 @@ QCoro::Task<void> BackendLink::openWithToken() {
     openSocket(webSocketUrl(m_currentBaseURL, *token));
 }
 
-void BackendLink::giveUpWithoutToken(const QString& reason) {
+void BackendLink::giveUpWithoutToken(const std::exception_ptr& error) {
     enter(LinkEvent::tokenFailed);
-    logLine(QStringLiteral("[WS] Failed to get JWT: %1").arg(reason));
-    m_fields.setAuthError(QStringLiteral("Could not fetch session token"));
+    logLine(QStringLiteral("[WS] Failed to get JWT: %1").arg(errorText(error)));
+    const bool isRefused = ClerkAuthService::tokenFailure(error) == ClerkAuthService::TokenFailure::refused;
+    stop(QStringLiteral("Could not fetch session token"),
+         isRefused ? StopCause::refused : StopCause::tokenUnavailable);
 }
 
 void BackendLink::openSocket(const QUrl& url) {
@@ -200,7 +232,7 @@ void BackendLink::finishOpening(int identifier) {
     m_fields.setConnected(true);
     m_fields.setReconnecting(false);
     m_connectionTime = m_clock.monotonic();
-    m_fields.setAuthError(std::nullopt);
+    clearStop();
     m_fields.setReconnectCountdown(0);
     m_fields.setCurrentAttempt(0);
 }
@@ -213,19 +245,23 @@ void BackendLink::startPingTimer(int identifier) {
                 m_socket.snapshot().webSocketTask->sendPing(std::move(pong));
             }
         },
+        [this, identifier](platform::WebSocketTask::SignsHandler handler) {
+            if (isInUse(identifier)) {
+                m_socket.snapshot().webSocketTask->readSigns(std::move(handler));
+            }
+        },
         [this, identifier](const QString& reason) {
             logLine(QStringLiteral("[WS] Ping failed: %1").arg(reason));
             handleDisconnect(identifier);
         });
 }
 
-// Only an open connection can have died without a word. A running countdown is left alone: right after a
-// resume or a change of network the token service is often not reachable yet, and a try that gets no token is
-// the last.
-void BackendLink::checkConnection() {
+// A running countdown is left alone: it leads to a try in any case.
+void BackendLink::followDisturbance() {
     if (m_pingTimer) {
         m_pingTimer->checkNow();
     }
+    retryToken(QStringLiteral("The network has changed"));
 }
 
 void BackendLink::handleClosed(int identifier, int code) {
@@ -257,7 +293,7 @@ void BackendLink::handleCompleted(int identifier, int httpStatus,
 
 void BackendLink::handleRefused(int identifier) {
     if (isInUse(identifier) && enter(LinkEvent::refused)) {
-        m_fields.setAuthError(QStringLiteral("Authentication failed — please sign in again."));
+        stop(QStringLiteral("Authentication failed — please sign in again."), StopCause::refused);
         m_fields.setConnected(false);
     }
 }

@@ -26,8 +26,9 @@ public:
     QCoro::Task<void> connect(QString baseURL);
     void disconnect();
     void manualReconnect();
-    // Whether the open connection still lives is to be found out now.
-    void checkConnection();
+    // The network has changed, or the machine has slept: an open connection may be dead without a word, and a
+    // token may be within reach again.
+    void followDisturbance();
 
     const LinkFields& fields() const { return m_fields; }
     ActiveSocket& socket() { return m_socket; }
@@ -37,7 +38,7 @@ private:
     // Opening.
     QCoro::Task<void> performConnect(LinkEvent request);
     QCoro::Task<void> openWithToken();
-    void giveUpWithoutToken(const QString& reason);
+    void giveUpWithoutToken(const std::exception_ptr& error);
     void openSocket(const QUrl& url);
     void startTask(const QUrl& url);
     void cleanupConnection();
@@ -46,6 +47,11 @@ private:
     void startPingTimer(int identifier);
 
     // The end, and what follows.
+    enum class StopCause { none, refused, tokenUnavailable };
+    void stop(const QString& authError, StopCause cause);
+    void clearStop();
+    void reconnect();
+    void retryToken(const QString& event);
     void handleClosed(int identifier, int code);
     void handleCompleted(int identifier, int httpStatus,
                          const std::optional<platform::WebSocketError>& error);
@@ -80,6 +86,8 @@ private:
     MessageDispatch m_dispatch;
     ReconnectCountdown m_countdown;
     std::optional<Heartbeat> m_pingTimer;
+    // Of the field authError: whether an event may end what it says.
+    StopCause m_stopCause = StopCause::none;
     QString m_currentBaseURL;
     // What the latest task was opened with.
     QString m_openedBaseURL;

@@ -5,6 +5,7 @@
 namespace corvane {
 
 using namespace std::chrono_literals;
+using platform::ConnectionSigns;
 
 namespace {
 
@@ -13,27 +14,55 @@ constexpr auto checkDeadline = 5s;
 
 } // namespace
 
-// Pongs hold it weakly: one that comes after the heartbeat's end finds nothing.
-struct Heartbeat::State {
+// Pongs and signs hold it weakly: one that comes after the heartbeat's end finds nothing.
+struct Heartbeat::State : std::enable_shared_from_this<Heartbeat::State> {
+    // A doubt that waits for its answer.
+    struct Check {
+        quint64 ping;
+        quint64 bytesThrough = 0; // when the wait began
+        bool hadNoRoute = false;  // at some time since then
+        bool again = false;       // somebody has doubted the connection since then
+        std::unique_ptr<platform::Timer> deadline{};
+    };
+
     platform::Clock& clock;
     PingSender sendPing;
+    SignsReader readSigns;
     FailureHandler failed;
     quint64 lastPing = 0;
     quint64 lastAnswered = 0;
     quint64 tickPing = 0;
-    quint64 checkPing = 0;
-    bool checkAgain = false;
-    std::unique_ptr<platform::Timer> deadline{};
+    std::optional<Check> check{};
+
+    State(platform::Clock& c, PingSender ping, SignsReader signs, FailureHandler failure)
+        : clock(c)
+        , sendPing(std::move(ping))
+        , readSigns(std::move(signs))
+        , failed(std::move(failure)) {}
 
     // By value: the handler may destroy the heartbeat.
     void fail(const QString& reason) const {
         const auto handler = failed;
         handler(reason);
     }
+
+    quint64 ping();
+    void answered(quint64 number);
+    void beginCheck();
+    void waitForAnswer();
+    void judge(const ConnectionSigns& signs);
+    // `take` runs only if the same check still waits.
+    void readForCheck(void (State::*take)(const ConnectionSigns&));
+    void noteStart(const ConnectionSigns& signs) {
+        check->bytesThrough = signs.bytesThrough;
+        noteRoute(signs);
+    }
+    void noteRoute(const ConnectionSigns& signs) { check->hadNoRoute |= !signs.hasRoute; }
 };
 
-Heartbeat::Heartbeat(platform::Clock& clock, PingSender sendPing, FailureHandler failed)
-    : m_state(std::make_shared<State>(State{clock, std::move(sendPing), std::move(failed)}))
+Heartbeat::Heartbeat(platform::Clock& clock, PingSender sendPing, SignsReader readSigns,
+                     FailureHandler failed)
+    : m_state(std::make_shared<State>(clock, std::move(sendPing), std::move(readSigns), std::move(failed)))
     , m_timer(clock.repeat(pingInterval, [this] { tick(); })) {}
 
 void Heartbeat::tick() {
@@ -41,47 +70,82 @@ void Heartbeat::tick() {
         m_state->fail(QStringLiteral("the server did not answer the last ping"));
         return;
     }
-    m_state->tickPing = ping(m_state);
+    m_state->tickPing = m_state->ping();
 }
 
 void Heartbeat::checkNow() {
-    if (m_state->deadline) {
-        m_state->checkAgain = true;
+    if (m_state->check) {
+        m_state->check->again = true;
+        m_state->readForCheck(&State::noteRoute);
     } else {
-        check(m_state);
+        m_state->beginCheck();
     }
 }
 
-void Heartbeat::check(const std::shared_ptr<State>& state) {
-    state->checkAgain = false;
-    state->deadline = state->clock.once(checkDeadline, [weak = std::weak_ptr(state)] {
-        if (const auto alive = weak.lock()) {
-            alive->fail(QStringLiteral("the server did not answer within 5 seconds"));
-        }
-    });
-    state->checkPing = ping(state);
+void Heartbeat::State::beginCheck() {
+    check.emplace(Check{lastPing + 1});
+    waitForAnswer();
+    readForCheck(&State::noteStart);
+    ping();
 }
 
-quint64 Heartbeat::ping(const std::shared_ptr<State>& state) {
-    const auto number = ++state->lastPing;
-    state->sendPing([weak = std::weak_ptr(state), number](const std::exception_ptr& error) {
+void Heartbeat::State::waitForAnswer() {
+    check->deadline = clock.once(checkDeadline, [weak = weak_from_this()] {
+        if (const auto alive = weak.lock()) {
+            alive->readForCheck(&State::judge);
+        }
+    });
+}
+
+void Heartbeat::State::readForCheck(void (State::*take)(const ConnectionSigns&)) {
+    readSigns([weak = weak_from_this(), take, number = check->ping](const ConnectionSigns& signs) {
+        const auto alive = weak.lock();
+        if (alive && alive->check && alive->check->ping == number) {
+            (alive.get()->*take)(signs);
+        }
+    });
+}
+
+void Heartbeat::State::judge(const ConnectionSigns& signs) {
+    if (!signs.hasRoute) {
+        // Nobody could answer. The network's return is the next doubt.
+        check.reset();
+    } else if (check->hadNoRoute) {
+        beginCheck();
+    } else if (signs.bytesThrough > check->bytesThrough) {
+        // Slow, but alive: the pong waits behind the sound.
+        noteStart(signs);
+        waitForAnswer();
+    } else {
+        fail(QStringLiteral("the server did not answer within 5 seconds"));
+    }
+}
+
+quint64 Heartbeat::State::ping() {
+    const auto number = ++lastPing;
+    sendPing([weak = weak_from_this(), number](const std::exception_ptr& error) {
         const auto alive = weak.lock();
         if (!alive) {
             return;
         }
         if (error) {
             alive->fail(platform::errorText(error));
-            return;
-        }
-        alive->lastAnswered = std::max(alive->lastAnswered, number);
-        if (alive->deadline && number >= alive->checkPing) {
-            alive->deadline.reset();
-            if (alive->checkAgain) {
-                check(alive);
-            }
+        } else {
+            alive->answered(number);
         }
     });
     return number;
+}
+
+void Heartbeat::State::answered(quint64 number) {
+    lastAnswered = std::max(lastAnswered, number);
+    if (check && number >= check->ping) {
+        const bool again = check->again;
+        check.reset();
+        if (again) {
+            beginCheck();
+        }
+    }
 }
 
 } // namespace corvane

@@ -55,7 +55,7 @@ WebSocketService::WebSocketService(platform::WebSocketFactory& factory, platform
     : m_link(std::make_unique<BackendLink>(*this, factory, clock)) {
     if (monitor) {
         QObject::connect(monitor, &platform::ConnectivityMonitor::disturbed, this,
-                         [this] { m_link->checkConnection(); });
+                         [this] { m_link->followDisturbance(); });
     }
 }
 

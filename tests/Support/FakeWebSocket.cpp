@@ -116,6 +116,12 @@ void FakeWebSocketTask::sendPing(DoneHandler pong) {
     }
 }
 
+void FakeWebSocketTask::readSigns(SignsHandler handler) {
+    QMetaObject::invokeMethod(
+        this, [peer = m_peer, handler = std::move(handler)] { handler(peer->m_signs); },
+        Qt::QueuedConnection);
+}
+
 std::unique_ptr<platform::WebSocketTask> FakeWebSocketFactory::makeTask(QUrl url, qint64) {
     const auto identifier = static_cast<int>(m_peers.size()) + 1;
     m_peers.push_back(std::make_shared<FakeWebSocketPeer>(std::move(url), identifier));

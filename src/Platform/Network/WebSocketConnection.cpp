@@ -3,6 +3,7 @@
 #include "Platform/Network/Connector.h"
 #include "Platform/Network/NetworkText.h"
 #include "Platform/Network/NetworkThread.h"
+#include "Platform/Network/SocketSigns.h"
 #include "Platform/Network/Transport.h"
 #include "Platform/Network/WebSocketMailbox.h"
 
@@ -46,6 +47,12 @@ public:
         post([id](BeastConnection& self) {
             self.m_pings.push_back(id);
             self.pumpPings();
+        });
+    }
+    void readSigns(WebSocketTask::SignsHandler handler) override {
+        post([handler = std::move(handler)](BeastConnection& self) {
+            handler(self.isOpen() ? signsOf(self.m_stream->next_layer().socket().native_handle())
+                                  : ConnectionSigns());
         });
     }
     void resumeReading() override {

@@ -40,6 +40,8 @@ public:
     virtual void send(WebSocketTask::Payload kind, QByteArray payload, WebSocketTask::DoneHandler done) = 0;
     // Ids rise from call to call.
     virtual void ping(quint32 id) = 0;
+    // The handler runs on the network thread.
+    virtual void readSigns(WebSocketTask::SignsHandler handler) = 0;
     // After the mailbox said that it is full.
     virtual void resumeReading() = 0;
     // Nothing is reported after it.

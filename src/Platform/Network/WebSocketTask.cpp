@@ -1,6 +1,7 @@
 #include "Platform/Network/WebSocketTask.h"
 
 #include "Platform/Core/Dispatch.h"
+#include "Platform/Core/OperationScope.h"
 #include "Platform/Network/NetworkThread.h"
 #include "Platform/Network/TlsRoots.h"
 #include "Platform/Network/WebSocketConnection.h"
@@ -108,6 +109,7 @@ public:
     }
     void receive(ReceiveHandler handler) override;
     void sendPing(DoneHandler pong) override;
+    void readSigns(SignsHandler handler) override;
 
 private:
     struct Ping {
@@ -137,6 +139,7 @@ private:
     bool m_cancelled = false;
     // Why nothing can be received or pinged any more.
     std::optional<WebSocketError> m_over;
+    OperationScope m_scope;
 };
 
 void SocketTask::resume() {
@@ -152,6 +155,7 @@ void SocketTask::cancel(int closeCode) {
     if (std::exchange(m_cancelled, true)) {
         return;
     }
+    m_scope.cancel();
     m_mailbox->close();
     m_connection->cancel(closeCode);
     if (!m_over) {
@@ -176,6 +180,16 @@ void SocketTask::sendPing(DoneHandler pong) {
     } else {
         m_connection->ping(m_lastPing);
     }
+}
+
+void SocketTask::readSigns(SignsHandler handler) {
+    m_connection->readSigns([ticket = m_scope.ticket(), handler = std::move(handler)](ConnectionSigns signs) {
+        dispatchToMain([ticket, handler, signs] {
+            if (ticket.isCurrent()) {
+                handler(signs);
+            }
+        });
+    });
 }
 
 // Whatever is called from here may destroy or cancel the task.

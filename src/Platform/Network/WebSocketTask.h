@@ -43,6 +43,14 @@ struct WebSocketMessage {
     QByteArray payload;
 };
 
+// What the system knows of an open connection without asking the peer.
+struct ConnectionSigns {
+    // Received, and acknowledged by the other side's system. Rises while anything gets through.
+    quint64 bytesThrough = 0;
+    // False: packets for the peer have no way out of this machine.
+    bool hasRoute = true;
+};
+
 // One WebSocket connection, from resume() to its end; never reused. Everything runs on the main thread unless
 // said otherwise; the network itself on the process's one network thread. Handlers are queued to the main
 // thread and are not called any more once the task is destroyed.
@@ -54,6 +62,8 @@ public:
     using DoneHandler = std::function<void(std::exception_ptr)>;
     // The message, or the reason why there will be none.
     using ReceiveHandler = std::function<void(std::optional<WebSocketMessage>, std::exception_ptr)>;
+
+    using SignsHandler = std::function<void(ConnectionSigns)>;
 
     enum class Payload { text, binary };
 
@@ -73,6 +83,7 @@ public:
     virtual void receive(ReceiveHandler handler) = 0;
     // `pong` reports the answer, or an error when the connection ends before one came.
     virtual void sendPing(DoneHandler pong) = 0;
+    virtual void readSigns(SignsHandler handler) = 0;
     // Status of the answer to the upgrade request; 0 as long as there is none.
     virtual int httpStatus() const = 0;
 

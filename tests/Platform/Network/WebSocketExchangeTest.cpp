@@ -149,6 +149,24 @@ private Q_SLOTS:
         }
     }
 
+    void signsTellWhatGotThrough() {
+        Link link;
+        std::vector<platform::ConnectionSigns> signs;
+        const auto read = [&] {
+            const auto known = signs.size();
+            link.probe->readSigns([&](platform::ConnectionSigns now) { signs.push_back(now); });
+            return waitUntil([&] { return signs.size() > known; });
+        };
+        QVERIFY(read());
+        link.probe->send(Payload::binary, QByteArray(100'000, 'x'), [](std::exception_ptr) {});
+        QVERIFY(waitUntil([&] { return !link.peer->frames.isEmpty(); }));
+        QVERIFY(waitUntil([&] { return read() && signs.back().bytesThrough >= signs[0].bytesThrough + 100'000; }));
+        QVERIFY(signs.back().hasRoute);
+        link.probe->readSigns([](platform::ConnectionSigns) { QFAIL("after the end"); });
+        link.probe->cancel(1000);
+        QVERIFY(waitUntil([&] { return link.peer->closeCode() == 1000; }));
+    }
+
     void aSlowReaderSlowsThePeer() {
         constexpr int count = 1500;
         Link link;

@@ -1,5 +1,6 @@
 #include "Services/Heartbeat.h"
 #include "tests/Support/FakeClock.h"
+#include "tests/Support/Rows.h"
 
 #include <QTest>
 
@@ -12,12 +13,14 @@ namespace {
 struct Fixture {
     FakeClock clock;
     std::vector<Heartbeat::PongHandler> pings;
+    platform::ConnectionSigns signs;
     QStringList failures;
     std::optional<Heartbeat> heartbeat;
 
     Fixture() {
         heartbeat.emplace(
             clock, [this](Heartbeat::PongHandler pong) { pings.push_back(std::move(pong)); },
+            [this](const platform::WebSocketTask::SignsHandler& handler) { handler(signs); },
             [this](const QString& reason) {
                 failures.append(reason);
                 heartbeat.reset();
@@ -67,6 +70,41 @@ private Q_SLOTS:
         f.pings.at(0)(nullptr);
         QCOMPARE(f.pings.size(), size_t(2));
         f.clock.advance(5s);
+        QCOMPARE(f.failures.size(), 1);
+    }
+
+    void aLatePongAloneIsNoLoss() {
+        Fixture f;
+        f.heartbeat->checkNow();
+        for (int i = 0; i < 3; ++i) {
+            f.clock.advance(4s);
+            f.signs.bytesThrough += 100; // the sound ahead of the ping
+            f.clock.advance(1s);
+        }
+        QCOMPARE(f.failures, QStringList());
+        f.clock.advance(5s);
+        QCOMPARE(f.failures.size(), 1);
+    }
+
+    // Nobody can answer; the time counts from when the network is back.
+    void withoutARouteNothingIsLost_data() {
+        const auto row = rows<std::chrono::seconds>();
+        row("longer than a check", 20s);
+        row("back during the check", 3s);
+    }
+    void withoutARouteNothingIsLost() {
+        const auto [gone] = currentRow<std::chrono::seconds>();
+        Fixture f;
+        f.clock.advance(30s);
+        f.pings.back()(nullptr);
+        f.signs.hasRoute = false;
+        f.heartbeat->checkNow();
+        f.clock.advance(gone);
+        f.signs.hasRoute = true;
+        f.heartbeat->checkNow();
+        f.clock.advance(4s);
+        QCOMPARE(f.failures, QStringList());
+        f.clock.advance(4s);
         QCOMPARE(f.failures.size(), 1);
     }
 

@@ -23,7 +23,8 @@ struct LinkFixture : IdentityFixture {
     int tokenRequests = 0;
     int sessionRequests = 0;
     int sessionStatus = 201;
-    bool tokensFail = false;
+    // A status, or -1 for a service that cannot be reached.
+    int tokenStatus = 200;
     platform::ConnectivityMonitor monitor;
     FakeWebSocketFactory sockets;
     std::unique_ptr<CorvaneAPIService> api;
@@ -106,11 +107,11 @@ private:
     FakeHttpClient::Answer answer(const platform::HttpRequest& request) {
         if (request.url.path().endsWith(QLatin1String("/tokens"))) {
             ++tokenRequests;
-            if (tokensFail) {
+            if (tokenStatus < 0) {
                 return platform::HttpError(platform::HttpError::Kind::hostNotFound, "no such host");
             }
             return FakeHttpClient::response(
-                200, tokenBody(sessionJWT(clock, 60s, QByteArray::number(tokenRequests))));
+                tokenStatus, tokenBody(sessionJWT(clock, 60s, QByteArray::number(tokenRequests))));
         }
         if (request.url.path() == QLatin1String("/api/interview-sessions")) {
             ++sessionRequests;

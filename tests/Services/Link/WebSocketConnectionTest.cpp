@@ -43,16 +43,62 @@ private Q_SLOTS:
 
     void withoutATokenThereIsNoRetry() {
         LinkFixture link;
-        link.tokensFail = true;
+        link.tokenStatus = -1;
         link.connect();
         QVERIFY(link.log.contains("[WS] Failed to get JWT: no such host"));
         link.clock.advance(60s);
         QCOMPARE(link.tokenRequests, 1);
         QCOMPARE(link.state(), "down in 0 attempt 0 Could not fetch session token");
-        link.tokensFail = false;
+        link.tokenStatus = 200;
         link.service->manualReconnect();
         link.settle();
         QCOMPARE(link.state(), "down in 0 attempt 0");
+        QCOMPARE(link.sockets.count(), 1);
+    }
+
+    // A stop that was nobody's refusal ends with what caused it. No event asks after a refusal, or a
+    // sign-out.
+    void whatEndsAStop_data() {
+        const auto row = rows<int, bool, bool, bool>();
+        row("network back", -1, true, false, true);
+        row("store unlocked", -1, false, false, true);
+        row("service has recovered", 503, true, false, true);
+        row("refused", 401, true, false, false);
+        row("refused, store unlocked", 401, false, false, false);
+        row("signed out", -1, true, true, false);
+    }
+    void whatEndsAStop() {
+        const auto [status, byNetwork, signsOut, ends] = currentRow<int, bool, bool, bool>();
+        LinkFixture link;
+        link.tokenStatus = status;
+        link.connect();
+        QCOMPARE(link.state(), "down in 0 attempt 0 Could not fetch session token");
+        if (signsOut) {
+            link.service->disconnect();
+        }
+        link.tokenStatus = 200;
+        link.clock.advance(60s);
+        if (byNetwork) {
+            link.disturb();
+        } else {
+            Q_EMIT link.auth->storeUnlocked();
+        }
+        link.settle();
+        QCOMPARE(link.tokenRequests, ends ? 2 : 1);
+        QCOMPARE(link.sockets.count(), ends ? 1 : 0);
+        QCOMPARE(link.log.count("— reconnecting"), ends ? 1 : 0);
+    }
+
+    // Its connection may be as dead as the network was.
+    void aRequestUnderWayIsMadeAgainWhenTheNetworkChanges() {
+        LinkFixture link;
+        link.http.setHeld(true);
+        link.connect();
+        link.disturb();
+        link.settle();
+        QCOMPARE(link.http.heldCount(), 2);
+        link.http.release(1);
+        link.settle();
         QCOMPARE(link.sockets.count(), 1);
     }
 

@@ -141,6 +141,11 @@ private Q_SLOTS:
         QCOMPARE(link.sockets.last().pingCount(), 1);
         QVERIFY(link.service->isConnected());
         link.sockets.last().setAnswersPings(false);
+        link.sockets.last().setSigns({.bytesThrough = 0, .hasRoute = false});
+        link.disturb();
+        link.clock.advance(6s);
+        QVERIFY(link.service->isConnected());
+        link.sockets.last().setSigns({});
         link.disturb();
         link.clock.advance(4999ms);
         QVERIFY(link.service->isConnected());

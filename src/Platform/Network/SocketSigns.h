@@ -1,0 +1,10 @@
+#pragma once
+
+#include "Platform/Network/WebSocketTask.h"
+
+namespace platform {
+
+// Of a connected TCP socket. Any thread that keeps the descriptor open meanwhile.
+ConnectionSigns signsOf(int descriptor);
+
+} // namespace platform
