@@ -1,6 +1,7 @@
 #include "Services/WebSocketService.h"
 
 #include "Services/BackendLink.h"
+#include "Services/DroppedSound.h"
 
 #include "Platform/Core/Dispatch.h"
 #include "Platform/Core/Log.h"
@@ -17,6 +18,18 @@ namespace {
 WebSocketError notConnected() {
     return {WebSocketError::Kind::notConnected,
             QStringLiteral("There is no connection to the backend. Check the network, then reconnect.")};
+}
+
+bool isCongestion(const std::exception_ptr& error) {
+    try {
+        if (error) {
+            std::rethrow_exception(error);
+        }
+    } catch (const WebSocketError& failure) {
+        return failure.kind() == WebSocketError::Kind::congested;
+    } catch (...) {
+    }
+    return false;
 }
 
 // Resolves the completion on the main thread, whichever thread reports.
@@ -52,7 +65,8 @@ std::shared_ptr<WebSocketTask> taskForSending(const ActiveSocket& socket, const 
 
 WebSocketService::WebSocketService(platform::WebSocketFactory& factory, platform::Clock& clock,
                                    platform::ConnectivityMonitor* monitor)
-    : m_link(std::make_unique<BackendLink>(*this, factory, clock)) {
+    : m_link(std::make_unique<BackendLink>(*this, factory, clock))
+    , m_droppedSound(std::make_shared<DroppedSound>(clock)) {
     if (monitor) {
         QObject::connect(monitor, &platform::ConnectivityMonitor::disturbed, this,
                          [this] { m_link->followDisturbance(); });
@@ -151,7 +165,14 @@ void WebSocketService::sendBinary(QByteArray data, quint8 streamFlag, SendHandle
     frame.reserve(data.size() + 1);
     frame.append(static_cast<char>(streamFlag));
     frame.append(data);
-    current.webSocketTask->send(WebSocketTask::Payload::binary, std::move(frame), std::move(done));
+    current.webSocketTask->send(
+        WebSocketTask::Payload::binary, std::move(frame),
+        [dropped = m_droppedSound, done = std::move(done)](const std::exception_ptr& error) {
+            if (isCongestion(error)) {
+                dropped->note();
+            }
+            done(error);
+        });
 }
 
 } // namespace corvane

@@ -14,6 +14,7 @@ namespace corvane {
 class BackendLink;
 class ClerkAuthService;
 class CorvaneAPIService;
+class DroppedSound;
 
 // Keeps one WebSocket to the backend alive while the user is signed in: handshake, ping, reconnection with
 // backoff, recovery of a lost session; and turns the server's messages into signals. Main thread unless said
@@ -56,8 +57,9 @@ public:
     QCoro::Task<void> sendCandidateSpeechStart();
     QCoro::Task<void> sendCandidateSpeechStop(qint64 at); // ms since the Unix epoch
     QCoro::Task<void> sendBinary(QByteArray data, quint8 streamFlag);
-    // Any thread; frames leave in the order of the calls. `done` is called once, on any thread. Before the
-    // server has confirmed the session the data is dropped and `done` reports success.
+    // Any thread; frames leave in the order of the calls. `done` is called once, on any thread; it gets
+    // `congested` for sound that an uplink that is too slow has not taken in time. Before the server has
+    // confirmed the session the data is dropped and `done` reports success.
     void sendBinary(QByteArray data, quint8 streamFlag, SendHandler done);
 
 Q_SIGNALS:
@@ -87,6 +89,8 @@ Q_SIGNALS:
 
 private:
     std::unique_ptr<BackendLink> m_link;
+    // Shared with the sends under way.
+    std::shared_ptr<DroppedSound> m_droppedSound;
 };
 
 } // namespace corvane

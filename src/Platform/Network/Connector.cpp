@@ -5,6 +5,7 @@
 #include <boost/asio/read_until.hpp>
 #include <boost/asio/write.hpp>
 
+#include <netinet/tcp.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
@@ -17,6 +18,8 @@ using Kind = WebSocketError::Kind;
 // A dead address must not use up the time of the ones after it.
 constexpr std::chrono::seconds attemptTimeout{5};
 constexpr std::size_t maxProxyHead = 16 * 1024;
+using NotSentLowWater = asio::detail::socket_option::integer<IPPROTO_TCP, TCP_NOTSENT_LOWAT>;
+constexpr int maxUnsentBytes = 32 * 1024;
 
 bool isNumeric(const std::string& host) {
     error_code error;
@@ -128,6 +131,8 @@ void Connector::connected(error_code error) {
     } else {
         // Speech goes out in small frames, each due now.
         m_transport.socket().set_option(asio::ip::tcp::no_delay(true), error);
+        // What waits is to wait in our queue, where it has a bound, and not in the system's.
+        m_transport.socket().set_option(NotSentLowWater(maxUnsentBytes), error);
         if (m_plan.proxyHost.isEmpty()) {
             startTls();
         } else {

@@ -66,6 +66,10 @@ QString upgradeRefused(int status, bool webPage) {
                : QStringLiteral("The server refused the connection (HTTP %1). Try again later.").arg(status);
 }
 
+QString congested(const QString& host) {
+    return QStringLiteral("The network is too slow for all the sound that is sent to %1.").arg(host);
+}
+
 QString protocolBroken(const QString& host, const QString& reason) {
     return withReason(QStringLiteral("%1 broke the WebSocket protocol").arg(host), reason);
 }

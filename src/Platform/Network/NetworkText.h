@@ -18,6 +18,8 @@ QString notHttp(const QString& host);
 QString notWebSocket(const QString& host);
 // An answer with a status in place of the upgrade.
 QString upgradeRefused(int status, bool webPage);
+// The network does not take what is to be sent as fast as it comes.
+QString congested(const QString& host);
 QString protocolBroken(const QString& host, const QString& reason);
 
 } // namespace platform::networkText

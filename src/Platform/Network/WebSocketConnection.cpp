@@ -3,6 +3,7 @@
 #include "Platform/Network/Connector.h"
 #include "Platform/Network/NetworkText.h"
 #include "Platform/Network/NetworkThread.h"
+#include "Platform/Network/SendQueue.h"
 #include "Platform/Network/SocketSigns.h"
 #include "Platform/Network/Transport.h"
 #include "Platform/Network/WebSocketMailbox.h"
@@ -70,12 +71,6 @@ public:
 private:
     using Stream = websocket::stream<Transport, false>;
 
-    struct Outgoing {
-        WebSocketTask::Payload kind;
-        QByteArray payload;
-        WebSocketTask::DoneHandler done;
-    };
-
     template<typename Work>
     void post(Work work) {
         asio::post(m_thread.context(),
@@ -93,7 +88,9 @@ private:
     void upgrade(std::optional<WebSocketError> error);
     void upgraded(error_code error);
     WebSocketError refusal(error_code error);
+    void enqueue(SendQueue::Frame frame);
     void pump();
+    void failDropped();
     void written(error_code error, std::size_t);
     void pumpPings();
     void pinged(error_code error);
@@ -127,11 +124,11 @@ private:
     std::optional<Connector> m_connector;
     websocket::response_type m_answer;
     boost::beast::flat_buffer m_incoming;
-    std::deque<Outgoing> m_outgoing; // the front one is being written while m_writing
+    SendQueue m_waiting;
+    std::optional<SendQueue::Frame> m_beingWritten;
     std::deque<quint32> m_pings;
     quint32 m_pingSent = 0;
     bool m_open = false;
-    bool m_writing = false;
     bool m_pinging = false;
     bool m_readingPaused = false;
 };
@@ -143,14 +140,18 @@ void BeastConnection::send(WebSocketTask::Payload kind, QByteArray payload, WebS
                          : WebSocketError(Kind::notConnected, QStringLiteral("There is no connection."))));
         return;
     }
-    post([outgoing = Outgoing{kind, std::move(payload), std::move(done)}](BeastConnection& self) mutable {
-        if (self.m_cancelled || self.m_reported) {
-            self.send(outgoing.kind, {}, std::move(outgoing.done));
-            return;
-        }
-        self.m_outgoing.push_back(std::move(outgoing));
-        self.pump();
-    });
+    post([frame = SendQueue::Frame{kind, std::move(payload), std::move(done)}](
+             BeastConnection& self) mutable { self.enqueue(std::move(frame)); });
+}
+
+void BeastConnection::enqueue(SendQueue::Frame frame) {
+    if (m_cancelled || m_reported) {
+        send(frame.kind, {}, std::move(frame.done));
+        return;
+    }
+    m_waiting.push(std::move(frame), std::chrono::steady_clock::now());
+    pump();
+    failDropped();
 }
 
 void BeastConnection::doStart(ConnectPlan plan) {
@@ -224,23 +225,32 @@ WebSocketError BeastConnection::refusal(error_code error) {
 }
 
 void BeastConnection::pump() {
-    if (!isOpen() || m_writing || m_outgoing.empty()) {
+    if (!isOpen() || m_beingWritten) {
         return;
     }
-    m_writing = true;
-    const auto& front = m_outgoing.front();
-    m_stream->text(front.kind == WebSocketTask::Payload::text);
-    m_stream->async_write(
-        asio::buffer(front.payload.constData(), static_cast<std::size_t>(front.payload.size())),
-        bind(&BeastConnection::written));
+    m_beingWritten = m_waiting.take(std::chrono::steady_clock::now());
+    if (m_beingWritten) {
+        const auto& payload = m_beingWritten->payload;
+        m_stream->text(m_beingWritten->kind == WebSocketTask::Payload::text);
+        m_stream->async_write(asio::buffer(payload.constData(), static_cast<std::size_t>(payload.size())),
+                              bind(&BeastConnection::written));
+    }
+}
+
+void BeastConnection::failDropped() {
+    for (const auto& frame : m_waiting.takeDropped()) {
+        if (frame.done) {
+            frame.done(pointer(WebSocketError(Kind::congested, networkText::congested(m_plan.hostText()))));
+        }
+    }
 }
 
 void BeastConnection::written(error_code error, std::size_t) {
-    m_writing = false;
-    const auto done = std::move(m_outgoing.front().done);
-    m_outgoing.pop_front();
+    const auto done = std::move(m_beingWritten->done);
+    m_beingWritten.reset();
     if (!error) {
         pump();
+        failDropped();
     } else if (isOpen()) {
         // What the peer said last may still be there to read, and tells more.
         armBound(closeBound);
@@ -383,15 +393,14 @@ void BeastConnection::report(WebSocketEnd end) {
     m_mailbox->ended(std::move(end));
 }
 
-// The one being written keeps its place, for its bytes; its handler goes with the others.
+// The one being written keeps its bytes until the write has ended; its handler goes with the others.
 void BeastConnection::failSends(const std::exception_ptr& error) {
-    auto failed = std::exchange(m_outgoing, {});
-    if (m_writing) {
-        m_outgoing.push_back({failed.front().kind, failed.front().payload, nullptr});
+    if (m_beingWritten && m_beingWritten->done) {
+        std::exchange(m_beingWritten->done, nullptr)(error);
     }
-    for (const auto& outgoing : failed) {
-        if (outgoing.done) {
-            outgoing.done(error);
+    for (const auto& frame : m_waiting.clear()) {
+        if (frame.done) {
+            frame.done(error);
         }
     }
 }

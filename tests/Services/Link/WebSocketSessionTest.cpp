@@ -76,6 +76,25 @@ private Q_SLOTS:
         }
     }
 
+    void soundThatASlowUplinkDroppedIsCounted() {
+        LinkFixture link;
+        link.open();
+        link.confirm();
+        link.sockets.last().setSendError(
+            platform::WebSocketError(FakeWebSocketPeer::ErrorKind::congested, "too slow"));
+        for (int i = 0; i < 250; ++i) {
+            link.clock.advance(80ms);
+            int failed = 0;
+            link.service->sendBinary("x", 0,
+                                     [&](const std::exception_ptr& error) { failed += error ? 1 : 0; });
+            QCOMPARE(failed, 1);
+        }
+        QCOMPARE(link.log.lines().filter("too slow"),
+                 QStringList({"[WS] The network is too slow: 1 chunks of sound dropped so far",
+                              "[WS] The network is too slow: 126 chunks of sound dropped so far"}));
+        QVERIFY(link.service->isConnected());
+    }
+
     // Sound threads send while the main thread loses, replaces and drops the connection.
     void audioFromOtherThreads() {
         LinkFixture link;

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "Platform/Core/Clock.h"
+
+#include <mutex>
+#include <optional>
+
+namespace corvane {
+
+// Counts the chunks of sound that a slow uplink did not take in time, and says so now and then. Any thread.
+class DroppedSound {
+public:
+    explicit DroppedSound(const platform::Clock& clock)
+        : m_clock(clock) {}
+
+    void note();
+
+private:
+    const platform::Clock& m_clock;
+    std::mutex m_mutex;
+    qint64 m_count = 0;
+    std::optional<std::chrono::nanoseconds> m_lastLine; // monotonic
+};
+
+} // namespace corvane
