@@ -135,6 +135,8 @@ void Connector::connected(error_code error) {
         m_transport.socket().set_option(NotSentLowWater(maxUnsentBytes), error);
         if (m_plan.proxyHost.isEmpty()) {
             startTls();
+        } else if (m_plan.proxyKind == ConnectPlan::ProxyKind::socks5) {
+            throughSocks();
         } else {
             throughProxy();
         }
@@ -166,8 +168,14 @@ void Connector::proxyAnswered(error_code error) {
         return;
     }
     const int status = error ? 0 : httpStatusOf(m_proxyTalk.data(), m_proxyTalk.size());
-    if (status == 200) {
+    if (status >= 200 && status <= 299) {
         startTls();
+        return;
+    }
+    if (status >= 100 && status <= 199) {
+        // Not yet the answer.
+        m_proxyTalk.erase(0, m_proxyTalk.find("\r\n\r\n") + 4);
+        readProxyAnswer();
         return;
     }
     if (error) {
@@ -179,19 +187,40 @@ void Connector::proxyAnswered(error_code error) {
     }
 }
 
+void Connector::throughSocks() {
+    m_socks.emplace(m_transport.socket(),
+                    SocksHandshake::Target{m_plan.host, m_plan.port, m_plan.proxyCredentials});
+    m_socks->run(m_owner, [this](const std::optional<std::string>& failure) {
+        if (m_handler && failure) {
+            finish(unreachable(*failure));
+        } else if (m_handler) {
+            startTls();
+        }
+    });
+}
+
+// Tells TLS which name to ask for and to verify. False: it does not take the name, and nothing would be
+// verified.
+bool Connector::nameTlsHost() {
+    auto* ssl = m_transport.tls().native_handle();
+    const auto host = m_plan.host.toStdString();
+    if (isNumeric(host)) {
+        return X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(ssl), host.c_str()) == 1;
+    }
+    SSL_set_hostflags(ssl, X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
+    return SSL_set_tlsext_host_name(ssl, host.c_str()) == 1 && SSL_set1_host(ssl, host.c_str()) == 1;
+}
+
 void Connector::startTls() {
     if (!m_plan.encrypted) {
         finish(std::nullopt);
         return;
     }
-    auto* ssl = m_transport.tls().native_handle();
-    const auto host = m_plan.host.toStdString();
-    if (isNumeric(host)) {
-        X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(ssl), host.c_str());
-    } else {
-        SSL_set_tlsext_host_name(ssl, host.c_str());
-        SSL_set_hostflags(ssl, X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
-        SSL_set1_host(ssl, host.c_str());
+    if (!nameTlsHost()) {
+        finish(WebSocketError(
+            Kind::tlsFailed,
+            networkText::tlsFailed(m_plan.hostText(), QStringLiteral("its name cannot be verified"))));
+        return;
     }
     m_transport.setEncrypted(true);
     m_transport.tls().async_handshake(asio::ssl::stream_base::client,

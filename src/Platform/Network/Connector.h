@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Network/NetworkThread.h"
+#include "Platform/Network/SocksHandshake.h"
 #include "Platform/Network/Transport.h"
 #include "Platform/Network/WebSocketConnection.h"
 
@@ -31,6 +32,8 @@ private:
     void throughProxy();
     void readProxyAnswer();
     void proxyAnswered(error_code error);
+    void throughSocks();
+    bool nameTlsHost();
     void startTls();
     void finish(std::optional<WebSocketError> error);
     WebSocketError unreachable(const std::string& reason) const;
@@ -46,6 +49,7 @@ private:
     std::size_t m_next = 0;
     bool m_connecting = false;
     std::string m_proxyTalk;
+    std::optional<SocksHandshake> m_socks;
 };
 
 } // namespace platform

@@ -62,7 +62,8 @@ QString textOf(HttpError::Kind kind, const QString& host, const QString& reason,
         return sslErrors.isEmpty() ? networkText::tlsFailed(host, reason)
                                    : networkText::certificateRefused(host, sslErrors.first().errorString());
     case HttpError::Kind::proxyFailed:
-        return networkText::proxyFailed(proxy.hostName(), reason);
+        // One that the system does not know of stands in the place of the server.
+        return networkText::proxyFailed(proxy.hostName().isEmpty() ? host : proxy.hostName(), reason);
     case HttpError::Kind::notHttp:
         return networkText::notHttp(host);
     case HttpError::Kind::cannotConnect:

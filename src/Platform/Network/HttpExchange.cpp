@@ -1,8 +1,10 @@
 #include "Platform/Network/HttpExchange.h"
 
 #include "Platform/Core/Dispatch.h"
+#include "Platform/Core/Tasks.h"
 #include "Platform/Network/HttpErrors.h"
 #include "Platform/Network/NetworkText.h"
+#include "Platform/Network/ProxyLookup.h"
 #include "Platform/Network/TlsRoots.h"
 
 #include <QCoreApplication>
@@ -19,21 +21,16 @@ namespace {
 // A body that comes in thousands of pieces a second wakes its reader a hundred times.
 constexpr auto deliveryInterval = std::chrono::milliseconds(10);
 
-// Asks the system for each request; the list that Qt keeps for the application may be hours old.
-class SystemProxies : public QNetworkProxyFactory {
+// What the system named for this request; the list that Qt keeps for the application may be hours old.
+class KnownProxies : public QNetworkProxyFactory {
 public:
-    // `chosen` gets the proxy that the request goes through.
-    explicit SystemProxies(QNetworkProxy& chosen)
-        : m_chosen(chosen) {}
+    explicit KnownProxies(QList<QNetworkProxy> proxies)
+        : m_proxies(std::move(proxies)) {}
 
-    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery& query) override {
-        auto proxies = systemProxyForQuery(query);
-        m_chosen = proxies.isEmpty() ? QNetworkProxy(QNetworkProxy::NoProxy) : proxies.first();
-        return proxies;
-    }
+    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery&) override { return m_proxies; }
 
 private:
-    QNetworkProxy& m_chosen;
+    QList<QNetworkProxy> m_proxies;
 };
 
 // A body that can be read once. Without it Qt sends the request again, up to three times, when the connection
@@ -104,10 +101,13 @@ void HttpExchange::settle(std::function<void(const Completion<HttpResponse>&)> o
     if (std::exchange(m_settled, true)) {
         return;
     }
+    m_scope.cancel();
     m_deadline.stop();
     m_delivery.stop();
-    m_reply->disconnect(this);
-    m_reply->abort();
+    if (m_reply) {
+        m_reply->disconnect(this);
+        m_reply->abort();
+    }
     dispatchToMain([completion = m_completion, outcome = std::move(outcome), sink = m_sink, rest = m_body] {
         if (sink && !rest.isEmpty()) {
             sink(rest);
@@ -153,19 +153,28 @@ QNetworkReply* HttpExchange::send(bool withCookies) {
     return m_manager.sendCustomRequest(request, verb, new BodyOnce(body, &m_manager));
 }
 
-void HttpExchange::start(QNetworkCookieJar* cookies) {
-    m_manager.setProxyFactory(new SystemProxies(m_proxy));
+QCoro::Task<void> HttpExchange::begin(QPointer<QNetworkCookieJar> cookies) {
+    const auto ticket = m_scope.ticket();
+    auto lookup = systemProxies(m_request.url);
+    const auto proxies = co_await std::move(lookup);
+    ticket.ensureCurrent();
+    m_proxy = proxies.isEmpty() ? QNetworkProxy(QNetworkProxy::NoProxy) : proxies.first();
+    m_manager.setProxyFactory(new KnownProxies(proxies));
     if (cookies) {
         auto* owner = cookies->parent();
         m_manager.setCookieJar(cookies);
         cookies->setParent(owner); // the manager takes it otherwise
     }
-    m_reply = send(cookies != nullptr);
+    m_reply = send(!cookies.isNull());
     connect(m_reply, &QNetworkReply::sslErrors, this,
             [this](const QList<QSslError>& errors) { m_sslErrors = errors; });
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &HttpExchange::takeBody);
     connect(m_reply, &QNetworkReply::readyRead, this, &HttpExchange::takeBody);
     connect(m_reply, &QNetworkReply::finished, this, &HttpExchange::finish);
+}
+
+void HttpExchange::start(QNetworkCookieJar* cookies) {
+    startTask(begin(cookies), "request");
 
     m_deadline.setSingleShot(true);
     connect(&m_deadline, &QTimer::timeout, this, [this] {

@@ -1,18 +1,18 @@
 #pragma once
 
-#include "Platform/Core/Completion.h"
+#include "Platform/Core/OperationScope.h"
 #include "Platform/Network/HttpClient.h"
 
+#include <QCoroTask>
 #include <QElapsedTimer>
 #include <QNetworkAccessManager>
+#include <QNetworkCookieJar>
 #include <QNetworkProxy>
 #include <QNetworkReply>
 #include <QPointer>
 #include <QTimer>
 
 #include <functional>
-
-class QNetworkCookieJar;
 
 namespace platform {
 
@@ -33,6 +33,7 @@ public:
 private:
     QNetworkRequest networkRequest(bool withCookies) const;
     void start(QNetworkCookieJar* cookies);
+    QCoro::Task<void> begin(QPointer<QNetworkCookieJar> cookies);
     QNetworkReply* send(bool withCookies);
     void takeBody();
     bool wantsBody();
@@ -56,6 +57,7 @@ private:
     QByteArray m_body; // with a sink: what it has not got yet
     QList<QSslError> m_sslErrors;
     Completion<HttpResponse> m_completion;
+    OperationScope m_scope;
     bool m_headJudged = false;
     bool m_settled = false;
 };

@@ -59,6 +59,11 @@ QString notWebSocket(const QString& host) {
 }
 
 QString upgradeRefused(int status, bool webPage) {
+    if (status == 407) {
+        return QStringLiteral(
+            "A proxy on the way asks for a user name and a password (HTTP 407). Check the proxy in "
+            "the network settings.");
+    }
     return webPage
                ? QStringLiteral("The server answered with a web page (HTTP %1) and opened no connection. "
                                 "Check the network for a page to sign in at.")

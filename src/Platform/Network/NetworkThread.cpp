@@ -57,12 +57,13 @@ struct NetworkThread::State {
 
 std::shared_ptr<NetworkThread> NetworkThread::shared() {
     static std::weak_ptr<NetworkThread> current;
-    auto thread = current.lock();
-    if (!thread) {
-        thread.reset(new NetworkThread);
-        current = thread;
+    auto user = current.lock();
+    if (!user) {
+        const std::shared_ptr<NetworkThread> thread(new NetworkThread);
+        user = {thread.get(), [thread](NetworkThread* last) { last->join(); }};
+        current = user;
     }
-    return thread;
+    return user;
 }
 
 NetworkThread::NetworkThread()
@@ -73,6 +74,13 @@ NetworkThread::NetworkThread()
 }
 
 NetworkThread::~NetworkThread() {
+    join();
+}
+
+void NetworkThread::join() {
+    if (!m_state->thread.joinable()) {
+        return;
+    }
     {
         const std::lock_guard lock(m_state->gate->mutex);
         m_state->gate->context = nullptr;

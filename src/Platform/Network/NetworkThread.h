@@ -12,7 +12,7 @@ class io_context;
 namespace platform {
 
 // The process's one network thread. It sleeps while nothing arrives and nothing is sent.
-class NetworkThread {
+class NetworkThread : public std::enable_shared_from_this<NetworkThread> {
 public:
     // One name lookup: numeric addresses, or the resolver's text if there is none.
     struct Addresses {
@@ -21,9 +21,10 @@ public:
     };
     using LookupHandler = std::function<void(Addresses)>;
 
-    // Main thread. Starts the thread, or joins those who use it already.
+    // Main thread. Starts the thread, or joins those who use it already. It ends with the last of these
+    // references: work queued before still runs, and the caller waits for it. Ordinary ones
+    // (shared_from_this()) keep the object alive, on which nothing runs any more then.
     static std::shared_ptr<NetworkThread> shared();
-    // Main thread. Work queued before still runs; then the thread ends.
     ~NetworkThread();
     NetworkThread(const NetworkThread&) = delete;
     NetworkThread& operator=(const NetworkThread&) = delete;
@@ -35,6 +36,7 @@ public:
 
 private:
     NetworkThread();
+    void join();
 
     struct State;
     std::unique_ptr<State> m_state;

@@ -21,6 +21,8 @@ struct ConnectPlan {
     qint64 maxMessageBytes = 0;
     // For name, connection, TLS and upgrade together.
     std::chrono::milliseconds bound{30'000};
+    enum class ProxyKind { http, socks5 };
+    ProxyKind proxyKind = ProxyKind::http;
     QByteArray proxyHost = {}; // empty: no proxy
     quint16 proxyPort = 0;
     QByteArray proxyCredentials = {}; // "user:password"; empty: none

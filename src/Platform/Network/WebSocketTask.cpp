@@ -2,12 +2,14 @@
 
 #include "Platform/Core/Dispatch.h"
 #include "Platform/Core/OperationScope.h"
+#include "Platform/Core/Tasks.h"
 #include "Platform/Network/NetworkThread.h"
+#include "Platform/Network/ProxyLookup.h"
 #include "Platform/Network/TlsRoots.h"
 #include "Platform/Network/WebSocketConnection.h"
 #include "Platform/Network/WebSocketMailbox.h"
 
-#include <QNetworkProxyFactory>
+#include <QCoroTask>
 #include <QPointer>
 
 #include <atomic>
@@ -32,17 +34,21 @@ QByteArray hostHeader(const QUrl& url, const QByteArray& host) {
     return url.port() < 0 ? name : name + ':' + QByteArray::number(url.port());
 }
 
-// The proxy that the system names for this address now. Throws WebSocketError for a kind that carries no
-// WebSocket.
-QNetworkProxy proxyFor(const QUrl& url, bool encrypted) {
-    auto webUrl = url;
-    webUrl.setScheme(encrypted ? QStringLiteral("https") : QStringLiteral("http"));
-    webUrl.setQuery(QString()); // it holds the token
-    for (const auto& proxy : QNetworkProxyFactory::systemProxyForQuery(QNetworkProxyQuery(webUrl))) {
+// What the proxies of the system are asked about.
+QUrl webUrlOf(QUrl url) {
+    url.setScheme(url.scheme() == QStringLiteral("wss") ? QStringLiteral("https") : QStringLiteral("http"));
+    url.setQuery(QString()); // it holds the token
+    return url;
+}
+
+// The first that can carry a WebSocket. Throws WebSocketError when there is none.
+QNetworkProxy usableProxy(const QList<QNetworkProxy>& proxies) {
+    for (const auto& proxy : proxies) {
         switch (proxy.type()) {
         case QNetworkProxy::NoProxy:
         case QNetworkProxy::DefaultProxy:
         case QNetworkProxy::HttpProxy:
+        case QNetworkProxy::Socks5Proxy:
             return proxy;
         default:
             break;
@@ -50,15 +56,18 @@ QNetworkProxy proxyFor(const QUrl& url, bool encrypted) {
     }
     throw WebSocketError(
         Kind::proxyFailed,
-        QStringLiteral("Only HTTP proxies are supported, and the system names another kind."));
+        QStringLiteral("Only HTTP and SOCKS 5 proxies are supported, and the system names another kind."));
 }
 
-ConnectPlan planFor(const QUrl& url, qint64 maxMessageBytes) {
-    const bool encrypted = url.scheme() == QStringLiteral("wss");
-    if (url.host().isEmpty() || (!encrypted && url.scheme() != QStringLiteral("ws"))) {
-        throw WebSocketError(Kind::cannotConnect, QStringLiteral("The address is none of a WebSocket."));
+void requireWebSocketAddress(const QUrl& url) {
+    const bool isSocket = url.scheme() == QStringLiteral("wss") || url.scheme() == QStringLiteral("ws");
+    if (url.host().isEmpty() || !isSocket) {
+        throw WebSocketError(Kind::cannotConnect, QStringLiteral("The address is not that of a WebSocket."));
     }
-    const auto proxy = proxyFor(url, encrypted);
+}
+
+ConnectPlan planFor(const QUrl& url, const QNetworkProxy& proxy, qint64 maxMessageBytes) {
+    const bool encrypted = url.scheme() == QStringLiteral("wss");
     ConnectPlan plan;
     plan.host = url.host(QUrl::FullyEncoded).toLatin1();
     plan.port = static_cast<quint16>(url.port(encrypted ? 443 : 80));
@@ -73,7 +82,9 @@ ConnectPlan planFor(const QUrl& url, qint64 maxMessageBytes) {
     plan.encrypted = encrypted;
     plan.rootsFile = tlsRoots::overridingFile();
     plan.maxMessageBytes = maxMessageBytes;
-    if (proxy.type() == QNetworkProxy::HttpProxy) {
+    if (proxy.type() == QNetworkProxy::HttpProxy || proxy.type() == QNetworkProxy::Socks5Proxy) {
+        plan.proxyKind = proxy.type() == QNetworkProxy::HttpProxy ? ConnectPlan::ProxyKind::http
+                                                                  : ConnectPlan::ProxyKind::socks5;
         plan.proxyHost = proxy.hostName().toLatin1();
         plan.proxyPort = proxy.port();
         if (!proxy.user().isEmpty()) {
@@ -117,6 +128,7 @@ private:
         DoneHandler pong;
     };
 
+    QCoro::Task<void> start();
     void takeMail();
     // False: no handler, or no message.
     bool takeMessage();
@@ -143,8 +155,17 @@ private:
 };
 
 void SocketTask::resume() {
+    startTask(start(), "socket");
+}
+
+QCoro::Task<void> SocketTask::start() {
+    const auto ticket = m_scope.ticket();
     try {
-        m_connection->start(planFor(m_url, m_maxMessageBytes));
+        requireWebSocketAddress(m_url);
+        auto lookup = systemProxies(webUrlOf(m_url));
+        const auto proxies = co_await std::move(lookup);
+        ticket.ensureCurrent();
+        m_connection->start(planFor(m_url, usableProxy(proxies), m_maxMessageBytes));
     } catch (const WebSocketError& error) {
         m_connection->cancel(1001);
         later([this, error] { finish({error, {}, 0}); });
@@ -281,10 +302,11 @@ void SocketTask::failHandlers() {
 class SocketFactory : public WebSocketFactory {
 public:
     std::unique_ptr<WebSocketTask> makeTask(QUrl url, qint64 maxMessageBytes) override {
-        return std::make_unique<SocketTask>(m_thread, std::move(url), maxMessageBytes);
+        return std::make_unique<SocketTask>(m_thread->shared_from_this(), std::move(url), maxMessageBytes);
     }
 
 private:
+    // The thread ends with its last factory. A task that lives longer is inert.
     const std::shared_ptr<NetworkThread> m_thread = NetworkThread::shared();
 };
 

@@ -76,10 +76,10 @@ public:
     virtual void resume() = 0;
     // Closes with the code if open, drops the connection otherwise. Sends under way fail with `cancelled`.
     virtual void cancel(int closeCode) = 0;
-    // Any thread. Binary frames leave in the order of the calls, of all threads, and so do text frames; a text frame
-    // that would wait for more than a second of binary ones leaves before them. A binary frame that waits too long,
-    // or behind too many bytes, fails with `congested`. `done` runs on the network thread, or on the caller's if the
-    // task cannot send any more: keep it short and hop.
+    // Any thread. Binary frames leave in the order of the calls, of all threads, and so do text frames; a
+    // text frame that would wait for more than a second of binary ones leaves before them. A binary frame
+    // that waits too long, or behind too many bytes, fails with `congested`. `done` runs on the network
+    // thread, or on the caller's if the task cannot send any more: keep it short and hop.
     virtual void send(Payload kind, QByteArray payload, DoneHandler done) = 0;
     // Arms one receive; the next one only after its handler ran. Messages wait, within a bound, until asked
     // for.

@@ -130,6 +130,8 @@ private Q_SLOTS:
             "Could not connect to localhost: Connection refused. Check the network, then try again.");
         row("proxy is gone", "-", "http://localhost:1", Kind::proxyFailed,
             "The proxy localhost failed: Connection refused. Check the proxy in the network settings.");
+        row("a proxy that nobody knows of", "HTTP/1.1 407 Proxy Auth\r\nContent-Length: 0\r\n\r\n", {},
+            Kind::proxyFailed, "The proxy localhost failed: ");
         row("hangs up", "", {}, Kind::connectionLost, "The connection to localhost was lost. Try again.");
         row("body cut off", ok + "Content-Length: 10\r\n\r\nabc", {}, Kind::connectionLost,
             "The connection to localhost was lost. Try again.");

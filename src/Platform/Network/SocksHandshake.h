@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Platform/Network/Asio.h"
+
+#include <QByteArray>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace platform {
+
+// Asks a SOCKS 5 proxy (RFC 1928, RFC 1929) for the way to a server. The name is the proxy's to look up.
+// Network thread.
+class SocksHandshake {
+public:
+    struct Target {
+        QByteArray host; // ASCII, an IPv6 address without brackets
+        quint16 port = 0;
+        QByteArray credentials; // "user:password"; empty: none
+    };
+    // Nothing, or why the proxy did not let us through.
+    using Handler = std::function<void(std::optional<std::string> failure)>;
+
+    SocksHandshake(Socket& socket, Target target)
+        : m_socket(socket)
+        , m_target(std::move(target)) {}
+
+    // `owner` keeps this object alive meanwhile.
+    void run(std::shared_ptr<void> owner, Handler handler);
+
+private:
+    using Step = void (SocksHandshake::*)();
+
+    void chooseMethod();
+    void authenticate();
+    void askForTheWay();
+    void takeAnswer();
+    void takeAddress();
+    // Writes what there is to say, if anything, and reads so many bytes.
+    void exchange(std::size_t answerBytes, Step next);
+    void read(Step next);
+    void finish(std::optional<std::string> failure);
+    unsigned char answered(std::size_t index) const { return static_cast<unsigned char>(m_answer[index]); }
+
+    Socket& m_socket;
+    Target m_target;
+    std::shared_ptr<void> m_owner;
+    Handler m_handler;
+    std::string m_say;
+    std::string m_answer;
+};
+
+} // namespace platform
