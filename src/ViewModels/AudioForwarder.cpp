@@ -66,11 +66,11 @@ AudioForwarder::~AudioForwarder() {
     }
 }
 
-int AudioForwarder::microphoneCount() const {
+int AudioForwarder::micSendCount() const {
     return m_microphone->count.load();
 }
 
-int AudioForwarder::systemCount() const {
+int AudioForwarder::systemSendCount() const {
     return m_system->count.load();
 }
 

@@ -27,8 +27,8 @@ public:
     AudioForwarder& operator=(const AudioForwarder&) = delete;
 
     // Chunks handed to sending so far.
-    int microphoneCount() const;
-    int systemCount() const;
+    int micSendCount() const;
+    int systemSendCount() const;
 
 private:
     struct Stream;

@@ -4,12 +4,14 @@
 #include "Platform/Core/Tasks.h"
 #include "Services/AudioCaptureService.h"
 #include "Services/WebSocketService.h"
-#include "ViewModels/AudioForwarder.h"
+#include "Utilities/Json.h"
+#include "ViewModels/InterviewRun.h"
 #include "ViewModels/SystemAudioViewModel.h"
 
 namespace corvane {
 
-using platform::errorText;
+using namespace std::chrono_literals;
+using platform::failureOf;
 using platform::logLine;
 using platform::startTask;
 
@@ -18,6 +20,16 @@ namespace {
 constexpr auto manualModeKey = "manual_mode_enabled";
 constexpr auto microphoneSettings =
     "x-apple.systempreferences:com.apple.preference.security?Privacy_Microphone";
+// How long after a plain chat answer the plan or the questions may still come.
+constexpr auto answerGrace = 2s;
+
+QString topicNames(const boost::json::object& object) {
+    QStringList names;
+    for (const auto& member : object) {
+        names.append(json::toQString(member.key()));
+    }
+    return names.join(QStringLiteral(", "));
+}
 
 } // namespace
 
@@ -74,12 +86,10 @@ void InterviewViewModel::startInterviewWithId() {
 }
 
 QCoro::Task<void> InterviewViewModel::requestMicrophone(QString trimmedId) {
-    const QPointer<InterviewViewModel> self(this);
-    const auto generation = beginGeneration();
+    m_microphoneRequest.cancel();
+    const auto ticket = m_microphoneRequest.ticket();
     const bool granted = co_await m_systemAccess.requestMicrophoneAccess();
-    if (!self || generation != m_generation) {
-        co_return;
-    }
+    ticket.ensureCurrent();
     if (granted) {
         beginInterviewSubmission(trimmedId);
     } else {
@@ -88,14 +98,16 @@ QCoro::Task<void> InterviewViewModel::requestMicrophone(QString trimmedId) {
 }
 
 void InterviewViewModel::refuseMicrophone(const QString& message) {
+    m_run.reset();
     m_systemAccess.open(QLatin1String(microphoneSettings));
     m_status = InterviewStatus::error;
     setErrorMessage(message);
 }
 
 void InterviewViewModel::beginInterviewSubmission(const QString& id) {
-    beginGeneration();
-    ++m_interviewSerial;
+    m_microphoneRequest.cancel();
+    m_run = std::make_unique<InterviewRun>(*this,
+                                           InterviewRun::Services{m_webSocket, m_audioCapture, m_clock});
     m_interviewId = id;
     m_status = InterviewStatus::waitingForQuestions;
     if (chatSubmitHandler) {
@@ -103,177 +115,27 @@ void InterviewViewModel::beginInterviewSubmission(const QString& id) {
     }
 }
 
-void InterviewViewModel::beginAudioCapture() {
-    m_status = InterviewStatus::startingAudio;
-    logLine(QStringLiteral("[Interview] beginAudioCapture for interview %1").arg(m_interviewId));
-    startTask(sendInterviewIdAndStart(beginGeneration()), "start interview");
-}
-
-QCoro::Task<void> InterviewViewModel::sendInterviewIdAndStart(Generation generation) {
-    const QPointer<InterviewViewModel> self(this);
-    const auto id = m_interviewId.value();
-    const auto failure = co_await failureOf(m_webSocket.send(WSCommand::interviewId(id)));
-    if (!self || generation != m_generation) {
-        co_return;
-    }
-    if (failure) {
-        logLine(QStringLiteral("[Interview] Failed to send interview_id: %1").arg(*failure));
-        setErrorMessage(QStringLiteral("Could not start interview: ") + *failure);
-        m_status = InterviewStatus::error;
-        co_return;
-    }
-    logLine(QStringLiteral("[Interview] Sent interview_id: %1").arg(id));
-    co_await startAudioPipeline(generation);
-}
-
-// The text of what went wrong; nothing when the task succeeded.
-QCoro::Task<std::optional<QString>> InterviewViewModel::failureOf(QCoro::Task<void> task) {
-    std::optional<QString> failure;
-    try {
-        co_await task;
-    } catch (const std::exception& error) {
-        failure = errorText(error);
-    }
-    co_return failure;
-}
-
-// Both streams are tried, one after the other, and the interview goes on with what starts.
-QCoro::Task<void> InterviewViewModel::startAudioPipeline(Generation generation) {
-    const QPointer<InterviewViewModel> self(this);
-    m_soundLostWhileStarting = false;
-    const auto microphoneFailure = co_await failureOf(m_audioCapture.startMicrophoneCapture());
-    if (!self || generation != m_generation) {
-        co_return;
-    }
-    logLine(microphoneFailure
-                ? QStringLiteral("[Interview] Microphone capture failed: %1").arg(*microphoneFailure)
-                : QStringLiteral("[Interview] Microphone capture started (interviewer stream 0x00)"));
-    const auto systemFailure =
-        co_await failureOf(m_audioCapture.startCapture(AudioCaptureMode::rawStreaming, interviewVadConfig));
-    if (!self || generation != m_generation) {
-        co_return;
-    }
-    logLine(systemFailure
-                ? QStringLiteral("[Interview] System audio capture failed: %1 — mic-only mode")
-                      .arg(*systemFailure)
-                : QStringLiteral("[Interview] System audio capture started (candidate stream 0x01)"));
-    finishAudioStart(!microphoneFailure, !systemFailure,
-                     QStringLiteral("Could not capture system or microphone audio. Check System Settings."));
-}
-
-void InterviewViewModel::finishAudioStart(bool microphoneRuns, bool systemRuns,
-                                          const QString& silentMessage) {
-    m_audioUnavailable = !microphoneRuns && !systemRuns;
-    m_microphoneFallbackActive = microphoneRuns && !systemRuns;
-    setErrorMessage(m_audioUnavailable ? std::optional(silentMessage) : std::nullopt);
-    m_status = InterviewStatus::streaming;
-    startForwardingAudioToWebSocket();
-    if (m_soundLostWhileStarting) {
-        watchForSound();
-    }
-}
-
-// Sets the interview up again after the server has lost it.
-void InterviewViewModel::restartInterviewOnServer() {
-    if (m_interviewId.value().isEmpty()) {
-        return;
-    }
-    m_status = InterviewStatus::startingAudio;
-    logLine(QStringLiteral("[Interview] Restarting interview %1 on server").arg(m_interviewId));
-    startTask(resendInterviewIdAndStart(beginGeneration()), "restart interview");
-}
-
-QCoro::Task<void> InterviewViewModel::resendInterviewIdAndStart(Generation generation) {
-    const QPointer<InterviewViewModel> self(this);
-    const auto id = m_interviewId.value();
-    const auto failure = co_await failureOf(m_webSocket.send(WSCommand::interviewId(id)));
-    if (!self || generation != m_generation) {
-        co_return;
-    }
-    if (failure) {
-        logLine(QStringLiteral("[Interview] Failed to re-send interview_id: %1").arg(*failure));
-        m_disconnectedDuringInterview = true;
-        m_status = InterviewStatus::paused;
-        co_return;
-    }
-    logLine(QStringLiteral("[Interview] Re-sent interview_id: %1").arg(id));
-    if (m_followUpsEnabled) {
-        co_await sendDropped(WSCommand::setFollowUps(true));
-    }
-    if (!self || generation != m_generation) {
-        co_return;
-    }
-    if (m_englishAssessmentEnabled) {
-        co_await sendDropped(WSCommand::setEnglishAssessment(true));
-    }
-    if (!self || generation != m_generation) {
-        co_return;
-    }
-    co_await startAudioPipeline(generation);
-}
-
 void InterviewViewModel::retrySystemAudioCapture() {
-    if (m_status != InterviewStatus::streaming || (!m_audioUnavailable && !m_microphoneFallbackActive)) {
-        return;
+    if (m_run && (m_audioUnavailable || m_microphoneFallbackActive)) {
+        m_run->take(InterviewRun::Event::retry);
     }
-    m_status = InterviewStatus::startingAudio;
-    startTask(retryCapture(beginGeneration()), "retry audio");
-}
-
-QCoro::Task<void> InterviewViewModel::retryCapture(Generation generation) {
-    const QPointer<InterviewViewModel> self(this);
-    m_soundLostWhileStarting = false;
-    m_audioCapture.stopSystemCapture();
-    const auto systemFailure =
-        co_await failureOf(m_audioCapture.startCapture(AudioCaptureMode::rawStreaming, interviewVadConfig));
-    if (!self || generation != m_generation) {
-        co_return;
-    }
-    logLine(systemFailure
-                ? QStringLiteral("[Interview] Retry: system audio still failed — %1").arg(*systemFailure)
-                : QStringLiteral("[Interview] Retry: system audio started"));
-    // The field may lag behind a start that has just succeeded, so the outcome of the start counts.
-    bool microphoneRuns = m_audioCapture.isMicCapturing();
-    if (!microphoneRuns) {
-        const auto microphoneFailure = co_await failureOf(m_audioCapture.startMicrophoneCapture());
-        if (!self || generation != m_generation) {
-            co_return;
-        }
-        microphoneRuns = !microphoneFailure;
-        logLine(microphoneFailure
-                    ? QStringLiteral("[Interview] Retry: mic failed — %1").arg(*microphoneFailure)
-                    : QStringLiteral("[Interview] Retry: mic restarted"));
-    }
-    // System audio alone is enough: the flags tell of a missing candidate, not of a missing interviewer.
-    finishAudioStart(microphoneRuns, !systemFailure,
-                     QStringLiteral("Could not capture any audio. Check System Settings."));
 }
 
 void InterviewViewModel::pauseInterview() {
-    if (m_status != InterviewStatus::streaming) {
-        return;
+    if (m_run && m_status == InterviewStatus::streaming) {
+        m_run->take(InterviewRun::Event::pause);
     }
-    beginGeneration();
-    stopCapture();
-    // This pause is the user's: no recovery of an earlier loss ends it.
-    m_pausedByDisconnect = false;
-    m_status = InterviewStatus::paused;
 }
 
 void InterviewViewModel::resumeInterview() {
-    if (m_status != InterviewStatus::paused) {
-        return;
+    if (m_run) {
+        m_run->take(InterviewRun::Event::resume);
     }
-    m_status = InterviewStatus::startingAudio;
-    logLine(QStringLiteral("[Interview] Resuming — restarting audio pipeline"));
-    startTask(startAudioPipeline(beginGeneration()), "resume interview");
 }
 
 void InterviewViewModel::stopInterview() {
     m_showStopDialog = false;
-    beginGeneration();
-    ++m_interviewSerial; // a finished interview has nothing to recover
-    stopCapture();
+    endRun();
     startTask(sendEndInterview(), "end interview");
     m_status = InterviewStatus::idle;
     clearPlanAndQuestions();
@@ -290,20 +152,21 @@ void InterviewViewModel::stopInterview() {
     }
 }
 
-QCoro::Task<void> InterviewViewModel::sendEndInterview() {
-    const QPointer<InterviewViewModel> self(this);
-    ++m_awaitedEndAcks;
-    const auto failure = co_await failureOf(m_webSocket.send(WSCommand::endInterview()));
-    if (self && failure && m_awaitedEndAcks > 0) {
-        --m_awaitedEndAcks;
-    }
-}
-
-void InterviewViewModel::stopCapture() {
-    m_soundTimer.reset();
-    stopForwardingAudio();
+void InterviewViewModel::endRun() {
+    m_microphoneRequest.cancel();
+    m_run.reset(); // the forwarding ends first
     m_audioCapture.stopMicrophoneCapture();
     m_audioCapture.stopSystemCapture();
+}
+
+QCoro::Task<void> InterviewViewModel::sendEndInterview() {
+    const auto ticket = m_endRequests.ticket();
+    ++m_awaitedEndAcks;
+    const auto failure = co_await failureOf(m_webSocket.send(WSCommand::endInterview()));
+    ticket.ensureCurrent();
+    if (failure && m_awaitedEndAcks > 0) {
+        --m_awaitedEndAcks;
+    }
 }
 
 void InterviewViewModel::clearPlanAndQuestions() {
@@ -346,56 +209,8 @@ QCoro::Task<void> InterviewViewModel::sendDropped(WSCommand command) {
     const auto dropped = co_await failureOf(m_webSocket.send(std::move(command)));
 }
 
-void InterviewViewModel::startForwardingAudioToWebSocket() {
-    stopForwardingAudio();
-    if (m_systemAudioViewModel) {
-        m_systemAudioViewModel->setInterviewOwnsAudio(true);
-    }
-    logLine(QStringLiteral("[Interview] Starting dual audio forwarding (mic=0x00, system=0x01)"));
-    const AudioForwarder::SpeechHandlers speech{
-        .started = [this] { startTask(sendSpeechStart(), "speech start"); },
-        .stopped = [this](qint64 at) { receiveSpeechStop(at); },
-    };
-    m_forwarder = std::make_unique<AudioForwarder>(m_audioCapture, m_webSocket, speech);
-}
-
-void InterviewViewModel::stopForwardingAudio() {
-    const auto ended = std::move(m_forwarder);
-    if (m_systemAudioViewModel) {
-        m_systemAudioViewModel->setInterviewOwnsAudio(false);
-    }
-    if (ended && (ended->microphoneCount() >= 1 || ended->systemCount() >= 1)) {
-        logLine(QStringLiteral("[Interview] Stopped audio forwarding (mic=%1, system=%2 chunks)")
-                    .arg(ended->microphoneCount())
-                    .arg(ended->systemCount()));
-    }
-}
-
-void InterviewViewModel::receiveSpeechStop(qint64 at) {
-    if (manualModeActive()) {
-        ++m_vadStopSuppressedCount;
-        logLine(QStringLiteral("[Interview] manual: VAD stop suppressed at=%1").arg(at));
-        return;
-    }
-    startTask(sendSpeechStop(at), "speech stop");
-}
-
-QCoro::Task<void> InterviewViewModel::sendSpeechStart() {
-    const auto failure = co_await failureOf(m_webSocket.sendCandidateSpeechStart());
-    if (failure) {
-        logLine(QStringLiteral("[Interview] sendCandidateSpeechStart failed: %1").arg(*failure));
-    }
-}
-
-QCoro::Task<void> InterviewViewModel::sendSpeechStop(qint64 at) {
-    const auto failure = co_await failureOf(m_webSocket.sendCandidateSpeechStop(at));
-    if (failure) {
-        logLine(QStringLiteral("[Interview] sendCandidateSpeechStop failed: %1").arg(*failure));
-    }
-}
-
 QCoro::Task<void> InterviewViewModel::sendManualStop() {
-    const QPointer<InterviewViewModel> self(this);
+    const auto ticket = m_lifetime.ticket();
     if (!manualModeActive()) {
         logLine(QStringLiteral(
             "[Interview] manual: sendManualStop ignored (manual mode inactive — toggle off or not in "
@@ -407,17 +222,150 @@ QCoro::Task<void> InterviewViewModel::sendManualStop() {
         co_return;
     }
     const auto at = m_clock.nowMilliseconds();
-    try {
-        co_await m_webSocket.sendCandidateSpeechStop(at);
-    } catch (const std::exception& error) {
-        logLine(
-            QStringLiteral("[Interview] manual: sendCandidateSpeechStop failed: %1").arg(errorText(error)));
-        co_return;
-    }
-    if (self) {
+    const auto failure = co_await failureOf(m_webSocket.sendCandidateSpeechStop(at));
+    if (failure) {
+        logLine(QStringLiteral("[Interview] manual: sendCandidateSpeechStop failed: %1").arg(*failure));
+    } else if (ticket.isCurrent()) {
         ++m_manualStopSentCount;
         logLine(QStringLiteral("[Interview] manual: sent candidate_speech_stop at=%1").arg(at));
     }
+}
+
+void InterviewViewModel::setupSubscriptions() {
+    auto* source = &m_webSocket;
+    connect(source, &WebSocketService::interviewQuestions, this, &Self::receiveQuestions);
+    connect(source, &WebSocketService::interviewPlan, this, &Self::receivePlan);
+    connect(source, &WebSocketService::endInterviewAck, this, &Self::receiveEndInterviewAck);
+    connect(source, &WebSocketService::disconnected, this, &Self::receiveDisconnected);
+    connect(source, &WebSocketService::sessionResumed, this, &Self::receiveSessionResumed);
+    connect(source, &WebSocketService::sessionFresh, this, &Self::receiveSessionFresh);
+    connect(source, &WebSocketService::sessionNotFound, this, &Self::receiveSessionNotFound);
+    connect(source, &WebSocketService::requestActiveQuestion, this, &Self::sendActiveQuestion);
+    connect(source, &WebSocketService::chatComplete, this, &Self::receiveChatComplete);
+}
+
+void InterviewViewModel::receiveQuestions(const boost::json::object& object) {
+    logLine(
+        QStringLiteral("[Interview] Received interview questions with topics: %1").arg(topicNames(object)));
+    auto questions = InterviewQuestion::parse(object);
+    logLine(QStringLiteral("[Interview] Parsed %1 questions").arg(questions.size()));
+    m_questions = std::move(questions);
+    Q_EMIT questionsChanged();
+    m_activeQuestionIndex = 0;
+    if (m_run) {
+        m_run->take(InterviewRun::Event::answered);
+    }
+}
+
+void InterviewViewModel::receivePlan(const boost::json::object& object) {
+    logLine(QStringLiteral("[Interview] Received interview plan with topics: %1").arg(topicNames(object)));
+    auto plan = InterviewPlanTopic::parse(object);
+    logLine(QStringLiteral("[Interview] Parsed %1 plan topics").arg(plan.size()));
+    m_interviewPlan = std::move(plan);
+    Q_EMIT interviewPlanChanged();
+    m_activePlanTopicIndex = 0;
+    if (m_run) {
+        m_run->take(InterviewRun::Event::answered);
+    }
+}
+
+void InterviewViewModel::receiveEndInterviewAck() {
+    logLine(QStringLiteral("[Interview] End interview ack received"));
+    if (m_awaitedEndAcks > 0) {
+        // The answer to a finish of our own, which has cleared everything: by now the next interview may run.
+        --m_awaitedEndAcks;
+        return;
+    }
+    endRun();
+    m_status = InterviewStatus::idle;
+    m_followUpsEnabled = false;
+    clearPlanAndQuestions();
+    m_activePlanTopicIndex = 0;
+    m_interviewId = QString();
+}
+
+void InterviewViewModel::receiveDisconnected() {
+    if (m_status != InterviewStatus::streaming && m_status != InterviewStatus::startingAudio) {
+        return;
+    }
+    logLine(QStringLiteral("[Interview] Disconnected during interview — pausing"));
+    m_disconnectedDuringInterview = true;
+    m_pausedByDisconnect = true;
+    m_run->take(InterviewRun::Event::linkLost);
+}
+
+void InterviewViewModel::receiveSessionResumed(const SessionResumedPayload& payload) {
+    if (!m_run || m_status != InterviewStatus::paused) {
+        return;
+    }
+    // A pause of the user's own keeps the interview paused, and only notes whether the server still knows it.
+    const bool recovers = m_pausedByDisconnect && m_run->course() == InterviewRun::Course::lost;
+    if (m_pausedByDisconnect) {
+        m_pausedByDisconnect = false;
+        m_disconnectedDuringInterview = false;
+    }
+    if (recovers && payload.interviewId) {
+        logLine(QStringLiteral("[Interview] Session resumed with active interview — auto-resuming audio"));
+    } else if (recovers && m_interviewId.value().isEmpty()) {
+        logLine(QStringLiteral("[Interview] Session resumed, no local interview active"));
+        return;
+    } else if (recovers) {
+        logLine(QStringLiteral(
+            "[Interview] Session resumed but server lost interview — re-sending interview_id"));
+    }
+    m_run->take(payload.interviewId ? InterviewRun::Event::serverKnows : InterviewRun::Event::serverForgot);
+}
+
+void InterviewViewModel::receiveSessionFresh() {
+    // Ends that the old session has not acknowledged never will be.
+    m_endRequests.cancel();
+    m_awaitedEndAcks = 0;
+    const bool isHeld = m_run && m_run->course() == InterviewRun::Course::held;
+    if (std::exchange(m_pausedByDisconnect, false)) {
+        m_disconnectedDuringInterview = false;
+        // An id that has only been typed in belongs to no interview yet.
+        if (!m_run || m_interviewId.value().isEmpty()) {
+            logLine(QStringLiteral("[Interview] Fresh session after disconnect, no local interview active"));
+            return;
+        }
+        if (!isHeld) {
+            logLine(QStringLiteral(
+                "[Interview] Fresh session after disconnect — re-sending interview_id to restart"));
+        }
+        m_run->take(InterviewRun::Event::freshSession);
+    } else if (isHeld) {
+        m_run->take(InterviewRun::Event::freshSession);
+    }
+}
+
+void InterviewViewModel::receiveSessionNotFound(const QString& reason) {
+    if (!m_pausedByDisconnect) {
+        return;
+    }
+    if (!reason.contains(QLatin1String("failed"))) {
+        logLine(QStringLiteral("[Interview] Session not found — waiting for recovery re-bind"));
+        return;
+    }
+    m_pausedByDisconnect = false;
+    if (m_run) {
+        m_disconnectedDuringInterview = true;
+        m_run->take(InterviewRun::Event::recoveryFailed);
+        logLine(QStringLiteral("[Interview] Session recovery failed — staying paused"));
+    }
+}
+
+void InterviewViewModel::receiveChatComplete() {
+    if (m_run && m_status == InterviewStatus::waitingForQuestions) {
+        startTask(giveUpWaiting(m_run->ticket()), "wait for questions");
+    }
+}
+
+QCoro::Task<void> InterviewViewModel::giveUpWaiting(platform::OperationTicket ticket) {
+    co_await m_clock.sleep(answerGrace);
+    ticket.ensureCurrent();
+    m_run.reset();
+    m_interviewId = QString();
+    m_status = InterviewStatus::idle;
 }
 
 } // namespace corvane

@@ -3,6 +3,7 @@
 #include "Models/AudioModels.h"
 #include "Models/InterviewModels.h"
 #include "Platform/Core/Clock.h"
+#include "Platform/Core/OperationScope.h"
 #include "Platform/Desktop/SystemAccess.h"
 #include "Platform/Storage/DefaultsStore.h"
 #include "Services/WebSocketMessages.h"
@@ -19,8 +20,8 @@
 namespace corvane {
 
 class AudioCaptureService;
-class AudioForwarder;
 class CorvaneAPIService;
+class InterviewRun;
 class SystemAudioViewModel;
 class WebSocketService;
 
@@ -118,23 +119,12 @@ Q_SIGNALS:
     void manualModeChanged();
 
 private:
-    // What a background task has to hold to act: the generation of the moment it was started in. Every event
-    // that changes the course of the interview begins a new one, so that a late task of the old course stops
-    // by itself.
-    using Generation = quint64;
+    friend class InterviewRun; // it writes the fields while it lasts
 
     void setupSubscriptions();
     QCoro::Task<void> requestMicrophone(QString trimmedId);
     void refuseMicrophone(const QString& message);
     void beginInterviewSubmission(const QString& id);
-    void beginAudioCapture();
-    QCoro::Task<void> sendInterviewIdAndStart(Generation generation);
-    QCoro::Task<void> startAudioPipeline(Generation generation);
-    void finishAudioStart(bool microphoneRuns, bool systemRuns, const QString& silentMessage);
-    void restartInterviewOnServer();
-    QCoro::Task<void> resendInterviewIdAndStart(Generation generation);
-    QCoro::Task<void> retryCapture(Generation generation);
-    void stopCapture();
 
     void receiveQuestions(const boost::json::object& object);
     void receivePlan(const boost::json::object& object);
@@ -144,23 +134,11 @@ private:
     void receiveSessionFresh();
     void receiveSessionNotFound(const QString& reason);
     void receiveChatComplete();
-    void receiveCaptureFailure();
-    void showCaptureState();
-    void watchForSound();
-    QCoro::Task<void> lookForSound();
-    QCoro::Task<void> giveUpWaiting(Generation generation);
-    bool recoversThisInterview() const { return m_disconnectedSerial == m_interviewSerial; }
+    QCoro::Task<void> giveUpWaiting(platform::OperationTicket ticket);
 
-    void startForwardingAudioToWebSocket();
-    void stopForwardingAudio();
-    void receiveSpeechStop(qint64 at);
-    QCoro::Task<void> sendSpeechStart();
-    QCoro::Task<void> sendSpeechStop(qint64 at);
+    void endRun();
     QCoro::Task<void> sendEndInterview();
     QCoro::Task<void> sendDropped(WSCommand command);
-
-    static QCoro::Task<std::optional<QString>> failureOf(QCoro::Task<void> task);
-    Generation beginGeneration() { return ++m_generation; }
     void clearPlanAndQuestions();
     void setErrorMessage(std::optional<QString> message);
 
@@ -197,22 +175,17 @@ private:
     platform::Clock& m_clock;
     QPointer<SystemAudioViewModel> m_systemAudioViewModel;
 
-    Generation m_generation = 0;
+    // The present pause came from a lost connection, or the interview has gone on without it, and the session that
+    // decides has not been opened yet.
     bool m_pausedByDisconnect = false;
     // Finished interviews whose end the server has not acknowledged yet: their late answers end nothing else.
     int m_awaitedEndAcks = 0;
-    // Counts the starts and ends of interviews. The serial of the one that a lost connection has paused: its
-    // recovery touches no other.
-    quint64 m_interviewSerial = 0;
-    quint64 m_disconnectedSerial = 0;
-    // Runs while sound that was lost in the middle of the interview is awaited.
-    std::unique_ptr<platform::Timer> m_soundTimer;
-    int m_soundRetries = 0;
-    // A stream that had started ended by itself before the start of all of them was over.
-    bool m_soundLostWhileStarting = false;
-    std::unique_ptr<AudioForwarder> m_forwarder;
     int m_vadStopSuppressedCount = 0;
     int m_manualStopSentCount = 0;
+    platform::OperationScope m_lifetime;
+    platform::OperationScope m_microphoneRequest;
+    platform::OperationScope m_endRequests; // of the link that can bring their acknowledgements
+    std::unique_ptr<InterviewRun> m_run;    // from the submission to the end
 };
 
 } // namespace corvane

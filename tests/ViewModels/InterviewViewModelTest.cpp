@@ -1,5 +1,8 @@
 #include "tests/Support/Rows.h"
 #include "tests/Support/TestProgram.h"
+#include "ViewModels/SystemAudioViewModel.h"
+
+#include <QSignalSpy>
 
 using namespace corvane;
 
@@ -14,6 +17,10 @@ const platform::AudioError failure(platform::AudioError::Kind::failed, QStringLi
 constexpr auto questionsMessage =
     R"({"type":"chat_questions","questions":{"Design":[{"question":"Why?"},{"question":"How [x]?"}]}})";
 constexpr auto resumed = R"({"type":"session_resumed","interview_id":"abc"})";
+constexpr auto forgotten = R"({"type":"session_resumed"})";
+constexpr auto fresh = R"({"type":"set_session"})";
+constexpr auto acknowledgement = R"({"type":"end_interview_ack"})";
+const platform::WebSocketError offline(platform::WebSocketError::Kind::notConnected, "offline");
 
 } // namespace
 
@@ -44,10 +51,11 @@ private Q_SLOTS:
         QCOMPARE(program.commands("interview_id").size(), 1);
         QCOMPARE(program.audio->microphoneStreamsOpened(), 1);
 
+        QVERIFY(program.app->systemAudioViewModel().interviewOwnsAudio());
         interview.pauseInterview();
         program.settle();
         QCOMPARE(interview.status(), InterviewStatus::paused);
-        QVERIFY(program.isSilent());
+        QVERIFY(program.isSilent() && !program.app->systemAudioViewModel().interviewOwnsAudio());
         interview.resumeInterview();
         program.settle();
         QCOMPARE(interview.status(), InterviewStatus::streaming);
@@ -58,7 +66,7 @@ private Q_SLOTS:
         interview.stopInterview();
         program.settle();
         QCOMPARE(interview.status(), InterviewStatus::idle);
-        QVERIFY(program.isSilent());
+        QVERIFY(program.isSilent() && !program.app->systemAudioViewModel().interviewOwnsAudio());
         QCOMPARE(program.commands("end_interview").size(), 1);
         QVERIFY(!interview.showStopDialog() && !interview.followUpsEnabled());
         QVERIFY(interview.questions().isEmpty() && interview.interviewPlan().isEmpty());
@@ -66,25 +74,28 @@ private Q_SLOTS:
         QVERIFY(!program.completion().isResponsePopoverOpen());
     }
 
-    void startsThatDoNotHappen_data() {
-        const auto row = rows<QString, Authorization, QString>();
-        row("blank id", " \t", Authorization::authorized, "");
-        row("denied", "abc", Authorization::denied,
+    void whatAStartComesTo_data() {
+        const auto row = rows<QString, Authorization, bool, InterviewStatus, QString>();
+        using Status = InterviewStatus;
+        row("blank id", " \t", Authorization::authorized, true, Status::idle, "");
+        row("denied", "abc", Authorization::denied, true, Status::error,
             "Microphone access required. Open System Settings to allow.");
-        row("refused when asked", "abc", Authorization::notDetermined, "Microphone access required");
+        row("refused when asked", "abc", Authorization::notDetermined, false, Status::error,
+            "Microphone access required");
+        row("granted when asked", "abc", Authorization::notDetermined, true, Status::waitingForQuestions, "");
     }
-    void startsThatDoNotHappen() {
-        const auto [id, authorization, message] = currentRow<QString, Authorization, QString>();
+    void whatAStartComesTo() {
+        const auto [id, authorization, grants, status, message] =
+            currentRow<QString, Authorization, bool, InterviewStatus, QString>();
         TestProgram program;
         program.launchToSession();
         program.access->authorization = authorization;
-        program.access->grantsRequest = false;
+        program.access->grantsRequest = grants;
         program.askForInterview(id);
-        QCOMPARE(program.interview().status(),
-                 message.isEmpty() ? InterviewStatus::idle : InterviewStatus::error);
+        QCOMPARE(program.interview().status(), status);
         QCOMPARE(program.interview().errorMessageText(), message);
         QCOMPARE(program.access->opened.size(), message.isEmpty() ? 0 : 1);
-        QVERIFY(program.commands("chat").isEmpty());
+        QCOMPARE(program.commands("chat").size(), status == InterviewStatus::waitingForQuestions ? 1 : 0);
     }
 
     void plainChatAnswerEndsTheWait() {
@@ -173,17 +184,18 @@ private Q_SLOTS:
     }
 
     void aLostLinkPausesAndRecovers_data() {
-        const auto row = rows<QByteArray, int>();
-        row("the server still runs it", resumed, 0);
-        row("the server has lost it", R"({"type":"session_resumed"})", 1);
-        row("a fresh session", R"({"type":"set_session"})", 1);
+        const auto row = rows<QByteArray, int, bool>();
+        row("the server still runs it", resumed, 0, false);
+        row("the server has lost it", forgotten, 1, false);
+        row("a fresh session", fresh, 1, false);
+        row("a fresh session, in English mode", fresh, 1, true);
     }
     void aLostLinkPausesAndRecovers() {
-        const auto [answer, resent] = currentRow<QByteArray, int>();
+        const auto [answer, resent, english] = currentRow<QByteArray, int, bool>();
         TestProgram program;
         program.launchToInterview();
         auto& interview = program.interview();
-        interview.toggleFollowUps();
+        english ? interview.toggleEnglishAssessment() : interview.toggleFollowUps();
         program.settle();
         program.loseLink();
         QCOMPARE(interview.status(), InterviewStatus::paused);
@@ -192,35 +204,49 @@ private Q_SLOTS:
         QCOMPARE(interview.status(), InterviewStatus::streaming);
         QVERIFY(!interview.disconnectedDuringInterview() && program.captures());
         QCOMPARE(program.commands("interview_id").size(), resent);
-        QCOMPARE(program.commands("set_follow_ups").size(), resent);
-        QVERIFY(program.commands("set_english_assessment").isEmpty());
+        QCOMPARE(program.commands("set_follow_ups").size(), english ? 0 : resent);
+        QCOMPARE(program.commands("set_english_assessment").size(), english ? resent : 0);
         QCOMPARE(interview.interviewId(), "abc");
         QCOMPARE(interview.interviewPlan().size(), 1);
     }
 
-    void anEventOfAnotherStatusChangesNothing() {
+    void aUsersPauseOutlivesTheRecovery_data() {
+        const auto row = rows<bool, QByteArray, int>();
+        // What the server says once the link is back, and what the user's resume has to tell it.
+        row("paused before the loss", false, resumed, 0);
+        row("and the server has forgotten", false, fresh, 1);
+        row("paused after it", true, resumed, 0);
+        row("and the interview is lost", true, forgotten, 1);
+        row("and the session is lost", true, fresh, 1);
+    }
+    void aUsersPauseOutlivesTheRecovery() {
+        const auto [afterTheLoss, answer, told] = currentRow<bool, QByteArray, int>();
         TestProgram program;
         program.launchToInterview();
         auto& interview = program.interview();
-        // A user's pause is not undone by a loss and its recovery.
+        if (afterTheLoss) {
+            program.loseLink();
+            interview.resumeInterview();
+            program.settle();
+            QCOMPARE(interview.status(), InterviewStatus::streaming);
+        }
         interview.pauseInterview();
-        program.loseLink();
-        program.reopenLink(resumed);
+        if (!afterTheLoss) {
+            program.loseLink();
+        }
+        program.reopenLink(answer);
         QCOMPARE(interview.status(), InterviewStatus::paused);
         QVERIFY(!interview.disconnectedDuringInterview() && program.isSilent());
-        // Nor is one after a loss that the user had gone past.
         interview.resumeInterview();
         program.settle();
-        program.loseLink();
-        interview.resumeInterview();
-        program.settle();
-        interview.pauseInterview();
-        program.reopenLink(resumed);
-        QVERIFY(interview.status() == InterviewStatus::paused && program.isSilent());
+        QVERIFY(interview.status() == InterviewStatus::streaming && program.captures());
+        QCOMPARE(program.commands("interview_id").size(), told);
+    }
 
-        // A recovery that failed leaves the decision to the user.
-        interview.resumeInterview();
-        program.settle();
+    void aRecoveryThatFailedLeavesTheDecisionToTheUser() {
+        TestProgram program;
+        program.launchToInterview();
+        auto& interview = program.interview();
         program.loseLink();
         program.backendHttp->setHandler(
             [](const platform::HttpRequest&) { return FakeHttpClient::response(500); });
@@ -229,6 +255,72 @@ private Q_SLOTS:
         program.serverSays(resumed);
         QCOMPARE(interview.status(), InterviewStatus::paused);
         QVERIFY(interview.disconnectedDuringInterview());
+    }
+
+    void whatAFreshSessionRestarts_data() {
+        using Work = std::function<void(TestProgram&)>;
+        const auto row = rows<Work, QString>();
+        // With the link lost during the interview abc. The id that the server is told.
+        row("begun while the link was down",
+            [](TestProgram& program) {
+                program.interview().stopInterview();
+                program.askForInterview("second");
+            },
+            "second");
+        row("gone on without the link", [](TestProgram& program) { program.interview().resumeInterview(); },
+            "abc");
+        row("an id that is only typed in",
+            [](TestProgram& program) {
+                program.interview().stopInterview();
+                program.interview().setInterviewId("typed");
+            },
+            "");
+    }
+    void whatAFreshSessionRestarts() {
+        const auto [work, id] = currentRow<std::function<void(TestProgram&)>, QString>();
+        TestProgram program;
+        program.launchToInterview();
+        program.loseLink();
+        work(program);
+        program.settle();
+        program.reopenLink(fresh);
+        const auto told = program.commands("interview_id");
+        QCOMPARE(told.size(), id.isEmpty() ? 0 : 1);
+        QVERIFY(id.isEmpty() || told.first().contains(id.toUtf8()));
+        QCOMPARE(program.interview().status(), id.isEmpty() ? InterviewStatus::idle : InterviewStatus::streaming);
+        QVERIFY(id.isEmpty() ? program.isSilent() : program.captures());
+        QVERIFY(!program.interview().disconnectedDuringInterview());
+    }
+
+    void anIdThatCouldNotBeSent() {
+        TestProgram program;
+        program.launchToSession();
+        auto& interview = program.interview();
+        program.askForInterview("abc");
+        program.peer().setSendError(offline);
+        program.serverSays(questionsMessage);
+        QCOMPARE(interview.status(), InterviewStatus::error);
+        QCOMPARE(interview.errorMessageText(), "Could not start interview: offline");
+        QVERIFY(program.isSilent());
+
+        // The same after a lost link: the user resumes once the way is free, and the server is told first.
+        program.peer().setSendError({});
+        program.startInterview();
+        program.loseLink();
+        program.clock->advance(1s);
+        program.settle();
+        program.peer().open();
+        program.settle();
+        program.peer().setSendError(offline);
+        program.serverSays(fresh);
+        QVERIFY(program.log.contains("[Interview] Failed to re-send interview_id: offline"));
+        QVERIFY(interview.status() == InterviewStatus::paused && interview.disconnectedDuringInterview());
+        QVERIFY(program.isSilent());
+        program.peer().setSendError({});
+        interview.resumeInterview();
+        program.settle();
+        QCOMPARE(program.commands("interview_id").size(), 1);
+        QVERIFY(interview.status() == InterviewStatus::streaming && program.captures());
     }
 
     void aLateTaskUndoesNothing_data() {
@@ -284,27 +376,24 @@ private Q_SLOTS:
         QCOMPARE(program.interview().status(), InterviewStatus::waitingForQuestions);
     }
 
-    void anEarlierLossDoesNotRestartTheNextInterview() {
-        TestProgram program;
-        program.launchToInterview();
-        program.loseLink();
-        program.interview().stopInterview();
-        program.askForInterview("second");
-        program.reopenLink(R"({"type":"set_session"})");
-        QCOMPARE(program.interview().status(), InterviewStatus::waitingForQuestions);
-        QVERIFY(program.commands("interview_id").isEmpty());
-        QVERIFY(!program.interview().disconnectedDuringInterview());
-    }
-
     void theServerMayEndTheInterview() {
         TestProgram program;
         program.launchToInterview();
         program.interview().toggleFollowUps();
-        program.serverSays(R"({"type":"end_interview_ack"})");
+        program.serverSays(acknowledgement);
         QCOMPARE(program.interview().status(), InterviewStatus::idle);
         QVERIFY(program.interview().interviewId().isEmpty() && program.interview().interviewPlan().isEmpty());
         QVERIFY(!program.interview().followUpsEnabled() && program.isSilent());
         QVERIFY(program.commands("end_interview").isEmpty());
+
+        // Also when the answer to an earlier end was lost with its link.
+        program.startInterview();
+        program.interview().stopInterview();
+        program.loseLink();
+        program.reopenLink(forgotten);
+        program.startInterview("second");
+        program.serverSays(acknowledgement);
+        QCOMPARE(program.interview().status(), InterviewStatus::idle);
     }
 
     void chunksLeaveInOrderWithTheirStreamsFlag() {
@@ -327,14 +416,26 @@ private Q_SLOTS:
         QCOMPARE(program.log.count("System chunk #3 (7724 bytes, flag=0x01)"), 1);
         QCOMPARE(program.commands("candidate_speech_start").size(), 1);
 
+        QStringList ends;
+        const auto* audio = &program.app->audioCaptureService();
+        connect(audio, &AudioCaptureService::isMicCapturingChanged, this, [&] { ends.append("microphone"); });
+        connect(audio, &AudioCaptureService::captureStopped, this, [&] { ends.append("system"); });
         program.interview().pauseInterview();
         program.settle();
         QVERIFY(program.log.contains("Stopped audio forwarding (mic=8, system=8 chunks)"));
+        QCOMPARE(ends, (QStringList{"microphone", "system"}));
+        audio->disconnect(this);
         program.interview().resumeInterview();
         program.settle();
-        program.audio->pushMicrophone(std::span(tone));
-        program.settle();
-        QCOMPARE(program.log.count("Mic chunk #1 "), 2);
+        program.log.clear();
+        program.peer().setSendError(offline);
+        for (int i = 0; i < 101; ++i) {
+            program.audio->pushMicrophone(std::span(tone));
+            program.settle();
+        }
+        // The first three and each hundredth; of the failures the first of each hundred.
+        QCOMPARE(program.log.count("Mic chunk #"), 4);
+        QCOMPARE(program.log.count("[Interview] mic sendBinary failed: offline"), 2);
     }
 
     void manualModeHoldsTheStopBack() {
@@ -394,10 +495,12 @@ private Q_SLOTS:
         program.audio->surveyError.reset();
         program.audio->systemError.reset();
         program.audio->microphoneError.reset();
+        QSignalSpy flicker(&interview, &InterviewViewModel::statusChanged);
         program.clock->advance(2s);
         program.settle();
         QVERIFY(program.captures());
         QVERIFY(!interview.audioUnavailable() && interview.errorMessageText().isEmpty());
+        QCOMPARE(flicker.size(), 0);
 
         // A microphone that was unplugged alone comes back alone.
         program.audio->failMicrophone("unplugged");
@@ -427,6 +530,23 @@ private Q_SLOTS:
         program.clock->advance(2s);
         program.settle();
         QVERIFY(program.captures());
+    }
+
+    void soundAndLinkAreLostTogether() {
+        TestProgram program;
+        program.launchToInterview();
+        auto& interview = program.interview();
+        program.audio->surveyError = program.audio->systemError = program.audio->microphoneError = failure;
+        program.audio->failSystem("the sound server ended");
+        program.loseLink();
+        program.reopenLink(resumed);
+        QVERIFY(interview.status() == InterviewStatus::streaming && interview.audioUnavailable());
+        program.audio->surveyError.reset();
+        program.audio->systemError.reset();
+        program.audio->microphoneError.reset();
+        program.clock->advance(2s);
+        program.settle();
+        QVERIFY(program.captures() && !interview.audioUnavailable());
     }
 };
 

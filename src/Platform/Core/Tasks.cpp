@@ -22,6 +22,16 @@ void startTask(QCoro::Task<void> task, const char* name) {
     watch(std::move(task), name);
 }
 
+QCoro::Task<std::optional<QString>> failureOf(QCoro::Task<void> task) {
+    std::optional<QString> failure;
+    try {
+        co_await task;
+    } catch (const std::exception& error) {
+        failure = errorText(error);
+    }
+    co_return failure;
+}
+
 QString errorText(const std::exception& error) {
     return QString::fromUtf8(error.what());
 }
