@@ -242,6 +242,11 @@ void InterviewViewModel::setupSubscriptions() {
     connect(source, &WebSocketService::sessionNotFound, this, &Self::receiveSessionNotFound);
     connect(source, &WebSocketService::requestActiveQuestion, this, &Self::sendActiveQuestion);
     connect(source, &WebSocketService::chatComplete, this, &Self::receiveChatComplete);
+    connect(source, &WebSocketService::isConnectedChanged, this, [this] {
+        if (!m_webSocket.isConnected()) {
+            forgetAwaitedEndAcks();
+        }
+    });
 }
 
 void InterviewViewModel::receiveQuestions(const boost::json::object& object) {
@@ -284,6 +289,12 @@ void InterviewViewModel::receiveEndInterviewAck() {
     m_interviewId = QString();
 }
 
+// What a link or a session has not acknowledged it never will: the next acknowledgement is the server's own.
+void InterviewViewModel::forgetAwaitedEndAcks() {
+    m_endRequests.cancel();
+    m_awaitedEndAcks = 0;
+}
+
 void InterviewViewModel::receiveDisconnected() {
     if (m_status != InterviewStatus::streaming && m_status != InterviewStatus::startingAudio) {
         return;
@@ -317,9 +328,7 @@ void InterviewViewModel::receiveSessionResumed(const SessionResumedPayload& payl
 }
 
 void InterviewViewModel::receiveSessionFresh() {
-    // Ends that the old session has not acknowledged never will be.
-    m_endRequests.cancel();
-    m_awaitedEndAcks = 0;
+    forgetAwaitedEndAcks();
     const bool isHeld = m_run && m_run->course() == InterviewRun::Course::held;
     if (std::exchange(m_pausedByDisconnect, false)) {
         m_disconnectedDuringInterview = false;

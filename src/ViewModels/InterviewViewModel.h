@@ -129,6 +129,7 @@ private:
     void receiveQuestions(const boost::json::object& object);
     void receivePlan(const boost::json::object& object);
     void receiveEndInterviewAck();
+    void forgetAwaitedEndAcks();
     void receiveDisconnected();
     void receiveSessionResumed(const SessionResumedPayload& payload);
     void receiveSessionFresh();
