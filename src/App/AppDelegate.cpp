@@ -198,7 +198,7 @@ void AppDelegate::initializeViewModels() {
     m_interviewViewModel->setSystemAudioViewModel(m_systemAudioViewModel.get());
     m_dashboardViewModel = std::make_unique<DashboardViewModel>();
     m_screenshotConsumer = std::make_unique<ScreenshotConsumer>(
-        *m_screenCaptureService, *m_settingsViewModel, *m_completionViewModel,
+        *m_screenCaptureService, *m_settingsViewModel, *m_interviewViewModel, *m_completionViewModel,
         ScreenshotConsumer::Desktop{*m_platform.clipboard, *m_platform.notifications}, clock);
 }
 

@@ -20,6 +20,10 @@ enum class InterviewStatus {
     error,     // the start failed; the reason stands beside it
 };
 QString rawValue(InterviewStatus status);
+// Whether an interview has been started and not yet finished.
+constexpr bool isUnderWay(InterviewStatus status) {
+    return status != InterviewStatus::idle && status != InterviewStatus::error;
+}
 
 // A question that the interviewer may ask. Equal when topic and question are: the id is made anew at each
 // parse.

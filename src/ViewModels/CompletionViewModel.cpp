@@ -134,12 +134,7 @@ void CompletionViewModel::submit() {
     if (!m_currentConversationId) {
         startNewConversation();
     }
-    m_database.saveMessage({.id = ChatMessage::newID(),
-                            .conversationId = *m_currentConversationId,
-                            .role = MessageRole::user,
-                            .content = text,
-                            .timestamp = m_clock.nowMilliseconds(),
-                            .attachedFiles = encodeAttachments()});
+    saveMessage(MessageRole::user, text, m_attachedFiles);
     clearStreams();
     setProcessingStatusText(std::nullopt);
     m_isLoading = true;
@@ -202,15 +197,44 @@ QCoro::Task<void> CompletionViewModel::submitViaCustomProvider(QString text) {
 }
 
 void CompletionViewModel::startNewConversation() {
-    const auto id = Conversation::newID();
-    const auto now = m_clock.nowMilliseconds();
-    m_database.createConversation(
-        {.id = id, .title = QStringLiteral("New Chat"), .createdAt = now, .updatedAt = now});
-    setCurrentConversationId(id);
+    openConversation();
     clearStreams();
     m_assessmentIsStale = false;
     m_isCandidateSpeaking = false;
     setError(std::nullopt);
+}
+
+void CompletionViewModel::keep(const QList<AttachedFile>& files) {
+    if (!m_currentConversationId) {
+        openConversation();
+    }
+    saveMessage(MessageRole::user, QString(), files);
+}
+
+void CompletionViewModel::openConversation() {
+    const auto id = Conversation::newID();
+    createConversation(id);
+    setCurrentConversationId(id);
+}
+
+void CompletionViewModel::createConversation(const QString& id) {
+    const auto now = m_clock.nowMilliseconds();
+    m_database.createConversation(
+        {.id = id, .title = QStringLiteral("New Chat"), .createdAt = now, .updatedAt = now});
+}
+
+void CompletionViewModel::saveMessage(MessageRole role, const QString& content, const QList<AttachedFile>& files) {
+    const auto& id = *m_currentConversationId;
+    // The row may be missing because the disk was full when it was to be written. Without it no message can be stored.
+    if (!m_database.getConversation(id)) {
+        createConversation(id);
+    }
+    m_database.saveMessage({.id = ChatMessage::newID(),
+                            .conversationId = id,
+                            .role = role,
+                            .content = content,
+                            .timestamp = m_clock.nowMilliseconds(),
+                            .attachedFiles = encodeAttachments(files)});
 }
 
 void CompletionViewModel::clearAfterInterview() {
@@ -234,24 +258,19 @@ void CompletionViewModel::saveCurrentConversation() {
     if (!m_currentConversationId || m_response.isEmpty()) {
         return;
     }
-    m_database.saveMessage({.id = ChatMessage::newID(),
-                            .conversationId = *m_currentConversationId,
-                            .role = MessageRole::assistant,
-                            .content = m_response,
-                            .timestamp = m_clock.nowMilliseconds(),
-                            .attachedFiles = std::nullopt});
+    saveMessage(MessageRole::assistant, m_response, {});
     m_database.updateConversation(*m_currentConversationId, titleOf(m_response));
 }
 
-std::optional<QString> CompletionViewModel::encodeAttachments() const {
-    if (m_attachedFiles.isEmpty()) {
+std::optional<QString> CompletionViewModel::encodeAttachments(const QList<AttachedFile>& files) {
+    if (files.isEmpty()) {
         return std::nullopt;
     }
-    boost::json::array files;
-    for (const auto& file : m_attachedFiles) {
-        files.emplace_back(file.toJson());
+    boost::json::array array;
+    for (const auto& file : files) {
+        array.emplace_back(file.toJson());
     }
-    return QString::fromUtf8(json::serialize(boost::json::value(std::move(files))));
+    return QString::fromUtf8(json::serialize(boost::json::value(std::move(array))));
 }
 
 void CompletionViewModel::setAttachedFiles(QList<AttachedFile> files) {

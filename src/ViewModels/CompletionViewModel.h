@@ -63,6 +63,8 @@ public:
     // Stores the message and sends it. Does nothing for blanks without a file.
     void submit();
     void startNewConversation();
+    // Stores files with the conversation. Nothing is sent, and nothing on show changes.
+    void keep(const QList<AttachedFile>& files);
     // Clears what an ended interview left on show; the conversation goes on.
     void clearAfterInterview();
 
@@ -86,7 +88,10 @@ private:
     void receiveAssessmentChunk(const QString& text);
     void clearStreams(); // the reply and the assessment
     void saveCurrentConversation();
-    std::optional<QString> encodeAttachments() const;
+    void openConversation();
+    void createConversation(const QString& id);
+    void saveMessage(MessageRole role, const QString& content, const QList<AttachedFile>& files);
+    static std::optional<QString> encodeAttachments(const QList<AttachedFile>& files);
     void submitViaCorvane(const QString& text);
     QCoro::Task<void> sendChat(QString text);
     QCoro::Task<void> submitViaCustomProvider(QString text);

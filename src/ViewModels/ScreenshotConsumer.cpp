@@ -5,6 +5,7 @@
 #include "Platform/Screen/Clipboard.h"
 #include "Services/ScreenCaptureService.h"
 #include "ViewModels/CompletionViewModel.h"
+#include "ViewModels/InterviewViewModel.h"
 #include "ViewModels/SettingsViewModel.h"
 
 #include <QDateTime>
@@ -26,9 +27,10 @@ AttachedFile fileOf(const QByteArray& png, qint64 now) {
 } // namespace
 
 ScreenshotConsumer::ScreenshotConsumer(ScreenCaptureService& screenCapture, const SettingsViewModel& settings,
-                                       CompletionViewModel& completion, Desktop desktop,
-                                       const platform::Clock& clock)
+                                       const InterviewViewModel& interview, CompletionViewModel& completion,
+                                       Desktop desktop, const platform::Clock& clock)
     : m_settings(settings)
+    , m_interview(interview)
     , m_completion(completion)
     , m_desktop(desktop)
     , m_clock(clock) {
@@ -40,16 +42,21 @@ ScreenshotConsumer::ScreenshotConsumer(ScreenCaptureService& screenCapture, cons
 }
 
 void ScreenshotConsumer::take(const QByteArray& png) {
-    if (m_settings.screenshotConfig().enabled) {
+    if (!m_settings.screenshotConfig().enabled) {
+        m_desktop.clipboard.setPicture(png);
+        m_desktop.notifications.show(QStringLiteral("Screenshot copied"),
+                                     QStringLiteral("It is on the clipboard, ready to be pasted."));
+    } else if (isUnderWay(m_interview.status())) {
+        m_completion.keep({fileOf(png, m_clock.nowMilliseconds())});
+        m_desktop.notifications.show(
+            QStringLiteral("Screenshot kept with the conversation"),
+            QStringLiteral("It stays on this computer. During an interview nothing is asked about it."));
+    } else {
         submit(png);
         // Only the words of a message travel.
         m_desktop.notifications.show(QStringLiteral("Screenshot added to the chat"),
                                      QStringLiteral("The assistant has been asked in words. The picture "
                                                     "stays with the message on this computer."));
-    } else {
-        m_desktop.clipboard.setPicture(png);
-        m_desktop.notifications.show(QStringLiteral("Screenshot copied"),
-                                     QStringLiteral("It is on the clipboard, ready to be pasted."));
     }
 }
 

@@ -12,11 +12,13 @@ class Notifications;
 namespace corvane {
 
 class CompletionViewModel;
+class InterviewViewModel;
 class ScreenCaptureService;
 class SettingsViewModel;
 
-// What becomes of a screenshot: a message with it to the assistant, or, with that switched off, a picture on
-// the clipboard. A notice says which it was, or why there is none. Main thread.
+// What becomes of a screenshot: a message with it to the assistant; during an interview, which a message would disturb,
+// a picture kept with the conversation; with that switched off, a picture on the clipboard. A notice says which it was,
+// or why there is none. Main thread.
 class ScreenshotConsumer : public QObject {
     Q_OBJECT
 
@@ -28,13 +30,15 @@ public:
     };
 
     ScreenshotConsumer(ScreenCaptureService& screenCapture, const SettingsViewModel& settings,
-                       CompletionViewModel& completion, Desktop desktop, const platform::Clock& clock);
+                       const InterviewViewModel& interview, CompletionViewModel& completion, Desktop desktop,
+                       const platform::Clock& clock);
 
 private:
     void take(const QByteArray& png);
     void submit(const QByteArray& png);
 
     const SettingsViewModel& m_settings;
+    const InterviewViewModel& m_interview;
     CompletionViewModel& m_completion;
     Desktop m_desktop;
     const platform::Clock& m_clock;

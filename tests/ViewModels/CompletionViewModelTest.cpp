@@ -153,6 +153,21 @@ private Q_SLOTS:
         }
     }
 
+    void messagesAreStoredThoughTheirConversationCouldNotBe() {
+        TestProgram program;
+        program.launchToSession();
+        submit(program, "Lost");
+        auto& database = program.app->databaseService();
+        const auto id = *program.completion().currentConversationId();
+        database.deleteConversation(id); // as if the disk had been full
+        submit(program, "Kept");
+        QCOMPARE(database.getMessageCount(id), 1);
+        program.serverSays(chunk("chat_chunk", "A reply"));
+        program.serverSays(R"({"type":"chat_done"})");
+        QCOMPARE(database.getMessageCount(id), 2);
+        QCOMPARE(database.getConversation(id)->title, "A reply");
+    }
+
     void failuresToSendAreShown() {
         TestProgram program;
         program.launch(); // the socket has not opened yet, but it exists: break it

@@ -24,10 +24,6 @@ constexpr auto captureSettings =
     "x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture";
 constexpr std::array openableSchemes{"http", "https", "mailto"};
 
-bool isInterviewOn(InterviewStatus status) {
-    return status != InterviewStatus::idle && status != InterviewStatus::error;
-}
-
 // The place that is shown for an index that may be past the end.
 int limited(int index, qsizetype count) {
     return std::max(0, std::min(index, static_cast<int>(count) - 1));
@@ -224,7 +220,7 @@ ResponsePopoverPresenter::Info ResponsePopoverPresenter::info() const {
         return planInfo();
     }
     Info gathering;
-    gathering.section = isInterviewOn(m_interview.status()) ? QStringLiteral("gathering") : QString();
+    gathering.section = isUnderWay(m_interview.status()) ? QStringLiteral("gathering") : QString();
     return gathering;
 }
 

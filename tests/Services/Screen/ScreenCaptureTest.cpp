@@ -139,6 +139,35 @@ private Q_SLOTS:
         QCOMPARE(desk.app->databaseService().getMessageCount(*desk.completion().currentConversationId()), 1);
     }
 
+    void aPictureLeavesAnInterviewAlone_data() {
+        const auto row = rows<QList<QByteArray>, InterviewStatus>();
+        row("before the questions", {}, InterviewStatus::waitingForQuestions);
+        row("while an assessment streams",
+            {R"({"type":"chat_questions","questions":{"A":[{"question":"Why?"}]}})",
+             R"({"type":"assessment_chunk","text":"Good"})"},
+            InterviewStatus::streaming);
+    }
+
+    void aPictureLeavesAnInterviewAlone() {
+        const auto [messages, status] = currentRow<QList<QByteArray>, InterviewStatus>();
+        Desk desk({.mode = ScreenshotMode::auto_, .autoPrompt = "What is this?"});
+        desk.askForInterview("abc");
+        for (const auto& message : messages) {
+            desk.serverSays(message);
+        }
+        auto& completion = desk.completion();
+        const auto before = std::tuple(completion.assessmentText(), completion.isLoading());
+        desk.service().triggerScreenshot();
+        QVERIFY(waitUntil([&] { return desk.notifications->shown.size() == 1; }));
+        desk.settle();
+        QVERIFY(desk.notifications->shown.last().startsWith("Screenshot kept with the conversation"));
+        QCOMPARE(desk.commands("chat").size(), 1);
+        QCOMPARE(desk.interview().status(), status);
+        QCOMPARE(std::tuple(completion.assessmentText(), completion.isLoading()), before);
+        const auto stored = desk.app->databaseService().getMessages(*completion.currentConversationId()).last();
+        QCOMPARE(stored.decodedAttachments().size(), 1);
+    }
+
     void aFailureIsLoggedAndShown_data() {
         const auto row = rows<bool, bool, QString>();
         row("whole, refused", true, false, "Not allowed");
