@@ -38,7 +38,13 @@ constexpr std::array transitions{
     Transition{Event::opened, Course::retrying, Course::live},
     Transition{Event::retry, Course::live, Course::retrying},
 
+    // An interview_id that is still on its way may not arrive.
+    Transition{Event::pause, Course::telling, Course::heldUntold},
+    Transition{Event::pause, Course::retelling, Course::heldUntold},
+    Transition{Event::pause, Course::opening, Course::held},
+    Transition{Event::pause, Course::retrying, Course::held},
     Transition{Event::pause, Course::live, Course::held},
+    Transition{Event::pause, Course::lost, Course::held},
 
     Transition{Event::resume, Course::lost, Course::opening},
     Transition{Event::resume, Course::held, Course::opening},

@@ -127,6 +127,12 @@ void InterviewViewModel::pauseInterview() {
     }
 }
 
+void InterviewViewModel::holdInterview() {
+    if (m_run) {
+        m_run->take(InterviewRun::Event::pause);
+    }
+}
+
 void InterviewViewModel::resumeInterview() {
     if (m_run) {
         m_run->take(InterviewRun::Event::resume);

@@ -89,6 +89,9 @@ public:
 
     void startInterviewWithId();
     void pauseInterview();
+    // Pauses in any status of an interview that has its questions: a start under way is given up, and a pause by a lost
+    // connection becomes the user's own, which no recovery ends.
+    void holdInterview();
     void resumeInterview();
     void stopInterview();
     void retrySystemAudioCapture();

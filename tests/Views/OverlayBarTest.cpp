@@ -35,6 +35,8 @@ private Q_SLOTS:
     void theStopDialogGoesFirst();
     void stopDialogAnswers_data();
     void stopDialogAnswers();
+    void pauseInTheDialogHoldsInAnyStatus_data();
+    void pauseInTheDialogHoldsInAnyStatus();
     void theStripShowsOnceOnly_data();
     void theStripShowsOnceOnly();
 };
@@ -130,6 +132,35 @@ void OverlayBarTest::stopDialogAnswers() {
     QCOMPARE(bar.interview().status(), status);
     QVERIFY(!bar.presenter().showingDialog());
     QCOMPARE(bar.presenter().showsResponse(), status != InterviewStatus::idle);
+}
+
+// The dialog is open while the interview takes another course.
+void OverlayBarTest::pauseInTheDialogHoldsInAnyStatus_data() {
+    const auto row = rows<QByteArray, InterviewStatus>();
+    row("the link is lost", {}, InterviewStatus::paused);
+    row("the interview goes on by itself", R"({"type":"session_resumed","interview_id":"abc"})",
+        InterviewStatus::startingAudio);
+}
+
+void OverlayBarTest::pauseInTheDialogHoldsInAnyStatus() {
+    const auto [answer, status] = currentRow<QByteArray, InterviewStatus>();
+    Bar bar;
+    bar.startInterview();
+    bar.presenter().audioControl()->press();
+    bar.settle();
+    bar.loseLink();
+    bar.audio->hold();
+    if (!answer.isEmpty()) {
+        bar.reopenLink(answer);
+    }
+    QCOMPARE(bar.interview().status(), status);
+    bar.answer(1);
+    bar.audio->release();
+    if (answer.isEmpty()) {
+        bar.reopenLink(R"({"type":"session_resumed","interview_id":"abc"})");
+    }
+    QCOMPARE(bar.interview().status(), InterviewStatus::paused);
+    QVERIFY(bar.isSilent() && !bar.presenter().showingDialog());
 }
 
 void OverlayBarTest::theStripShowsOnceOnly_data() {

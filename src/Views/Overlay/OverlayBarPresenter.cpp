@@ -153,7 +153,8 @@ const OverlayBarPresenter::DialogText& OverlayBarPresenter::dialogText() const {
         {{"Cancel", [](Bar& bar) { bar.m_interview.setShowStopDialog(false); }},
          {"Pause",
           [](Bar& bar) {
-              bar.m_interview.pauseInterview();
+              // The status may have changed since the dialog was opened.
+              bar.m_interview.holdInterview();
               bar.m_interview.setShowStopDialog(false);
           }},
          {"Finish",
