@@ -278,6 +278,7 @@ void InterviewRun::finishAudioStart(bool microphoneRuns, bool systemRuns, const 
 void InterviewRun::showSources(bool microphoneRuns, bool systemRuns, const QString& silentMessage) {
     m_model.m_audioUnavailable = !microphoneRuns && !systemRuns;
     m_model.m_microphoneFallbackActive = microphoneRuns && !systemRuns;
+    m_model.m_microphoneMissing = systemRuns && !microphoneRuns;
     m_model.setErrorMessage(m_model.m_audioUnavailable ? std::optional(silentMessage) : std::nullopt);
 }
 
@@ -299,6 +300,7 @@ void InterviewRun::receiveCaptureFailure() {
 }
 
 void InterviewRun::stopCapture() {
+    m_model.m_microphoneMissing = false;
     m_soundWatch.stop();
     stopForwardingAudio();
     m_audioCapture.stopMicrophoneCapture();

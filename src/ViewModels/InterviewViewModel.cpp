@@ -108,6 +108,7 @@ void InterviewViewModel::beginInterviewSubmission(const QString& id) {
     m_microphoneRequest.cancel();
     m_run = std::make_unique<InterviewRun>(*this,
                                            InterviewRun::Services{m_webSocket, m_audioCapture, m_clock});
+    m_disconnectedDuringInterview = false; // which was of the interview before
     m_interviewId = id;
     m_status = InterviewStatus::waitingForQuestions;
     if (chatSubmitHandler) {
@@ -158,11 +159,23 @@ void InterviewViewModel::stopInterview() {
     }
 }
 
+void InterviewViewModel::giveUpStart() {
+    if (m_status != InterviewStatus::waitingForQuestions) {
+        return;
+    }
+    m_run.reset();
+    m_status = InterviewStatus::idle;
+    if (onInterviewEnded) {
+        onInterviewEnded();
+    }
+}
+
 void InterviewViewModel::endRun() {
     m_microphoneRequest.cancel();
     m_run.reset(); // the forwarding ends first
     m_audioCapture.stopMicrophoneCapture();
     m_audioCapture.stopSystemCapture();
+    m_microphoneMissing = false;
 }
 
 QCoro::Task<void> InterviewViewModel::sendEndInterview() {

@@ -43,6 +43,7 @@ class InterviewViewModel : public QObject {
     Q_PROPERTY(bool audioUnavailable READ audioUnavailable NOTIFY audioUnavailableChanged)
     Q_PROPERTY(
         bool microphoneFallbackActive READ microphoneFallbackActive NOTIFY microphoneFallbackActiveChanged)
+    Q_PROPERTY(bool microphoneMissing READ microphoneMissing NOTIFY microphoneMissingChanged)
     Q_PROPERTY(bool followUpsEnabled READ followUpsEnabled NOTIFY followUpsEnabledChanged)
     Q_PROPERTY(
         bool englishAssessmentEnabled READ englishAssessmentEnabled NOTIFY englishAssessmentEnabledChanged)
@@ -77,6 +78,8 @@ public:
     QString errorMessageText() const { return m_errorMessage.value_or(QString()); }
     bool audioUnavailable() const { return m_audioUnavailable; }
     bool microphoneFallbackActive() const { return m_microphoneFallbackActive; }
+    // System audio runs and the microphone does not: the interviewer is not heard.
+    bool microphoneMissing() const { return m_microphoneMissing; }
     bool followUpsEnabled() const { return m_followUpsEnabled; }
     bool englishAssessmentEnabled() const { return m_englishAssessmentEnabled; }
     bool manualMode() const { return m_manualMode; }
@@ -94,6 +97,8 @@ public:
     void holdInterview();
     void resumeInterview();
     void stopInterview();
+    // Ends the wait for questions and keeps the id, so that the start can be tried again. Does nothing in other statuses.
+    void giveUpStart();
     void retrySystemAudioCapture();
     void nextQuestion();
     void sendActiveQuestion();
@@ -117,6 +122,7 @@ Q_SIGNALS:
     void errorMessageChanged();
     void audioUnavailableChanged();
     void microphoneFallbackActiveChanged();
+    void microphoneMissingChanged();
     void followUpsEnabledChanged();
     void englishAssessmentEnabledChanged();
     void manualModeChanged();
@@ -161,6 +167,8 @@ private:
                                          &Self::audioUnavailableChanged)
     Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_microphoneFallbackActive, false,
                                          &Self::microphoneFallbackActiveChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_microphoneMissing, false,
+                                         &Self::microphoneMissingChanged)
     Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_followUpsEnabled, false,
                                          &Self::followUpsEnabledChanged)
     Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_englishAssessmentEnabled, false,

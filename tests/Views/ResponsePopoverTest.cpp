@@ -56,6 +56,9 @@ class ResponsePopoverTest : public QObject {
 private Q_SLOTS:
     void whatIsShown_data();
     void whatIsShown();
+    void whatGoesWrongIsSaid_data();
+    void whatGoesWrongIsSaid();
+    void aStartThatFailedCanBeGivenUp();
     void navigationStaysWithinItsRange();
     void textIsTakenUpOnceAFrameAndFollowed();
     void manyCardsAreFollowedAndOnlyThoseNearExist();
@@ -106,6 +109,74 @@ void ResponsePopoverTest::whatIsShown() {
                           presenter.content(), says.join(u'|')}),
              expected);
     QCOMPARE(presenter.isAssistantWorking(), presenter.content() == "working");
+}
+
+void ResponsePopoverTest::whatGoesWrongIsSaid_data() {
+    using Work = std::function<void(TestProgram&)>;
+    const auto row = rows<Work, QString, QString>();
+    const auto lost = QStringLiteral("Connection lost during the interview");
+    row("nothing", [](TestProgram&) {}, "", "");
+    row("a lost link", [](TestProgram& program) { program.loseLink(); }, lost, "The interview is paused.");
+    row("gone on without the link",
+        [](TestProgram& program) {
+            program.loseLink();
+            program.interview().resumeInterview();
+        },
+        lost, "The server may not have heard");
+    row("the next interview",
+        [](TestProgram& program) {
+            program.loseLink();
+            program.interview().stopInterview();
+            program.reopenLink(R"({"type":"session_resumed"})");
+            program.startInterview("second");
+        },
+        "", "");
+    row("a lost microphone", [](TestProgram& program) { program.audio->failMicrophone("unplugged"); },
+        "Your microphone is not captured", "The candidate is still heard.");
+    row("one that came back",
+        [](TestProgram& program) {
+            program.audio->failMicrophone("unplugged");
+            program.settle();
+            program.clock->advance(std::chrono::seconds(2));
+        },
+        "", "");
+    row("paused without it",
+        [](TestProgram& program) {
+            program.audio->failMicrophone("unplugged");
+            program.settle();
+            program.interview().pauseInterview();
+        },
+        "", "");
+}
+
+void ResponsePopoverTest::whatGoesWrongIsSaid() {
+    const auto [work, title, text] = currentRow<std::function<void(TestProgram&)>, QString, QString>();
+    Popover popover;
+    popover.program.startInterview();
+    work(popover.program);
+    popover.play({});
+    QCOMPARE(popover.presenter.noticeTitle(), title);
+    QVERIFY2(popover.presenter.noticeText().startsWith(text), qPrintable(popover.presenter.noticeText()));
+}
+
+void ResponsePopoverTest::aStartThatFailedCanBeGivenUp() {
+    Popover popover;
+    auto& program = popover.program;
+    program.peer().setSendError(platform::WebSocketError(platform::WebSocketError::Kind::notConnected, "offline"));
+    program.askForInterview("abc");
+    popover.play({});
+    QVERIFY(popover.presenter.hasError() && popover.presenter.canGiveUp());
+    popover.presenter.giveUp();
+    popover.play({});
+    QCOMPARE(program.interview().status(), InterviewStatus::idle);
+    QCOMPARE(program.interview().interviewId(), "abc");
+    QVERIFY(!popover.presenter.hasError() && !popover.presenter.canGiveUp());
+    // What still comes for it starts no sound.
+    program.serverSays(questions);
+    QVERIFY(program.interview().status() == InterviewStatus::idle && program.isSilent());
+    program.peer().setSendError({});
+    program.startInterview();
+    QCOMPARE(program.interview().status(), InterviewStatus::streaming);
 }
 
 void ResponsePopoverTest::navigationStaysWithinItsRange() {

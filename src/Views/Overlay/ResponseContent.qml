@@ -31,13 +31,24 @@ FollowingListView {
             active: view.presenter.hasError
             visible: active
             width: view.innerWidth
-            sourceComponent: AssistantSectionCard {
-                width: view.innerWidth
-                title: "Error"
-                symbol: "exclamationmark.triangle.fill"
-                tone: "orange"
-                content: view.presenter.errorText
-                onLinkActivated: link => view.presenter.openLink(link)
+            sourceComponent: Column {
+                spacing: 8
+
+                AssistantSectionCard {
+                    width: view.innerWidth
+                    title: "Error"
+                    symbol: "exclamationmark.triangle.fill"
+                    tone: "orange"
+                    content: view.presenter.errorText
+                    onLinkActivated: link => view.presenter.openLink(link)
+                }
+                SmallButton {
+                    visible: view.presenter.canGiveUp
+                    x: view.innerWidth - width
+                    text: "Give Up"
+                    tip: "End this start and keep the interview ID"
+                    onClicked: view.presenter.giveUp()
+                }
             }
         }
 

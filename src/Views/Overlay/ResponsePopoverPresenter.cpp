@@ -70,6 +70,7 @@ void ResponsePopoverPresenter::subscribe() {
               &Interview::activeQuestionIndexChanged, &Interview::interviewPlanChanged,
               &Interview::activePlanTopicIndexChanged, &Interview::errorMessageChanged,
               &Interview::audioUnavailableChanged, &Interview::microphoneFallbackActiveChanged,
+              &Interview::microphoneMissingChanged, &Interview::disconnectedDuringInterviewChanged,
               &Interview::followUpsEnabledChanged, &Interview::englishAssessmentEnabledChanged,
               &Interview::manualModeChanged);
     connect(&m_settings, &SettingsViewModel::transparencyChanged, this,
@@ -188,6 +189,9 @@ ResponsePopoverPresenter::Face ResponsePopoverPresenter::face() const {
     if (!face.microphoneFallback && m_interview.audioUnavailable()) {
         face.audioWarning = m_interview.errorMessageText();
     }
+    face.notice = notice();
+    face.canGiveUp =
+        m_interview.status() == InterviewStatus::waitingForQuestions && m_completion.error().has_value();
     face.manualSendVisible = m_interview.manualModeActive();
     face.info = info();
     face.hasError = m_completion.error().has_value();
@@ -210,6 +214,24 @@ ResponsePopoverPresenter::Face ResponsePopoverPresenter::face() const {
     face.assessmentOpacity = m_completion.assessmentIsStale() ? staleOpacity : 1;
     face.updating = m_completion.isAssessmentStreaming();
     return face;
+}
+
+ResponsePopoverPresenter::Notice ResponsePopoverPresenter::notice() const {
+    static constexpr Notice none;
+    static constexpr Notice pausedByLoss{
+        "wifi.slash", "Connection lost during the interview",
+        "The interview is paused. Nothing is sent until the connection is back."};
+    static constexpr Notice wentOn{
+        "wifi.slash", "Connection lost during the interview",
+        "The server may not have heard everything that was said since."};
+    static constexpr Notice unheard{
+        "mic.slash", "Your microphone is not captured",
+        "The candidate is still heard. Pause and resume to try your microphone again."};
+    const auto status = m_interview.status();
+    if (m_interview.disconnectedDuringInterview() && isUnderWay(status)) {
+        return status == InterviewStatus::paused ? pausedByLoss : wentOn;
+    }
+    return m_interview.microphoneMissing() ? unheard : none;
 }
 
 ResponsePopoverPresenter::Info ResponsePopoverPresenter::info() const {
@@ -262,6 +284,10 @@ QString ResponsePopoverPresenter::planQuestionsText() const {
 
 void ResponsePopoverPresenter::retryAudio() {
     m_interview.retrySystemAudioCapture();
+}
+
+void ResponsePopoverPresenter::giveUp() {
+    m_interview.giveUpStart();
 }
 
 void ResponsePopoverPresenter::openCaptureSettings() {

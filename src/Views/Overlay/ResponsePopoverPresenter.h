@@ -28,6 +28,11 @@ class ResponsePopoverPresenter : public QObject {
     Q_PROPERTY(bool microphoneFallback READ microphoneFallback NOTIFY changed)
     Q_PROPERTY(QString audioWarning READ audioWarning NOTIFY changed)
     Q_PROPERTY(QString silenceNotice READ silenceNotice NOTIFY silenceNoticeChanged)
+    // What has gone wrong with the interview and needs no answer; an empty title for nothing.
+    Q_PROPERTY(QString noticeSymbol READ noticeSymbol NOTIFY changed)
+    Q_PROPERTY(QString noticeTitle READ noticeTitle NOTIFY changed)
+    Q_PROPERTY(QString noticeText READ noticeText NOTIFY changed)
+    Q_PROPERTY(bool canGiveUp READ canGiveUp NOTIFY changed)
     Q_PROPERTY(bool manualSendVisible READ manualSendVisible NOTIFY changed)
     Q_PROPERTY(QString infoSection READ infoSection NOTIFY changed)
     Q_PROPERTY(QString chip READ chip NOTIFY changed)
@@ -68,6 +73,11 @@ public:
     QString audioWarning() const { return m_face.audioWarning; } // empty for none
     // Why the candidate is not heard; empty while there is nothing to say.
     const QString& silenceNotice() const { return m_silenceNotice; }
+    QString noticeSymbol() const { return QLatin1String(m_face.notice.symbol); }
+    QString noticeTitle() const { return QLatin1String(m_face.notice.title); }
+    QString noticeText() const { return QLatin1String(m_face.notice.text); }
+    // The start of the interview has failed, and nothing else ends it.
+    bool canGiveUp() const { return m_face.canGiveUp; }
     bool manualSendVisible() const { return m_face.manualSendVisible; }
     // "questions", "plan", "gathering", or empty for nothing.
     QString infoSection() const { return m_face.info.section; }
@@ -95,6 +105,7 @@ public:
 
     Q_INVOKABLE void retryAudio();
     Q_INVOKABLE void openCaptureSettings();
+    Q_INVOKABLE void giveUp();
     // To the topic or the question before or after the one on show.
     Q_INVOKABLE void goBack();
     Q_INVOKABLE void goForward();
@@ -121,11 +132,19 @@ private:
         bool canGoForward = false;
         bool operator==(const Info&) const = default;
     };
+    struct Notice {
+        const char* symbol = "";
+        const char* title = "";
+        const char* text = "";
+        bool operator==(const Notice&) const = default; // of literals
+    };
     struct Face {
         bool hasAssistantContent = false;
         bool isAssistantWorking = false;
         bool microphoneFallback = false;
         QString audioWarning;
+        Notice notice;
+        bool canGiveUp = false;
         bool manualSendVisible = false;
         Info info;
         bool hasError = false;
@@ -150,6 +169,7 @@ private:
     bool showsTranscript() const;
     bool isStarting() const;
     Face face() const;
+    Notice notice() const;
     Info info() const;
     Info planInfo() const;
     Info questionInfo() const;

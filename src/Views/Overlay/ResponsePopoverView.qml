@@ -67,6 +67,20 @@ Item {
             fill: Qt.alpha(Theme.orange, 0.06)
         }
 
+        Loader {
+            width: parent.width
+            visible: active
+            active: view.presenter.noticeTitle !== ""
+            sourceComponent: Banner {
+                radius: 10
+                symbol: view.presenter.noticeSymbol
+                symbolColor: Theme.orange
+                title: view.presenter.noticeTitle
+                text: view.presenter.noticeText
+                fill: Qt.alpha(Theme.orange, 0.06)
+            }
+        }
+
         Item {
             width: parent.width
             height: interviewInfoSection.sourceComponent ? interviewInfoSection.height + 20 : 0

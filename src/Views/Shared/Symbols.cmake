@@ -32,6 +32,7 @@ set(CORVANE_SYMBOLS
     speaker.wave.2=volume-up
     stop.fill=stop-fill
     text.bubble=chat-text
+    mic.slash=mic-mute
     wifi=wifi
     wifi.slash=wifi-off
     xmark=x-lg)
