@@ -255,11 +255,11 @@ void CompletionViewModel::clearStreams() {
 }
 
 void CompletionViewModel::saveCurrentConversation() {
-    if (!m_currentConversationId || m_response.isEmpty()) {
+    if (!m_currentConversationId || m_response.text().isEmpty()) {
         return;
     }
-    saveMessage(MessageRole::assistant, m_response, {});
-    m_database.updateConversation(*m_currentConversationId, titleOf(m_response));
+    saveMessage(MessageRole::assistant, m_response.text(), {});
+    m_database.updateConversation(*m_currentConversationId, titleOf(m_response.text()));
 }
 
 std::optional<QString> CompletionViewModel::encodeAttachments(const QList<AttachedFile>& files) {

@@ -3,6 +3,7 @@
 #include "Models/ChatModels.h"
 #include "Platform/Core/Clock.h"
 #include "Platform/Storage/DefaultsStore.h"
+#include "ViewModels/StreamedText.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -43,7 +44,8 @@ public:
 
     QString input() const { return m_input; }
     void setInput(const QString& input) { m_input = input; }
-    QString response() const { return m_response; }
+    QString response() const { return m_response.text(); }
+    const StreamedText& streamedResponse() const { return m_response; }
     bool isLoading() const { return m_isLoading; }
     const std::optional<QString>& error() const { return m_error; }
     QString errorText() const { return m_error.value_or(QString()); }
@@ -54,7 +56,8 @@ public:
     void setIsResponsePopoverOpen(bool open) { m_isResponsePopoverOpen = open; }
     bool isRecordingAudio() const { return m_isRecordingAudio; }
     void setIsRecordingAudio(bool recording) { m_isRecordingAudio = recording; }
-    QString assessmentText() const { return m_assessmentText; }
+    QString assessmentText() const { return m_assessmentText.text(); }
+    const StreamedText& streamedAssessment() const { return m_assessmentText; }
     const std::optional<QString>& processingStatusText() const { return m_processingStatusText; }
     QString processingStatusLine() const { return m_processingStatusText.value_or(QString()); }
     bool isAssessmentStreaming() const { return m_isAssessmentStreaming; }
@@ -111,9 +114,9 @@ private:
     Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_assessmentIsStale, false,
                                          &Self::assessmentIsStaleChanged)
 
-    // Plain strings: a chunk is appended in place, at a cost that does not grow with the text.
-    QString m_response;
-    QString m_assessmentText;
+    // A chunk is appended in place, at a cost that does not grow with the text.
+    StreamedText m_response;
+    StreamedText m_assessmentText;
     std::optional<QString> m_error;
     std::optional<QString> m_processingStatusText;
     QList<AttachedFile> m_attachedFiles;

@@ -1,4 +1,4 @@
-#include "Views/Overlay/AssessmentSectionsModel.h"
+#include "Views/Overlay/AssistantCardsModel.h"
 #include "tests/Support/Rows.h"
 
 #include <QAbstractItemModelTester>
@@ -74,18 +74,18 @@ void AssessmentSectionsTest::sectionsOfAText() {
 }
 
 void AssessmentSectionsTest::aStreamGivesTheSectionsOfItsText() {
-    AssessmentSectionsModel model;
+    AssistantCardsModel model;
     const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
     // The texts as those have them who only hear of changes, and who has heard of one.
-    QHash<StreamedText*, QString> followed;
-    QSet<StreamedText*> told;
+    QHash<CardText*, QString> followed;
+    QSet<CardText*> told;
     const auto streamOf = [&](int row) {
-        return model.data(model.index(row), AssessmentSectionsModel::streamRole).value<StreamedText*>();
+        return model.data(model.index(row), AssistantCardsModel::streamRole).value<CardText*>();
     };
     connect(&model, &QAbstractItemModel::rowsInserted, this, [&](const QModelIndex&, int row) {
         auto* stream = streamOf(row);
         followed[stream] = stream->text();
-        connect(stream, &StreamedText::changed, this, [&, stream](qsizetype unchanged) {
+        connect(stream, &CardText::changed, this, [&, stream](qsizetype unchanged) {
             followed[stream] = followed[stream].left(unchanged) + stream->text().mid(unchanged);
             told.insert(stream);
         });
@@ -100,6 +100,7 @@ void AssessmentSectionsTest::aStreamGivesTheSectionsOfItsText() {
             const auto rowsBefore = model.rowCount();
             told.clear();
             model.append(QStringView(whole).sliced(at, count));
+            model.publish();
             at += count;
             const auto expected = parseAssessmentSections(whole.left(at));
             QVERIFY2(model.sections() == expected,

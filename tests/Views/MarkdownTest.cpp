@@ -134,7 +134,7 @@ void MarkdownTest::theDocumentKeepsItsSelectionAndSettledText() {
     QVERIFY2(view, qPrintable(component.errorString()));
     auto* document = view->property("textDocument").value<QQuickTextDocument*>()->textDocument();
 
-    StreamedText stream;
+    CardText stream;
     view->setProperty("stream", QVariant::fromValue(&stream));
     const auto say = [&](const QString& text) {
         stream.append(text);

@@ -48,6 +48,25 @@ struct Popover : LaunchedProgram {
     }
 };
 
+// The popover in a window.
+struct PopoverView : Popover {
+    PopoverView() {
+        view.engine()->addImportPath("qrc:/qt/qml");
+        view.setResizeMode(QQuickView::SizeRootObjectToView);
+        view.setInitialProperties({{"presenter", QVariant::fromValue(&presenter)}});
+        view.setSource(QUrl("qrc:/qt/qml/Corvane/Overlay/ResponsePopoverView.qml"));
+        view.resize(620, 652);
+        view.show();
+    }
+    QQuickItem* list() const { return view.rootObject()->findChild<QQuickItem*>("assistantList"); }
+    // Rows that have been made, the list's header and footer too.
+    qsizetype rowsThatExist() const {
+        return list()->property("contentItem").value<QQuickItem*>()->childItems().size();
+    }
+
+    QQuickView view;
+};
+
 } // namespace
 
 class ResponsePopoverTest : public QObject {
@@ -62,6 +81,8 @@ private Q_SLOTS:
     void navigationStaysWithinItsRange();
     void textIsTakenUpOnceAFrameAndFollowed();
     void manyCardsAreFollowedAndOnlyThoseNearExist();
+    void aLineWithoutEndIsLaidOutWhereItIsSeen_data();
+    void aLineWithoutEndIsLaidOutWhereItIsSeen();
     void onlyLinksOfTheWebAndMailOpen();
 };
 
@@ -96,8 +117,11 @@ void ResponsePopoverTest::whatIsShown() {
     const auto& presenter = popover.presenter;
     QStringList says;
     if (presenter.content() == "assistant") {
-        says = presenter.noteVisible() ? QStringList{popover.presenter.note()->text()} : QStringList();
-        for (const auto& section : popover.presenter.assessmentSections()->sections()) {
+        const auto* cards = popover.presenter.cards();
+        if (cards->rowCount() > cards->sections().size()) {
+            says.append(cards->note());
+        }
+        for (const auto& section : cards->sections()) {
             says.append(assessmentCard(section.kind).title + QString(": ") + section.text);
         }
     } else {
@@ -228,7 +252,7 @@ void ResponsePopoverTest::textIsTakenUpOnceAFrameAndFollowed() {
     // A new assessment whose first piece is longer than all of the old one.
     const QString longer = QString("A new one ").repeated(30).trimmed();
     popover.play({R"({"type":"assessment_done"})", said("assessment_chunk", longer)});
-    QCOMPARE(presenter.assessmentSections()->sections().first().text, longer);
+    QCOMPARE(presenter.cards()->sections().first().text, longer);
 
     auto settings = popover.program.app->settingsViewModel().responseSettings();
     settings.autoScroll = false;
@@ -239,14 +263,8 @@ void ResponsePopoverTest::textIsTakenUpOnceAFrameAndFollowed() {
 }
 
 void ResponsePopoverTest::manyCardsAreFollowedAndOnlyThoseNearExist() {
-    Popover popover;
-    QQuickView view;
-    view.engine()->addImportPath("qrc:/qt/qml");
-    view.setResizeMode(QQuickView::SizeRootObjectToView);
-    view.setInitialProperties({{"presenter", QVariant::fromValue(&popover.presenter)}});
-    view.setSource(QUrl("qrc:/qt/qml/Corvane/Overlay/ResponsePopoverView.qml"));
-    view.resize(620, 652);
-    view.show();
+    PopoverView popover;
+    auto& view = popover.view;
     popover.play({plan, "assess"});
     // Of very different heights, so that those out of sight can only be guessed at.
     QString text;
@@ -255,11 +273,11 @@ void ResponsePopoverTest::manyCardsAreFollowedAndOnlyThoseNearExist() {
                 QString("A line.\\n").repeated(1 + card * 7 % 23);
     }
     popover.play({said("assessment_chunk", text)});
-    auto* list = view.rootObject()->findChild<QQuickItem*>("assistantList");
+    auto* list = popover.list();
     QVERIFY(list && list->property("count").toInt() == 300);
     QTRY_VERIFY(list->property("contentY").toReal() > 50000);
     QTRY_COMPARE(list->property("contentY"), list->property("bottomY"));
-    QVERIFY(list->property("contentItem").value<QQuickItem*>()->childItems().size() < 60);
+    QVERIFY(popover.rowsThatExist() < 60);
 
     // Up to cards that are younger than those below them: Tab still goes down, and back up.
     view.requestActivate();
@@ -280,6 +298,32 @@ void ResponsePopoverTest::manyCardsAreFollowedAndOnlyThoseNearExist() {
             QVERIFY(view.activeFocusItem() && view.activeFocusItem()->property("readOnly").toBool());
         }
     }
+}
+
+void ResponsePopoverTest::aLineWithoutEndIsLaidOutWhereItIsSeen_data() {
+    const auto row = rows<QByteArray, QString>();
+    row("a reply", "chat_chunk", "word ");
+    row("an assessment", "assessment_chunk", "word ");
+    row("without a blank", "assessment_chunk", QString::fromUtf8("\U0001F600"));
+}
+
+void ResponsePopoverTest::aLineWithoutEndIsLaidOutWhereItIsSeen() {
+    const auto [type, word] = currentRow<QByteArray, QString>();
+    PopoverView popover;
+    const auto text = word.repeated(4'000'000 / word.size());
+    popover.play({said(type, "A short line\\n"), said(type, text)});
+    auto* cards = popover.presenter.cards();
+    QVERIFY(cards->rowCount() >= 400);
+    QString shown;
+    for (int row = 0; row < cards->rowCount(); ++row) {
+        const auto* piece = cards->data(cards->index(row), AssistantCardsModel::streamRole).value<CardText*>();
+        QVERIFY(piece->text().size() <= 10'000 && !piece->text().front().isLowSurrogate());
+        QCOMPARE(cards->data(cards->index(row), AssistantCardsModel::startsCardRole).toBool(), row == 0);
+        shown += piece->text();
+    }
+    QCOMPARE(shown.remove(' ').size(), QString("Ashortline\n" + text).remove(' ').size());
+    QTRY_VERIFY(popover.list()->property("contentY").toReal() > 100'000);
+    QVERIFY(popover.rowsThatExist() < 30);
 }
 
 void ResponsePopoverTest::onlyLinksOfTheWebAndMailOpen() {

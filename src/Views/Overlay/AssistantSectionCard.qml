@@ -9,7 +9,9 @@ CardSurface {
     property string symbol
     property string tone: "secondary"
     property alias content: words.content
-    property StreamedText stream: null
+    property CardText stream: null
+    // False for a further piece of a text that is too long for one card.
+    property bool headed: true
     // Whether the Tab key stops at the text, which it leaves as onTabPressed says.
     property alias tabStop: words.activeFocusOnTab
     // Of a focus scope around the card, the text's place in it.
@@ -46,6 +48,7 @@ CardSurface {
         id: header
         x: 12
         y: 12
+        visible: card.headed
         spacing: 5
 
         Symbol {
@@ -66,7 +69,7 @@ CardSurface {
     MarkdownView {
         id: words
         x: 12
-        y: header.y + header.height + 6
+        y: card.headed ? header.y + header.height + 6 : 12
         width: card.width - 24
         stream: card.stream
         Accessible.name: card.title

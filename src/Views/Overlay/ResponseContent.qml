@@ -16,7 +16,7 @@ FollowingListView {
         }
     }
 
-    model: presenter.content === "assistant" && presenter.assessmentVisible ? presenter.assessmentSections : null
+    model: presenter.content === "assistant" ? presenter.cards : null
     spacing: 12
 
     header: Column {
@@ -55,11 +55,10 @@ FollowingListView {
         Loader {
             id: first
             readonly property Component planQuestions: view.presenter.planQuestions !== "" ? planFollowUpsSection : noQuestions
-            readonly property Component assistant: view.presenter.noteVisible ? note : null
             visible: sourceComponent !== null
             width: view.innerWidth
-            sourceComponent: ({ "planQuestions": planQuestions, "working": workingState, "empty": emptyState,
-                                "assistant": assistant })[view.presenter.content] ?? null
+            sourceComponent: ({ "planQuestions": planQuestions, "working": workingState,
+                                "empty": emptyState })[view.presenter.content] ?? null
         }
     }
 
@@ -70,11 +69,13 @@ FollowingListView {
         required property string title
         required property string symbol
         required property string tone
-        required property StreamedText stream
+        required property CardText stream
+        required property bool startsCard
+        required property bool isAssessment
 
         width: view.width
         height: card.implicitHeight
-        opacity: view.presenter.assessmentOpacity
+        opacity: isAssessment ? view.presenter.assessmentOpacity : 1
         Behavior on opacity {
             NumberAnimation {
                 duration: 200
@@ -90,6 +91,7 @@ FollowingListView {
             symbol: row.symbol
             tone: row.tone
             stream: row.stream
+            headed: row.startsCard
             textFocus: true
             tabStop: row.index === view.tabRow
             onTextFocusedChanged: view.noteFocus(row, row.index, textFocused)
@@ -189,17 +191,6 @@ FollowingListView {
         HintCard {
             title: view.presenter.emptyTitle
             line: view.presenter.emptyLine
-        }
-    }
-
-    Component {
-        id: note
-        AssistantSectionCard {
-            width: view.innerWidth
-            title: "Note"
-            symbol: "sparkles"
-            stream: view.presenter.note
-            onLinkActivated: link => view.presenter.openLink(link)
         }
     }
 }

@@ -6,6 +6,7 @@
 #include "ViewModels/CompletionViewModel.h"
 #include "ViewModels/InterviewViewModel.h"
 #include "ViewModels/SettingsViewModel.h"
+#include "ViewModels/StreamedText.h"
 
 #include <QUrl>
 
@@ -29,6 +30,11 @@ int limited(int index, qsizetype count) {
     return std::max(0, std::min(index, static_cast<int>(count) - 1));
 }
 
+// The text of a place that is laid out as a whole. Nothing that is meant to be read there is longer.
+QString bounded(const QString& text, qsizetype length = 2000) {
+    return text.size() <= length ? text : text.first(length) + QStringLiteral("…");
+}
+
 QString positionText(const char* noun, int index, qsizetype count) {
     return QStringLiteral("%1 %2 of %3").arg(QLatin1String(noun)).arg(index + 1).arg(count);
 }
@@ -47,9 +53,8 @@ ResponsePopoverPresenter::ResponsePopoverPresenter(CompletionViewModel& completi
     m_frame.setInterval(frameTime);
     connect(&m_frame, &QTimer::timeout, this, &ResponsePopoverPresenter::refresh);
     subscribe();
-    takeResponse();
-    takeAssessment();
     m_face = face();
+    m_cards.setNoteVisible(m_face.noteVisible);
 }
 
 void ResponsePopoverPresenter::subscribe() {
@@ -76,21 +81,24 @@ void ResponsePopoverPresenter::subscribe() {
     connect(&m_settings, &SettingsViewModel::transparencyChanged, this,
             &ResponsePopoverPresenter::materialStrengthChanged);
 
-    connect(&m_completion, &Completion::responseChanged, this, [this] {
-        m_responseOutdated = true;
+    takeText(m_completion.streamedResponse(), &AssistantCardsModel::appendNote, &AssistantCardsModel::clearNote);
+    takeText(m_completion.streamedAssessment(), &AssistantCardsModel::append, &AssistantCardsModel::clear);
+}
+
+// What there is, and every piece as it comes; views hear of it once a frame.
+void ResponsePopoverPresenter::takeText(const StreamedText& text, void (AssistantCardsModel::*append)(QStringView),
+                                        void (AssistantCardsModel::*clear)()) {
+    (m_cards.*append)(text.text());
+    const auto take = [this](auto change) {
+        const auto before = std::tuple(m_cards.hasNote(), m_cards.hasText());
+        change();
+        m_faceOutdated = m_faceOutdated || before != std::tuple(m_cards.hasNote(), m_cards.hasText());
+        m_textOutdated = true;
         schedule();
-    });
-    connect(&m_completion, &Completion::assessmentTextChanged, this, [this] {
-        const auto size = m_completion.assessmentText().size();
-        m_assessmentRestarted = m_assessmentRestarted || size < m_assessmentSeen;
-        m_assessmentSeen = size;
-        m_assessmentOutdated = true;
-        schedule();
-    });
-    // The first piece of a new assessment may be longer than all of the old one.
-    connect(&m_completion, &Completion::isAssessmentStreamingChanged, this, [this] {
-        m_assessmentRestarted = m_assessmentRestarted || m_completion.isAssessmentStreaming();
-    });
+    };
+    connect(&text, &StreamedText::appended, this,
+            [this, take, append](const QString& more) { take([&] { (m_cards.*append)(more); }); });
+    connect(&text, &StreamedText::cleared, this, [this, take, clear] { take([&] { (m_cards.*clear)(); }); });
 }
 
 void ResponsePopoverPresenter::schedule() {
@@ -100,55 +108,18 @@ void ResponsePopoverPresenter::schedule() {
 }
 
 void ResponsePopoverPresenter::refresh() {
-    const bool textChanged = m_responseOutdated || m_assessmentOutdated;
-    if (m_responseOutdated) {
-        takeResponse();
-    }
-    if (m_assessmentOutdated) {
-        takeAssessment();
-    }
-    if (m_faceOutdated) {
-        m_faceOutdated = false;
+    m_cards.publish();
+    if (std::exchange(m_faceOutdated, false)) {
         auto now = face();
         if (now != m_face) {
             m_face = std::move(now);
+            m_cards.setNoteVisible(m_face.noteVisible);
             Q_EMIT changed();
         }
     }
-    if (textChanged && m_settings.responseSettings().autoScroll) {
+    if (std::exchange(m_textOutdated, false) && m_settings.responseSettings().autoScroll) {
         Q_EMIT scrollToBottomRequested();
     }
-}
-
-void ResponsePopoverPresenter::takeResponse() {
-    m_responseOutdated = false;
-    const auto text = m_completion.response();
-    const bool wasEmpty = m_note.isEmpty();
-    // A new reply may begin without a word that the old one is over.
-    if (!text.startsWith(m_response)) {
-        m_note.clear();
-        m_response.clear();
-    }
-    const auto more = QStringView(text).sliced(m_response.size());
-    m_note.append(more);
-    m_response += more;
-    m_note.publish();
-    m_faceOutdated = m_faceOutdated || m_note.isEmpty() != wasEmpty;
-}
-
-void ResponsePopoverPresenter::takeAssessment() {
-    m_assessmentOutdated = false;
-    // Let go of before the next piece arrives: a copy held then would make it copy the whole text.
-    const auto text = m_completion.assessmentText();
-    const bool hadText = m_assessment.hasText();
-    if (m_assessmentRestarted) {
-        m_assessmentRestarted = false;
-        m_assessment.clear();
-        m_assessmentTaken = 0;
-    }
-    m_assessment.append(QStringView(text).sliced(m_assessmentTaken));
-    m_assessmentTaken = m_assessmentSeen = text.size();
-    m_faceOutdated = m_faceOutdated || m_assessment.hasText() != hadText;
 }
 
 void ResponsePopoverPresenter::follow(const SilenceWatch& watch) {
@@ -179,15 +150,14 @@ ResponsePopoverPresenter::Face ResponsePopoverPresenter::face() const {
     Face face;
     const bool hasQuestions = !m_interview.questions().isEmpty();
     const auto& stage = m_completion.processingStatusText();
-    face.noteVisible = !m_note.isEmpty() && !hasQuestions;
-    face.assessmentVisible = m_assessment.hasText();
-    face.hasAssistantContent = face.noteVisible || face.assessmentVisible;
+    face.noteVisible = m_cards.hasNote() && !hasQuestions;
+    face.hasAssistantContent = face.noteVisible || m_cards.hasText();
     face.isAssistantWorking =
         !face.hasAssistantContent && (m_completion.isLoading() || stage || isStarting());
 
     face.microphoneFallback = m_interview.microphoneFallbackActive();
     if (!face.microphoneFallback && m_interview.audioUnavailable()) {
-        face.audioWarning = m_interview.errorMessageText();
+        face.audioWarning = bounded(m_interview.errorMessageText());
     }
     face.notice = notice();
     face.canGiveUp =
@@ -195,7 +165,7 @@ ResponsePopoverPresenter::Face ResponsePopoverPresenter::face() const {
     face.manualSendVisible = m_interview.manualModeActive();
     face.info = info();
     face.hasError = m_completion.error().has_value();
-    face.errorText = m_completion.errorText();
+    face.errorText = bounded(m_completion.errorText());
 
     if (showsTranscript() && !m_interview.interviewPlan().isEmpty()) {
         face.content = QStringLiteral("planQuestions");
@@ -249,10 +219,11 @@ ResponsePopoverPresenter::Info ResponsePopoverPresenter::info() const {
 ResponsePopoverPresenter::Info ResponsePopoverPresenter::planInfo() const {
     const auto& plan = m_interview.interviewPlan();
     const auto index = limited(m_interview.activePlanTopicIndex(), plan.size());
+    const InterviewPlanTopic topic{.topic = bounded(plan.at(index).topic), .questions = {}};
     return {.section = QStringLiteral("plan"),
             .chip = QStringLiteral("Interview Plan"),
             .position = positionText("Topic", index, plan.size()),
-            .headline = plan.at(index).displayTopic(),
+            .headline = topic.displayTopic(),
             .justification = {},
             .navigable = plan.size() > 1,
             .canGoBack = index > 0,
@@ -264,10 +235,10 @@ ResponsePopoverPresenter::Info ResponsePopoverPresenter::questionInfo() const {
     const auto index = limited(m_interview.activeQuestionIndex(), questions.size());
     const auto& question = questions.at(index);
     return {.section = QStringLiteral("questions"),
-            .chip = InterviewQuestion::cleanDisplayText(question.topic),
+            .chip = InterviewQuestion::cleanDisplayText(bounded(question.topic)),
             .position = positionText("Question", index, questions.size()),
-            .headline = InterviewQuestion::cleanDisplayText(question.question),
-            .justification = InterviewQuestion::cleanDisplayText(question.justification),
+            .headline = InterviewQuestion::cleanDisplayText(bounded(question.question)),
+            .justification = InterviewQuestion::cleanDisplayText(bounded(question.justification)),
             .navigable = true,
             .canGoBack = index > 0,
             .canGoForward = index < questions.size() - 1};
@@ -279,7 +250,7 @@ QString ResponsePopoverPresenter::planQuestionsText() const {
     for (const auto& question : plan.at(limited(m_interview.activePlanTopicIndex(), plan.size())).questions) {
         entries.append(QString::number(entries.size() + 1) + QStringLiteral(". ") + question);
     }
-    return entries.join(QStringLiteral("\n\n"));
+    return bounded(entries.join(QStringLiteral("\n\n")), 20'000);
 }
 
 void ResponsePopoverPresenter::retryAudio() {

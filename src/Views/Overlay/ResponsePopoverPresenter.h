@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Views/Overlay/AssessmentSectionsModel.h"
-#include "Views/Shared/StreamedText.h"
+#include "Views/Overlay/AssistantCardsModel.h"
+#include "Views/Shared/CardText.h"
 
 #include <QObject>
 #include <QTimer>
@@ -17,6 +17,7 @@ class CompletionViewModel;
 class InterviewViewModel;
 class SettingsViewModel;
 class SilenceWatch;
+class StreamedText;
 
 // What the card under the bar shows: banners, the plan or the question to ask next, and the running
 // assessment. Takes up changes at most once a frame. Main thread.
@@ -49,12 +50,9 @@ class ResponsePopoverPresenter : public QObject {
     Q_PROPERTY(QString workingText READ workingText NOTIFY changed)
     Q_PROPERTY(QString emptyTitle READ emptyTitle NOTIFY changed)
     Q_PROPERTY(QString emptyLine READ emptyLine NOTIFY changed)
-    Q_PROPERTY(bool noteVisible READ noteVisible NOTIFY changed)
-    Q_PROPERTY(bool assessmentVisible READ assessmentVisible NOTIFY changed)
     Q_PROPERTY(double assessmentOpacity READ assessmentOpacity NOTIFY changed)
     Q_PROPERTY(bool updating READ updating NOTIFY changed)
-    Q_PROPERTY(StreamedText* note READ note CONSTANT)
-    Q_PROPERTY(AssessmentSectionsModel* assessmentSections READ assessmentSections CONSTANT)
+    Q_PROPERTY(AssistantCardsModel* cards READ cards CONSTANT)
 
 public:
     ResponsePopoverPresenter(CompletionViewModel& completion, InterviewViewModel& interview,
@@ -96,12 +94,9 @@ public:
     QString workingText() const { return m_face.workingText; }
     QString emptyTitle() const { return m_face.emptyTitle; }
     QString emptyLine() const { return m_face.emptyLine; }
-    bool noteVisible() const { return m_face.noteVisible; }
-    bool assessmentVisible() const { return m_face.assessmentVisible; }
     double assessmentOpacity() const { return m_face.assessmentOpacity; }
     bool updating() const { return m_face.updating; }
-    StreamedText* note() { return &m_note; }
-    AssessmentSectionsModel* assessmentSections() { return &m_assessment; }
+    AssistantCardsModel* cards() { return &m_cards; }
 
     Q_INVOKABLE void retryAudio();
     Q_INVOKABLE void openCaptureSettings();
@@ -155,7 +150,6 @@ private:
         QString emptyTitle;
         QString emptyLine;
         bool noteVisible = false;
-        bool assessmentVisible = false;
         double assessmentOpacity = 1;
         bool updating = false;
         bool operator==(const Face&) const = default;
@@ -164,8 +158,8 @@ private:
     void subscribe();
     void schedule();
     void refresh();
-    void takeResponse();
-    void takeAssessment();
+    void takeText(const StreamedText& text, void (AssistantCardsModel::*append)(QStringView),
+                  void (AssistantCardsModel::*clear)());
     bool showsTranscript() const;
     bool isStarting() const;
     Face face() const;
@@ -183,15 +177,8 @@ private:
     QString m_silenceNotice;
     QTimer m_frame;
     bool m_faceOutdated = false;
-    bool m_responseOutdated = false;
-    bool m_assessmentOutdated = false;
-    // The assessment has begun anew since it was taken up.
-    bool m_assessmentRestarted = false;
-    qsizetype m_assessmentSeen = 0;  // characters, at the last change
-    qsizetype m_assessmentTaken = 0; // into the model
-    QString m_response;              // as taken up
-    StreamedText m_note;
-    AssessmentSectionsModel m_assessment;
+    bool m_textOutdated = false;
+    AssistantCardsModel m_cards;
     Face m_face;
 };
 

@@ -46,7 +46,7 @@ void MarkdownDocument::setContent(const QString& content) {
     Q_EMIT contentChanged();
 }
 
-void MarkdownDocument::setStream(StreamedText* stream) {
+void MarkdownDocument::setStream(CardText* stream) {
     if (stream == m_stream) {
         return;
     }
@@ -55,7 +55,7 @@ void MarkdownDocument::setStream(StreamedText* stream) {
     }
     m_stream = stream;
     if (stream) {
-        connect(stream, &StreamedText::changed, this,
+        connect(stream, &CardText::changed, this,
                 [this, stream](qsizetype unchanged) { update(stream->text(), unchanged); });
         update(stream->text(), 0);
     }

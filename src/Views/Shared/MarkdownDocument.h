@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Views/Shared/IncrementalMarkdown.h"
-#include "Views/Shared/StreamedText.h"
+#include "Views/Shared/CardText.h"
 
 #include <QColor>
 #include <QPointer>
@@ -20,7 +20,7 @@ class MarkdownDocument : public QObject {
     Q_PROPERTY(
         QQuickTextDocument* textDocument READ textDocument WRITE setTextDocument NOTIFY textDocumentChanged)
     Q_PROPERTY(QString content READ content WRITE setContent NOTIFY contentChanged)
-    Q_PROPERTY(StreamedText* stream READ stream WRITE setStream NOTIFY streamChanged)
+    Q_PROPERTY(CardText* stream READ stream WRITE setStream NOTIFY streamChanged)
     Q_PROPERTY(QColor linkColor READ linkColor WRITE setLinkColor NOTIFY linkColorChanged)
 
 public:
@@ -30,8 +30,8 @@ public:
     void setTextDocument(QQuickTextDocument* document);
     QString content() const { return m_content; }
     void setContent(const QString& content);
-    StreamedText* stream() const { return m_stream; }
-    void setStream(StreamedText* stream);
+    CardText* stream() const { return m_stream; }
+    void setStream(CardText* stream);
     QColor linkColor() const { return m_linkColor; }
     void setLinkColor(const QColor& color);
 
@@ -58,7 +58,7 @@ private:
     QTextCharFormat formatOf(const InlineRun& run) const;
 
     QPointer<QQuickTextDocument> m_textDocument;
-    QPointer<StreamedText> m_stream;
+    QPointer<CardText> m_stream;
     QString m_content;
     QColor m_linkColor;
     IncrementalMarkdown m_markdown;

@@ -22,6 +22,7 @@ set(CORVANE_SYMBOLS
     house=house
     keyboard=keyboard
     mic.fill=mic-fill
+    mic.slash=mic-mute
     pause.fill=pause-fill
     person.crop.circle=person-circle
     person.crop.circle.fill=person-circle
@@ -32,7 +33,6 @@ set(CORVANE_SYMBOLS
     speaker.wave.2=volume-up
     stop.fill=stop-fill
     text.bubble=chat-text
-    mic.slash=mic-mute
     wifi=wifi
     wifi.slash=wifi-off
     xmark=x-lg)

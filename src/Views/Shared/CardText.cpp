@@ -1,10 +1,10 @@
-#include "Views/Shared/StreamedText.h"
+#include "Views/Shared/CardText.h"
 
 #include <algorithm>
 
 namespace corvane {
 
-void StreamedText::append(QStringView more) {
+void CardText::append(QStringView more) {
     const auto words = m_text.isEmpty() ? more.trimmed() : more;
     const auto isBlank = [](QChar character) { return character.isSpace(); };
     const auto end = std::find_if_not(more.crbegin(), more.crend(), isBlank).base();
@@ -22,7 +22,7 @@ void StreamedText::append(QStringView more) {
     m_blanks = QStringView(end, more.cend()).toString();
 }
 
-void StreamedText::returnTo(const Mark& mark) {
+void CardText::returnTo(const Mark& mark) {
     if (mark.length < m_text.size()) {
         m_unchanged = m_isChanged ? std::min(m_unchanged, mark.length) : mark.length;
         m_isChanged = true;
@@ -31,7 +31,7 @@ void StreamedText::returnTo(const Mark& mark) {
     m_blanks = mark.blanks;
 }
 
-void StreamedText::publish() {
+void CardText::publish() {
     if (m_isChanged) {
         m_isChanged = false;
         Q_EMIT changed(m_unchanged);

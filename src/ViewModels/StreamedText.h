@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+namespace corvane {
+
+// A text that arrives in pieces, and whoever follows it hears of the pieces alone. Main thread.
+class StreamedText : public QObject {
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    // Do not keep a copy: the next append would have to copy the whole text.
+    const QString& text() const { return m_text; }
+
+    void append(const QString& more) {
+        m_text += more;
+        Q_EMIT appended(more);
+    }
+    void clear() {
+        m_text.clear();
+        Q_EMIT cleared();
+    }
+
+Q_SIGNALS:
+    void appended(const QString& more);
+    void cleared();
+
+private:
+    QString m_text;
+};
+
+} // namespace corvane
