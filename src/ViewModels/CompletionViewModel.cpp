@@ -223,9 +223,11 @@ void CompletionViewModel::createConversation(const QString& id) {
         {.id = id, .title = QStringLiteral("New Chat"), .createdAt = now, .updatedAt = now});
 }
 
-void CompletionViewModel::saveMessage(MessageRole role, const QString& content, const QList<AttachedFile>& files) {
+void CompletionViewModel::saveMessage(MessageRole role, const QString& content,
+                                      const QList<AttachedFile>& files) {
     const auto& id = *m_currentConversationId;
-    // The row may be missing because the disk was full when it was to be written. Without it no message can be stored.
+    // The row may be missing because the disk was full when it was to be written. Without it no message can
+    // be stored.
     if (!m_database.getConversation(id)) {
         createConversation(id);
     }

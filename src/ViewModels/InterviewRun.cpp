@@ -110,9 +110,9 @@ InterviewRun::InterviewRun(InterviewViewModel& model, Services services)
     : m_model(model)
     , m_webSocket(services.webSocket)
     , m_audioCapture(services.audioCapture)
-    , m_soundWatch(services.audioCapture, services.clock,
-                   {.mayAct = [this] { return m_course == Course::live; },
-                    .hasLooked = [this] { followCapture(); }}) {
+    , m_soundWatch(
+          services.audioCapture, services.clock,
+          {.mayAct = [this] { return m_course == Course::live; }, .hasLooked = [this] { followCapture(); }}) {
     auto* source = &m_audioCapture;
     // Queued, so that the capture's own fields have changed by then.
     connect(source, &AudioCaptureService::systemStreamFailed, this, &InterviewRun::receiveCaptureFailure,
@@ -290,8 +290,8 @@ void InterviewRun::followCapture() {
     }
 }
 
-// Sound went away in the middle of the interview: the server ended, a device was unplugged. A stream can end while the
-// other one is still being started; the watch acts once the interview is live.
+// Sound went away in the middle of the interview: the server ended, a device was unplugged. A stream can end
+// while the other one is still being started; the watch acts once the interview is live.
 void InterviewRun::receiveCaptureFailure() {
     if (statusOf(m_course) == InterviewStatus::startingAudio || m_course == Course::live) {
         m_soundWatch.start();

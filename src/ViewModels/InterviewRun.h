@@ -15,8 +15,9 @@ class AudioForwarder;
 class InterviewViewModel;
 class WebSocketService;
 
-// One interview from its submission to its end: the start, both audio streams, the pauses and what a lost connection
-// does to it. Writes the fields of the view model that has made it. Its end stops the forwarding. Main thread.
+// One interview from its submission to its end: the start, both audio streams, the pauses and what a lost
+// connection does to it. Writes the fields of the view model that has made it. Its end stops the forwarding.
+// Main thread.
 class InterviewRun : public QObject {
     Q_OBJECT
 
@@ -88,7 +89,8 @@ private:
     Course m_course = Course::waiting;
     platform::OperationScope m_operations; // of the present course
     SoundWatch m_soundWatch;
-    // What has run in this interview: it is taken up again by itself, while what never did waits for the user's "Retry".
+    // What has run in this interview: it is taken up again by itself, while what never did waits for the
+    // user's "Retry".
     AudioCaptureService::Sources m_heard;
     std::unique_ptr<AudioForwarder> m_forwarder;
 };

@@ -106,8 +106,8 @@ void InterviewViewModel::refuseMicrophone(const QString& message) {
 
 void InterviewViewModel::beginInterviewSubmission(const QString& id) {
     m_microphoneRequest.cancel();
-    m_run = std::make_unique<InterviewRun>(*this,
-                                           InterviewRun::Services{m_webSocket, m_audioCapture, m_clock});
+    m_run =
+        std::make_unique<InterviewRun>(*this, InterviewRun::Services{m_webSocket, m_audioCapture, m_clock});
     m_disconnectedDuringInterview = false; // which was of the interview before
     m_interviewId = id;
     m_status = InterviewStatus::waitingForQuestions;

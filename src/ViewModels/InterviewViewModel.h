@@ -92,12 +92,13 @@ public:
 
     void startInterviewWithId();
     void pauseInterview();
-    // Pauses in any status of an interview that has its questions: a start under way is given up, and a pause by a lost
-    // connection becomes the user's own, which no recovery ends.
+    // Pauses in any status of an interview that has its questions: a start under way is given up, and a pause
+    // by a lost connection becomes the user's own, which no recovery ends.
     void holdInterview();
     void resumeInterview();
     void stopInterview();
-    // Ends the wait for questions and keeps the id, so that the start can be tried again. Does nothing in other statuses.
+    // Ends the wait for questions and keeps the id, so that the start can be tried again. Does nothing in
+    // other statuses.
     void giveUpStart();
     void retrySystemAudioCapture();
     void nextQuestion();
@@ -187,8 +188,8 @@ private:
     platform::Clock& m_clock;
     QPointer<SystemAudioViewModel> m_systemAudioViewModel;
 
-    // The present pause came from a lost connection, or the interview has gone on without it, and the session that
-    // decides has not been opened yet.
+    // The present pause came from a lost connection, or the interview has gone on without it, and the session
+    // that decides has not been opened yet.
     bool m_pausedByDisconnect = false;
     // Finished interviews whose end the server has not acknowledged yet: their late answers end nothing else.
     int m_awaitedEndAcks = 0;

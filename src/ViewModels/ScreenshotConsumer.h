@@ -16,9 +16,9 @@ class InterviewViewModel;
 class ScreenCaptureService;
 class SettingsViewModel;
 
-// What becomes of a screenshot: a message with it to the assistant; during an interview, which a message would disturb,
-// a picture kept with the conversation; with that switched off, a picture on the clipboard. A notice says which it was,
-// or why there is none. Main thread.
+// What becomes of a screenshot: a message with it to the assistant; during an interview, which a message
+// would disturb, a picture kept with the conversation; with that switched off, a picture on the clipboard. A
+// notice says which it was, or why there is none. Main thread.
 class ScreenshotConsumer : public QObject {
     Q_OBJECT
 

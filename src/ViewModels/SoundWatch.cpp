@@ -36,7 +36,8 @@ void SoundWatch::stop() {
 
 // One look at a time: a slow sound server is not asked again before it has answered.
 void SoundWatch::wait() {
-    m_timer = m_clock.once(interval, [this] { platform::startTask(look(m_looks.ticket()), "look for sound"); });
+    m_timer =
+        m_clock.once(interval, [this] { platform::startTask(look(m_looks.ticket()), "look for sound"); });
 }
 
 QCoro::Task<void> SoundWatch::look(platform::OperationTicket ticket) {
@@ -50,8 +51,8 @@ QCoro::Task<void> SoundWatch::look(platform::OperationTicket ticket) {
             stop();
             co_return;
         }
-        co_await takeUp({.system = lost.system && found.system,
-                         .microphone = lost.microphone && found.microphone});
+        co_await takeUp(
+            {.system = lost.system && found.system, .microphone = lost.microphone && found.microphone});
         ticket.ensureCurrent();
     }
     wait();

@@ -15,7 +15,7 @@ namespace corvane {
 class SoundWatch {
 public:
     struct Owner {
-        std::function<bool()> mayAct;  // false: the watch waits
+        std::function<bool()> mayAct;    // false: the watch waits
         std::function<void()> hasLooked; // what the last starts brought back is known by now
     };
 

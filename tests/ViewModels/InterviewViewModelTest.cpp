@@ -1,6 +1,6 @@
+#include "ViewModels/SystemAudioViewModel.h"
 #include "tests/Support/Rows.h"
 #include "tests/Support/TestProgram.h"
-#include "ViewModels/SystemAudioViewModel.h"
 
 #include <QSignalSpy>
 
@@ -12,6 +12,7 @@ using Authorization = platform::MicrophoneAuthorization;
 namespace {
 
 const std::vector<float> tone(4096, 0.25F);
+const std::vector<float> silence(1024 * 50, 0.0F);
 const platform::AudioError failure(platform::AudioError::Kind::failed, QStringLiteral("broken"));
 
 constexpr auto questionsMessage =
@@ -261,15 +262,18 @@ private Q_SLOTS:
         using Work = std::function<void(TestProgram&)>;
         const auto row = rows<Work, QString>();
         // With the link lost during the interview abc. The id that the server is told.
-        row("begun while the link was down",
+        row(
+            "begun while the link was down",
             [](TestProgram& program) {
                 program.interview().stopInterview();
                 program.askForInterview("second");
             },
             "second");
-        row("gone on without the link", [](TestProgram& program) { program.interview().resumeInterview(); },
+        row(
+            "gone on without the link", [](TestProgram& program) { program.interview().resumeInterview(); },
             "abc");
-        row("an id that is only typed in",
+        row(
+            "an id that is only typed in",
             [](TestProgram& program) {
                 program.interview().stopInterview();
                 program.interview().setInterviewId("typed");
@@ -287,7 +291,8 @@ private Q_SLOTS:
         const auto told = program.commands("interview_id");
         QCOMPARE(told.size(), id.isEmpty() ? 0 : 1);
         QVERIFY(id.isEmpty() || told.first().contains(id.toUtf8()));
-        QCOMPARE(program.interview().status(), id.isEmpty() ? InterviewStatus::idle : InterviewStatus::streaming);
+        QCOMPARE(program.interview().status(),
+                 id.isEmpty() ? InterviewStatus::idle : InterviewStatus::streaming);
         QVERIFY(id.isEmpty() ? program.isSilent() : program.captures());
         QVERIFY(!program.interview().disconnectedDuringInterview());
     }
@@ -353,6 +358,45 @@ private Q_SLOTS:
         QCOMPARE(interview.status(), status);
         QVERIFY(program.isSilent());
         QVERIFY(!program.log.contains("Starting dual audio forwarding"));
+    }
+
+    void nothingActsAfterTheProgramsEnd_data() {
+        using Work = std::function<void(TestProgram&)>;
+        const auto row = rows<Work>();
+        row("while a plain answer's time runs", [](TestProgram& program) {
+            program.askForInterview("abc");
+            program.serverSays(R"({"type":"chat_done"})");
+        });
+        row("while the microphone starts", [](TestProgram& program) {
+            program.audio->hold();
+            program.startInterview();
+        });
+        row("while system audio starts", [](TestProgram& program) {
+            program.audio->hold();
+            program.startInterview();
+            while (!program.audio->microphoneRuns()) {
+                program.audio->releaseWaiting();
+                program.settle();
+            }
+        });
+        row("while lost sound is looked for", [](TestProgram& program) {
+            program.startInterview();
+            program.audio->failMicrophone("unplugged");
+            program.settle();
+            program.audio->hold();
+            program.clock->advance(1s);
+        });
+    }
+    // What is waited for is cancelled with its service, and finds nobody.
+    void nothingActsAfterTheProgramsEnd() {
+        const auto [work] = currentRow<std::function<void(TestProgram&)>>();
+        TestProgram program;
+        program.launchToSession();
+        work(program);
+        program.log.clear();
+        program.app.reset();
+        program.settle();
+        QVERIFY2(!program.log.contains("[Interview]"), qPrintable(program.log.lines().join(u'\n')));
     }
 
     void aLateAcknowledgementEndsNoOtherInterview() {
@@ -430,7 +474,7 @@ private Q_SLOTS:
         program.log.clear();
         program.peer().setSendError(offline);
         for (int i = 0; i < 101; ++i) {
-            program.audio->pushMicrophone(std::span(tone));
+            program.audio->pushMicrophone(std::span(tone).first(3840)); // one chunk
             program.settle();
         }
         // The first three and each hundredth; of the failures the first of each hundred.
@@ -438,11 +482,24 @@ private Q_SLOTS:
         QCOMPARE(program.log.count("[Interview] mic sendBinary failed: offline"), 2);
     }
 
+    void anUtteranceWithoutAnInterviewIsTheCandidates() {
+        TestProgram program;
+        program.launchToSession();
+        program.app->systemAudioViewModel().startCapture();
+        program.settle();
+        for (int i = 0; i < 3; ++i) {
+            program.audio->pushSystem(std::span(tone));
+        }
+        program.audio->pushSystem(std::span(silence));
+        program.settle();
+        QCOMPARE(program.peer().sentBinaries().size(), 1);
+        QCOMPARE(program.peer().sentBinaries().first().at(0), '\1');
+    }
+
     void manualModeHoldsTheStopBack() {
         TestProgram program;
         program.launchToInterview();
         auto& interview = program.interview();
-        const std::vector<float> silence(1024 * 50, 0.0F);
         const auto speakAndStop = [&] {
             for (int i = 0; i < 3; ++i) {
                 program.audio->pushSystem(std::span(tone));

@@ -156,6 +156,7 @@ void OverlayBarTest::pauseInTheDialogHoldsInAnyStatus() {
     QCOMPARE(bar.interview().status(), status);
     bar.answer(1);
     bar.audio->release();
+    bar.settle();
     if (answer.isEmpty()) {
         bar.reopenLink(R"({"type":"session_resumed","interview_id":"abc"})");
     }

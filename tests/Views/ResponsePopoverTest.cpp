@@ -139,15 +139,19 @@ void ResponsePopoverTest::whatGoesWrongIsSaid_data() {
     using Work = std::function<void(TestProgram&)>;
     const auto row = rows<Work, QString, QString>();
     const auto lost = QStringLiteral("Connection lost during the interview");
-    row("nothing", [](TestProgram&) {}, "", "");
-    row("a lost link", [](TestProgram& program) { program.loseLink(); }, lost, "The interview is paused.");
-    row("gone on without the link",
+    row(
+        "nothing", [](TestProgram&) {}, "", "");
+    row(
+        "a lost link", [](TestProgram& program) { program.loseLink(); }, lost, "The interview is paused.");
+    row(
+        "gone on without the link",
         [](TestProgram& program) {
             program.loseLink();
             program.interview().resumeInterview();
         },
         lost, "The server may not have heard");
-    row("the next interview",
+    row(
+        "the next interview",
         [](TestProgram& program) {
             program.loseLink();
             program.interview().stopInterview();
@@ -155,16 +159,19 @@ void ResponsePopoverTest::whatGoesWrongIsSaid_data() {
             program.startInterview("second");
         },
         "", "");
-    row("a lost microphone", [](TestProgram& program) { program.audio->failMicrophone("unplugged"); },
+    row(
+        "a lost microphone", [](TestProgram& program) { program.audio->failMicrophone("unplugged"); },
         "Your microphone is not captured", "The candidate is still heard.");
-    row("one that came back",
+    row(
+        "one that came back",
         [](TestProgram& program) {
             program.audio->failMicrophone("unplugged");
             program.settle();
             program.clock->advance(std::chrono::seconds(2));
         },
         "", "");
-    row("paused without it",
+    row(
+        "paused without it",
         [](TestProgram& program) {
             program.audio->failMicrophone("unplugged");
             program.settle();
@@ -186,7 +193,8 @@ void ResponsePopoverTest::whatGoesWrongIsSaid() {
 void ResponsePopoverTest::aStartThatFailedCanBeGivenUp() {
     Popover popover;
     auto& program = popover.program;
-    program.peer().setSendError(platform::WebSocketError(platform::WebSocketError::Kind::notConnected, "offline"));
+    program.peer().setSendError(
+        platform::WebSocketError(platform::WebSocketError::Kind::notConnected, "offline"));
     program.askForInterview("abc");
     popover.play({});
     QVERIFY(popover.presenter.hasError() && popover.presenter.canGiveUp());
@@ -316,7 +324,8 @@ void ResponsePopoverTest::aLineWithoutEndIsLaidOutWhereItIsSeen() {
     QVERIFY(cards->rowCount() >= 400);
     QString shown;
     for (int row = 0; row < cards->rowCount(); ++row) {
-        const auto* piece = cards->data(cards->index(row), AssistantCardsModel::streamRole).value<CardText*>();
+        const auto* piece =
+            cards->data(cards->index(row), AssistantCardsModel::streamRole).value<CardText*>();
         QVERIFY(piece->text().size() <= 10'000 && !piece->text().front().isLowSurrogate());
         QCOMPARE(cards->data(cards->index(row), AssistantCardsModel::startsCardRole).toBool(), row == 0);
         shown += piece->text();

@@ -8,8 +8,8 @@ namespace {
 
 constexpr AssessmentCard noteCard{"Note", "sparkles", AssistantTone::neutral};
 
-// Characters of a piece: some screens of text, laid out within milliseconds. It ends at the first white space after the
-// one, and without any at the other.
+// Characters of a piece: some screens of text, laid out within milliseconds. It ends at the first white space
+// after the one, and without any at the other.
 constexpr qsizetype pieceLength = 8000;
 constexpr qsizetype longestPiece = 10000;
 
@@ -49,7 +49,8 @@ int AssistantCardsModel::firstIndexOf(const Rows& rows) const {
 
 const AssistantCardsModel::Row& AssistantCardsModel::rowAt(int index) const {
     const auto first = firstIndexOf(m_rows);
-    return index < first ? m_note.at(static_cast<size_t>(index)) : m_rows.at(static_cast<size_t>(index - first));
+    return index < first ? m_note.at(static_cast<size_t>(index))
+                         : m_rows.at(static_cast<size_t>(index - first));
 }
 
 QVariant AssistantCardsModel::data(const QModelIndex& index, int role) const {

@@ -11,16 +11,24 @@
 
 namespace corvane {
 
-// The cards of the assistant's words: a reply, when it is to be seen, and behind it the sections of an assessment, at
-// every moment what parseAssessmentSections gives for the text so far. A chunk touches the rows that it changes and no
-// others. A long text is a row for each of its pieces, so that a view lays out what is near and no more.
+// The cards of the assistant's words: a reply, when it is to be seen, and behind it the sections of an
+// assessment, at every moment what parseAssessmentSections gives for the text so far. A chunk touches the
+// rows that it changes and no others. A long text is a row for each of its pieces, so that a view lays out
+// what is near and no more.
 class AssistantCardsModel : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("handed out by the popover")
 
 public:
-    enum Role { titleRole = Qt::UserRole, symbolRole, toneRole, streamRole, startsCardRole, isAssessmentRole };
+    enum Role {
+        titleRole = Qt::UserRole,
+        symbolRole,
+        toneRole,
+        streamRole,
+        startsCardRole,
+        isAssessmentRole
+    };
 
     using QAbstractListModel::QAbstractListModel;
 

@@ -81,12 +81,14 @@ void ResponsePopoverPresenter::subscribe() {
     connect(&m_settings, &SettingsViewModel::transparencyChanged, this,
             &ResponsePopoverPresenter::materialStrengthChanged);
 
-    takeText(m_completion.streamedResponse(), &AssistantCardsModel::appendNote, &AssistantCardsModel::clearNote);
+    takeText(m_completion.streamedResponse(), &AssistantCardsModel::appendNote,
+             &AssistantCardsModel::clearNote);
     takeText(m_completion.streamedAssessment(), &AssistantCardsModel::append, &AssistantCardsModel::clear);
 }
 
 // What there is, and every piece as it comes; views hear of it once a frame.
-void ResponsePopoverPresenter::takeText(const StreamedText& text, void (AssistantCardsModel::*append)(QStringView),
+void ResponsePopoverPresenter::takeText(const StreamedText& text,
+                                        void (AssistantCardsModel::*append)(QStringView),
                                         void (AssistantCardsModel::*clear)()) {
     (m_cards.*append)(text.text());
     const auto take = [this](auto change) {
@@ -191,9 +193,8 @@ ResponsePopoverPresenter::Notice ResponsePopoverPresenter::notice() const {
     static constexpr Notice pausedByLoss{
         "wifi.slash", "Connection lost during the interview",
         "The interview is paused. Nothing is sent until the connection is back."};
-    static constexpr Notice wentOn{
-        "wifi.slash", "Connection lost during the interview",
-        "The server may not have heard everything that was said since."};
+    static constexpr Notice wentOn{"wifi.slash", "Connection lost during the interview",
+                                   "The server may not have heard everything that was said since."};
     static constexpr Notice unheard{
         "mic.slash", "Your microphone is not captured",
         "The candidate is still heard. Pause and resume to try your microphone again."};

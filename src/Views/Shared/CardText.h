@@ -6,8 +6,8 @@
 
 namespace corvane {
 
-// The text of a card, or a piece of it, that grows at its end. White space at its ends is left out until something
-// follows it. A view that shows it is told from where on it is new. Main thread.
+// The text of a card, or a piece of it, that grows at its end. White space at its ends is left out until
+// something follows it. A view that shows it is told from where on it is new. Main thread.
 class CardText : public QObject {
     Q_OBJECT
     QML_ELEMENT

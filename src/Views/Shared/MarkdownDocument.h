@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Views/Shared/IncrementalMarkdown.h"
 #include "Views/Shared/CardText.h"
+#include "Views/Shared/IncrementalMarkdown.h"
 
 #include <QColor>
 #include <QPointer>

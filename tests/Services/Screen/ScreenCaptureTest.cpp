@@ -164,7 +164,8 @@ private Q_SLOTS:
         QCOMPARE(desk.commands("chat").size(), 1);
         QCOMPARE(desk.interview().status(), status);
         QCOMPARE(std::tuple(completion.assessmentText(), completion.isLoading()), before);
-        const auto stored = desk.app->databaseService().getMessages(*completion.currentConversationId()).last();
+        const auto stored =
+            desk.app->databaseService().getMessages(*completion.currentConversationId()).last();
         QCOMPARE(stored.decodedAttachments().size(), 1);
     }
 
