@@ -22,7 +22,8 @@ namespace {
 
 constexpr auto childArgument = "save";
 constexpr auto conversationId = "conv_00000000000000000000000000000001";
-constexpr int longestLife = 120; // ms
+constexpr int mostAwaited = 12;    // saves
+constexpr int longestAfter = 8000; // µs
 
 ChatMessage messageOf(const QString& id) {
     ChatMessage message;
@@ -38,7 +39,7 @@ ChatMessage messageOf(const QString& id) {
 int save(const QString& folder, const QString& round) {
     const platform::SystemClock clock;
     DatabaseService database(folder, clock);
-    // Made anew it would lose its messages.
+    // Made again, it would lose its messages.
     if (const auto id = QString::fromLatin1(conversationId); !database.getConversation(id)) {
         database.createConversation({id, QStringLiteral("Killed"), 1, 1});
     }
@@ -64,17 +65,22 @@ bool isSound(const QString& folder) {
     return opens && answer == "ok";
 }
 
-// The ids whose save had returned when the program was killed after that many milliseconds.
-QStringList killedSaves(const QString& folder, int round, int life) {
+// The ids whose save had returned when the program was killed: `after` microseconds past that many saves,
+// however long a busy machine takes for them.
+QStringList killedSaves(const QString& folder, int round, int awaited, int after) {
     QProcess child;
     child.start(QCoreApplication::applicationFilePath(),
                 {QLatin1String(childArgument), folder, QString::number(round)});
     child.waitForStarted();
-    QThread::msleep(static_cast<unsigned long>(life));
+    QByteArray told;
+    while (told.count('\n') < awaited && child.waitForReadyRead(60000)) {
+        told += child.readAllStandardOutput();
+    }
+    QThread::usleep(static_cast<unsigned long>(after));
     child.kill();
     child.waitForFinished();
     // A line that was cut off had its save behind it, or had not: only whole ones count.
-    auto lines = QString::fromLatin1(child.readAllStandardOutput()).split(u'\n');
+    auto lines = QString::fromLatin1(told + child.readAllStandardOutput()).split(u'\n');
     lines.removeLast();
     return lines;
 }
@@ -102,7 +108,8 @@ int main(int argc, char* argv[]) {
     const int rounds = arguments.size() > 1 ? std::max(2, arguments.at(1).toInt()) : 200;
     const auto seed = arguments.size() > 2 ? arguments.at(2).toUInt() : std::random_device{}();
     std::mt19937 random(seed);
-    std::uniform_int_distribution life(0, longestLife);
+    std::uniform_int_distribution awaited(0, mostAwaited);
+    std::uniform_int_distribution after(0, longestAfter);
     std::printf("Seed %u.\n", seed);
     qsizetype saves = 0;
     qsizetype losses = 0;
@@ -115,7 +122,7 @@ int main(int argc, char* argv[]) {
             folder = std::make_unique<QTemporaryDir>();
             saved.clear();
         }
-        const auto now = killedSaves(folder->path(), round, life(random));
+        const auto now = killedSaves(folder->path(), round, awaited(random), after(random));
         beforeAnySave += now.isEmpty();
         saves += now.size();
         saved += now;
