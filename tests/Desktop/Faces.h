@@ -133,6 +133,12 @@ inline constexpr auto faces = [] {
     using enum Face::Place;
     return std::to_array<Face>({
         {"sign-in, address", signIn, "Continue", [](Desk& desk) { desk.type("a@b.example"); }},
+        {"sign-in, keyring locked", signIn, "Unlock keyring",
+         [](Desk& desk) {
+             desk.secrets->setCondition(platform::SecretStore::Status::locked);
+             desk.secrets->unlocked(); // look again
+             desk.type("a@b.example");
+         }},
         {"sign-in, code", signIn, "Use a different email",
          [](Desk& desk) {
              desk.enterAddress(

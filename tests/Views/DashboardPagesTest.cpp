@@ -82,6 +82,39 @@ private Q_SLOTS:
         QCOMPARE(changes.size(), 1); // the field shows it
     }
 
+    void theCardKeepsWhatWasSent() {
+        Fixture fixture;
+        ::waitFor(fixture.auth->signOut());
+        SignInPresenter card(*fixture.auth, *fixture.access, {});
+        card.setEmail("first@a.example");
+        fixture.http.setHeld(true);
+        fixture.http.answer(
+            200,
+            R"({"response":{"id":"s","status":"needs_first_factor","supported_first_factors":[{"strategy":"email_code"}]}})");
+        card.submit();
+        card.setEmail("second@a.example");
+        fixture.http.setHeld(false);
+        fixture.settle();
+        QCOMPARE(card.phase(), "code");
+        QCOMPARE(card.email(), "first@a.example");
+        card.setCode("123456");
+        fixture.http.setHeld(true);
+        card.submit();
+        card.setCode("654321");
+        QCOMPARE(card.code(), "123456");
+        card.resetToEmail();
+        card.setEmail("second@a.example");
+        QCOMPARE(card.sentTo(), "Sent to first@a.example");
+    }
+
+    void theCodeFieldKeepsItsCursor() {
+        Fixture fixture;
+        const SignInPresenter card(*fixture.auth, *fixture.access, {});
+        QCOMPARE(card.codeCursor("12a3456", 3), 2);
+        QCOMPARE(card.codeCursor("1293456", 3), 3);
+        QCOMPARE(card.codeCursor("1234567", 7), 6);
+    }
+
     void settingsWrittenByHandAreRead_data() {
         const auto row = rows<QByteArray, QString>();
         const QString untouched = "system 10011 default 100 -1 0 none";

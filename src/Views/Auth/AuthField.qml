@@ -7,6 +7,8 @@ T.TextField {
     id: field
 
     property string label
+    // While it is true, the field takes no input. What it waited for leaves the keyboard here.
+    property bool busy: false
 
     leftPadding: 14
     rightPadding: 14
@@ -15,8 +17,13 @@ T.TextField {
     selectionColor: Theme.accent
     selectedTextColor: Theme.onAccent
     selectByMouse: true
+    readOnly: busy
+    onBusyChanged: if (!busy && visible)
+        forceActiveFocus()
     inputMethodHints: Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase
     Accessible.name: label
+    // Return held down submits once.
+    Keys.onPressed: event => event.accepted = event.isAutoRepeat && (event.key === Qt.Key_Return || event.key === Qt.Key_Enter)
 
     background: Rectangle {
         radius: 10

@@ -2,6 +2,7 @@
 
 #include "Platform/Core/Tasks.h"
 #include "Platform/Desktop/SystemAccess.h"
+#include "Services/ClerkAuthService.h"
 
 #include <array>
 
@@ -14,11 +15,31 @@ const auto noAccount =
     QStringLiteral("We couldn't find a Corvane account for%1. Sign up on the Corvane Platform, "
                    "then come back here to sign in.");
 
+// By ClerkAuthService::StoreState.
+constexpr std::array keyringNotes{
+    "",
+    "Your keyring is locked. If you have signed in before, unlock it to go on without a new code.",
+    "Enter the password of your keyring in the window that the desktop shows.",
+};
+
+// The digits of a text, at most as many as a code has. A keyboard may have those of another script.
+QString codeDigits(QStringView text) {
+    QString digits;
+    for (const auto sign : text) {
+        if (const int value = sign.digitValue(); value >= 0) {
+            digits += QChar(u'0' + value);
+        }
+    }
+    digits.truncate(SignInPresenter::codeLength);
+    return digits;
+}
+
 } // namespace
 
 SignInPresenter::SignInPresenter(ClerkAuthService& auth, platform::SystemAccess& systemAccess,
                                  QString platformSignUpURL)
-    : m_model(auth)
+    : m_auth(auth)
+    , m_model(auth)
     , m_systemAccess(systemAccess)
     , m_platformSignUpURL(std::move(platformSignUpURL)) {
     for (const auto signal :
@@ -26,21 +47,23 @@ SignInPresenter::SignInPresenter(ClerkAuthService& auth, platform::SystemAccess&
           &SignInViewModel::isBusyChanged, &SignInViewModel::errorMessageChanged}) {
         connect(&m_model, signal, this, &SignInPresenter::changed);
     }
+    for (const auto signal : {&ClerkAuthService::pendingEmailChanged, &ClerkAuthService::storeStateChanged}) {
+        connect(&auth, signal, this, &SignInPresenter::changed);
+    }
 }
 
 QString SignInPresenter::title() const {
     return QLatin1String(titles[static_cast<size_t>(m_model.phase())]);
 }
 
-void SignInPresenter::setCode(const QString& text) {
-    // A keyboard may have digits of another script.
-    QString digits;
-    for (const auto sign : text) {
-        if (const int value = sign.digitValue(); value >= 0) {
-            digits += QChar(u'0' + value);
-        }
+void SignInPresenter::setEmail(const QString& email) {
+    if (!isBusy()) {
+        m_model.setEmail(email);
     }
-    digits.truncate(codeLength);
+}
+
+void SignInPresenter::setCode(const QString& text) {
+    const auto digits = isBusy() ? code() : codeDigits(text);
     if (digits != m_model.code()) {
         m_model.setCode(digits);
     } else if (digits != text) {
@@ -49,8 +72,24 @@ void SignInPresenter::setCode(const QString& text) {
     }
 }
 
+int SignInPresenter::codeCursor(const QString& text, int cursor) const {
+    return static_cast<int>(codeDigits(QStringView(text).first(cursor)).size());
+}
+
 QString SignInPresenter::sentTo() const {
-    return QStringLiteral("Sent to ") + email();
+    return QStringLiteral("Sent to ") + m_auth.pendingEmail().value_or(email());
+}
+
+QString SignInPresenter::keyringNote() const {
+    return QLatin1String(keyringNotes[static_cast<size_t>(m_auth.storeState())]);
+}
+
+bool SignInPresenter::isUnlocking() const {
+    return m_auth.storeState() == ClerkAuthService::StoreState::unlocking;
+}
+
+void SignInPresenter::unlockKeyring() {
+    m_auth.unlockStore();
 }
 
 QString SignInPresenter::noAccountText() const {

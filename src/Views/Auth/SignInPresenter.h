@@ -23,6 +23,8 @@ class SignInPresenter : public QObject {
     Q_PROPERTY(QString noAccountText READ noAccountText NOTIFY changed)
     Q_PROPERTY(QString noAccountSpoken READ noAccountSpoken NOTIFY changed)
     Q_PROPERTY(bool isBusy READ isBusy NOTIFY changed)
+    Q_PROPERTY(QString keyringNote READ keyringNote NOTIFY changed)
+    Q_PROPERTY(bool isUnlocking READ isUnlocking NOTIFY changed)
     Q_PROPERTY(bool canContinue READ canContinue NOTIFY changed)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY changed)
 
@@ -34,16 +36,22 @@ public:
     QString phase() const { return m_model.phaseName(); }
     QString title() const;
     QString email() const { return m_model.email(); }
-    void setEmail(const QString& email) { m_model.setEmail(email); }
+    void setEmail(const QString& email);
     QString code() const { return m_model.code(); }
     // Keeps the first six digits of what was typed or pasted.
     void setCode(const QString& text);
+    // Where the cursor of `text` belongs in what is kept of it.
+    Q_INVOKABLE int codeCursor(const QString& text, int cursor) const;
+    // With the address that the code went to.
     QString sentTo() const;
     // Styled text, the address in bold.
     QString noAccountText() const;
     // The same without styles.
     QString noAccountSpoken() const;
     bool isBusy() const { return m_model.isBusy(); }
+    // What the user should know of a locked keyring; empty when there is nothing to say.
+    QString keyringNote() const;
+    bool isUnlocking() const;
     bool canContinue() const;
     QString errorMessage() const;
 
@@ -51,11 +59,13 @@ public:
     Q_INVOKABLE void submit();
     Q_INVOKABLE void resetToEmail() { m_model.resetToEmail(); }
     Q_INVOKABLE void openPlatform();
+    Q_INVOKABLE void unlockKeyring();
 
 Q_SIGNALS:
     void changed();
 
 private:
+    ClerkAuthService& m_auth;
     SignInViewModel m_model;
     platform::SystemAccess& m_systemAccess;
     const QString m_platformSignUpURL;

@@ -7,6 +7,13 @@ Rectangle {
 
     required property SignInPresenter presenter
     readonly property string phase: presenter ? presenter.phase : ""
+    // How far the card gives up its blanks in a low window, from 0 to 1.
+    readonly property real naturalHeight: 64 + heading.implicitHeight + face.implicitHeight + (failure.visible ? failure.implicitHeight + 28 : 0) + 56 + 88
+    readonly property real squeeze: Math.max(0, Math.min(1, (naturalHeight + 80 - height) / 160))
+
+    function tightened(natural: real, tightest: real): real {
+        return Math.round(natural + squeeze * (tightest - natural));
+    }
 
     color: Theme.window
 
@@ -14,7 +21,7 @@ Rectangle {
         id: card
         anchors.centerIn: parent
         width: Math.min(420, parent.width - 80)
-        height: rows.implicitHeight + 88
+        height: rows.implicitHeight + 2 * rows.y
 
         SoftShadow {
             anchors.fill: parent
@@ -36,17 +43,18 @@ Rectangle {
         Column {
             id: rows
             x: 40
-            y: 44
+            y: view.tightened(44, 20)
             width: parent.width - 80
-            spacing: 28
+            spacing: view.tightened(28, 14)
 
             Symbol {
                 anchors.horizontalCenter: parent.horizontalCenter
-                width: 64
-                height: 64
+                width: view.tightened(64, 40)
+                height: width
                 name: "com.corvane.Lumetra"
             }
             Text {
+                id: heading
                 width: parent.width
                 horizontalAlignment: Text.AlignHCenter
                 text: view.presenter ? view.presenter.title : ""
@@ -58,10 +66,12 @@ Rectangle {
                 Accessible.name: text
             }
             Loader {
+                id: face
                 width: parent.width
                 sourceComponent: view.phase === "email" ? emailFace : view.phase === "code" ? codeFace : view.phase === "noAccount" ? noAccountFace : null
             }
             Text {
+                id: failure
                 visible: text !== ""
                 width: parent.width
                 text: view.presenter ? view.presenter.errorMessage : ""
@@ -95,6 +105,7 @@ Rectangle {
                 topPadding: 12
                 bottomPadding: 12
                 text: view.presenter.email
+                busy: view.presenter.isBusy
                 onTextEdited: view.presenter.email = text
                 onAccepted: view.presenter.submit()
                 Component.onCompleted: forceActiveFocus()
@@ -110,6 +121,22 @@ Rectangle {
                 busy: view.presenter.isBusy
                 enabled: view.presenter.canContinue
                 onClicked: view.presenter.submit()
+            }
+            SpokenText {
+                visible: text !== ""
+                width: parent.width
+                topPadding: 8
+                horizontalAlignment: Text.AlignHCenter
+                text: view.presenter.keyringNote
+                color: Theme.secondary
+                font.pixelSize: 12
+                wrapMode: Text.Wrap
+            }
+            LinkButton {
+                visible: view.presenter.keyringNote !== "" && !view.presenter.isUnlocking
+                anchors.horizontalCenter: parent.horizontalCenter
+                text: "Unlock keyring"
+                onClicked: view.presenter.unlockKeyring()
             }
         }
     }
@@ -144,10 +171,13 @@ Rectangle {
                 topPadding: 14
                 bottomPadding: 14
                 text: view.presenter.code
+                busy: view.presenter.isBusy
                 inputMethodHints: Qt.ImhDigitsOnly
                 onTextEdited: {
+                    const cursor = view.presenter.codeCursor(text, cursorPosition);
                     view.presenter.code = text;
                     text = Qt.binding(() => view.presenter ? view.presenter.code : "");
+                    cursorPosition = cursor;
                 }
                 onAccepted: view.presenter.submit()
                 Component.onCompleted: forceActiveFocus()
@@ -194,7 +224,7 @@ Rectangle {
                 symbol: "arrow.up.right.square"
                 symbolSize: 12
                 onClicked: view.presenter.openPlatform()
-                Component.onCompleted: forceActiveFocus()
+                Component.onCompleted: forceActiveFocus(Qt.TabFocusReason)
             }
             LinkButton {
                 anchors.horizontalCenter: parent.horizontalCenter
