@@ -1,6 +1,7 @@
 #include "App/CorvaneApp.h"
 
 #include "Platform/Core/Log.h"
+#include "Platform/Desktop/ProcessLimits.h"
 
 #include <QCoreApplication>
 #include <QProcess>
@@ -50,7 +51,10 @@ int CorvaneApp::run() {
     if (m_appDelegate.wantsRestart()) {
         // The name on the bus goes first, or the new one would hand over to this one and end.
         m_sessionApplication.reset();
-        if (!QProcess::startDetached(QCoreApplication::applicationFilePath(), {})) {
+        QProcess next;
+        next.setProgram(QCoreApplication::applicationFilePath());
+        next.setChildProcessModifier(platform::leaveToTheUser);
+        if (!next.startDetached()) {
             platform::logLine(
                 QStringLiteral("[App] The new version could not be started: start Corvane Lumetra by hand"));
         }

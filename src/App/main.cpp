@@ -1,4 +1,6 @@
 #include "App/CorvaneApp.h"
+#include "Platform/Core/Log.h"
+#include "Platform/Desktop/ProcessLimits.h"
 #include "Platform/Desktop/TerminationSignals.h"
 #include "Platform/Desktop/WaylandSession.h"
 #include "Platform/Windows/CursorRest.h"
@@ -11,9 +13,7 @@
 #include <fontconfig/fontconfig.h>
 
 #include <thread>
-
-#include <sys/resource.h>
-#include <sys/stat.h>
+#include <vector>
 
 using namespace corvane;
 
@@ -22,14 +22,34 @@ using namespace std::chrono_literals;
 namespace {
 
 // The bar joins every workspace and stays where it is put, which X11 (XWayland on a Wayland desktop) lets a
-// window do. Without any display the interviews still run, by links.
-void choosePlatform() {
-    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
-        return;
+// window do. Without any display the interviews still run, by links. The first that works of the list is
+// taken. As arguments, not in the environment: that is handed on to the browser and whatever else is started.
+std::vector<char*> argumentsWithPlatform(int argc, char* argv[]) {
+    std::vector<char*> arguments(argv, argv + argc);
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+        static auto option = QByteArrayLiteral("-platform");
+        static QByteArray platforms;
+        platforms = QByteArray(qEnvironmentVariableIsSet("DISPLAY") ? "xcb;" : "") +
+                    (platform::isWaylandSession() ? "wayland;" : "") + "offscreen";
+        arguments.insert(arguments.end(), {option.data(), platforms.data()});
     }
-    const bool x11 = qEnvironmentVariableIsSet("DISPLAY");
-    if (x11 || !platform::isWaylandSession()) {
-        qputenv("QT_QPA_PLATFORM", x11 ? "xcb" : "offscreen");
+    arguments.push_back(nullptr);
+    return arguments;
+}
+
+// A desktop that has not what the windows need is said once, and what to do about it.
+void tellOfPlatform() {
+    const auto name = QGuiApplication::platformName();
+    if (name.startsWith(QLatin1String("wayland"))) {
+        platform::logLine(
+            QStringLiteral("[App] This Wayland session runs no programs of X11: the bar cannot keep "
+                           "its place, stay above other windows or show on every workspace. "
+                           "Install xwayland and start the session again."));
+    } else if (name == QLatin1String("offscreen") &&
+               (qEnvironmentVariableIsSet("DISPLAY") || platform::isWaylandSession())) {
+        platform::logLine(QStringLiteral("[App] No window can be shown on this display, interviews start by "
+                                         "links only. Install xwayland or qt6-wayland and start the session "
+                                         "again."));
     }
 }
 
@@ -41,24 +61,12 @@ void chooseSceneGraph() {
     }
 }
 
-// A dump of the memory would put the tokens on disk. Only the soft limit: who looks for a fault raises it by
-// prlimit. Not PR_SET_DUMPABLE: portals and the sound server look into /proc at who calls them, and would
-// refuse.
-void keepMemoryOffDisk() {
-    rlimit limit{};
-    if (getrlimit(RLIMIT_CORE, &limit) == 0) {
-        limit.rlim_cur = 0;
-        setrlimit(RLIMIT_CORE, &limit);
-    }
-}
-
 } // namespace
 
 int main(int argc, char* argv[]) {
-    // What the program writes is for its user alone.
-    umask(S_IRWXG | S_IRWXO);
-    keepMemoryOffDisk();
-    choosePlatform();
+    platform::keepToOurselves();
+    auto arguments = argumentsWithPlatform(argc, argv);
+    auto count = static_cast<int>(arguments.size()) - 1;
     chooseSceneGraph();
     QCoreApplication::setApplicationName(QStringLiteral("Corvane Lumetra"));
     // First: the desktop's service answers while the display is opened.
@@ -66,7 +74,8 @@ int main(int argc, char* argv[]) {
     AppDelegate::readAhead(*secrets);
     // So is the catalogue of the fonts read, which Qt asks for at its first text.
     const std::jthread fonts([] { FcInit(); });
-    QGuiApplication application(argc, argv);
+    QGuiApplication application(count, arguments.data());
+    tellOfPlatform();
     QGuiApplication::setDesktopFileName(QStringLiteral("com.corvane.Lumetra"));
     // Not before the first window is seen: all its sizes are drawn for it. A desktop has it from the entry
     // too.

@@ -171,6 +171,24 @@ private Q_SLOTS:
         QCOMPARE(process.exitCode(), 0);
     }
 
+    // As on a Wayland desktop that runs no programs of X11, and with a display that does not answer.
+    void withoutAUsableDisplayItRunsAndSaysSo() {
+        for (const char* variable : {"WAYLAND_DISPLAY", "DISPLAY"}) {
+            QProcess process;
+            auto environment = QProcessEnvironment::systemEnvironment();
+            environment.insert(variable, "nonexistent:9");
+            process.setProcessEnvironment(environment);
+            process.setProcessChannelMode(QProcess::MergedChannels);
+            process.start(prefix() + "/bin/corvane-lumetra", {});
+            QByteArray output;
+            waitUntil([&] { return (output += process.readAll()).contains("launched: v0."); }, patience);
+            QVERIFY2(output.count("No window can be shown on this display") == 1, output.constData());
+            process.terminate();
+            QVERIFY(process.waitForFinished(patience));
+            QCOMPARE(process.exitCode(), 0);
+        }
+    }
+
 private:
     // One that calls the bus, as the desktops do, and one that knows only the Exec key.
     enum class Launcher { bus, command };

@@ -26,8 +26,10 @@ public:
         if (!bus.isConnected()) {
             return;
         }
-        bus.connect(portal::service, portal::path, settingsInterface, QStringLiteral("SettingChanged"), this,
-                    SLOT(settingChanged(QString, QString, QDBusVariant)));
+        portal::introduce(bus);
+        // The message as it is: the bus may not know the types of its arguments yet.
+        portal::listen(bus, portal::path, settingsInterface, QStringLiteral("SettingChanged"), this,
+                       SLOT(settingChanged(QDBusMessage)));
         auto question = QDBusMessage::createMethodCall(portal::service, portal::path, settingsInterface,
                                                        QStringLiteral("Read"));
         question << appearanceNamespace << colorSchemeKey;
@@ -42,16 +44,17 @@ public:
     }
 
 private Q_SLOTS:
-    void settingChanged(const QString& space, const QString& key, const QDBusVariant& value) {
-        if (space == appearanceNamespace && key == colorSchemeKey) {
-            take(value.variant());
+    void settingChanged(const QDBusMessage& message) {
+        const auto about = message.arguments();
+        if (about.value(0) == appearanceNamespace && about.value(1) == colorSchemeKey) {
+            take(about.value(2));
         }
     }
 
 private:
     void take(QVariant value) {
         // Read wraps the value twice, the signal once.
-        if (value.canConvert<QDBusVariant>()) {
+        while (value.canConvert<QDBusVariant>()) {
             value = value.value<QDBusVariant>().variant();
         }
         setDesktopScheme(value.toUInt() == preferDark ? ColorScheme::dark : ColorScheme::light);

@@ -1,15 +1,38 @@
 #include "Platform/Desktop/PortalRequest.h"
 
+#include "Platform/Core/Log.h"
+
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QGuiApplication>
 
 namespace platform {
+
+void portal::introduce(const QDBusConnection& bus) {
+    if (QGuiApplication::desktopFileName().isEmpty()) {
+        return;
+    }
+    auto call = QDBusMessage::createMethodCall(
+        service, path, QStringLiteral("org.freedesktop.host.portal.Registry"), QStringLiteral("Register"));
+    call << QGuiApplication::desktopFileName() << QVariantMap();
+    // One that does not have it yet says so, and knows the application by what has started it; one that knows
+    // it says so, too.
+    bus.asyncCall(call);
+}
+
+void portal::listen(QDBusConnection bus, const QString& object, const QString& interface,
+                    const QString& signal, QObject* receiver, const char* slot) {
+    if (!bus.connect(service, object, interface, signal, receiver, slot)) {
+        logLine(QStringLiteral("[App] The signal %1 of %2 cannot be heard").arg(signal, interface));
+    }
+}
 
 PortalRequest::PortalRequest(const QString& interface, const QString& method, const QVariantList& arguments,
                              QVariantMap options)
     : m_gone(portal::service, m_bus, QDBusServiceWatcher::WatchForUnregistration) {
+    portal::introduce(m_bus);
     connect(&m_gone, &QDBusServiceWatcher::serviceUnregistered, this,
             [this] { fail(PortalError::Kind::wentAway, QStringLiteral("The portal went away.")); });
     const auto token = newToken();
@@ -40,8 +63,8 @@ QString PortalRequest::newToken() {
 
 void PortalRequest::listenTo(const QString& path) {
     m_path = path;
-    m_bus.connect(portal::service, path, QStringLiteral("org.freedesktop.portal.Request"),
-                  QStringLiteral("Response"), this, SLOT(responded(uint, QVariantMap)));
+    portal::listen(m_bus, path, QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Response"),
+                   this, SLOT(responded(uint, QVariantMap)));
 }
 
 void PortalRequest::responded(uint response, const QVariantMap& results) {

@@ -14,12 +14,22 @@ namespace platform {
 namespace portal {
 inline const auto service = QStringLiteral("org.freedesktop.portal.Desktop");
 inline const auto path = QStringLiteral("/org/freedesktop/portal/desktop");
+
+// Tells the portal that this connection is that of the application with QGuiApplication's desktop file: newer
+// ones do for nobody else what the user can allow and forbid. Before anything else is asked of it, which may
+// have started it only now.
+void introduce(const QDBusConnection& bus);
+
+// `slot` of the receiver hears that signal of an object of the portal. Where the bus does not let it, a line
+// in the log says what is missing.
+void listen(QDBusConnection bus, const QString& object, const QString& interface, const QString& signal,
+            QObject* receiver, const char* slot);
 } // namespace portal
 
-// No answer came. The text is the bus's.
+// No answer came, or one that says no. The text is the bus's.
 class PortalError : public std::runtime_error {
 public:
-    enum class Kind { notOffered, wentAway };
+    enum class Kind { notOffered, refused, wentAway };
     PortalError(Kind ofKind, const QString& text)
         : std::runtime_error(text.toStdString())
         , kind(ofKind) {}

@@ -3,6 +3,7 @@
 #include "Platform/Core/Log.h"
 #include "Platform/Desktop/ApplicationCall.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -67,12 +68,18 @@ public:
         const auto reply = bus->registerService(m_applicationId, QDBusConnectionInterface::DontQueueService,
                                                 QDBusConnectionInterface::DontAllowReplacement);
         if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered) {
+            takeStartingCall(*bus);
             return Start::first;
         }
         return activateRunning();
     }
 
 private:
+    // It has waited for the name, and so comes before the answer to whatever is asked afterwards.
+    void takeStartingCall(const QDBusConnectionInterface& bus) {
+        bus.isServiceRegistered(m_applicationId);
+        QCoreApplication::sendPostedEvents(&m_object, QEvent::MetaCall);
+    }
     Start activateRunning() {
         const auto answer = callApplication(m_bus, m_applicationId, {}, activationTimeout);
         if (answer.type() != QDBusMessage::ErrorMessage) {

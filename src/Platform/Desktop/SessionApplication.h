@@ -27,7 +27,8 @@ public:
 
     ~SessionApplication() override = default;
 
-    // Registers the object first and the name last, so that no call is lost in between.
+    // Registers the object first and the name last, so that no call is lost in between. A call that made the
+    // bus start this process is told before this returns.
     virtual Start start() = 0;
 
 Q_SIGNALS:

@@ -2,6 +2,7 @@
 
 #include "Platform/Core/Log.h"
 #include "Platform/Desktop/Notifications.h"
+#include "Platform/Desktop/ProcessLimits.h"
 
 #include <QDeadlineTimer>
 #include <QProcess>
@@ -49,7 +50,14 @@ constexpr std::array settingsPages{
 constexpr std::chrono::seconds longestSearch{10};
 
 bool startProgram(const QString& program, const QStringList& arguments) {
-    return !QStandardPaths::findExecutable(program).isEmpty() && QProcess::startDetached(program, arguments);
+    if (QStandardPaths::findExecutable(program).isEmpty()) {
+        return false;
+    }
+    QProcess process;
+    process.setProgram(program);
+    process.setArguments(arguments);
+    process.setChildProcessModifier(leaveToTheUser);
+    return process.startDetached();
 }
 
 // Not every address is a page: an update is a package on the disk.
@@ -92,7 +100,10 @@ private:
         auto* process = new QProcess(&m_starters);
         process->setStandardOutputFile(QProcess::nullDevice());
         process->setStandardErrorFile(QProcess::nullDevice());
-        process->setChildProcessModifier([] { ::setsid(); });
+        process->setChildProcessModifier([] {
+            ::setsid();
+            leaveToTheUser();
+        });
         const QDeadlineTimer search(longestSearch);
         QObject::connect(process, &QProcess::finished, &m_starters,
                          [this, address, search](int code, QProcess::ExitStatus) {

@@ -5,8 +5,10 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QFile>
 #include <QProcess>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 
 #include <unistd.h>
 
@@ -103,6 +105,28 @@ private Q_SLOTS:
         QCOMPARE(delivered, starts);
     }
 
+    // What the program was started for is known before it launches.
+    void theCallThatStartsTheProgramIsToldFirst() {
+        const QTemporaryDir folder;
+        QFile service(folder.filePath("test.service"));
+        QVERIFY(service.open(QIODevice::WriteOnly));
+        service.write(
+            QStringLiteral("[D-BUS Service]\nName=%1\nExec=\"%2\" --started %3\n")
+                .arg(applicationId, QCoreApplication::applicationFilePath(), folder.filePath("told"))
+                .toUtf8());
+        service.close();
+        m_session.stopBus();
+        QVERIFY(m_session.startBus(folder.path()));
+        launcher().call(call("Open", {QStringList("corvane://interview/a1"), QVariantMap()}));
+        QFile told(folder.filePath("told"));
+        QVERIFY(waitUntil([&] { return told.exists(); }));
+        QVERIFY(told.open(QIODevice::ReadOnly));
+        QCOMPARE(told.readAll(), "1");
+        QDBusConnection::disconnectFromBus("launcher");
+        m_session.stopBus();
+        QVERIFY(m_session.startBus());
+    }
+
     void withoutABusTheProgramRuns() {
         QProcess start;
         auto environment = QProcessEnvironment::systemEnvironment();
@@ -131,6 +155,15 @@ int main(int argc, char* argv[]) {
         for (;;) {
             ::pause();
         }
+    }
+    if (application.arguments().contains("--started")) {
+        const auto session = platform::makeSessionApplication(applicationId);
+        QSignalSpy opened(session.get(), &SessionApplication::openRequested);
+        session->start();
+        QFile told(application.arguments().last());
+        told.open(QIODevice::WriteOnly);
+        told.write(QByteArray::number(opened.count()));
+        return 0;
     }
     SessionApplicationTest test;
     return QTest::qExec(&test, argc, argv);

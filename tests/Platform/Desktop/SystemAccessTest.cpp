@@ -3,6 +3,7 @@
 #include "Platform/Desktop/LoginItem.h"
 #include "Platform/Desktop/MachineIdentifier.h"
 #include "Platform/Desktop/Notifications.h"
+#include "Platform/Desktop/ProcessLimits.h"
 #include "tests/Support/LogCapture.h"
 #include "tests/Support/Rows.h"
 #include "tests/Support/WaitFor.h"
@@ -12,6 +13,9 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -80,6 +84,40 @@ private Q_SLOTS:
             QVERIFY(waitUntil([&] { return called.exists(); }));
             QVERIFY(called.open(QIODevice::ReadOnly));
             QCOMPARE(QString::fromUtf8(called.readAll()).trimmed(), started);
+        }
+    }
+
+    // Those of this process are for its own secrets.
+    void whatIsStartedHasTheLimitsOfTheUser() {
+        rlimit ours{};
+        QCOMPARE(::getrlimit(RLIMIT_CORE, &ours), 0);
+        ours.rlim_cur = ours.rlim_max;
+        QCOMPARE(::setrlimit(RLIMIT_CORE, &ours), 0);
+        ::umask(027);
+        platform::keepToOurselves();
+        const QTemporaryDir folder;
+        for (const auto* name : {"xdg-open", "pavucontrol"}) {
+            install(
+                folder, name,
+                QString("cd '%1' && (umask; ulimit -Sc; ulimit -Hc) >part && /bin/mv part ${0##*/}.told\n")
+                    .arg(folder.path()));
+        }
+        const auto path = qgetenv("PATH");
+        qputenv("PATH", folder.path().toUtf8());
+        const auto access = platform::makeSystemAccess();
+        for (const auto* address :
+             {"https://example.com",
+              "x-apple.systempreferences:com.apple.preference.security?Privacy_Microphone"}) {
+            QVERIFY(access->open(address));
+        }
+        qputenv("PATH", path);
+        for (const auto* name : {"xdg-open", "pavucontrol"}) {
+            QFile told(folder.filePath(QString(name) + ".told"));
+            QVERIFY(waitUntil([&] { return told.exists(); }));
+            QVERIFY(told.open(QIODevice::ReadOnly));
+            const auto lines = told.readAll().split('\n');
+            QCOMPARE(lines.at(0), "0027");
+            QCOMPARE(lines.at(1), lines.at(2));
         }
     }
 
