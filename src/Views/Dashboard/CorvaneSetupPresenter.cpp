@@ -86,6 +86,12 @@ void CorvaneSetupPresenter::setUrls(const QString& apiUrl, const QString& savedU
     }
 }
 
+void CorvaneSetupPresenter::appear() {
+    if (!std::exchange(m_isOpen, true)) {
+        loadSettings();
+    }
+}
+
 void CorvaneSetupPresenter::loadSettings() {
     const auto url = m_database.getSetting(QLatin1String(urlSetting)).value_or(m_defaultApiUrl);
     setUrls(url, url);

@@ -48,8 +48,11 @@ public:
     // typed.
     QString urlFault() const;
     bool isSavingUrl() const { return m_isSavingUrl; }
-    // The page has come into view.
-    Q_INVOKABLE void loadSettings();
+    // The page has come into view: for the first time since it was left, it shows what is stored.
+    Q_INVOKABLE void appear();
+    // Another page takes its place. A window that is only hidden does not: what is typed stays.
+    void leave() { m_isOpen = false; }
+    void loadSettings();
     // Stores the address, clearing the field being the default one, and connects to it.
     Q_INVOKABLE void saveUrl();
 
@@ -78,6 +81,7 @@ private:
     QString m_apiUrl;
     QString m_savedUrl;
     bool m_isSavingUrl = false;
+    bool m_isOpen = false;
 };
 
 } // namespace corvane

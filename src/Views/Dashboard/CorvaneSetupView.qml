@@ -8,7 +8,7 @@ ScrollPage {
 
     signal accountWanted
 
-    onAppeared: presenter.loadSettings()
+    onAppeared: presenter.appear()
 
     PageHeading {
         width: parent.width

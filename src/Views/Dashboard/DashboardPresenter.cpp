@@ -33,6 +33,7 @@ DashboardPresenter::DashboardPresenter(DashboardViewModel& model, Pages pages, A
     , m_windows(windows)
     , m_version(u'v' + appVersion.value_or(QStringLiteral("–"))) {
     connect(&model, &DashboardViewModel::selectedPageChanged, this, &DashboardPresenter::selectedPageChanged);
+    connect(gate(), &AuthGatePresenter::changed, this, [this] { m_openPage.reset(); });
 }
 
 QVariantList DashboardPresenter::pages() const {
@@ -53,6 +54,13 @@ int DashboardPresenter::selectedPage() const {
 void DashboardPresenter::selectPage(int row) {
     if (row >= 0 && row < static_cast<int>(rows.size())) {
         m_model.setSelectedPage(rows[static_cast<size_t>(row)].page);
+    }
+}
+
+void DashboardPresenter::pageOpens() {
+    if (std::exchange(m_openPage, m_model.selectedPage()) != m_model.selectedPage()) {
+        m_scrollPosition = 0;
+        setup()->leave();
     }
 }
 

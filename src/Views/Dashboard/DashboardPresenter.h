@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ViewModels/DashboardViewModel.h"
 #include "Views/Auth/AuthGatePresenter.h"
 #include "Views/Dashboard/AppSettingsPresenter.h"
 #include "Views/Dashboard/AudioSettingsPresenter.h"
@@ -27,6 +28,8 @@ class DashboardPresenter : public QObject {
     Q_PROPERTY(QVariantList pages READ pages CONSTANT)
     Q_PROPERTY(int selectedPage READ selectedPage WRITE selectPage NOTIFY selectedPageChanged)
     Q_PROPERTY(QString version READ version CONSTANT)
+    // How far the open page is scrolled. The window gives its views back while it is hidden.
+    Q_PROPERTY(double scrollPosition MEMBER m_scrollPosition)
 
 public:
     struct Pages {
@@ -51,6 +54,9 @@ public:
     void selectPage(int row);
     QString version() const { return m_version; }
 
+    // The view of the selected page is made: for a page that has just been chosen, or for one that the window
+    // was hidden with, which is as it was then.
+    Q_INVOKABLE void pageOpens();
     // The page where one signs out, to sign in again.
     Q_INVOKABLE void showAccount();
     // At once, with no question.
@@ -64,6 +70,8 @@ private:
     Pages m_pages;
     ApplicationWindows& m_windows;
     const QString m_version;
+    std::optional<DashboardPage> m_openPage;
+    double m_scrollPosition = 0;
 };
 
 } // namespace corvane

@@ -40,7 +40,11 @@ Rectangle {
 
                 // By address: a page that nobody opens costs no start its reading.
                 function open() {
+                    view.presenter.pageOpens();
+                    const position = view.presenter.scrollPosition;
                     setSource(Qt.resolvedUrl(files[wanted]), {presenter: presenters[wanted]});
+                    if (position > 0)
+                        item.startAt(position);
                 }
 
                 anchors.left: sidebar.right
@@ -54,6 +58,9 @@ Rectangle {
                     ignoreUnknownSignals: true
                     function onAccountWanted() {
                         view.presenter.showAccount();
+                    }
+                    function onScrolled(position: real) {
+                        view.presenter.scrollPosition = position;
                     }
                 }
             }

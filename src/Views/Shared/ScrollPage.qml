@@ -5,6 +5,7 @@ import QtQuick.Templates as T
 // A page of the dashboard: a column that scrolls when it does not fit, and keeps what has the keyboard in view.
 Flickable {
     id: page
+    objectName: "page"
 
     default property alias content: column.data
     property alias spacing: column.spacing
@@ -13,13 +14,33 @@ Flickable {
 
     // The page has come into view, with its window or within it.
     signal appeared
+    signal scrolled(position: real)
+
+    property real start: 0
+
+    // Once there is that much of it.
+    function startAt(position: real) {
+        start = position;
+    }
+    function reachStart() {
+        if (start > 0 && contentHeight - height >= start) {
+            contentY = start;
+            start = 0;
+        }
+    }
 
     contentHeight: column.implicitHeight + 2 * column.y
     boundsBehavior: Flickable.StopAtBounds
     clip: true
     onShownChanged: if (shown) appeared()
     onFocusItemChanged: reveal(focusItem)
-    onHeightChanged: reveal(focusItem)
+    onHeightChanged: {
+        reveal(focusItem);
+        reachStart();
+    }
+    onContentHeightChanged: Qt.callLater(reachStart)
+    onStartChanged: Qt.callLater(reachStart)
+    onContentYChanged: scrolled(contentY)
 
     function reveal(item) {
         let ancestor = item;
