@@ -104,12 +104,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     applyPersistedSettings();
     m_shortcutService->registerAll();
     autoConnectWebSocket();
-    if (m_floatingPanel->isVisible()) {
-        // The bar is what the user waits for.
-        m_floatingPanel->whenPainted([this] { showDashboard(); });
-    } else {
-        showDashboard();
-    }
+    showFirstWindows();
     startUpdater();
     m_isLaunched = true;
     if (const auto id = std::exchange(m_pendingDeepLinkInterviewId, QString()); !id.isEmpty()) {
@@ -219,7 +214,28 @@ void AppDelegate::applyPersistedSettings() {
     const auto& state = m_settingsViewModel->customizable();
     setContentProtected(state.contentProtected.isEnabled);
     m_floatingPanel->setLevel(state.alwaysOnTop.isEnabled ? WindowLevel::floating : WindowLevel::normal);
-    setActivationPolicy(state.appIcon.isVisible ? ActivationPolicy::regular : ActivationPolicy::accessory);
+    setActivationPolicy(storedActivationPolicy());
+}
+
+ActivationPolicy AppDelegate::storedActivationPolicy() const {
+    return m_settingsViewModel->customizable().appIcon.isVisible ? ActivationPolicy::regular
+                                                                 : ActivationPolicy::accessory;
+}
+
+// The bar is what the user waits for: it is there first, and in front at the end.
+void AppDelegate::showFirstWindows() {
+    if (!m_floatingPanel->isVisible()) {
+        showDashboard();
+        return;
+    }
+    m_floatingPanel->whenPainted([this] {
+        showDashboard();
+        m_dashboardController->whenPainted([this] {
+            if (m_floatingPanel->isVisible()) {
+                m_floatingPanel->orderFrontRegardless();
+            }
+        });
+    });
 }
 
 void AppDelegate::showPanel() {
@@ -247,9 +263,7 @@ void AppDelegate::buildDashboard() {
     m_dashboardPresenter = std::make_unique<DashboardPresenter>(
         *m_dashboardViewModel, std::move(pages), *this, infoValue("CFBundleShortVersionString"));
     m_dashboardController = m_platform.windows->makeDashboard(*m_dashboardPresenter, *m_platform.defaults);
-    if (!m_settingsViewModel->customizable().appIcon.isVisible) {
-        m_dashboardController->setActivationPolicy(ActivationPolicy::accessory);
-    }
+    m_dashboardController->setActivationPolicy(storedActivationPolicy());
 }
 
 void AppDelegate::showDashboard() {
@@ -280,6 +294,7 @@ void AppDelegate::setActivationPolicy(ActivationPolicy policy) {
     if (m_dashboardController) {
         m_dashboardController->setActivationPolicy(policy);
     }
+    setUpdateWindowPolicy(policy);
 }
 
 void AppDelegate::terminate() {

@@ -108,11 +108,14 @@ private:
     // These do nothing in a build without the updater.
     void makeUpdater();
     void startUpdater();
+    void setUpdateWindowPolicy(ActivationPolicy policy);
     void addUpdaterCard(AppSettingsPresenter& page);
     void restart();
     void setupFloatingPanel();
     void buildDashboard();
     void applyPersistedSettings();
+    ActivationPolicy storedActivationPolicy() const;
+    void showFirstWindows();
     void showPanel();
     void hidePanel();
     void followSignedInState();
@@ -162,7 +165,7 @@ private:
     std::unique_ptr<DashboardWindow> m_dashboardController;
 #ifdef CORVANE_UPDATER
     std::unique_ptr<UpdateDialogPresenter> m_updateDialogPresenter;
-    std::unique_ptr<QObject> m_updateWindow;
+    std::unique_ptr<AuxiliaryWindow> m_updateWindow;
 #endif
 
     // The wait of a deep link for a session, as the context of its connections: replacing it cancels the

@@ -48,8 +48,15 @@ void AppDelegate::startUpdater() {
         std::make_unique<UpdateDialogPresenter>(*m_updaterService->userDriver(), programName,
                                                 infoValue("CFBundleShortVersionString").value_or(QString()));
     m_updateWindow = m_platform.windows->makeUpdateWindow(*m_updateDialogPresenter);
+    setUpdateWindowPolicy(storedActivationPolicy());
     connect(m_updaterService->updater(), &platform::SPUUpdater::restartRequested, this,
             &AppDelegate::restart);
+}
+
+void AppDelegate::setUpdateWindowPolicy(ActivationPolicy policy) {
+    if (m_updateWindow) {
+        m_updateWindow->setActivationPolicy(policy);
+    }
 }
 
 void AppDelegate::addUpdaterCard(AppSettingsPresenter& page) {

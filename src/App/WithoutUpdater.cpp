@@ -8,6 +8,8 @@ void AppDelegate::makeUpdater() {}
 
 void AppDelegate::startUpdater() {}
 
+void AppDelegate::setUpdateWindowPolicy(ActivationPolicy) {}
+
 void AppDelegate::addUpdaterCard(AppSettingsPresenter&) {}
 
 void AppDelegate::restart() {}

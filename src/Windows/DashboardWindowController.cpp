@@ -2,7 +2,9 @@
 
 #include "Platform/Storage/DefaultsStore.h"
 #include "Platform/Windows/QuietWindow.h"
+#include "Platform/Windows/UserAct.h"
 #include "Views/Dashboard/DashboardPresenter.h"
+#include "Windows/FirstPainting.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -35,7 +37,7 @@ DashboardWindowController::DashboardWindowController(QQmlEngine& engine, Dashboa
 }
 
 DashboardWindowController::~DashboardWindowController() {
-    if (isVisible()) {
+    if (QQuickView::isVisible()) {
         saveFrame();
     }
 }
@@ -46,11 +48,16 @@ void DashboardWindowController::showWindow() {
         setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Dashboard/DashboardView.qml")));
     }
     applyPolicy();
-    show();
+    setWindowStates(windowStates() & ~Qt::WindowMinimized);
+    setVisible(true);
     // A window manager that sees only now to the last hiding has taken the hints away.
     applyPolicy();
     raise();
-    requestActivate();
+    platform::takeKeyboard(*this);
+}
+
+void DashboardWindowController::whenPainted(std::function<void()> then) {
+    whenNextPainted(*this, std::move(then));
 }
 
 void DashboardWindowController::orderOut() {

@@ -26,7 +26,10 @@ public:
 
     void showWindow() override;
     void orderOut() override;
-    bool isVisible() const override { return QQuickView::isVisible(); }
+    bool isVisible() const override {
+        return QQuickView::isVisible() && !windowStates().testFlag(Qt::WindowMinimized);
+    }
+    void whenPainted(std::function<void()> then) override;
     void setSharingType(SharingType type) override { m_sharingType = type; }
     SharingType sharingType() const { return m_sharingType; }
     void setActivationPolicy(ActivationPolicy policy) override;

@@ -3,12 +3,16 @@
 #include "Platform/Core/Log.h"
 #include "Platform/Windows/AboveFullScreen.h"
 #include "Platform/Windows/QuietWindow.h"
+#include "Platform/Windows/UserAct.h"
 #include "Views/Overlay/OverlayBarPresenter.h"
+#include "Windows/FirstPainting.h"
 
 #include <QGuiApplication>
+#include <QMouseEvent>
 #include <QQmlEngine>
 #include <QScreen>
-#include <QTimer>
+
+#include <algorithm>
 
 namespace corvane {
 
@@ -17,23 +21,36 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int offsetFromTop = 54;
-constexpr auto longestMove = 300ms;     // until the display has told of it
-constexpr auto longestPainting = 500ms; // on a display that shows the bar to nobody it is not painted
+constexpr auto longestMove = 300ms; // until the display has told of it
+
+void sayWhatIsDenied() {
+    if (const auto denied = platform::deniedManners(); !denied.isEmpty()) {
+        platform::logLine(
+            QStringLiteral("[Panel] This desktop does not let the bar: %1. Rules of your own may, "
+                           "see docs/desktops.md.")
+                .arg(denied.join(QStringLiteral(", "))));
+    }
+}
 
 } // namespace
 
 FloatingPanel::FloatingPanel(QQmlEngine& engine, OverlayBarPresenter& presenter)
     : QQuickView(&engine, nullptr)
     , m_presenter(presenter) {
-    setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
+    setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
     setColor(Qt::transparent);
     setTitle(QStringLiteral("Corvane Lumetra"));
     setResizeMode(QQuickView::SizeRootObjectToView);
     resize(panelWidth, barHeight);
     connect(this, &QWindow::windowStateChanged, this, &FloatingPanel::comeBackFromIcon);
     connect(&presenter, &OverlayBarPresenter::drawnRegionChanged, this, &FloatingPanel::takeShape);
+    connect(&presenter, &OverlayBarPresenter::moveWanted, this, &FloatingPanel::startDrag);
+    connect(presenter.input(), &CompletionInputPresenter::focusWanted, this,
+            [this] { platform::takeKeyboard(*this); });
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, &FloatingPanel::comeBackToAScreen,
             Qt::QueuedConnection);
+    connect(qGuiApp, &QGuiApplication::screenAdded, this, &FloatingPanel::followScreen);
+    std::ranges::for_each(QGuiApplication::screens(), [this](QScreen* screen) { followScreen(screen); });
     positionTopCenter(offsetFromTop);
     takeShape();
 }
@@ -45,6 +62,7 @@ void FloatingPanel::prepare() {
     if (!rootObject()) {
         create();
         platform::setShowsQuietly(*this);
+        sayWhatIsDenied();
         m_aboveFullScreen = std::make_unique<platform::AboveFullScreen>(*this);
         takeShape();
         setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&m_presenter)}});
@@ -59,8 +77,14 @@ void FloatingPanel::orderFrontRegardless() {
         QQuickView::show();
         // A window manager that sees only now to the last hiding has taken them away.
         applyHints();
+        // GNOME puts what shows without the keyboard under the active window, once it does show it.
+        whenPainted([this] {
+            if (isVisible()) {
+                platform::raiseQuietly(*this);
+            }
+        });
     }
-    raise();
+    platform::raiseQuietly(*this);
 }
 
 void FloatingPanel::orderOut() {
@@ -76,7 +100,6 @@ void FloatingPanel::setFrame(const QRect& frame) {
         moveTo(frame.topLeft());
     }
     m_height = frame.height();
-    takeShape();
 }
 
 // Steps that follow each other fast add up to the whole way, although the display tells of each one late.
@@ -89,10 +112,6 @@ void FloatingPanel::moveTo(QPoint place) {
 void FloatingPanel::setLevel(WindowLevel level) {
     m_level = level;
     applyHints();
-    if (level == WindowLevel::floating && !platform::canStayAbove()) {
-        platform::logLine(
-            QStringLiteral("[Panel] This desktop does not let the bar stay above other windows"));
-    }
 }
 
 void FloatingPanel::setActivationPolicy(ActivationPolicy policy) {
@@ -100,17 +119,35 @@ void FloatingPanel::setActivationPolicy(ActivationPolicy policy) {
     applyHints();
 }
 
+// On X11 the bar moves itself: KWin moves no window that it keeps above full-screen ones, and others would
+// tile one that is dragged to an edge.
+void FloatingPanel::startDrag() {
+    if (platform::canPlaceWindows()) {
+        m_grip = m_pressed;
+    } else {
+        startSystemMove();
+    }
+}
+
+void FloatingPanel::mousePressEvent(QMouseEvent* event) {
+    m_pressed = event->position().toPoint();
+    QQuickView::mousePressEvent(event);
+}
+
+void FloatingPanel::mouseMoveEvent(QMouseEvent* event) {
+    if (m_grip) {
+        moveTo(event->globalPosition().toPoint() - *m_grip);
+    }
+    QQuickView::mouseMoveEvent(event);
+}
+
+void FloatingPanel::mouseReleaseEvent(QMouseEvent* event) {
+    m_grip.reset();
+    QQuickView::mouseReleaseEvent(event);
+}
+
 void FloatingPanel::whenPainted(std::function<void()> then) {
-    auto* wait = new QTimer(this);
-    const auto proceed = [this, wait, then = std::move(then)] {
-        wait->stop();
-        disconnect(this, nullptr, wait, nullptr);
-        wait->deleteLater();
-        then();
-    };
-    connect(wait, &QTimer::timeout, wait, proceed);
-    connect(this, &QQuickWindow::frameSwapped, wait, proceed);
-    wait->start(longestPainting);
+    whenNextPainted(*this, std::move(then));
 }
 
 void FloatingPanel::applyHints() {
@@ -132,17 +169,30 @@ void FloatingPanel::positionTopCenter(int offset) {
 
 void FloatingPanel::takeShape() {
     const auto& drawn = m_presenter.drawnRegion();
-    const auto needed = std::max(m_height, drawn.boundingRect().bottom() + 1);
-    if (needed != height()) {
-        resize(panelWidth, needed);
+    // What is hidden keeps its size for the next time.
+    if (!drawn.isEmpty()) {
+        resize(panelWidth, drawn.boundingRect().bottom() + 1);
     }
     if (m_aboveFullScreen) {
         platform::setShape(*this, drawn);
     }
 }
 
+void FloatingPanel::followScreen(QScreen* screen) {
+    connect(screen, &QScreen::geometryChanged, this, &FloatingPanel::comeBackToAScreen, Qt::QueuedConnection);
+}
+
+// The bar itself is what the window is moved by: enough of it to take hold of.
+bool FloatingPanel::isWithinReach() const {
+    const QRect bar(frame().topLeft(), QSize(panelWidth, barHeight));
+    return std::ranges::any_of(QGuiApplication::screens(), [&bar](const QScreen* screen) {
+        const auto seen = screen->geometry() & bar;
+        return seen.width() >= barHeight && seen.height() >= barHeight / 2;
+    });
+}
+
 void FloatingPanel::comeBackToAScreen() {
-    if (!QGuiApplication::screenAt(geometry().center())) {
+    if (!isWithinReach()) {
         positionTopCenter(offsetFromTop);
     }
 }

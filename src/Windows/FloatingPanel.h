@@ -7,6 +7,7 @@
 #include <QRegion>
 
 #include <memory>
+#include <optional>
 
 namespace platform {
 class AboveFullScreen;
@@ -16,8 +17,9 @@ namespace corvane {
 
 class OverlayBarPresenter;
 
-// The bar's window: without a frame, clear where nothing is drawn, on every workspace. What is not drawn on
-// takes no clicks, whatever the window's height.
+// The bar's window: without a frame, clear where nothing is drawn, on every workspace. It has the height that
+// the model gives it for the model only: the real one is that of what is drawn, so that nothing beside it
+// takes a click or is covered.
 class FloatingPanel : public QQuickView, public PanelWindow {
     Q_OBJECT
 
@@ -43,18 +45,28 @@ public:
     // The middle of the main screen, `offset` below the top of what the desktop leaves free.
     void positionTopCenter(int offset);
 
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
 private:
     void prepare();
     void moveTo(QPoint place);
+    void startDrag();
     void takeShape();
     void applyHints();
+    void followScreen(QScreen* screen);
+    bool isWithinReach() const;
     void comeBackToAScreen();
     void comeBackFromIcon(Qt::WindowState state);
 
     OverlayBarPresenter& m_presenter;
-    int m_height = barHeight; // as the model has it; the window is higher while more is drawn
+    int m_height = barHeight; // as the model has it
     QPoint m_place;           // where it was last moved to, as long as the display may tell of earlier places
     QDeadlineTimer m_arriving;
+    QPoint m_pressed;             // within the window
+    std::optional<QPoint> m_grip; // of a drag
     std::unique_ptr<platform::AboveFullScreen> m_aboveFullScreen;
     WindowLevel m_level = WindowLevel::floating;
     ActivationPolicy m_policy = ActivationPolicy::regular;

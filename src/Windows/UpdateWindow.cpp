@@ -1,6 +1,7 @@
 #include "Windows/UpdateWindow.h"
 
 #include "Platform/Windows/QuietWindow.h"
+#include "Platform/Windows/UserAct.h"
 #include "Views/Updates/UpdateDialogPresenter.h"
 
 #include <QEvent>
@@ -42,6 +43,7 @@ void UpdateWindow::follow() {
         return;
     }
     m_view->create();
+    applyPolicy();
     if (m_presenter.isUnasked()) {
         platform::setShowsQuietly(*m_view);
         m_view->show();
@@ -64,8 +66,19 @@ void UpdateWindow::open() {
 void UpdateWindow::comeForward() {
     if (m_view) {
         m_view->raise();
-        m_view->requestActivate();
+        platform::takeKeyboard(*m_view);
     }
+}
+
+void UpdateWindow::setActivationPolicy(ActivationPolicy policy) {
+    m_policy = policy;
+    if (m_view) {
+        applyPolicy();
+    }
+}
+
+void UpdateWindow::applyPolicy() {
+    platform::setSkipsTaskbar(*m_view, m_policy == ActivationPolicy::accessory);
 }
 
 bool UpdateWindow::eventFilter(QObject* watched, QEvent* event) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Windows/AuxiliaryWindow.h"
+
 #include <QObject>
 #include <QQuickView>
 
@@ -10,11 +12,13 @@ namespace corvane {
 class UpdateDialogPresenter;
 
 // The window of an update. There is one only while something is shown in it; closing it says no.
-class UpdateWindow : public QObject {
+class UpdateWindow : public QObject, public AuxiliaryWindow {
     Q_OBJECT
 
 public:
     UpdateWindow(QQmlEngine& engine, UpdateDialogPresenter& presenter);
+
+    void setActivationPolicy(ActivationPolicy policy) override;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -23,10 +27,12 @@ private:
     void follow();
     void open();
     void comeForward();
+    void applyPolicy();
 
     QQmlEngine& m_engine;
     UpdateDialogPresenter& m_presenter;
     std::unique_ptr<QQuickView> m_view;
+    ActivationPolicy m_policy = ActivationPolicy::regular;
 };
 
 } // namespace corvane

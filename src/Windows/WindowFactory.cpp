@@ -27,7 +27,7 @@ public:
         return std::make_unique<DashboardWindowController>(m_engine, presenter, defaults);
     }
 #ifdef CORVANE_UPDATER
-    std::unique_ptr<QObject> makeUpdateWindow(UpdateDialogPresenter& presenter) override {
+    std::unique_ptr<AuxiliaryWindow> makeUpdateWindow(UpdateDialogPresenter& presenter) override {
         return std::make_unique<UpdateWindow>(m_engine, presenter);
     }
 #endif

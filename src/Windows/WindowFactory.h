@@ -2,9 +2,8 @@
 
 #include "Services/SelectionOverlay.h"
 #include "ViewModels/PanelWindow.h"
+#include "Windows/AuxiliaryWindow.h"
 #include "Windows/DashboardWindow.h"
-
-#include <QObject>
 
 #include <memory>
 
@@ -29,7 +28,7 @@ public:
     virtual std::unique_ptr<DashboardWindow> makeDashboard(DashboardPresenter& presenter,
                                                            platform::DefaultsStore& defaults) = 0;
     // Shows and hides itself as the presenter says. Null in a build without the updater.
-    virtual std::unique_ptr<QObject> makeUpdateWindow(UpdateDialogPresenter&) { return {}; }
+    virtual std::unique_ptr<AuxiliaryWindow> makeUpdateWindow(UpdateDialogPresenter&) { return {}; }
     // Over the screen with that place in QGuiApplication::screens(); null when it is gone.
     virtual std::unique_ptr<SelectionOverlay>
     makeSelectionOverlay(int screenIndex, const platform::ScreenPicture& picture) = 0;

@@ -8,6 +8,8 @@
 #include "tests/Support/Rows.h"
 #include "tests/Support/TestProgram.h"
 
+#include <QSignalSpy>
+
 using namespace corvane;
 
 namespace {
@@ -59,8 +61,12 @@ private Q_SLOTS:
         QCOMPARE(signedIn.sockets->count(), 1);
         signedIn.app->toggleFloatingPanel();
         QVERIFY(!signedIn.windows->panel->visible && signedIn.app->overlayViewModel().isHidden());
+        // A desktop may refuse the keyboard: each press asks again.
+        QSignalSpy asked(signedIn.app->overlayBarPresenter().input(), &CompletionInputPresenter::focusWanted);
         signedIn.app->focusInput();
         QVERIFY(signedIn.windows->panel->visible && signedIn.app->overlayBarPresenter().input()->isFocused());
+        signedIn.app->focusInput();
+        QCOMPARE(asked.size(), 2);
         waitFor(signedIn.app->clerkAuthService().signOut());
         signedIn.settle();
         QVERIFY(!signedIn.windows->panel->visible && signedIn.app->overlayViewModel().isHidden());

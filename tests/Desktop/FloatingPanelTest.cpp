@@ -1,4 +1,6 @@
 #include "Windows/FloatingPanel.h"
+#include "Platform/Windows/UserAct.h"
+#include "Platform/Windows/XcbWindow.h"
 #include "ViewModels/DashboardViewModel.h"
 #include "ViewModels/OverlayViewModel.h"
 #include "ViewModels/SettingsViewModel.h"
@@ -11,6 +13,8 @@
 
 #include <QClipboard>
 #include <QProcess>
+#include <QQuickItem>
+#include <QRegularExpression>
 #include <QScreen>
 
 using namespace corvane;
@@ -74,7 +78,10 @@ private:
         }
         return entered();
     }
-    static QString hint(const QWindow& window, const QString& name);
+    static QString hint(const QStringList& window, const QString& name);
+    static QString hint(const QWindow& window, const QString& name) {
+        return hint({"-id", QString::number(window.winId())}, name);
+    }
     // "panel" or "neighbour".
     QString whoTakesClick(Desk& desk, QPoint place);
     void drag(QPoint from, QPoint by) const;
@@ -95,6 +102,10 @@ private Q_SLOTS:
     void theBarMovesThePanelAndHeightsKeepItsTop();
     void thereIsRoomUnderTheLowBar();
     void theDashboardComesBackAsItWas();
+    void aMinimizedDashboardComesAtOnePress();
+    void aHiddenPageComesBackAsItWas();
+    void theLaunchEndsWithTheBarInFront();
+    void theKeyboardIsAskedForInTheNameOfTheUsersAct();
     void aFrameOnAScreenThatIsGoneFallsBack_data();
     void aFrameOnAScreenThatIsGoneFallsBack();
 };
@@ -109,11 +120,13 @@ void FloatingPanelTest::init() {
     QVERIFY(goesNextDoor());
 }
 
-QString FloatingPanelTest::hint(const QWindow& window, const QString& name) {
+QString FloatingPanelTest::hint(const QStringList& window, const QString& name) {
     QProcess process;
-    process.start("xprop", {"-id", QString::number(window.winId()), name});
+    process.start("xprop", window + QStringList{name});
     process.waitForFinished();
-    return QString::fromUtf8(process.readAllStandardOutput()).section('=', 1).trimmed();
+    return QString::fromUtf8(process.readAllStandardOutput())
+        .section(QRegularExpression("[=#]"), 1)
+        .trimmed();
 }
 
 void FloatingPanelTest::theKeyboardStaysWhereItIs() {
@@ -209,7 +222,9 @@ void FloatingPanelTest::whatIsNotDrawnOnTakesNoClicks() {
     for (int round = 0; round < 2; ++round) {
         desk.presenter().toggleContent();
         QVERIFY(waitUntil([&] { return taker(underTheBar) == "neighbour"; }));
-        QCOMPARE(desk.panel().height(), OverlayViewModel::expandedHeight);
+        // Not by a shape alone, which a desktop may pass over.
+        QCOMPARE(desk.panel().height(), OverlayViewModel::collapsedHeight);
+        QCOMPARE(desk.panel().frame().height(), OverlayViewModel::expandedHeight);
         QCOMPARE(taker(onTheBar), "panel");
         desk.presenter().toggleContent();
         QVERIFY(waitUntil([&] { return taker(underTheBar) == "panel"; }));
@@ -303,6 +318,75 @@ void FloatingPanelTest::theDashboardComesBackAsItWas() {
     QVERIFY(waitUntil([&] { return window.geometry() == frame; }));
     QCOMPARE(desk.app->dashboardViewModel().selectedPage(), DashboardPage::audio);
     QVERIFY(m_hands.sees("Audio"));
+}
+
+void FloatingPanelTest::aMinimizedDashboardComesAtOnePress() {
+    Desk desk;
+    desk.app->toggleDashboard();
+    QVERIFY(waitUntil([] { return dashboard()->isActive(); }));
+    m_display.xdotool({"windowminimize", QString::number(dashboard()->winId())});
+    QVERIFY(waitUntil([] { return !dashboard()->isVisible(); }));
+    desk.app->toggleDashboard();
+    QVERIFY(waitUntil([] { return dashboard()->isVisible() && dashboard()->isActive(); }));
+}
+
+void FloatingPanelTest::aHiddenPageComesBackAsItWas() {
+    Desk desk;
+    const auto flickable = [] { return dashboard()->findChild<QQuickItem*>("page"); };
+    const auto hideAndShow = [&] {
+        desk.app->toggleDashboard();
+        desk.app->toggleDashboard();
+        return waitUntil([&] { return dashboard()->isActive() && flickable(); });
+    };
+    desk.app->toggleDashboard();
+    QVERIFY(waitUntil([&] { return m_hands.sees("API base URL"); }));
+    m_hands.click("API base URL");
+    m_hands.type("half");
+    const auto url = [&] {
+        const auto* field = dashboard()->activeFocusItem();
+        return field ? field->property("text").toString() : QString();
+    };
+    QVERIFY(waitUntil([&] { return url().contains("half"); }));
+    const auto typed = url();
+    QVERIFY(hideAndShow());
+    m_hands.click("API base URL");
+    QVERIFY(waitUntil([&] { return url() == typed; }));
+    // Another page, and back, shows what is stored.
+    desk.app->dashboardViewModel().setSelectedPage(DashboardPage::shortcuts);
+    QVERIFY(waitUntil([&] { return m_hands.sees("Reset to Defaults"); }));
+    flickable()->setProperty("contentY", 200);
+    QVERIFY(hideAndShow());
+    QVERIFY(waitUntil([&] { return flickable()->property("contentY").toReal() == 200; }));
+    desk.app->dashboardViewModel().setSelectedPage(DashboardPage::dashboard);
+    QVERIFY(waitUntil([&] { return m_hands.sees("API base URL"); }));
+    QCOMPARE(flickable()->property("contentY").toReal(), 0);
+    m_hands.click("API base URL");
+    QVERIFY(waitUntil([&] { return dashboard()->activeFocusItem() && !url().contains("half"); }));
+    desk.app->toggleDashboard();
+}
+
+void FloatingPanelTest::theLaunchEndsWithTheBarInFront() {
+    TestProgram program(TestProgram::Start::signedIn, TestProgram::defaultInfo(), makeWindowFactory());
+    program.defaults->setString("DashboardWindow", "300 40 700 500");
+    program.launchToSession();
+    const auto& bar = dynamic_cast<FloatingPanel&>(*program.app->floatingPanel());
+    const auto place = [&](const QWindow& window) {
+        return hint(QStringList{"-root"}, "_NET_CLIENT_LIST_STACKING")
+            .indexOf("0x" + QString::number(window.winId(), 16));
+    };
+    QVERIFY(waitUntil(
+        [&] { return dashboard() && dashboard()->isActive() && place(bar) > place(*dashboard()); }));
+    QVERIFY(place(*dashboard()) >= 0);
+}
+
+// A desktop refuses what is asked for in the name of an older act than those elsewhere.
+void FloatingPanelTest::theKeyboardIsAskedForInTheNameOfTheUsersAct() {
+    Desk desk;
+    const auto now = platform::x11::serverTime();
+    platform::noteUserActNow();
+    desk.app->focusInput();
+    QVERIFY(waitUntil([&] { return desk.panel().isActive(); }));
+    QVERIFY(hint(desk.panel(), "_NET_WM_USER_TIME").toUInt() >= now);
 }
 
 void FloatingPanelTest::aFrameOnAScreenThatIsGoneFallsBack_data() {

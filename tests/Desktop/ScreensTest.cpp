@@ -4,7 +4,11 @@
 #include "sandbox/desktop/PrivateDisplay.h"
 #include "tests/Support/TestProgram.h"
 
+#include <QProcess>
 #include <QScreen>
+#include <QSignalSpy>
+
+#include <algorithm>
 
 using namespace corvane;
 
@@ -49,11 +53,29 @@ QRect changed(const QImage& before, const QImage& now) {
 
 } // namespace
 
+// The program with its bar out and its dashboard put away.
+struct Desk : TestProgram {
+    Desk()
+        : TestProgram(Start::signedIn, defaultInfo(), makeWindowFactory()) {
+        defaults->setBoolean("hasSeenOnboardingVideo", true);
+        launchToSession();
+        waitUntil([this] { return panel().isExposed() && QGuiApplication::focusWindow(); });
+        app->toggleDashboard();
+    }
+    FloatingPanel& panel() { return dynamic_cast<FloatingPanel&>(*app->floatingPanel()); }
+    bool moveTo(QPoint place) {
+        panel().setFrame(QRect(place, panel().frame().size()));
+        return waitUntil([&] { return panel().position() == place && panel().isExposed(); });
+    }
+};
+
 class ScreensTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void theBarStandsWholeOnTheMainScreen();
+    void aTipStandsBesideItsControlOnEachScreen();
+    void theBarComesBackFromAScreenThatGoes();
 };
 
 void ScreensTest::theBarStandsWholeOnTheMainScreen() {
@@ -90,6 +112,45 @@ void ScreensTest::theBarStandsWholeOnTheMainScreen() {
     QVERIFY(waitUntil([&] { return wanted().height() > bar.height() && isWhole(); }));
     QCOMPARE(wanted().top(), bar.top());
     QCOMPARE(sight().last(), empty.last());
+}
+
+void ScreensTest::aTipStandsBesideItsControlOnEachScreen() {
+    Desk desk;
+    const QPoint inTheField(200, 24);
+    for (const auto* screen : QGuiApplication::screens()) {
+        const auto place = screen->geometry().topLeft() + QPoint(20, 100);
+        QVERIFY(desk.moveTo(place));
+        QTest::mouseMove(&desk.panel(), QPoint(2, 2));
+        QTest::mouseMove(&desk.panel(), inTheField);
+        const auto control = place + inTheField;
+        QVERIFY(waitUntil([&] {
+            const auto windows = QGuiApplication::topLevelWindows();
+            return std::ranges::any_of(windows, [&](const QWindow* window) {
+                return window->type() == Qt::ToolTip && window->isVisible() &&
+                       window->geometry().adjusted(-200, -60, 200, 60).contains(control);
+            });
+        }));
+        QTest::mouseMove(&desk.panel(), QPoint(2, 2));
+    }
+}
+
+void ScreensTest::theBarComesBackFromAScreenThatGoes() {
+    Desk desk;
+    const auto* main = QGuiApplication::primaryScreen();
+    // The middle of the content is past the screen's end, and the bar can be held.
+    desk.app->overlayViewModel().expandPanel();
+    const auto low = main->geometry().bottomLeft() + QPoint(20, -60);
+    QVERIFY(desk.moveTo(low));
+    QSignalSpy gone(qGuiApp, &QGuiApplication::screenRemoved);
+    QSignalSpy added(qGuiApp, &QGuiApplication::screenAdded);
+    QCOMPARE(QProcess::execute("xrandr", {"--delmonitor", "part1"}), 0);
+    QVERIFY(waitUntil([&] { return gone.size() == 1; }));
+    QCOMPARE(desk.panel().position(), low);
+    QCOMPARE(QProcess::execute("xrandr", {"--setmonitor", "part1", "1200/317x900/238+0+0", "none"}), 0);
+    QVERIFY(waitUntil([&] { return added.size() == 1; }));
+    QVERIFY(desk.moveTo(added.first().first().value<QScreen*>()->geometry().topLeft() + QPoint(100, 100)));
+    QCOMPARE(QProcess::execute("xrandr", {"--delmonitor", "part1"}), 0);
+    QVERIFY(waitUntil([&] { return main->geometry().contains(desk.panel().geometry()); }));
 }
 
 int main(int argc, char* argv[]) {

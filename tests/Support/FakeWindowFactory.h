@@ -33,6 +33,7 @@ public:
     bool isVisible() const override { return visible; }
     void setSharingType(SharingType to) override { sharing = to; }
     void setActivationPolicy(ActivationPolicy) override {}
+    void whenPainted(std::function<void()> then) override { then(); }
 
     bool visible = false;
     std::optional<SharingType> sharing;

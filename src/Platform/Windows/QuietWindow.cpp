@@ -1,23 +1,21 @@
 #include "Platform/Windows/QuietWindow.h"
 
+#include "Platform/Desktop/WaylandSession.h"
 #include "Platform/Windows/XcbWindow.h"
 
 #include <QRegion>
 #include <QVariant>
 #include <QWindow>
 
+#include <algorithm>
+#include <array>
+
 namespace platform {
 
 namespace {
 
 constexpr uint32_t everyDesktop = 0xFFFFFFFF;
-
-void setProperty(const QWindow& window, const char* name, xcb_atom_t type,
-                 const std::vector<uint32_t>& values) {
-    xcb_change_property(x11::connection(), XCB_PROP_MODE_REPLACE, x11::idOf(window), x11::atom(name), type,
-                        32, static_cast<uint32_t>(values.size()), values.data());
-    xcb_flush(x11::connection());
-}
+constexpr uint32_t sourceUser = 2; // of a message: the user's own act, which no other program's act outdates
 
 // A mapped window's state is the window manager's to change; an unmapped one's stands in its property.
 void setState(const QWindow& window, const char* name, bool on) {
@@ -34,19 +32,61 @@ void setState(const QWindow& window, const char* name, bool on) {
     if (on) {
         states.push_back(state);
     }
-    setProperty(window, "_NET_WM_STATE", XCB_ATOM_ATOM, states);
+    x11::setProperty(x11::idOf(window), "_NET_WM_STATE", XCB_ATOM_ATOM, states);
 }
+
+struct Manner {
+    const char* hint;
+    const char* words;
+};
+constexpr std::array manners{
+    Manner{"_NET_WM_STATE_ABOVE", "stay above other windows"},
+    Manner{"_NET_WM_DESKTOP", "show on every workspace"},
+    Manner{"_NET_RESTACK_WINDOW", "come in front without the keyboard"},
+    Manner{"_NET_WM_USER_TIME", "leave the keyboard where it is when it shows"},
+};
 
 } // namespace
 
-bool canStayAbove() {
+QStringList deniedManners() {
     auto* x = x11::connection();
-    const auto above = x ? x11::atom("_NET_WM_STATE_ABOVE") : xcb_atom_t(XCB_ATOM_NONE);
-    return x && x11::holds(xcb_setup_roots_iterator(xcb_get_setup(x)).data->root, "_NET_SUPPORTED", above);
+    const auto supported =
+        x ? x11::values(xcb_setup_roots_iterator(xcb_get_setup(x)).data->root, "_NET_SUPPORTED")
+          : std::vector<uint32_t>();
+    QStringList denied;
+    for (const auto& [hint, words] : manners) {
+        if (!x || std::ranges::find(supported, x11::atom(hint)) == supported.end()) {
+            denied.append(QLatin1String(words));
+        }
+    }
+    return denied;
 }
 
+bool canPlaceWindows() {
+    return x11::connection() != nullptr;
+}
+
+// KWin keeps the first kind above full-screen windows; others take the next that they know. A utility window
+// floats where windows are tiled. Not by Qt::Tool, which makes a window the dialog of all others here: KWin
+// hides those while another program is active. KWin looks at the kind when the state changes.
 void setStaysAbove(QWindow& window, bool above) {
+    if (x11::connection()) {
+        std::vector<uint32_t> kinds{x11::atom("_NET_WM_WINDOW_TYPE_UTILITY"),
+                                    x11::atom("_NET_WM_WINDOW_TYPE_NORMAL")};
+        if (above) {
+            kinds.insert(kinds.begin(), x11::atom("_KDE_NET_WM_WINDOW_TYPE_CRITICAL_NOTIFICATION"));
+        }
+        x11::setProperty(x11::idOf(window), "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, kinds);
+    }
     setState(window, "_NET_WM_STATE_ABOVE", above);
+}
+
+void raiseQuietly(QWindow& window) {
+    window.raise();
+    // The plain request is refused to a program that does not have the keyboard.
+    if (x11::connection()) {
+        x11::tellManager(x11::idOf(window), "_NET_RESTACK_WINDOW", sourceUser);
+    }
 }
 
 void setSkipsTaskbar(QWindow& window, bool skips) {
@@ -61,7 +101,7 @@ void setOnEveryDesktop(QWindow& window) {
     if (window.isVisible()) {
         x11::tellManager(x11::idOf(window), "_NET_WM_DESKTOP", everyDesktop, 1);
     } else {
-        setProperty(window, "_NET_WM_DESKTOP", XCB_ATOM_CARDINAL, {everyDesktop});
+        x11::setProperty(x11::idOf(window), "_NET_WM_DESKTOP", XCB_ATOM_CARDINAL, {everyDesktop});
     }
 }
 
@@ -71,6 +111,9 @@ void setShowsQuietly(QWindow& window) {
 }
 
 void setShape(QWindow& window, const QRegion& shape) {
+    if (isWaylandSession()) {
+        return;
+    }
     // An empty region would lift the shape; this one lies outside the window.
     window.setMask(shape.isEmpty() ? QRegion(-2, -2, 1, 1) : shape);
     if (x11::connection()) {

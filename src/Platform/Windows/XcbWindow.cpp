@@ -55,6 +55,36 @@ bool holds(xcb_window_t window, const char* property, uint32_t value) {
     return std::find(all.begin(), all.end(), value) != all.end();
 }
 
+void setProperty(xcb_window_t window, const char* name, xcb_atom_t type,
+                 const std::vector<uint32_t>& values) {
+    xcb_change_property(connection(), XCB_PROP_MODE_REPLACE, window, atom(name), type, 32,
+                        static_cast<uint32_t>(values.size()), values.data());
+    xcb_flush(connection());
+}
+
+// The server tells the time with the change of a property only. On a connection of its own: the answer is an
+// event, and those of the other one are Qt's.
+uint32_t serverTime() {
+    auto* x = xcb_connect(nullptr, nullptr);
+    uint32_t time = XCB_CURRENT_TIME;
+    if (!xcb_connection_has_error(x)) {
+        constexpr uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
+        const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(x)).data;
+        const auto window = xcb_generate_id(x);
+        xcb_create_window(x, 0, window, screen->root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                          screen->root_visual, XCB_CW_EVENT_MASK, &mask);
+        xcb_change_property(x, XCB_PROP_MODE_APPEND, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, 0,
+                            nullptr);
+        xcb_flush(x);
+        const Answer<xcb_generic_event_t> event(xcb_wait_for_event(x));
+        if (event && (event->response_type & 0x7F) == XCB_PROPERTY_NOTIFY) {
+            time = reinterpret_cast<const xcb_property_notify_event_t*>(event.get())->time;
+        }
+    }
+    xcb_disconnect(x);
+    return time;
+}
+
 void tellManager(xcb_window_t window, const char* message, uint32_t first, uint32_t second) {
     auto* x = connection();
     xcb_client_message_event_t event{};

@@ -26,6 +26,9 @@ xcb_window_t idOf(const QWindow& window);
 // A list of 32-bit values; empty when the window or its property is not there.
 std::vector<uint32_t> values(xcb_window_t window, const char* property);
 bool holds(xcb_window_t window, const char* property, uint32_t value);
+void setProperty(xcb_window_t window, const char* name, xcb_atom_t type, const std::vector<uint32_t>& values);
+// Of this moment, in ms. Asks the server.
+uint32_t serverTime();
 // To the window manager, about `window`.
 void tellManager(xcb_window_t window, const char* message, uint32_t first, uint32_t second = 0);
 

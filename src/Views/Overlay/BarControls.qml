@@ -18,6 +18,7 @@ Material {
 
     DragArea {
         anchors.fill: parent
+        onMoveWanted: bar.presenter.startMove()
     }
 
     RowLayout {

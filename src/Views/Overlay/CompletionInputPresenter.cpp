@@ -55,6 +55,7 @@ void CompletionInputPresenter::setIsFocused(bool focused) {
 void CompletionInputPresenter::takeFocusRequest() {
     if (m_overlay.shouldFocusInput() && m_face.showsField) {
         setIsFocused(true);
+        Q_EMIT focusWanted();
         m_overlay.setShouldFocusInput(false);
     }
 }

@@ -47,6 +47,8 @@ Q_SIGNALS:
     void changed();
     void interviewIdChanged();
     void isFocusedChanged();
+    // The field takes the keyboard: also when it has asked before and was refused.
+    void focusWanted();
 
 private:
     struct Face {

@@ -57,11 +57,8 @@ T.TextField {
     Connections {
         target: field.presenter
 
-        function onIsFocusedChanged() {
-            if (!field.presenter.isFocused || field.activeFocus)
-                return;
+        function onFocusWanted() {
             field.forceActiveFocus(Qt.ShortcutFocusReason);
-            field.Window.window.requestActivate();
         }
     }
 }

@@ -78,6 +78,8 @@ public:
     Q_INVOKABLE void watchOnboardingVideo();
     Q_INVOKABLE void dismissOnboarding();
 
+    // The pointer drags the bar along until it lets go.
+    Q_INVOKABLE void startMove() { Q_EMIT moveWanted(); }
     // What the view paints, as rectangles of the panel: outside them clicks belong to the windows beneath.
     Q_INVOKABLE void reportDrawn(const QVariantList& rects);
     const QRegion& drawnRegion() const { return m_drawnRegion; }
@@ -88,6 +90,7 @@ Q_SIGNALS:
     void materialStrengthChanged();
     void panelHeightChanged();
     void drawnRegionChanged();
+    void moveWanted();
 
 private:
     enum class Dialog { none, stop, close };

@@ -11,14 +11,17 @@ Window {
 
     readonly property int margin: 6
     readonly property point place: target.mapToGlobal(0, target.height + margin)
+    // Of the control's screen: a new window's own is the first one.
+    readonly property int left: target.Screen.virtualX
 
     flags: Qt.ToolTip | Qt.FramelessWindowHint | Qt.WindowTransparentForInput | Qt.WindowDoesNotAcceptFocus
            | Qt.BypassWindowManagerHint
     color: "transparent"
     width: label.width + 16
     height: label.height + 10
-    x: Math.max(Screen.virtualX, Math.min(place.x, Screen.virtualX + Screen.width - width))
-    y: place.y + height > Screen.virtualY + Screen.height ? target.mapToGlobal(0, 0).y - height - margin : place.y
+    x: Math.max(left, Math.min(place.x, left + target.Screen.width - width))
+    y: place.y + height > target.Screen.virtualY + target.Screen.height ? target.mapToGlobal(0, 0).y - height - margin
+                                                                       : place.y
     visible: true
 
     Rectangle {

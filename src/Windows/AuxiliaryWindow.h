@@ -1,0 +1,15 @@
+#pragma once
+
+#include "ViewModels/PanelWindow.h"
+
+namespace corvane {
+
+// A window that shows and hides itself. Main thread.
+class AuxiliaryWindow {
+public:
+    virtual ~AuxiliaryWindow() = default;
+
+    virtual void setActivationPolicy(ActivationPolicy policy) = 0;
+};
+
+} // namespace corvane
