@@ -56,6 +56,12 @@ QString defaultKey(ShortcutAction action) {
     return QLatin1String(rowOf(action).defaultKey);
 }
 
+QString freeKey(ShortcutAction action) {
+    // With an arrow, Super alone and with one more modifier tiles windows or changes workspaces.
+    const auto key = defaultKey(action);
+    return isMove(action) ? QString(key).replace(u'+', QStringLiteral("+Ctrl+Alt+")) : key;
+}
+
 bool isMove(ShortcutAction action) {
     return action >= ShortcutAction::moveWindowUp && action <= ShortcutAction::moveWindowRight;
 }

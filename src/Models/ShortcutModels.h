@@ -32,6 +32,8 @@ std::optional<ShortcutAction> shortcutAction(const QString& rawValue);
 QString displayName(ShortcutAction action);
 QString description(ShortcutAction action);
 QString defaultKey(ShortcutAction action);
+// One that GNOME 43, KDE Plasma 5.27 and Xfce 4.18 leave to programs as they ship; mostly the default.
+QString freeKey(ShortcutAction action);
 // Those that go on for as long as their key is held.
 bool isMove(ShortcutAction action);
 

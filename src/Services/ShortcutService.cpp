@@ -2,6 +2,7 @@
 
 #include "Platform/Storage/DefaultsStore.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace corvane {
@@ -133,6 +134,27 @@ KeyReach ShortcutService::reach(ShortcutAction action) const {
 
 QString ShortcutService::desktopTrigger(ShortcutAction action) const {
     return m_keys.desktopTriggers().value(rawValue(action));
+}
+
+QList<ShortcutAction> ShortcutService::takenByDesktop() const {
+    const auto taken = m_keys.keysOfDesktop();
+    QList<ShortcutAction> actions;
+    for (const auto& [key, action] : m_parsed) {
+        const auto isSame = [&key = key](const platform::DesktopKey& other) {
+            return other.modifierFlags == key.modifierFlags && other.keyCode == key.keyCode &&
+                   (key.keyCode != keycode::none || other.keyName == key.name);
+        };
+        if (std::ranges::any_of(taken, isSame)) {
+            actions.append(action);
+        }
+    }
+    return actions;
+}
+
+void ShortcutService::useFreeKeys(const QList<ShortcutAction>& actions) {
+    for (const auto action : actions) {
+        updateBinding(action, freeKey(action), std::nullopt);
+    }
 }
 
 bool ShortcutService::handleLocalKeyDown(const KeyEvent& event) {

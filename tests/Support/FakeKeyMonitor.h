@@ -11,6 +11,8 @@ public:
     }
     QMap<QString, QString> desktopTriggers() const override { return triggers; }
 
+    QList<platform::DesktopKey> keysOfDesktop() const override { return taken; }
+
     void pressElsewhere(const platform::KeyEvent& event) { deliverGlobal(platform::KeyMask::down, event); }
     void releaseElsewhere() { deliverGlobal(platform::KeyMask::up, {}); }
     // Whether the program has kept it for itself.
@@ -21,4 +23,5 @@ public:
     platform::KeyReach reachNow = platform::KeyReach::everywhere;
     QMap<QString, QString> triggers;
     QList<platform::DesktopShortcut> asked;
+    QList<platform::DesktopKey> taken;
 };

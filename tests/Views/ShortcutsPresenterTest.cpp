@@ -58,6 +58,20 @@ class ShortcutsPresenterTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void keysOfTheDesktopGiveWayToFreeOnes() {
+        Page page;
+        page.page->appear();
+        QCOMPARE(page.page->takenNotice(), "");
+        page.keys->taken = {platform::desktopKeyOf("<Super>Left"), platform::desktopKeyOf("Meta+Up"),
+                            platform::desktopKeyOf("<Super>d"), platform::desktopKeyOf("Alt+Down")};
+        page.page->appear();
+        QVERIFY(page.page->takenNotice().contains(shownKey("CmdOrCtrl+Left")));
+        QVERIFY(!page.page->takenNotice().contains(shownKey("CmdOrCtrl+Down")));
+        page.page->useFreeKeys();
+        QCOMPARE(page.changes(), "Move Window Up=Super+Ctrl+Alt+↑ Move Window Left=Super+Ctrl+Alt+←");
+        QCOMPARE(page.page->takenNotice(), "");
+    }
+
     void aRowTakesWhatIsPressed_data() {
         const auto row = rows<int, QList<KeyEvent>, QString>();
         const int none = -1;

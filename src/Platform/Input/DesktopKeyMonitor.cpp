@@ -3,6 +3,7 @@
 #include "Platform/Core/Log.h"
 #include "Platform/Desktop/WaylandSession.h"
 #include "Platform/Input/KeyTable.h"
+#include "Platform/Windows/UserAct.h"
 
 #include <QGuiApplication>
 #include <QInputMethodQueryEvent>
@@ -103,9 +104,15 @@ void DesktopKeyMonitor::start() {
 
 // A start does not wait for that bus.
 void DesktopKeyMonitor::followSleep() {
-    QDBusConnection::systemBus().connect({}, QStringLiteral("/org/freedesktop/login1"),
-                                         QStringLiteral("org.freedesktop.login1.Manager"),
-                                         QStringLiteral("PrepareForSleep"), this, SLOT(prepareForSleep()));
+    auto bus = QDBusConnection::systemBus();
+    const bool follows = bus.connect({}, QStringLiteral("/org/freedesktop/login1"),
+                                     QStringLiteral("org.freedesktop.login1.Manager"),
+                                     QStringLiteral("PrepareForSleep"), this, SLOT(prepareForSleep()));
+    if (!follows) {
+        logLine(
+            QStringLiteral("[Keys] Without a system bus, a key that is held while the machine goes to sleep "
+                           "acts on until another key is pressed"));
+    }
 }
 
 void DesktopKeyMonitor::stop() {
@@ -192,6 +199,7 @@ void DesktopKeyMonitor::takeSessionKey(const X11Keyboard::Key& key) {
             return;
         }
         m_lastOfOthers = press;
+        noteUserAct(key.time);
     }
     const auto flags = modifierFlagsOfX11(key.state);
     const auto& layout = m_keyboard->layout();
@@ -212,6 +220,11 @@ bool DesktopKeyMonitor::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
         return takeOwnKey(*static_cast<QKeyEvent*>(event));
+    case QEvent::MouseButtonPress:
+        if (m_keyboard) {
+            noteUserAct(static_cast<quint32>(static_cast<QMouseEvent*>(event)->timestamp()));
+        }
+        return false;
     case QEvent::Expose:
         followFocusOf(window);
         return false;
@@ -242,6 +255,7 @@ bool DesktopKeyMonitor::takeOwnKey(const QKeyEvent& key) {
         return false;
     }
     if (press.code != 0) {
+        noteUserAct(press.time);
         if (press == m_lastOfOthers) {
             return false;
         }

@@ -20,6 +20,8 @@ public:
     KeyReach reach() const override;
     void setDesktopShortcuts(const QList<DesktopShortcut>& shortcuts) override;
     QMap<QString, QString> desktopTriggers() const override;
+    QList<DesktopKey> keysOfDesktop() const override { return desktopKeys(); }
+    bool isRefusedByDesktop() const override { return m_portal && m_portal->isRefused(); }
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -4,6 +4,7 @@
 #include "Platform/Core/Tasks.h"
 #include "Platform/Desktop/PortalRequest.h"
 #include "Platform/Input/KeyTable.h"
+#include "Platform/Windows/UserAct.h"
 
 #include <QDBusArgument>
 #include <QDBusMetaType>
@@ -44,6 +45,9 @@ namespace {
 const auto portalInterface = QStringLiteral("GlobalShortcuts");
 constexpr auto fullInterface = "org.freedesktop.portal.GlobalShortcuts";
 constexpr auto sessionInterface = "org.freedesktop.portal.Session";
+const auto shortcutsKey = QStringLiteral("shortcuts");
+// Always the same: KDE keeps the user's own keys by it, and shows one program for each in its settings.
+const auto sessionToken = QStringLiteral("shortcuts");
 
 struct ModifierName {
     quint32 flag;
@@ -105,7 +109,7 @@ QCoro::Task<QVariantMap> ask(QString method, QVariantList arguments, QVariantMap
         new PortalRequest(portalInterface, method, arguments, options));
     const auto answer = co_await request->answer();
     if (answer.response != PortalRequest::success) {
-        throw PortalError(PortalError::Kind::notOffered, QStringLiteral("It was refused."));
+        throw PortalError(PortalError::Kind::refused, QStringLiteral("It was refused."));
     }
     // Returned by itself it would be moved from, by a fault of g++ 12.
     auto results = answer.results;
@@ -139,7 +143,7 @@ GlobalShortcutsPortal::~GlobalShortcutsPortal() {
 
 void GlobalShortcutsPortal::listen(const char* interface, const QString& path, const char* signal,
                                    const char* slot) {
-    m_bus.connect(portal::service, path, QLatin1String(interface), QLatin1String(signal), this, slot);
+    portal::listen(m_bus, path, QLatin1String(interface), QLatin1String(signal), this, slot);
 }
 
 void GlobalShortcutsPortal::watch(const QList<DesktopShortcut>& shortcuts) {
@@ -174,9 +178,16 @@ QCoro::Task<void> GlobalShortcutsPortal::bindWanted() {
         try {
             co_await bind(m_bound);
         } catch (const PortalError& error) {
-            logLine(QStringLiteral("[Keys] The desktop watches no keys for programs (%1): shortcuts work in "
-                                   "this program's windows only")
-                        .arg(QString::fromUtf8(error.what())));
+            const bool isRefused = error.kind == PortalError::Kind::refused;
+            logLine(isRefused
+                        ? QStringLiteral("[Keys] The desktop refuses to watch the keys for this program: "
+                                         "shortcuts work in this program's windows only")
+                        : QStringLiteral("[Keys] The desktop watches no keys for programs (%1): "
+                                         "shortcuts work in this program's windows only")
+                              .arg(QString::fromUtf8(error.what())));
+            if (self) {
+                setRefused(isRefused);
+            }
         }
     }
     if (self) {
@@ -184,27 +195,34 @@ QCoro::Task<void> GlobalShortcutsPortal::bindWanted() {
     }
 }
 
-// A session binds once: other keys need another session.
+// A session binds once: other keys need another session. KDE 5.27 takes the keys when the session is made,
+// and opens its settings when they are bound; others take them when they are bound.
 QCoro::Task<void> GlobalShortcutsPortal::bind(QList<DesktopShortcut> shortcuts) {
     const QPointer self(this);
-    const QVariantMap names{{QStringLiteral("session_handle_token"), PortalRequest::newToken()}};
-    const auto session = co_await ask(QStringLiteral("CreateSession"), {}, names);
-    if (!self) {
-        co_return;
-    }
-    m_session = session.value(QStringLiteral("session_handle")).toString();
-    listen(sessionInterface, m_session, "Closed", SLOT(forgetSession()));
     QList<PortalShortcut> list;
     for (const auto& shortcut : shortcuts) {
         list.append({shortcut.id,
                      {{QStringLiteral("description"), shortcut.description},
                       {QStringLiteral("preferred_trigger"), triggerOf(shortcut)}}});
     }
+    const QVariantMap wishes{{QStringLiteral("session_handle_token"), sessionToken},
+                             {shortcutsKey, QVariant::fromValue(list)}};
+    const auto session = co_await ask(QStringLiteral("CreateSession"), {}, wishes);
+    if (!self) {
+        co_return;
+    }
+    m_session = session.value(QStringLiteral("session_handle")).toString();
+    listen(sessionInterface, m_session, "Closed", SLOT(forgetSession()));
+    setRefused(false);
+    if (const auto triggers = triggersIn(session.value(shortcutsKey)); !triggers.isEmpty()) {
+        setTriggers(triggers);
+        co_return;
+    }
     const QVariantList arguments{QVariant::fromValue(QDBusObjectPath(m_session)), QVariant::fromValue(list),
                                  QString()};
     const auto results = co_await ask(QStringLiteral("BindShortcuts"), arguments, {});
     if (self) {
-        setTriggers(triggersIn(results.value(QStringLiteral("shortcuts"))));
+        setTriggers(triggersIn(results.value(shortcutsKey)));
     }
 }
 
@@ -235,6 +253,12 @@ void GlobalShortcutsPortal::setTriggers(const QMap<QString, QString>& triggers) 
     }
 }
 
+void GlobalShortcutsPortal::setRefused(bool refused) {
+    if (std::exchange(m_isRefused, refused) != refused) {
+        Q_EMIT triggersChanged();
+    }
+}
+
 bool GlobalShortcutsPortal::isOurs(const QDBusMessage& message) const {
     const auto arguments = message.arguments();
     return arguments.size() >= 2 && qvariant_cast<QDBusObjectPath>(arguments.first()).path() == m_session;
@@ -242,6 +266,7 @@ bool GlobalShortcutsPortal::isOurs(const QDBusMessage& message) const {
 
 void GlobalShortcutsPortal::activated(const QDBusMessage& message) {
     if (isOurs(message)) {
+        noteUserActNow();
         Q_EMIT pressed(message.arguments().at(1).toString());
     }
 }

@@ -21,8 +21,11 @@ public:
     void watch(const QList<DesktopShortcut>& shortcuts);
     // What it watches, by id, in its own words.
     const QMap<QString, QString>& triggers() const { return m_triggers; }
+    // The desktop, or its user, does not allow it to this program.
+    bool isRefused() const { return m_isRefused; }
 
 Q_SIGNALS:
+    // Also when isRefused() has.
     void triggersChanged();
     void pressed(const QString& id);
     void released(const QString& id);
@@ -43,6 +46,7 @@ private:
     QCoro::Task<void> bind(QList<DesktopShortcut> shortcuts);
     void listen(const char* interface, const QString& path, const char* signal, const char* slot);
     void closeSession();
+    void setRefused(bool refused);
     void setTriggers(const QMap<QString, QString>& triggers);
 
     QDBusConnection m_bus = QDBusConnection::sessionBus();
@@ -51,6 +55,7 @@ private:
     QList<DesktopShortcut> m_bound; // or refused
     QString m_session;
     QMap<QString, QString> m_triggers;
+    bool m_isRefused = false;
     bool m_updateScheduled = false;
     bool m_isBinding = false;
 };

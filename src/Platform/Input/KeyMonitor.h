@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Input/DesktopKeys.h"
 #include "Platform/Input/KeyEvent.h"
 
 #include <QList>
@@ -56,6 +57,10 @@ public:
     virtual void setDesktopShortcuts(const QList<DesktopShortcut>& shortcuts) { Q_UNUSED(shortcuts) }
     // What the desktop watches, by id: its own words for the key, which its user may have changed.
     virtual QMap<QString, QString> desktopTriggers() const { return {}; }
+    // What the desktop acts on itself, as it is set now.
+    virtual QList<DesktopKey> keysOfDesktop() const { return {}; }
+    // It was asked, and does not allow it to this program.
+    virtual bool isRefusedByDesktop() const { return false; }
 
 Q_SIGNALS:
     // Of reach() and desktopTriggers().

@@ -2,6 +2,8 @@
 
 #include "Platform/Input/KeyEvent.h"
 
+#include <QString>
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -54,6 +56,11 @@ int keyCodeOfPlace(const char* xkbName) {
 
 int keyCodeOfQtKey(int qtKey) {
     return keyCodeWhere([=](const Key& key) { return key.qtKey == qtKey; });
+}
+
+int keyCodeOfSymbol(const QString& symbol) {
+    return keyCodeWhere(
+        [&](const Key& key) { return symbol.compare(QLatin1String(key.symbol), Qt::CaseInsensitive) == 0; });
 }
 
 const char* symbolOf(int keyCode) {

@@ -9,6 +9,7 @@ namespace platform {
 // The keys that have a code, by what this platform calls their place.
 int keyCodeOfPlace(const char* xkbName); // "SPCE"; keycode::none for the others
 int keyCodeOfQtKey(int qtKey);
+int keyCodeOfSymbol(const QString& symbol); // with whatever case
 // The symbol of such a key: "Return".
 const char* symbolOf(int keyCode);
 

@@ -56,6 +56,7 @@ ShortcutsPresenter::ShortcutsPresenter(SettingsViewModel& settings, ShortcutServ
     connect(&settings, &SettingsViewModel::customizableChanged, this, &Self::cursorChanged);
     connect(&shortcuts, &ShortcutService::configChanged, this, [this] {
         setResetNote({});
+        lookForTaken();
         Q_EMIT rowsChanged();
     });
     connect(&shortcuts, &ShortcutService::reachChanged, this, &Self::rowsChanged);
@@ -120,6 +121,9 @@ QString ShortcutsPresenter::noteOf(ShortcutAction action) const {
     if (const auto others = othersWith(binding->key, action); !others.isEmpty()) {
         return QStringLiteral("%1 has the same keys: only one of them acts.").arg(namesOf(others));
     }
+    if (m_taken.contains(action)) {
+        return QStringLiteral("This desktop keeps these keys for itself.");
+    }
     const auto trigger = m_shortcuts.desktopTrigger(action);
     switch (m_shortcuts.reach(action)) {
     case KeyReach::desktop:
@@ -146,6 +150,12 @@ KeyReach ShortcutsPresenter::pageReach() const {
 QString ShortcutsPresenter::reachNotice() const {
     switch (pageReach()) {
     case KeyReach::ownWindows:
+        if (m_shortcuts.isRefusedByDesktop()) {
+            return QStringLiteral(
+                "This desktop does not allow Corvane Lumetra to use keys in other programs: "
+                "shortcuts work while one of its windows has the keyboard. Allow it in the "
+                "desktop's settings, and start Corvane Lumetra again.");
+        }
         return QStringLiteral("This desktop shows key presses to the focused program only: shortcuts work "
                               "while a window of Corvane Lumetra has the keyboard.");
     case KeyReach::desktop:
@@ -155,6 +165,31 @@ QString ShortcutsPresenter::reachNotice() const {
         break;
     }
     return {};
+}
+
+QString ShortcutsPresenter::takenNotice() const {
+    QStringList keys;
+    for (const auto action : m_taken) {
+        keys.append(shownKeyOf(m_shortcuts.config().binding(action)));
+    }
+    return keys.isEmpty() ? QString()
+                          : QStringLiteral("This desktop keeps these keys for itself: %1. Free ones act "
+                                           "everywhere, with Ctrl and Alt besides.")
+                                .arg(keys.join(QStringLiteral(", ")));
+}
+
+void ShortcutsPresenter::lookForTaken() {
+    m_taken = m_shortcuts.takenByDesktop();
+}
+
+void ShortcutsPresenter::appear() {
+    lookForTaken();
+    Q_EMIT rowsChanged();
+}
+
+void ShortcutsPresenter::useFreeKeys() {
+    stopRecording();
+    m_shortcuts.useFreeKeys(m_taken);
 }
 
 void ShortcutsPresenter::toggle(int row) {

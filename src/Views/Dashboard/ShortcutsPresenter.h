@@ -26,6 +26,8 @@ class ShortcutsPresenter : public QObject {
     // {name, description, key, isOn, isRecording, note, warning} of each action; the last two may be empty.
     Q_PROPERTY(QVariantList rows READ rows NOTIFY rowsChanged)
     Q_PROPERTY(QString reachNotice READ reachNotice NOTIFY rowsChanged)
+    // The shortcuts whose keys the desktop keeps for itself; empty when there are none.
+    Q_PROPERTY(QString takenNotice READ takenNotice NOTIFY rowsChanged)
     Q_PROPERTY(QString resetNote READ resetNote NOTIFY resetNoteChanged)
 
 public:
@@ -40,6 +42,12 @@ public:
     QVariantList rows() const;
     // Where shortcuts do not work, and why; empty when they work everywhere.
     QString reachNotice() const;
+
+    QString takenNotice() const;
+    // The page has come into view: the desktop's settings may have changed.
+    Q_INVOKABLE void appear();
+    // For the shortcuts of the notice.
+    Q_INVOKABLE void useFreeKeys();
 
     Q_INVOKABLE void toggle(int row);
     // The next key that is pressed becomes the row's. One that another action uses has to be pressed again,
@@ -72,6 +80,7 @@ private:
     void listen();
     void take(const std::optional<QString>& key);
     void assign(const QString& key, ShortcutAction action);
+    void lookForTaken();
     void setResetNote(const QString& note);
 
     SettingsViewModel& m_settings;
@@ -79,6 +88,7 @@ private:
     std::optional<ShortcutAction> m_recordingAction;
     QString m_recordedKey; // pressed for m_recordingAction, and in use
     QString m_resetNote;
+    QList<ShortcutAction> m_taken; // by the desktop
 };
 
 } // namespace corvane

@@ -6,6 +6,7 @@ ScrollPage {
 
     required property ShortcutsPresenter presenter
 
+    onAppeared: presenter.appear()
     Component.onDestruction: presenter.leave()
 
     Column {
@@ -62,6 +63,20 @@ ScrollPage {
         radius: 8
         symbol: "keyboard"
         text: page.presenter.reachNotice
+    }
+
+    Banner {
+        width: parent.width
+        visible: page.presenter.takenNotice !== ""
+        radius: 8
+        symbol: "exclamationmark.triangle.fill"
+        symbolColor: Theme.orange
+        text: page.presenter.takenNotice
+
+        SmallButton {
+            text: "Use Free Keys"
+            onClicked: page.presenter.useFreeKeys()
+        }
     }
 
     Column {

@@ -3,6 +3,7 @@
 #include "tests/Support/LogCapture.h"
 #include "tests/Support/WaitFor.h"
 
+#include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusMetaType>
@@ -45,7 +46,9 @@ class FakePortal : public QObject {
 
 public:
     uint response = 0;
+    bool takesKeysWithTheSession = false; // as KDE 5.27
     QString refused;
+    int bindings = 0;
     QStringList bound; // "id trigger"
     QStringList sessions;
 
@@ -65,10 +68,21 @@ public Q_SLOTS:
     QDBusObjectPath CreateSession(const QVariantMap& options, const QDBusMessage& call) {
         sessions.append(QString(portalPath) + "/session/x/" +
                         options.value("session_handle_token").toString());
-        return answer(call, options, {{"session_handle", sessions.last()}});
+        QVariantMap results{{"session_handle", sessions.last()}};
+        if (takesKeysWithTheSession) {
+            results.insert("shortcuts", QVariant::fromValue(
+                                            agree(qdbus_cast<QList<Shortcut>>(options.value("shortcuts")))));
+        }
+        return answer(call, options, results);
     }
     QDBusObjectPath BindShortcuts(const QDBusObjectPath&, const QList<Shortcut>& shortcuts, const QString&,
                                   const QVariantMap& options, const QDBusMessage& call) {
+        ++bindings;
+        return answer(call, options, {{"shortcuts", QVariant::fromValue(agree(shortcuts))}});
+    }
+
+private:
+    QList<Shortcut> agree(const QList<Shortcut>& shortcuts) {
         bound.clear();
         QList<Shortcut> agreed;
         for (const auto& shortcut : shortcuts) {
@@ -77,10 +91,8 @@ public Q_SLOTS:
                 agreed.append({shortcut.id, {{"trigger_description", "Press " + shortcut.id}}});
             }
         }
-        return answer(call, options, {{"shortcuts", QVariant::fromValue(agreed)}});
+        return agreed;
     }
-
-private:
     QDBusObjectPath answer(const QDBusMessage& call, const QVariantMap& options, const QVariantMap& results) {
         const auto path = QString(portalPath) + "/request/" + call.service().mid(1).replace('.', '_') + '/' +
                           options.value("handle_token").toString();
@@ -89,6 +101,20 @@ private:
         QTimer::singleShot(0, this, [message] { QDBusConnection("desktop").send(message); });
         return QDBusObjectPath(path);
     }
+};
+
+// As newer portals have it: whoever is not known there may not use the others.
+class FakeRegistry : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.host.portal.Registry")
+
+public:
+    using QDBusAbstractAdaptor::QDBusAbstractAdaptor;
+
+    QStringList applications;
+
+public Q_SLOTS:
+    void Register(const QString& application, const QVariantMap&) { applications.append(application); }
 };
 
 namespace {
@@ -112,6 +138,7 @@ class GlobalShortcutsPortalTest : public QObject {
 private:
     PrivateSession m_session;
     FakePortal m_portal;
+    FakeRegistry m_registry{&m_portal};
 
     bool offersPortal() { return QDBusConnection("desktop").registerService(portalService); }
 
@@ -123,7 +150,8 @@ private Q_SLOTS:
         qDBusRegisterMetaType<Shortcut>();
         qDBusRegisterMetaType<QList<Shortcut>>();
         auto bus = QDBusConnection::connectToBus(m_session.busAddress(), "desktop");
-        QVERIFY(bus.registerObject(portalPath, &m_portal, QDBusConnection::ExportAllSlots));
+        QVERIFY(bus.registerObject(portalPath, &m_portal,
+                                   QDBusConnection::ExportAllSlots | QDBusConnection::ExportAdaptors));
     }
 
     void theDesktopWatchesWhatItAgreesTo() {
@@ -160,6 +188,26 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return keys->reach() == KeyReach::desktop; }));
     }
 
+    void keysThatAreTakenWithTheSessionAreNotBoundOnceMore() {
+        QVERIFY(offersPortal());
+        m_portal.takesKeysWithTheSession = true;
+        m_portal.bindings = 0;
+        m_portal.sessions.clear();
+        const auto keys = platform::makeDesktopKeyMonitor();
+        const auto monitor =
+            keys->addLocalMonitor(platform::KeyMask::down, [](const auto&) { return false; });
+        keys->setDesktopShortcuts({up, letter});
+        QVERIFY(waitUntil([&] { return keys->desktopTriggers().size() == 2; }));
+        keys->setDesktopShortcuts({up});
+        QVERIFY(waitUntil([&] { return keys->desktopTriggers().size() == 1; }));
+        QCOMPARE(m_portal.bindings, 0);
+        // One program in the desktop's settings, whose keys its user may have changed.
+        QCOMPARE(m_portal.sessions.size(), 2);
+        QCOMPARE(m_portal.sessions.first(), m_portal.sessions.last());
+        QCOMPARE(m_registry.applications.first(), "com.example.Test");
+        m_portal.takesKeysWithTheSession = false;
+    }
+
     void thePortalComesAndGoes() {
         const LogCapture log;
         QDBusConnection("desktop").unregisterService(portalService);
@@ -175,7 +223,8 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return keys->reach() == KeyReach::ownWindows; }));
         m_portal.response = 1;
         QVERIFY(offersPortal());
-        QVERIFY(waitUntil([&] { return log.count("this program's windows only") == 2; }));
+        QVERIFY(waitUntil([&] { return log.contains("The desktop refuses to watch the keys"); }));
+        QVERIFY(keys->isRefusedByDesktop());
         m_portal.response = 0;
     }
 
@@ -196,6 +245,7 @@ int main(int argc, char* argv[]) {
     GlobalShortcutsPortalTest test;
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);
+    QGuiApplication::setDesktopFileName("com.example.Test");
     return QTest::qExec(&test, argc, argv);
 }
 
