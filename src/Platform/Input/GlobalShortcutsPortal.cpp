@@ -96,9 +96,9 @@ bool canBeTaken(const DesktopShortcut& shortcut) {
 QMap<QString, QString> triggersIn(const QVariant& shortcuts) {
     QMap<QString, QString> triggers;
     for (const auto& shortcut : qdbus_cast<QList<PortalShortcut>>(shortcuts)) {
-        const auto words = shortcut.properties.value(QStringLiteral("trigger_description")).toString();
-        if (!words.isEmpty()) {
-            triggers.insert(shortcut.id, words);
+        const auto trigger = shortcut.properties.value(QStringLiteral("trigger_description")).toString();
+        if (!trigger.isEmpty()) {
+            triggers.insert(shortcut.id, trigger);
         }
     }
     return triggers;

@@ -4,6 +4,7 @@
 #include "Views/Updates/ReleaseNotes.h"
 
 #include <QLocale>
+#include <QTextDocument>
 
 #include <algorithm>
 #include <array>

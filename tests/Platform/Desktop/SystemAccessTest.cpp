@@ -192,7 +192,7 @@ private Q_SLOTS:
         const auto text = entry.readAll();
         QVERIFY(text.startsWith("[Desktop Entry]\nType=Application\n"));
         QVERIFY(text.contains("\nName=A Name\n"));
-        QVERIFY2(text.contains(R"(Exec="/opt/it's 100%%/a\\\\b")"), text.constData());
+        QVERIFY2(text.contains("Exec=\"/opt/it's 100%%/a\\\\\\\\b\""), text.constData());
         item->unregisterItem();
         QVERIFY(!QFile::exists(path));
         item->unregisterItem(); // it may be gone already

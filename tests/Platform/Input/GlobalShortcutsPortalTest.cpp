@@ -109,7 +109,8 @@ class FakeRegistry : public QDBusAbstractAdaptor {
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.host.portal.Registry")
 
 public:
-    using QDBusAbstractAdaptor::QDBusAbstractAdaptor;
+    explicit FakeRegistry(QObject* parent)
+        : QDBusAbstractAdaptor(parent) {}
 
     QStringList applications;
 
