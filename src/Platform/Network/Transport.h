@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Network/Asio.h"
+#include "Platform/Network/InterimAnswers.h"
 
 #include <boost/beast/core/stream_traits.hpp>
 #include <boost/beast/websocket/ssl.hpp>
@@ -38,12 +39,25 @@ public:
     // Status of the HTTP answer that came first; 0 if what came is no HTTP answer. Known even if its body
     // never ends.
     int answeredStatus() const;
-    bool gotAnything() const { return m_firstSize > 0; }
+    bool gotAnything() const { return m_firstSize > 0 || m_answers.hasKept(); }
 
     template<typename Buffers, typename Handler>
     void async_read_some(const Buffers& buffers, Handler&& handler) {
+        if (!m_rest.empty()) {
+            const std::size_t size = takeRest(buffers);
+            asio::post(get_executor(), [size, next = std::forward<Handler>(handler)]() mutable {
+                next(error_code(), std::size_t(size));
+            });
+            return;
+        }
         auto note = [this, buffers, next = std::forward<Handler>(handler)](error_code error,
                                                                            std::size_t size) mutable {
+            const bool gotSomething = size > 0;
+            size = withoutInterimAnswers(buffers, size);
+            if (gotSomething && size == 0 && !error) {
+                async_read_some(buffers, std::move(next));
+                return;
+            }
             keepFirst(buffers, size);
             // Many servers end a TLS connection without saying so. Messages have their own lengths.
             next(error == asio::ssl::error::stream_truncated ? error_code(asio::error::eof) : error, size);
@@ -78,6 +92,25 @@ public:
     friend void beast_close_socket(Transport& transport) { transport.close(); }
 
 private:
+    // How many bytes are left of those that came.
+    template<typename Buffers>
+    std::size_t withoutInterimAnswers(const Buffers& buffers, std::size_t size) {
+        if (m_answers.isOver() || size == 0) {
+            return size;
+        }
+        std::string piece(size, '\0');
+        asio::buffer_copy(asio::buffer(piece), buffers, size);
+        m_rest = m_answers.pass(piece);
+        return takeRest(buffers);
+    }
+
+    template<typename Buffers>
+    std::size_t takeRest(const Buffers& buffers) {
+        const auto size = asio::buffer_copy(buffers, asio::buffer(m_rest));
+        m_rest.erase(0, size);
+        return size;
+    }
+
     template<typename Buffers>
     void keepFirst(const Buffers& buffers, std::size_t size) {
         if (m_firstSize < m_first.size() && size > 0) {
@@ -88,6 +121,8 @@ private:
 
     TlsStream m_stream;
     bool m_encrypted = false;
+    InterimAnswers m_answers;
+    std::string m_rest;             // what was judged together, but had no room in the reader's buffer
     std::array<char, 12> m_first{}; // "HTTP/1.1 503"
     std::size_t m_firstSize = 0;
 };

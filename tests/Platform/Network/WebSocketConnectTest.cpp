@@ -85,6 +85,28 @@ private Q_SLOTS:
                                            "upgrade"}));
     }
 
+    // Whole, in pieces, and together with the frames that follow.
+    void interimAnswersArePassedOver() {
+        for (const qsizetype pieceBytes : {1, 7, 10000}) {
+            WebSocketServer server;
+            server.onRequest = [&](QSslSocket* socket, const QByteArray& request) {
+                const QByteArray early = "HTTP/1.1 103 Early Hints\r\nLink: </style.css>\r\n\r\n"
+                                         "HTTP/1.1 100 Continue\r\n\r\n";
+                for (qsizetype at = 0; at < early.size(); at += pieceBytes) {
+                    socket->write(early.mid(at, pieceBytes));
+                    socket->waitForBytesWritten();
+                }
+                (new WebSocketPeer(socket, request))->send(WebSocketPeer::text, "hello");
+            };
+            WebSocketProbe probe(server.wsUrl());
+            probe.receiveAll();
+            probe->resume();
+            QVERIFY(waitUntil([&] { return !probe.messages.isEmpty() || probe.isOver(); }));
+            QCOMPARE(probe.said, QStringList{"opened"});
+            QCOMPARE(probe.messages.value(0).payload, "hello");
+        }
+    }
+
     void refusals_data() {
         const auto row = rows<QByteArray, int, Kind, QString>();
         row("401", "HTTP/1.1 401 Unauthorized\r\nContent-Length: 2\r\n\r\nno", 401, Kind::upgradeRefused,
@@ -108,6 +130,10 @@ private Q_SLOTS:
             "The answer of localhost is not that of a WebSocket server. Check the address.");
         row("not HTTP", "SSH-2.0-OpenSSH_9.2\r\n\r\n", 0, Kind::protocol,
             "The answer of localhost is not that of a WebSocket server. Check the address.");
+        row("401 after a hint", "HTTP/1.1 103 Early Hints\r\n\r\nHTTP/1.1 401 Unauthorized\r\n\r\n", 401,
+            Kind::upgradeRefused, "The server refused the connection (HTTP 401). Try again later.");
+        row("a hint alone", "HTTP/1.1 103 Early Hints\r\n\r\n", 0, Kind::connectionLost,
+            "The connection to localhost was lost. Try again.");
         row("nothing", "", 0, Kind::connectionLost, "The connection to localhost was lost. Try again.");
     }
     void refusals() {
