@@ -2,6 +2,8 @@
 
 #include <QMetaObject>
 
+#include <thread>
+
 using platform::WebSocketError;
 using platform::WebSocketMessage;
 
@@ -33,6 +35,7 @@ void FakeWebSocketPeer::complete(std::optional<WebSocketError> error, int httpSt
     if (httpStatus != 0) {
         m_httpStatus = httpStatus;
     }
+    end(error.value_or(WebSocketError(ErrorKind::notConnected, "The server closed the connection.")));
     if (m_task) {
         Q_EMIT m_task->completed(std::move(error));
     }
@@ -40,10 +43,20 @@ void FakeWebSocketPeer::complete(std::optional<WebSocketError> error, int httpSt
 
 void FakeWebSocketPeer::breakConnection() {
     const WebSocketError lost(ErrorKind::connectionLost, "The connection was lost.");
-    m_receiveError = std::make_exception_ptr(lost);
-    pump();
+    end(lost);
     close(1006);
     complete(lost);
+}
+
+void FakeWebSocketPeer::end(const WebSocketError& why) {
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_over) {
+            m_over = why;
+            m_receiveError = std::make_exception_ptr(why);
+        }
+    }
+    pump();
 }
 
 void FakeWebSocketPeer::setSendError(std::optional<WebSocketError> error) {
@@ -88,18 +101,24 @@ void FakeWebSocketTask::resume() {
 
 void FakeWebSocketTask::cancel(int closeCode) {
     m_peer->m_cancelCode = closeCode;
+    // As the real one, it tells the armed receive from the event loop, if it still lives then.
+    QMetaObject::invokeMethod(
+        this,
+        [peer = m_peer] { peer->end(WebSocketError(FakeWebSocketPeer::ErrorKind::cancelled, "cancelled")); },
+        Qt::QueuedConnection);
 }
 
 void FakeWebSocketTask::send(Payload kind, QByteArray payload, DoneHandler done) {
     std::optional<WebSocketError> error;
     {
         const std::lock_guard lock(m_peer->m_mutex);
-        error = m_peer->m_sendError;
+        error = m_peer->m_over ? m_peer->m_over : m_peer->m_sendError;
         if (!error) {
             m_peer->m_sent.append({kind == Payload::text, std::move(payload)});
         }
     }
-    done(error ? std::make_exception_ptr(*error) : nullptr);
+    // What becomes of a frame is told by another thread than the one that sends it.
+    std::thread([&] { done(error ? std::make_exception_ptr(*error) : nullptr); }).join();
 }
 
 void FakeWebSocketTask::receive(ReceiveHandler handler) {

@@ -44,12 +44,15 @@ public:
     void breakConnection();
     void setAnswersPings(bool answers) { m_answersPings = answers; }
     void setSigns(platform::ConnectionSigns signs) { m_signs = signs; }
-    // From now on every send fails with this; an empty value ends that. Any thread.
+    // From now on every send fails with this; an empty value ends that. The end of a connection does the same
+    // for good. Any thread.
     void setSendError(std::optional<platform::WebSocketError> error);
 
 private:
     friend class FakeWebSocketTask;
 
+    // Nothing can be sent or received any more.
+    void end(const platform::WebSocketError& why);
     void deliver(platform::WebSocketMessage message);
     void pump();
     QList<QByteArray> sent(bool isText) const;
@@ -68,6 +71,7 @@ private:
     mutable std::mutex m_mutex;
     QList<platform::WebSocketMessage> m_sent;
     std::optional<platform::WebSocketError> m_sendError;
+    std::optional<platform::WebSocketError> m_over;
 };
 
 // The program's side.
