@@ -1,3 +1,6 @@
+#include "Platform/Core/Tasks.h"
+#include "Services/ClerkAuthService.h"
+#include "Services/WebSocketService.h"
 #include "ViewModels/OverlayViewModel.h"
 #include "ViewModels/SettingsViewModel.h"
 #include "Views/Overlay/OverlayBarPresenter.h"
@@ -241,6 +244,20 @@ void BarControlsTest::theStatusSaysWhatIsWrong() {
     bar.windows->dashboard->orderOut();
     status.act();
     QVERIFY(bar.windows->dashboard->isVisible());
+
+    // A connection that could not be replaced goes on, and has an issue.
+    auto& link = bar.app->webSocketService();
+    link.manualReconnect();
+    bar.settle();
+    bar.peer().open();
+    bar.settle();
+    bar.app->clerkAuthService().invalidateCachedJWT();
+    bar.identityHttp->fail(platform::HttpError::Kind::hostNotFound);
+    platform::startTask(link.connect(QStringLiteral("https://other.test")), "connect");
+    bar.settle();
+    bar.clock->advance(2s);
+    QVERIFY(link.isConnected() && status.showIcon());
+    QCOMPARE(status.statusText(), "Sign-in required");
 }
 
 QTEST_GUILESS_MAIN(BarControlsTest)

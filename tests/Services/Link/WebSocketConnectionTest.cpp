@@ -306,6 +306,25 @@ private Q_SLOTS:
         QCOMPARE(link.state(), "connected in 0 attempt 0");
     }
 
+    // Also of a connection that was to replace an open one.
+    void aRefusalLeavesNothingConnected() {
+        LinkFixture link;
+        link.open();
+        link.connect(otherBackend);
+        link.sockets.last().complete(
+            platform::WebSocketError(FakeWebSocketPeer::ErrorKind::upgradeRefused, "refused"), 401);
+        link.settle();
+        QCOMPARE(link.state(), "down in 0 attempt 0 Authentication failed — please sign in again.");
+    }
+
+    void signedOutNoTokenIsAskedFor() {
+        LinkFixture link;
+        ::waitFor(link.auth->signOut());
+        link.connect();
+        QCOMPARE(link.log.lines(), QStringList("[WS] Not signed in — abort connect"));
+        QCOMPARE(link.state(), "down in 0 attempt 0");
+    }
+
     void serviceMayGoDuringAnything() {
         for (const int stage : {0, 1, 2}) {
             LinkFixture link;

@@ -30,6 +30,7 @@ private Q_SLOTS:
                                                 "[WS] Disconnect already handled — ignoring duplicate"}));
         QCOMPARE(link.state(), "down reconnecting in 1 attempt 1");
         QCOMPARE(link.audioFate(), "dropped");
+        QCOMPARE(link.clock.timerCount(), 1); // the countdown alone
         link.clock.advance(1s);
         QCOMPARE(link.sockets.count(), 2);
         QCOMPARE(link.state(), "down reconnecting in 0 attempt 1");
