@@ -1,5 +1,5 @@
-// Both streams of an interview over an uplink that carries less than they need: what waits in memory, how long a
-// speech mark takes to the server, and what becomes of the sound.
+// Both streams of an interview over an uplink that carries less than they need: what waits in memory, how
+// long a speech mark takes to the server, and what becomes of the sound.
 //   SlowUplink [seconds]
 
 #include "benchmarks/Figures.h"
@@ -32,7 +32,7 @@ constexpr auto turn = 20ms;
 // As much as a home router may hold back.
 constexpr qsizetype uplinkBuffer = 16 * 1024;
 
-constexpr double markLimit = 2.0;    // s, the second of sound over this uplink and what the network itself holds
+constexpr double markLimit = 2.0; // s, the second of sound over this uplink and what the network itself holds
 constexpr double memoryLimit = 20.0; // MB more than at the start
 
 double seconds(Clock::duration time) {
@@ -134,15 +134,15 @@ void send(platform::WebSocketTask& task, std::chrono::seconds length, Sent& sent
         std::this_thread::sleep_until(due);
         for (int stream = 0; stream < 2; ++stream) {
             ++sent.sounds;
-            task.send(Payload::binary, QByteArray(frameBytes, '\0'), [&sent](const std::exception_ptr& failure) {
-                sent.dropped += failure ? 1 : 0;
-            });
+            task.send(Payload::binary, QByteArray(frameBytes, '\0'),
+                      [&sent](const std::exception_ptr& failure) { sent.dropped += failure ? 1 : 0; });
         }
         if (due >= nextMark) {
             nextMark += markInterval;
             ++sent.marks;
             const auto now = Clock::now().time_since_epoch().count();
-            task.send(Payload::text, QByteArray::number(static_cast<qlonglong>(now)), [](std::exception_ptr) {});
+            task.send(Payload::text, QByteArray::number(static_cast<qlonglong>(now)),
+                      [](std::exception_ptr) {});
             sent.mostMemory =
                 std::max(sent.mostMemory, ProcessUse::of(QCoreApplication::applicationPid()).resident);
         }
@@ -171,7 +171,8 @@ int main(int count, char** arguments) {
     const auto delays = farEnd.markDelays;
     const auto worst = percentile(delays, 1);
     const auto grown = sent.mostMemory - before;
-    std::printf("%lld s at 1 Mbit/s: %zu of %d marks arrived, after p50 %.2f s, p99 %.2f s, worst %.2f s (limit: %.1f)\n",
+    std::printf("%lld s at 1 Mbit/s: %zu of %d marks arrived, after p50 %.2f s, p99 %.2f s, worst %.2f s "
+                "(limit: %.1f)\n",
                 static_cast<long long>(length.count()), delays.size(), sent.marks, median(delays),
                 percentile(delays, 0.99), worst, markLimit);
     std::printf("%d chunks of sound: %d arrived, %d dropped; memory grew by %.1f MB at most (limit: %.0f)\n",

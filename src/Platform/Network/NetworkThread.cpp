@@ -59,8 +59,9 @@ std::shared_ptr<NetworkThread> NetworkThread::shared() {
     static std::weak_ptr<NetworkThread> current;
     auto user = current.lock();
     if (!user) {
-        const std::shared_ptr<NetworkThread> thread(new NetworkThread);
-        user = {thread.get(), [thread](NetworkThread* last) { last->join(); }};
+        std::shared_ptr<NetworkThread> thread(new NetworkThread);
+        auto* object = thread.get();
+        user = {object, [thread](NetworkThread*) mutable { std::exchange(thread, nullptr)->join(); }};
         current = user;
     }
     return user;
