@@ -180,9 +180,9 @@ private Q_SLOTS:
         Fixture fixture;
         QVERIFY(fixture.getsReady());
         const auto sound = fixture.package();
-        QFile other(fixture.folder() + "/other");
-        QVERIFY(other.open(QFile::WriteOnly) && other.write("another package") > 0);
-        QVERIFY(QFile::remove(fixture.packagePath()) && other.rename(fixture.packagePath()));
+        const auto path = fixture.packagePath();
+        fixture.write("other", "another package");
+        QVERIFY(QFile::remove(path) && QFile::rename(fixture.cache.filePath("other"), path));
         fixture.driver().choose();
         QVERIFY(fixture.reaches(Stage::installed));
         QCOMPARE(fixture.installer->installed, sound);
