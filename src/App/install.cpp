@@ -14,9 +14,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using namespace platform;
+namespace corvane {
 
 namespace {
+
+using namespace platform;
 
 UpdateError noPlace(const QString& reason) {
     return {UpdateError::installationFailed,
@@ -68,6 +70,10 @@ int install(const QString& path) {
 }
 
 } // namespace
+
+} // namespace corvane
+
+using namespace corvane;
 
 // Runs as the administrator, once the user has consented to it: installs an update, which is the standard
 // input and whose signature, in base64, is the argument. It trusts neither before it has the bytes in a
