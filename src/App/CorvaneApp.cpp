@@ -4,7 +4,6 @@
 #include "Platform/Desktop/ProcessLimits.h"
 
 #include <QCoreApplication>
-#include <QProcess>
 
 namespace corvane {
 
@@ -51,10 +50,7 @@ int CorvaneApp::run() {
     if (m_appDelegate.wantsRestart()) {
         // The name on the bus goes first, or the new one would hand over to this one and end.
         m_sessionApplication.reset();
-        QProcess next;
-        next.setProgram(QCoreApplication::applicationFilePath());
-        next.setChildProcessModifier(platform::leaveToTheUser);
-        if (!next.startDetached()) {
+        if (!platform::startForTheUser(QCoreApplication::applicationFilePath(), {})) {
             platform::logLine(
                 QStringLiteral("[App] The new version could not be started: start Corvane Lumetra by hand"));
         }

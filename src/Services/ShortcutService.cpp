@@ -151,8 +151,9 @@ QList<ShortcutAction> ShortcutService::takenByDesktop() const {
     return actions;
 }
 
-void ShortcutService::useFreeKeys(const QList<ShortcutAction>& actions) {
-    for (const auto action : actions) {
+// By value: each change makes the list of the page new.
+void ShortcutService::useFreeKeys(QList<ShortcutAction> actions) {
+    for (const auto action : std::as_const(actions)) {
         updateBinding(action, freeKey(action), std::nullopt);
     }
 }

@@ -56,7 +56,7 @@ public:
     // The enabled actions whose keys the desktop acts on itself, as it is set now.
     QList<ShortcutAction> takenByDesktop() const;
     // These get keys that desktops leave to programs, saved.
-    void useFreeKeys(const QList<ShortcutAction>& actions);
+    void useFreeKeys(QList<ShortcutAction> actions);
     // The desktop was asked to watch the keys in other programs, and does not allow it.
     bool isRefusedByDesktop() const { return m_keys.isRefusedByDesktop(); }
     // The desktop's own words for the key that it watches for the action; empty where it watches none.

@@ -1,9 +1,12 @@
 #include "Platform/Desktop/ProcessLimits.h"
 
+#include <QProcess>
+
 #include <optional>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace platform {
 
@@ -36,6 +39,25 @@ void leaveToTheUser() {
         umask(usersLimits->mask);
         setrlimit(RLIMIT_CORE, &usersLimits->core);
     }
+}
+
+bool startForTheUser(const QString& program, const QStringList& arguments) {
+    // Ends with this process without its destructor, which would end what still runs.
+    static auto* const started = new QObject;
+    auto* process = new QProcess(started);
+    process->setStandardInputFile(QProcess::nullDevice());
+    process->setProcessChannelMode(QProcess::ForwardedChannels);
+    process->setChildProcessModifier([] {
+        ::setsid();
+        leaveToTheUser();
+    });
+    QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
+    process->start(program, arguments);
+    if (!process->waitForStarted()) {
+        delete process;
+        return false;
+    }
+    return true;
 }
 
 } // namespace platform

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QStringList>
+
 // What this process writes is for its user alone, and its memory does not get on the disk. Both are of this
 // process only: what it starts for the user is to have what the user's session gives.
 namespace platform {
@@ -8,5 +10,9 @@ namespace platform {
 void keepToOurselves();
 // In a child between fork and exec.
 void leaveToTheUser();
+
+// Starts a program for the user, which outlives this process. False when it cannot be started.
+// QProcess::startDetached of Qt 6.4 runs no code in the child, so this does not use it.
+bool startForTheUser(const QString& program, const QStringList& arguments);
 
 } // namespace platform

@@ -53,11 +53,7 @@ bool startProgram(const QString& program, const QStringList& arguments) {
     if (QStandardPaths::findExecutable(program).isEmpty()) {
         return false;
     }
-    QProcess process;
-    process.setProgram(program);
-    process.setArguments(arguments);
-    process.setChildProcessModifier(leaveToTheUser);
-    return process.startDetached();
+    return startForTheUser(program, arguments);
 }
 
 // Not every address is a page: an update is a package on the disk.

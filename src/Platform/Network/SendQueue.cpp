@@ -23,7 +23,7 @@ void SendQueue::push(Frame frame, Time now) {
     dropBeyondBounds(now);
 }
 
-// Behind every command that waits already, and behind the first second of sound.
+// Behind every command that waits already, and behind the first half second of sound.
 void SendQueue::pushText(Frame frame) {
     const auto firstSound = std::ranges::find_if(m_frames, isSound);
     const auto lastText = std::find_if_not(m_frames.rbegin(), m_frames.rend(), isSound).base();

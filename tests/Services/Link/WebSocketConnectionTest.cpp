@@ -177,6 +177,7 @@ private Q_SLOTS:
         QCOMPARE(link.state(), "down reconnecting in 1 attempt 1");
         QVERIFY(link.log.contains("[WS] Task completed with error: " + fault));
         link.clock.advance(1s);
+        link.settle();
         QCOMPARE(link.state(), "down reconnecting in 2 attempt 2");
         link.open();
         QCOMPARE(link.state(), "connected in 0 attempt 0");

@@ -151,6 +151,7 @@ private Q_SLOTS:
         link.clock.advance(4999ms);
         QVERIFY(link.service->isConnected());
         link.clock.advance(1ms);
+        link.settle();
         QCOMPARE(link.state(), "down reconnecting in 1 attempt 1");
         // A countdown is left alone.
         link.disturb();
