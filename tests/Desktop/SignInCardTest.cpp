@@ -56,11 +56,17 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return window.size() == window.minimumSize(); }));
         desk.identityHttp->answer(422, refusal("x", threeLines));
         desk.settle();
-        m_hands.click("Continue");
+        if (face == "sign-in, keyring locked") {
+            desk.type("nobody@example.com");
+        }
+        QTest::keyClick(&window, Qt::Key_Return);
         QVERIFY(waitUntil([&] { return m_hands.sees(threeLines); }));
         QTest::qWait(100); // the layout has come to rest
         QVERIFY(m_hands.find(threeLines)->height() > 40);
         for (const auto& name : m_hands.names()) {
+            if (name == window.title()) {
+                continue; // with the frame around it
+            }
             QVERIFY2(window.geometry().contains(*m_hands.find(name)), qPrintable(name));
         }
         QVERIFY(window.activeFocusItem()->inherits("QQuickTextField") ||

@@ -12,8 +12,8 @@ class AuthGatePresenter : public QObject {
     QML_UNCREATABLE("handed to the dashboard")
     Q_PROPERTY(bool isSignedIn READ isSignedIn NOTIFY changed)
     // A new one each time the card appears; nothing while signed in.
-    Q_PROPERTY(SignInPresenter* signIn READ signIn NOTIFY changed)
-    Q_PROPERTY(AccountPresenter* account READ account CONSTANT)
+    Q_PROPERTY(corvane::SignInPresenter* signIn READ signIn NOTIFY changed)
+    Q_PROPERTY(corvane::AccountPresenter* account READ account CONSTANT)
 
 public:
     AuthGatePresenter(ClerkAuthService& auth, platform::SystemAccess& systemAccess,

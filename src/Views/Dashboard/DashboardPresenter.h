@@ -19,11 +19,11 @@ class DashboardPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("handed to the dashboard's window")
-    Q_PROPERTY(AuthGatePresenter* gate READ gate CONSTANT)
-    Q_PROPERTY(AppSettingsPresenter* settings READ settings CONSTANT)
-    Q_PROPERTY(AudioSettingsPresenter* audio READ audio CONSTANT)
-    Q_PROPERTY(CorvaneSetupPresenter* setup READ setup CONSTANT)
-    Q_PROPERTY(ShortcutsPresenter* shortcuts READ shortcuts CONSTANT)
+    Q_PROPERTY(corvane::AuthGatePresenter* gate READ gate CONSTANT)
+    Q_PROPERTY(corvane::AppSettingsPresenter* settings READ settings CONSTANT)
+    Q_PROPERTY(corvane::AudioSettingsPresenter* audio READ audio CONSTANT)
+    Q_PROPERTY(corvane::CorvaneSetupPresenter* setup READ setup CONSTANT)
+    Q_PROPERTY(corvane::ShortcutsPresenter* shortcuts READ shortcuts CONSTANT)
     // {title, symbol, view} of each row of the sidebar.
     Q_PROPERTY(QVariantList pages READ pages CONSTANT)
     Q_PROPERTY(int selectedPage READ selectedPage WRITE selectPage NOTIFY selectedPageChanged)

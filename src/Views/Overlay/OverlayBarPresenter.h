@@ -24,11 +24,11 @@ class OverlayBarPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("handed to the panel's root view")
-    Q_PROPERTY(AudioControlPresenter* audioControl READ audioControl CONSTANT)
-    Q_PROPERTY(CompletionInputPresenter* input READ input CONSTANT)
-    Q_PROPERTY(InterviewModesPresenter* modes READ modes CONSTANT)
-    Q_PROPERTY(WsStatusPresenter* status READ status CONSTANT)
-    Q_PROPERTY(ResponsePopoverPresenter* response READ response CONSTANT)
+    Q_PROPERTY(corvane::AudioControlPresenter* audioControl READ audioControl CONSTANT)
+    Q_PROPERTY(corvane::CompletionInputPresenter* input READ input CONSTANT)
+    Q_PROPERTY(corvane::InterviewModesPresenter* modes READ modes CONSTANT)
+    Q_PROPERTY(corvane::WsStatusPresenter* status READ status CONSTANT)
+    Q_PROPERTY(corvane::ResponsePopoverPresenter* response READ response CONSTANT)
 
     Q_PROPERTY(bool isHidden READ isHidden NOTIFY isHiddenChanged)
     Q_PROPERTY(double materialStrength READ materialStrength NOTIFY materialStrengthChanged)

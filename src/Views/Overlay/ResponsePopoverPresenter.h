@@ -52,7 +52,7 @@ class ResponsePopoverPresenter : public QObject {
     Q_PROPERTY(QString emptyLine READ emptyLine NOTIFY changed)
     Q_PROPERTY(double assessmentOpacity READ assessmentOpacity NOTIFY changed)
     Q_PROPERTY(bool updating READ updating NOTIFY changed)
-    Q_PROPERTY(AssistantCardsModel* cards READ cards CONSTANT)
+    Q_PROPERTY(corvane::AssistantCardsModel* cards READ cards CONSTANT)
 
 public:
     ResponsePopoverPresenter(CompletionViewModel& completion, InterviewViewModel& interview,

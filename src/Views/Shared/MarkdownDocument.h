@@ -20,7 +20,7 @@ class MarkdownDocument : public QObject {
     Q_PROPERTY(
         QQuickTextDocument* textDocument READ textDocument WRITE setTextDocument NOTIFY textDocumentChanged)
     Q_PROPERTY(QString content READ content WRITE setContent NOTIFY contentChanged)
-    Q_PROPERTY(CardText* stream READ stream WRITE setStream NOTIFY streamChanged)
+    Q_PROPERTY(corvane::CardText* stream READ stream WRITE setStream NOTIFY streamChanged)
     Q_PROPERTY(QColor linkColor READ linkColor WRITE setLinkColor NOTIFY linkColorChanged)
 
 public:

@@ -38,8 +38,8 @@ Flickable {
         reveal(focusItem);
         reachStart();
     }
-    onContentHeightChanged: Qt.callLater(reachStart)
-    onStartChanged: Qt.callLater(reachStart)
+    onContentHeightChanged: settling.restart()
+    onStartChanged: settling.restart()
     onContentYChanged: scrolled(contentY)
 
     function reveal(item) {
@@ -57,6 +57,13 @@ Flickable {
         } else if (bottom > contentY + height) {
             contentY = Math.min(bottom, contentHeight) - height;
         }
+    }
+
+    // Once the layout has taken up what has changed.
+    Timer {
+        id: settling
+        interval: 0
+        onTriggered: page.reachStart()
     }
 
     Column {

@@ -99,7 +99,8 @@ private Q_SLOTS:
         for (const auto* name : {"xdg-open", "pavucontrol"}) {
             install(
                 folder, name,
-                QString("cd '%1' && (umask; ulimit -Sc; ulimit -Hc) >part.$$ && /bin/mv part.$$ ${0##*/}.told\n")
+                QString(
+                    "cd '%1' && (umask; ulimit -Sc; ulimit -Hc) >part.$$ && /bin/mv part.$$ ${0##*/}.told\n")
                     .arg(folder.path()));
         }
         const auto path = qgetenv("PATH");

@@ -1,12 +1,9 @@
 #include "Platform/Network/ConnectivityMonitor.h"
 #include "Platform/Network/ClockWatch.h"
-#include "Platform/Network/SocketSigns.h"
 #include "tests/Support/Rows.h"
 #include "tests/Support/WaitFor.h"
 
 #include <QSignalSpy>
-#include <QTcpServer>
-#include <QTcpSocket>
 
 #include <cstring>
 
@@ -57,23 +54,6 @@ private Q_SLOTS:
         const platform::ClockReadings later{start.wall + wall, start.monotonic + 5s, start.boot + boot};
         QVERIFY(watch.examine(later) == cause);
         QVERIFY(!watch.examine(later)); // said once
-    }
-
-    void aConnectionKnowsWhetherItHasARoute() {
-        if (!hasOwnNetwork) {
-            qInfo("no network of our own to take away here");
-            return;
-        }
-        QVERIFY(setLoopbackUp(true));
-        QTcpServer server;
-        QVERIFY(server.listen(QHostAddress::LocalHost));
-        QTcpSocket socket;
-        socket.connectToHost(QHostAddress::LocalHost, server.serverPort());
-        QVERIFY(socket.waitForConnected());
-        const auto descriptor = static_cast<int>(socket.socketDescriptor());
-        QVERIFY(platform::signsOf(descriptor).hasRoute);
-        QVERIFY(setLoopbackUp(false));
-        QVERIFY(!platform::signsOf(descriptor).hasRoute);
     }
 
     void aChangeOfTheNetworkIsSaidOnce() {
