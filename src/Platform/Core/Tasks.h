@@ -10,7 +10,7 @@
 namespace platform {
 
 // Runs a background task that nobody awaits. What escapes it is logged as "[Task] <name>: <text>"; a
-// cancelled operation is no failure. `name` is a literal.
+// cancelled operation is not a failure. `name` is a literal.
 void startTask(QCoro::Task<void> task, const char* name);
 
 // Awaits the task and returns the text of what it threw, or nullopt when it succeeded.
