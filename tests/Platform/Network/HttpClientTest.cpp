@@ -179,16 +179,19 @@ private Q_SLOTS:
         m_server->onRequest = [&peer](QSslSocket* socket, const QByteArray&) {
             peer = socket;
             socket->write("HTTP/1.1 200 OK\r\n\r\n");
-            for (int i = 1; i <= 6; ++i) {
-                QTimer::singleShot(i * 60, socket, [socket] { socket->write("x"); });
-            }
         };
         auto request = post(url());
-        request.timeout = std::chrono::milliseconds(150); // shorter than the whole
+        request.timeout = std::chrono::milliseconds(800); // shorter than the whole
         request.maxBodyBytes = 1;
         int pieces = 0;
         auto task = m_client->stream(request, [&](const QByteArray&) { return ++pieces < wanted; });
-        QVERIFY(waitUntil([&] { return pieces == 3; }));
+        QVERIFY(waitUntil([&] { return !peer.isNull(); }));
+        const int sent = std::min(wanted, clientGoes ? 3 : 6);
+        for (int i = 1; i <= sent; ++i) {
+            QTest::qWait(150);
+            peer->write("x");
+            QVERIFY(waitUntil([&] { return pieces == i; }));
+        }
         if (clientGoes) {
             m_client.reset();
         }
@@ -199,7 +202,7 @@ private Q_SLOTS:
             text = error.what();
         }
         QCOMPARE(text, failure);
-        QCOMPARE(pieces, wanted == 3 || clientGoes ? 3 : 6);
+        QCOMPARE(pieces, sent);
         QVERIFY(waitUntil([&] { return !peer; })); // the connection is not left open
     }
 
