@@ -105,14 +105,17 @@ function(corvane_batch_sources target batch)
     target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
 endfunction()
 
-# corvane_library(NAME SOURCES ... PUBLIC libs... PRIVATE libs...): a layer.
+# corvane_library(NAME [BATCH n] SOURCES ... PUBLIC libs... PRIVATE libs...): a layer.
 function(corvane_library name)
-    cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    cmake_parse_arguments(arg "" "BATCH" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    if(NOT arg_BATCH)
+        set(arg_BATCH 12)
+    endif()
     add_library(${name} STATIC ${arg_SOURCES})
     target_link_libraries(${name} PUBLIC Qt6::Core ${arg_PUBLIC} PRIVATE ${arg_PRIVATE})
     corvane_target(${name})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
-    corvane_batch_sources(${name} 6)
+    corvane_batch_sources(${name} ${arg_BATCH})
 endfunction()
 
 # Compiles the C++ that Qt makes of the QML files of `target` in a few batches instead of one file each: their time goes
@@ -127,7 +130,7 @@ function(corvane_batch_qml_cache target)
     set(in_batch 0)
     list(APPEND generated end)
     foreach(file IN LISTS generated)
-        if(file STREQUAL end OR in_batch EQUAL 20)
+        if(file STREQUAL end OR in_batch EQUAL 40)
             set(unit "${CMAKE_CURRENT_BINARY_DIR}/${target}_qml_${batch}.cpp")
             file(CONFIGURE OUTPUT "${unit}" CONTENT "${text}")
             set_source_files_properties("${unit}" PROPERTIES COMPILE_OPTIONS "-w" SKIP_AUTOGEN ON

@@ -16,7 +16,7 @@ namespace corvane {
 
 namespace {
 
-constexpr auto timeout = std::chrono::seconds(60);
+constexpr auto streamTimeout = std::chrono::seconds(60);
 constexpr qsizetype maxLineBytes = 8 * 1024 * 1024;
 constexpr QByteArrayView dataPrefix = "data: ";
 constexpr QByteArrayView endMark = "[DONE]";
@@ -65,7 +65,7 @@ platform::HttpRequest makeRequest(const Choice& choice, const QString& systemPro
     platform::HttpRequest request;
     request.method = "POST";
     request.url = url;
-    request.timeout = timeout;
+    request.timeout = streamTimeout;
     request.headers.append(platform::HttpHeader{"Content-Type", "application/json"});
     if (choice.apiKey) {
         request.headers.append({"Authorization", "Bearer " + choice.apiKey->reveal().toUtf8()});
