@@ -17,7 +17,7 @@ public:
         auto shown = runs;
         for (auto& run : shown) {
             failed |= run.error_occurred;
-            if (const auto limit = run.counters.find(turnLimit); limit != run.counters.end()) {
+            if (const auto limit = run.counters.find(iterationLimit); limit != run.counters.end()) {
                 const auto share =
                     run.cpu_accumulated_time / static_cast<double>(run.iterations) / limit->second.value;
                 run.counters.erase(limit);

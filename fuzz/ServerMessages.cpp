@@ -42,8 +42,8 @@ void fuzz(const QByteArray& input) {
             checkQuestions(*object);
         }
     }
-    const auto text = json::stringOrNothing(message->object, "message");
-    ALWAYS(text == json::stringOrNothing(again->object, "message"));
+    const auto text = json::stringOrNullopt(message->object, "message");
+    ALWAYS(text == json::stringOrNullopt(again->object, "message"));
     if (text) {
         ALWAYS(isSessionNotFound(*text) == isSessionNotFound(text->toUpper().toLower()) ||
                text->toUpper().toLower() != text->toLower());

@@ -54,7 +54,7 @@ void SpeechMeter::takeWindow(bool loud) {
     }
 }
 
-bool StreamAccount::take(std::span<const std::uint8_t> file, std::string& fault) {
+bool StreamStatistics::take(std::span<const std::uint8_t> file, std::string& fault) {
     ++m_frames;
     const WavContent content = readWav(file);
     fault = content.fault;
@@ -82,7 +82,7 @@ bool StreamAccount::take(std::span<const std::uint8_t> file, std::string& fault)
     return true;
 }
 
-double StreamAccount::level() const {
+double StreamStatistics::level() const {
     if (m_squares <= 0) {
         return -120.0;
     }

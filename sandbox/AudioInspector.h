@@ -35,7 +35,7 @@ private:
 };
 
 // One direction of an interview's sound.
-class StreamAccount {
+class StreamStatistics {
 public:
     // `file` is a frame without its stream byte. False when it is no sound file as it must be; `fault` then
     // says why, and nothing is counted but the frame.

@@ -41,8 +41,8 @@ std::optional<std::string> sessionIdIn(const std::string& body) {
 
 } // namespace
 
-BackendService::BackendService(Agenda& agenda, Faults& faults, Ledger& ledger, const TokenMint& mint)
-    : m_agenda(agenda)
+BackendService::BackendService(Scheduler& scheduler, Faults& faults, Ledger& ledger, const TokenMint& mint)
+    : m_scheduler(scheduler)
     , m_faults(faults)
     , m_ledger(ledger)
     , m_mint(mint) {}
@@ -226,7 +226,7 @@ InterviewRecord& BackendService::startRecord(const std::string& interviewId) {
     }
     auto& record = m_interviews.emplace_back();
     record.id = interviewId;
-    if (manners.keepSamples) {
+    if (settings.keepSamples) {
         for (auto& stream : record.streams) {
             stream.keepSamples();
         }

@@ -1,11 +1,11 @@
 // The backend: the REST call that makes a session, and the links that use it.
 #pragma once
 
-#include "sandbox/Agenda.h"
 #include "sandbox/Faults.h"
 #include "sandbox/Http.h"
 #include "sandbox/InterviewRecord.h"
 #include "sandbox/Ledger.h"
+#include "sandbox/Scheduler.h"
 #include "sandbox/Tokens.h"
 
 #include <boost/crc.hpp>
@@ -55,7 +55,7 @@ struct LinkSound {
     boost::crc_32_type checksum;
 };
 
-struct Manners {
+struct BackendSettings {
     // Between the messages of a scripted answer.
     std::chrono::milliseconds pace{120};
     // An assessment at least after so much sound; 0 for none but after the candidate's answers.
@@ -67,7 +67,7 @@ struct Manners {
 // Network thread only.
 class BackendService {
 public:
-    BackendService(Agenda& agenda, Faults& faults, Ledger& ledger, const TokenMint& mint);
+    BackendService(Scheduler& scheduler, Faults& faults, Ledger& ledger, const TokenMint& mint);
 
     HttpReply answer(const HttpRequest& request);
 
@@ -88,10 +88,10 @@ public:
     // Null when no such interview has run. An empty id stands for the last one.
     const InterviewRecord* interview(const std::string& id) const;
 
-    Manners manners;
+    BackendSettings settings;
 
     // What the links use.
-    Agenda& agenda() { return m_agenda; }
+    Scheduler& scheduler() { return m_scheduler; }
     Faults& faults() { return m_faults; }
     Ledger& ledger() { return m_ledger; }
     FrameCounts& frames() { return m_frames; }
@@ -113,7 +113,7 @@ private:
     template<typename Action>
     void forEachLink(Action action);
 
-    Agenda& m_agenda;
+    Scheduler& m_scheduler;
     Faults& m_faults;
     Ledger& m_ledger;
     const TokenMint& m_mint;

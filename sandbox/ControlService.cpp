@@ -165,9 +165,9 @@ const std::array<Action, 24> actions{{
     {"cure", [](Core& c, Parameters&) { c.cure(); }},
     {"token-lifetime",
      [](Core& c, Parameters& p) { c.signIn().setTokenLifetime(std::chrono::seconds(p.number("seconds"))); }},
-    {"pace", [](Core& c, Parameters& p) { c.backend().manners.pace = p.milliseconds("milliseconds"); }},
+    {"pace", [](Core& c, Parameters& p) { c.backend().settings.pace = p.milliseconds("milliseconds"); }},
     {"assessment-every",
-     [](Core& c, Parameters& p) { c.backend().manners.assessmentEvery = p.milliseconds("milliseconds"); }},
+     [](Core& c, Parameters& p) { c.backend().settings.assessmentEvery = p.milliseconds("milliseconds"); }},
 }};
 
 HttpReply failure(int status, std::string_view reason) {

@@ -33,17 +33,17 @@ HttpReply misdirected() {
 
 Core::Core(asio::io_context& context, const Options& options)
     : m_folder(options.folder)
-    , m_agenda(context)
+    , m_scheduler(context)
     , m_authority(options.folder)
     , m_signIn(options.folder, m_faults, m_ledger, options.tokenLifetime)
-    , m_backend(m_agenda, m_faults, m_ledger, m_signIn.mint())
+    , m_backend(m_scheduler, m_faults, m_ledger, m_signIn.mint())
     , m_https(context, [this](const HttpRequest& request) { return answer(request); })
     , m_http(context, [this](const HttpRequest& request) { return answer(request); })
     , m_proxy(context, [](const HttpRequest&) { return HttpReply::json(403, R"({"error":"tunnels only"})"); })
     , m_control(context, [this](const HttpRequest& request) { return control(*this, request); }) {
     m_ledger.print = options.log;
     m_updates.offer({});
-    m_backend.manners = {options.pace, options.assessmentEvery, options.keepSamples};
+    m_backend.settings = {options.pace, options.assessmentEvery, options.keepSamples};
     useCertificate(CertificateAuthority::Kind::sound);
     m_proxy.openTunnel = [this](const HttpRequest& request) { return openTunnel(request); };
     m_https.listen(options.httpsPort);
@@ -75,9 +75,9 @@ HttpReply Core::answer(const HttpRequest& request) {
     HttpReply reply;
     try {
         reply = isSignIn                           ? m_signIn.answer(request)
-                : request.host == updateHost       ? m_updates.answer(request, m_backend.manners.pace)
+                : request.host == updateHost       ? m_updates.answer(request, m_backend.settings.pace)
                 : !isBackend                       ? misdirected()
-                : request.path == chatProviderPath ? answerChat(request, m_backend.manners.pace, m_ledger)
+                : request.path == chatProviderPath ? answerChat(request, m_backend.settings.pace, m_ledger)
                                                    : m_backend.answer(request);
     } catch (const std::exception& problem) {
         // A full disk, say: the next request may fare better.
@@ -127,7 +127,7 @@ void Core::goAway(std::chrono::milliseconds time, bool backendOnly) {
         server->dropConnections();
     }
     if (time.count() > 0) {
-        m_agenda.after(time, [this, absence] {
+        m_scheduler.after(time, [this, absence] {
             if (absence == m_absence) {
                 comeBack();
             }
@@ -183,7 +183,7 @@ void Core::stop() {
         server->stopListening();
         server->dropConnections();
     }
-    m_agenda.clear();
+    m_scheduler.clear();
 }
 
 } // namespace sandbox

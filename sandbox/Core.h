@@ -2,13 +2,13 @@
 // network thread.
 #pragma once
 
-#include "sandbox/Agenda.h"
 #include "sandbox/BackendService.h"
 #include "sandbox/CertificateAuthority.h"
 #include "sandbox/Faults.h"
 #include "sandbox/HttpServer.h"
 #include "sandbox/Ledger.h"
 #include "sandbox/Sandbox.h"
+#include "sandbox/Scheduler.h"
 #include "sandbox/SignInService.h"
 #include "sandbox/UpdateFeed.h"
 
@@ -55,7 +55,7 @@ private:
     void fillAddresses();
 
     std::filesystem::path m_folder;
-    Agenda m_agenda;
+    Scheduler m_scheduler;
     Faults m_faults;
     Ledger m_ledger;
     CertificateAuthority m_authority;

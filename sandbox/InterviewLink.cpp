@@ -59,12 +59,12 @@ const InterviewLink::Command* InterviewLink::findCommand(std::string_view type) 
 
 InterviewLink::InterviewLink(BackendService& backend)
     : m_backend(backend)
-    , m_voice(std::make_shared<Voice>(backend.agenda(), backend.faults(), backend.manners.pace,
-                                      [this](const json::object& message) {
-                                          if (m_peer) {
-                                              m_peer->sendText(json::serialize(message));
-                                          }
-                                      }))
+    , m_sender(std::make_shared<PacedSender>(backend.scheduler(), backend.faults(), backend.settings.pace,
+                                             [this](const json::object& message) {
+                                                 if (m_peer) {
+                                                     m_peer->sendText(json::serialize(message));
+                                                 }
+                                             }))
     , m_sound(backend.beginSound()) {}
 
 void InterviewLink::opened(std::shared_ptr<WebSocketPeer> peer) {
@@ -77,7 +77,7 @@ void InterviewLink::opened(std::shared_ptr<WebSocketPeer> peer) {
 
 void InterviewLink::closed(int code) {
     m_peer.reset();
-    giveUpPlanned();
+    dropPlanned();
     m_backend.noteClosed(code);
 }
 
@@ -107,14 +107,14 @@ void InterviewLink::text(std::string_view message) {
     if (command == nullptr || !isWellFormed(*object, *command)) {
         violation(command == nullptr ? "a text frame that is no command"
                                      : "keys of " + std::string(command->type) + " are not as they must be");
-        m_voice->now({{"type", "error"}, {"message", "Malformed command"}});
+        m_sender->sendNow({{"type", "error"}, {"message", "Malformed command"}});
         return;
     }
     m_backend.noteCommand(*object);
     if (command->type != "set_session") {
         if (m_sessionId.empty()) {
             violation(std::string(command->type) + " before the session was set");
-            m_voice->now({{"type", "error"}, {"message", "Set a session first"}});
+            m_sender->sendNow({{"type", "error"}, {"message", "Set a session first"}});
             return;
         }
         if (m_backend.session(m_sessionId) == nullptr) {
@@ -127,7 +127,7 @@ void InterviewLink::text(std::string_view message) {
 
 void InterviewLink::tellLoss() {
     if (!m_sessionId.empty()) {
-        m_voice->now({{"type", "error"}, {"message", m_backend.lossText(m_sessionId)}});
+        m_sender->sendNow({{"type", "error"}, {"message", m_backend.lossText(m_sessionId)}});
     }
 }
 
@@ -145,7 +145,7 @@ void InterviewLink::setSession(const json::object& object, std::string_view) {
     }
     session->known = true;
     session->interviewLost = false;
-    m_voice->plan({std::move(answer)});
+    m_sender->plan({std::move(answer)});
 }
 
 void InterviewLink::chat(const json::object& object, std::string_view) {
@@ -155,25 +155,25 @@ void InterviewLink::chat(const json::object& object, std::string_view) {
         openInterview(message.substr(openingSentence.size()));
         return;
     }
-    m_voice->plan({stage("thinking")});
-    m_voice->planProse("chat_chunk", chatReply(message));
-    m_voice->plan({typed("chat_done")});
+    m_sender->plan({stage("thinking")});
+    m_sender->planProse("chat_chunk", chatReply(message));
+    m_sender->plan({typed("chat_done")});
 }
 
 void InterviewLink::openInterview(const std::string& id) {
-    m_voice->plan({stage("analyzing"), stage("preparing")});
+    m_sender->plan({stage("analyzing"), stage("preparing")});
     if (!isPlannedInterview(id)) {
-        m_voice->planProse("chat_chunk", unplannedReply());
-        m_voice->plan({typed("chat_done")});
+        m_sender->planProse("chat_chunk", unplannedReply());
+        m_sender->plan({typed("chat_done")});
         return;
     }
     m_backend.startRecord(id);
-    m_voice->planProse("chat_chunk", openingReply(id));
-    m_voice->plan({typed("chat_done"),
-                   stage("building_prompt"),
-                   stage("processing_questions"),
-                   {{"type", "chat_interview_plan"}, {"plan", interviewPlan()}},
-                   {{"type", "chat_questions"}, {"questions", interviewQuestions()}}});
+    m_sender->planProse("chat_chunk", openingReply(id));
+    m_sender->plan({typed("chat_done"),
+                    stage("building_prompt"),
+                    stage("processing_questions"),
+                    {{"type", "chat_interview_plan"}, {"plan", interviewPlan()}},
+                    {{"type", "chat_questions"}, {"questions", interviewQuestions()}}});
 }
 
 void InterviewLink::interviewId(const json::object& object, std::string_view) {
@@ -187,7 +187,7 @@ void InterviewLink::interviewId(const json::object& object, std::string_view) {
     session->interviewLost = false;
     m_backend.record(id).running = true;
     m_candidateSpeaking = false;
-    m_voice->plan({typed("request_active_question")});
+    m_sender->plan({typed("request_active_question")});
 }
 
 InterviewRecord* InterviewLink::runningInterview(const char* forWhat) {
@@ -222,11 +222,11 @@ void InterviewLink::setEnglish(const json::object& object, std::string_view) {
     if (auto* record = runningInterview("set_english_assessment")) {
         record->english = enabled;
     }
-    m_voice->plan({{{"type", "set_english_assessment"}, {"enabled", enabled}, {"session_id", m_sessionId}}});
+    m_sender->plan({{{"type", "set_english_assessment"}, {"enabled", enabled}, {"session_id", m_sessionId}}});
 }
 
 void InterviewLink::newChat(const json::object&, std::string_view) {
-    giveUpPlanned();
+    dropPlanned();
 }
 
 void InterviewLink::endInterview(const json::object&, std::string_view) {
@@ -236,11 +236,11 @@ void InterviewLink::endInterview(const json::object&, std::string_view) {
     }
     session->interviewId.clear();
     m_interviewEnded = Clock::now();
-    giveUpPlanned();
+    dropPlanned();
     const auto& faults = m_backend.faults();
-    m_backend.agenda().after(faults.slowness + faults.endAckDelay, [weak = weak_from_this()] {
+    m_backend.scheduler().after(faults.slowness + faults.endAckDelay, [weak = weak_from_this()] {
         if (const auto link = weak.lock()) {
-            link->m_voice->now(typed("end_interview_ack"));
+            link->m_sender->sendNow(typed("end_interview_ack"));
         }
     });
 }
@@ -305,12 +305,12 @@ void InterviewLink::takeSound(InterviewRecord& record, std::span<const std::uint
     }
     constexpr std::uint64_t framesPerAcknowledgement = 25;
     if (++m_framesTaken % framesPerAcknowledgement == 0) {
-        m_voice->now({{"type", "audio_ack"}, {"frames", m_framesTaken}});
+        m_sender->sendNow({{"type", "audio_ack"}, {"frames", m_framesTaken}});
     }
     if (message[0] == static_cast<std::uint8_t>(Speaker::candidate)) {
         followSpeech(record);
     }
-    const double every = std::chrono::duration<double>(m_backend.manners.assessmentEvery).count();
+    const double every = std::chrono::duration<double>(m_backend.settings.assessmentEvery).count();
     if (every > 0 && record.seconds() - record.secondsAtAssessment >= every) {
         assess("time has passed", "assessment");
     }
@@ -327,7 +327,7 @@ void InterviewLink::followSpeech(const InterviewRecord& record) {
 void InterviewLink::tellSpeaking(bool speaking) {
     if (speaking != m_candidateSpeaking) {
         m_candidateSpeaking = speaking;
-        m_voice->now(typed(speaking ? "candidate_speaking" : "candidate_stopped_speaking"));
+        m_sender->sendNow(typed(speaking ? "candidate_speaking" : "candidate_stopped_speaking"));
     }
 }
 
@@ -341,22 +341,22 @@ void InterviewLink::assess(const std::string& occasion, std::string_view endType
     ++record->assessments;
     record->secondsAtAssessment = record->seconds();
     record->lastAssessment = writeAssessment(*record, occasion);
-    m_voice->plan({stage("assessing")});
-    m_voice->planProse("assessment_chunk", record->lastAssessment);
+    m_sender->plan({stage("assessing")});
+    m_sender->planProse("assessment_chunk", record->lastAssessment);
     json::object end = describeInterview(*record);
     end["type"] = endType;
     end.erase("last_assessment");
-    m_voice->plan(std::move(end), m_backend.manners.pace, [this] {
+    m_sender->plan(std::move(end), m_backend.settings.pace, [this] {
         m_assessing = false;
         if (const auto again = std::exchange(m_assessAgain, {}); !again.empty()) {
             assess(again, "assessment_done");
         }
     });
-    m_voice->plan({typed("request_active_question")});
+    m_sender->plan({typed("request_active_question")});
 }
 
-void InterviewLink::giveUpPlanned() {
-    m_voice->giveUpPlanned();
+void InterviewLink::dropPlanned() {
+    m_sender->dropPlanned();
     m_assessing = false;
     m_assessAgain.clear();
 }

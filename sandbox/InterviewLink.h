@@ -2,7 +2,7 @@
 #pragma once
 
 #include "sandbox/BackendService.h"
-#include "sandbox/Voice.h"
+#include "sandbox/PacedSender.h"
 #include "sandbox/WebSocketPeer.h"
 
 #include <boost/json/object.hpp>
@@ -57,13 +57,13 @@ private:
     void tellSpeaking(bool speaking);
     void assess(const std::string& occasion, std::string_view endType);
 
-    void giveUpPlanned();
+    void dropPlanned();
     // Once for each `what` on this link.
     void violation(const std::string& what);
 
     BackendService& m_backend;
     std::shared_ptr<WebSocketPeer> m_peer;
-    std::shared_ptr<Voice> m_voice;
+    std::shared_ptr<PacedSender> m_sender;
     std::shared_ptr<LinkSound> m_sound;
     std::string m_sessionId;
     // What the program was told last, and what its sound says.

@@ -22,7 +22,7 @@ std::string decimal(double value) {
     return {text.data(), static_cast<std::size_t>(length)};
 }
 
-std::string level(const StreamAccount& stream) {
+std::string level(const StreamStatistics& stream) {
     return stream.level() <= -120.0 ? "silence" : "level " + decimal(stream.level()) + " dBFS";
 }
 
@@ -30,7 +30,7 @@ std::string times(int count) {
     return count == 1 ? "once" : std::to_string(count) + " times";
 }
 
-std::string soundRemark(std::string_view who, const StreamAccount& stream) {
+std::string soundRemark(std::string_view who, const StreamStatistics& stream) {
     if (stream.frames() == 0) {
         return "No sound of the " + std::string(who) + " has arrived. ";
     }
@@ -53,7 +53,7 @@ std::string recommendation(const InterviewRecord& record) {
                                                   : "Ask what the candidate would do differently today.";
 }
 
-json::object describeStream(const StreamAccount& stream) {
+json::object describeStream(const StreamStatistics& stream) {
     return {{"frames", stream.frames()},
             {"bad_frames", stream.badFrames()},
             {"samples", stream.sampleCount()},

@@ -18,7 +18,7 @@ struct InterviewRecord {
     std::string id;
     bool running = false;
     // Indexed by Speaker.
-    std::array<StreamAccount, 2> streams;
+    std::array<StreamStatistics, 2> streams;
     int speechStarts = 0;
     // The times that the program gave, in milliseconds since the epoch.
     std::vector<std::int64_t> speechStops;
@@ -29,7 +29,9 @@ struct InterviewRecord {
     bool followUps = false;
     bool english = false;
 
-    const StreamAccount& stream(Speaker speaker) const { return streams[static_cast<std::size_t>(speaker)]; }
+    const StreamStatistics& stream(Speaker speaker) const {
+        return streams[static_cast<std::size_t>(speaker)];
+    }
     // Of the longer stream.
     double seconds() const;
 };

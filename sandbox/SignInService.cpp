@@ -17,7 +17,7 @@ HttpReply error(int status, std::string_view code, std::string_view message) {
         status, json::serialize(json::object{{"errors", json::array{item}}, {"trace_id", randomId("")}}));
 }
 
-HttpReply inOrder() {
+HttpReply accepted() {
     HttpReply reply;
     reply.status = 0;
     return reply;
@@ -187,7 +187,7 @@ HttpReply SignInService::checkIdentity(Call& call) {
             call.client = nullptr;
         }
     }
-    return inOrder();
+    return accepted();
 }
 
 HttpReply SignInService::checkForm(Call& call, std::initializer_list<std::string_view> keys) {
@@ -209,7 +209,7 @@ HttpReply SignInService::checkForm(Call& call, std::initializer_list<std::string
     if (!strategy.empty() && strategy != "email_code") {
         return violated(call, "form_param_value_invalid", "strategy is not email_code");
     }
-    return inOrder();
+    return accepted();
 }
 
 HttpReply SignInService::makeDevBrowser(Call& call) {
@@ -273,7 +273,7 @@ HttpReply SignInService::checkSignIn(Call& call, const std::string& signInId, Si
     if (signIn->status != "needs_first_factor") {
         return error(400, "verification_already_verified", "This verification has already been verified.");
     }
-    return inOrder();
+    return accepted();
 }
 
 HttpReply SignInService::prepareFirstFactor(Call& call, const std::string& signInId) {

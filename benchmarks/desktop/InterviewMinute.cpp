@@ -8,7 +8,7 @@
 #include "sandbox/desktop/ChildProcess.h"
 #include "sandbox/desktop/PrivateDisplay.h"
 #include "sandbox/tour/TourDesktop.h"
-#include "sandbox/tour/TourVoices.h"
+#include "sandbox/tour/TourRoles.h"
 #include "tests/Support/WaitFor.h"
 
 #include <QDir>
@@ -24,10 +24,10 @@ using namespace corvane;
 
 namespace {
 
-constexpr int minute = 60'000;   // ms
-constexpr int warmUp = 10'000;   // ms, after the first sound
-constexpr int settling = 14'000; // ms; a text cursor blinks for ten seconds
-constexpr int patience = 30'000; // ms
+constexpr int minute = 60'000;       // ms
+constexpr int warmUp = 10'000;       // ms, after the first sound
+constexpr int settling = 14'000;     // ms; a text cursor blinks for ten seconds
+constexpr int eventTimeout = 30'000; // ms
 constexpr int mumblePort = 64'799;
 
 constexpr double memoryLimit = 90;    // MB, talking
@@ -38,7 +38,7 @@ struct Minute {
     ProcessUse talking;
 };
 
-ProcessUse useOf(qint64 process, int time) {
+ProcessUse measureUse(qint64 process, int time) {
     const auto before = ProcessUse::of(process);
     QThread::msleep(static_cast<unsigned long>(time));
     return ProcessUse::of(process) - before;
@@ -49,9 +49,9 @@ bool says(const QString& path, const QByteArray& words) {
     return file.open(QIODevice::ReadOnly) && file.readAll().contains(words);
 }
 
-void wantUntil(const char* what, const std::function<bool()>& condition) {
+void awaitCondition(const char* what, const std::function<bool()>& condition) {
     for (int waited = 0; !condition(); waited += 100) {
-        if (waited > patience) {
+        if (waited > eventTimeout) {
             throw std::runtime_error(std::string("Never came: ") + what);
         }
         QThread::msleep(100);
@@ -75,15 +75,15 @@ private:
     SoundPlayback m_candidate;
 };
 
-ProcessUse useOfTalking(TourDesktop& desktop, qint64 process) {
+ProcessUse measureTalking(TourDesktop& desktop, qint64 process) {
     const Conversation conversation(desktop);
     QThread::msleep(warmUp);
-    return useOf(process, minute);
+    return measureUse(process, minute);
 }
 
-ProcessUse useOfIdling(qint64 process) {
+ProcessUse measureIdling(qint64 process) {
     QThread::msleep(settling);
-    return useOf(process, settling);
+    return measureUse(process, settling);
 }
 
 QProcessEnvironment environmentOn(const PrivateDisplay& display) {
@@ -110,14 +110,15 @@ Minute interviewMinute(TourDesktop& desktop, const PrivateDisplay& display) {
     ChildProcess program;
     program.start(QCoreApplication::applicationDirPath() + QStringLiteral("/corvane-lumetra"), {},
                   environmentOn(display), output);
-    wantUntil("a session",
-              [&] { return says(output, "session confirmed") || says(output, "Session resumed"); });
-    const auto idle = useOfIdling(program.processId());
+    awaitCondition("a session",
+                   [&] { return says(output, "session confirmed") || says(output, "Session resumed"); });
+    const auto idle = measureIdling(program.processId());
     ChildProcess launcher;
-    launcher.start(QStringLiteral("gdbus"), TourDesktop::callToOpen(QLatin1String(tourvoices::interviewId)),
+    launcher.start(QStringLiteral("gdbus"),
+                   TourDesktop::openLinkArguments(QLatin1String(tourroles::interviewId)),
                    environmentOn(display), desktop.folder() + QStringLiteral("/launcher"));
-    wantUntil("the interview's sound", [&] { return says(output, "Starting dual audio forwarding"); });
-    return {idle, useOfTalking(desktop, program.processId())};
+    awaitCondition("the interview's sound", [&] { return says(output, "Starting dual audio forwarding"); });
+    return {idle, measureTalking(desktop, program.processId())};
 }
 
 void writeFile(const QString& path, const QByteArray& text) {
@@ -146,19 +147,19 @@ Minute mumbleMinute(TourDesktop& desktop, const PrivateDisplay& display, const Q
     murmur.start(server,
                  {QStringLiteral("-fg"), QStringLiteral("-ini"), folder + QStringLiteral("/server.ini")},
                  environment, serverOutput);
-    wantUntil("Mumble's server", [&] { return says(serverOutput, "Not registering"); });
+    awaitCondition("Mumble's server", [&] { return says(serverOutput, "Not registering"); });
     ChildProcess client;
     client.start(mumble, {QStringLiteral("mumble://someone@127.0.0.1:%1/").arg(mumblePort)}, environment,
                  folder + QStringLiteral("/client"));
     QThread::msleep(5000);
     // Its questions: whether to make a certificate, and whether to trust the server's.
     display.xdotool({QStringLiteral("key"), QStringLiteral("Escape")});
-    wantUntil("Mumble's connection", [&] {
+    awaitCondition("Mumble's connection", [&] {
         display.xdotool({QStringLiteral("key"), QStringLiteral("alt+y")});
         return says(serverOutput, "Authenticated");
     });
-    const auto idle = useOfIdling(client.processId());
-    return {idle, useOfTalking(desktop, client.processId())};
+    const auto idle = measureIdling(client.processId());
+    return {idle, measureTalking(desktop, client.processId())};
 }
 
 template<typename What>

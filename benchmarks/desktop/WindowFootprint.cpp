@@ -3,7 +3,7 @@
 //   WindowFootprint [rounds]
 #include "benchmarks/Figures.h"
 #include "benchmarks/ProcessUse.h"
-#include "benchmarks/desktop/Sight.h"
+#include "benchmarks/desktop/DisplayProbe.h"
 #include "sandbox/desktop/ChildProcess.h"
 #include "sandbox/desktop/PrivateDisplay.h"
 #include "sandbox/desktop/PrivateSession.h"
@@ -25,10 +25,10 @@
 
 namespace {
 
-constexpr int patience = 20'000; // ms
-constexpr int settling = 14'000; // ms after the first paint; a text cursor blinks for ten seconds
-constexpr int glance = 2;        // ms between looks at the display, which cost its server time
-constexpr int idling = 10'000;   // ms
+constexpr int startTimeout = 20'000; // ms
+constexpr int settling = 14'000;     // ms after the first paint; a text cursor blinks for ten seconds
+constexpr int pollInterval = 2;      // ms between looks at the display, which cost its server time
+constexpr int idling = 10'000;       // ms
 
 // What the program may take.
 constexpr double timesBareStart = 1.6;
@@ -56,12 +56,12 @@ bool forgetFiles() {
 }
 
 // A desktop that knows nothing of the program yet.
-struct Desktop {
+struct FreshDesktop {
     PrivateSession session;
     PrivateSound sound;
     const PrivateDisplay display{{1280, 900}, PrivateDisplay::Manager::none};
 
-    Desktop() {
+    FreshDesktop() {
         if (!session.startBus() || !session.startKeyring(QStringLiteral("benchmark"))) {
             throw std::runtime_error("No private session.");
         }
@@ -71,23 +71,23 @@ struct Desktop {
 };
 
 // Milliseconds until a window is painted.
-double start(ChildProcess& process, const Peer& peer, const Desktop& desktop) {
+double start(ChildProcess& process, const Peer& peer, const FreshDesktop& desktop) {
     auto environment = desktop.sound.environment();
     environment.insert(QStringLiteral("DISPLAY"), desktop.display.name());
-    const Sight sight(desktop.display.name());
+    const DisplayProbe probe(desktop.display.name());
     QElapsedTimer time;
     time.start();
     process.start(peer.program, {}, environment, desktop.session.folder() + QStringLiteral("/output"));
-    while (!sight.isPainted()) {
-        if (time.hasExpired(patience) || !process.isRunning()) {
+    while (!probe.isPainted()) {
+        if (time.hasExpired(startTimeout) || !process.isRunning()) {
             throw std::runtime_error(peer.program.toStdString() + " painted no window.");
         }
-        QThread::msleep(glance);
+        QThread::msleep(pollInterval);
     }
     return static_cast<double>(time.nsecsElapsed()) / 1e6;
 }
 
-double start(const Peer& peer, const Desktop& desktop) {
+double start(const Peer& peer, const FreshDesktop& desktop) {
     ChildProcess process;
     return start(process, peer, desktop);
 }
@@ -102,8 +102,8 @@ ProcessUse watch(qint64 id) {
 void measure(Peer& peer, bool idleToo) {
     // The peer before has left the files that both share in the machine's memory. A first start has all of
     // its own there too, or it would be cold in part.
-    start(peer, Desktop());
-    const Desktop desktop;
+    start(peer, FreshDesktop());
+    const FreshDesktop desktop;
     {
         ChildProcess process;
         peer.firstStart.push_back(start(process, peer, desktop));

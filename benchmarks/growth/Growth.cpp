@@ -25,7 +25,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr double steepest = 20; // times the cost for ten times the work: sorting and a full cache, no square
+constexpr double growthLimit =
+    20; // times the cost for ten times the work: sorting and a full cache, no square
 constexpr auto interviewId = "3f2b8c64-9d1e-4a57-b0c3-5e8f7a6d2c19";
 
 struct Cost {
@@ -38,7 +39,7 @@ double allocated() {
     return static_cast<double>(info.uordblks + info.hblkhd) / 1e6;
 }
 
-Cost costOf(const std::function<void()>& work) {
+Cost measureCost(const std::function<void()>& work) {
     QElapsedTimer time;
     const auto before = allocated();
     time.start();
@@ -116,7 +117,7 @@ Cost conversationsAtLaunch(int count) {
     std::unique_ptr<DatabaseService> database;
     std::unique_ptr<ChatsViewModel> chats;
     const FakeClock clock;
-    const auto cost = costOf([&] {
+    const auto cost = measureCost([&] {
         database = std::make_unique<DatabaseService>(folder.path(), clock);
         chats = std::make_unique<ChatsViewModel>(*database);
     });
@@ -140,7 +141,7 @@ Cost questionsInThePlan(int count) {
     }
     const auto plan = message("chat_interview_plan", "plan", topics);
     const auto questions = message("chat_questions", "questions", topics);
-    return costOf([&] {
+    return measureCost([&] {
         interview.program.serverSays(plan);
         interview.program.serverSays(questions);
         interview.draw();
@@ -153,7 +154,7 @@ Cost assessment(int paragraphs, bool inOneCard) {
     interview.program.serverSays(R"({"type":"chat_questions","questions":{"A":[{"question":"Why?"}]}})");
     interview.program.interview().toggleFollowUps();
     interview.draw();
-    return costOf([&] {
+    return measureCost([&] {
         interview.assess(paragraphs, inOneCard);
         interview.draw();
     });
@@ -171,7 +172,7 @@ Cost minutesOfInterview(int count) {
     interview.program.serverSays(R"({"type":"chat_questions","questions":{"A":[{"question":"Why?"}]}})");
     interview.program.interview().toggleFollowUps();
     interview.draw();
-    return costOf([&] {
+    return measureCost([&] {
         for (int minute = 0; minute < count; ++minute) {
             interview.program.serverSays(R"({"type":"candidate_speaking"})");
             interview.program.serverSays(R"({"type":"candidate_stopped_speaking"})");
@@ -222,10 +223,10 @@ int main(int argc, char* argv[]) {
         const auto times = large.time / small.time;
         std::printf("| %d | %s | %.1f ms | | %.1f MB |\n", each.size, each.name, small.time, small.memory);
         std::printf("| %d | | %.1f ms | %.1f%s | %.1f MB |\n", each.size * 10, large.time, times,
-                    times > steepest ? ", over the limit" : "", large.memory);
+                    times > growthLimit ? ", over the limit" : "", large.memory);
         std::fflush(stdout);
-        holds = holds && times <= steepest;
+        holds = holds && times <= growthLimit;
     }
-    std::printf("Limit: %.0f times.\n", steepest);
+    std::printf("Limit: %.0f times.\n", growthLimit);
     return holds ? 0 : 1;
 }

@@ -66,7 +66,7 @@ void matched(benchmark::State& state) {
         keys.pressElsewhere(event);
     }
     finish(state, counting.fired);
-    limitTurn(state, limit);
+    limitIteration(state, limit);
 }
 
 void parsedEachTime(benchmark::State& state) {

@@ -107,8 +107,8 @@ bool measure(const char* name, platform::WebSocketTask& task, Peer& peer, nanose
     std::thread second([&] { stream(task, start + interval / 2, interval, countOfEach); });
     first.join();
     second.join();
-    const auto patience = Clock::now() + 5s;
-    while (peer.received() < 2 * countOfEach && Clock::now() < patience) {
+    const auto deadline = Clock::now() + 5s;
+    while (peer.received() < 2 * countOfEach && Clock::now() < deadline) {
         std::this_thread::sleep_for(10ms);
     }
     return report(name, peer.takeLatencies(), 2 * countOfEach, 3ms);

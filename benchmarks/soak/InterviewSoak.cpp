@@ -78,9 +78,9 @@ void say(const SoakRig& rig, const char* what) {
 }
 
 // Every kind once in an order of chance, then again in another.
-class Order {
+class FaultOrder {
 public:
-    explicit Order(std::mt19937_64& random)
+    explicit FaultOrder(std::mt19937_64& random)
         : m_random(random) {}
 
     const SoakFault& next() {
@@ -111,7 +111,7 @@ void tail(const LogCapture& log) {
 }
 
 // What the interviewer does meanwhile.
-void useIt(SoakRig& rig) {
+void actAsInterviewer(SoakRig& rig) {
     auto& interview = rig.interview();
     switch (rig.between(0, 4)) {
     case 0:
@@ -175,7 +175,7 @@ public:
 private:
     void happen() {
         m_current = "between two faults";
-        useIt(m_rig);
+        actAsInterviewer(m_rig);
         m_rig.wait(SoakRig::Seconds(m_rig.between(3, 25)));
         m_rig.expectHealthy();
         m_rig.log.clear();
@@ -191,7 +191,7 @@ private:
     }
 
     SoakRig m_rig;
-    Order m_order;
+    FaultOrder m_order;
     const char* m_current = "the start";
     int m_happened = 0;
     Footprint m_start;

@@ -25,7 +25,7 @@ constexpr auto conversationId = "conv_00000000000000000000000000000001";
 constexpr int mostAwaited = 12;    // saves
 constexpr int longestAfter = 8000; // µs
 
-ChatMessage messageOf(const QString& id) {
+ChatMessage makeMessage(const QString& id) {
     ChatMessage message;
     message.id = id;
     message.conversationId = QString::fromLatin1(conversationId);
@@ -45,7 +45,7 @@ int save(const QString& folder, const QString& round) {
     }
     for (int i = 0;; ++i) {
         const auto id = QStringLiteral("msg_%1_%2").arg(round).arg(i);
-        database.saveMessage(messageOf(id));
+        database.saveMessage(makeMessage(id));
         std::puts(qPrintable(id));
         std::fflush(stdout);
     }
@@ -93,8 +93,8 @@ qsizetype lost(const QString& folder, const QStringList& saved) {
     for (const auto& message : database.getMessages(QString::fromLatin1(conversationId))) {
         found[message.id] = message.content;
     }
-    return std::ranges::count_if(saved,
-                                 [&](const QString& id) { return found.value(id) != messageOf(id).content; });
+    return std::ranges::count_if(
+        saved, [&](const QString& id) { return found.value(id) != makeMessage(id).content; });
 }
 
 } // namespace

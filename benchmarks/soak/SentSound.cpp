@@ -39,7 +39,7 @@ public:
     }
     void receive(ReceiveHandler handler) override { m_inner->receive(std::move(handler)); }
     void sendPing(DoneHandler pong) override { m_inner->sendPing(std::move(pong)); }
-    void readSigns(SignsHandler handler) override { m_inner->readSigns(std::move(handler)); }
+    void readHealth(HealthHandler handler) override { m_inner->readHealth(std::move(handler)); }
     int httpStatus() const override { return m_inner->httpStatus(); }
 
 private:

@@ -17,7 +17,7 @@ namespace {
 
 const auto interviewId = QStringLiteral("3f2b8c64-9d1e-4a57-b0c3-5e8f7a6d2c19");
 // Of the machine's time: a control order, a start of the stand-in.
-constexpr int patience = 20'000; // ms
+constexpr int serverTimeout = 20'000; // ms
 
 QString text(const QJsonObject& object, const char* outer, const char* inner) {
     return object.value(QLatin1String(outer)).toObject().value(QLatin1String(inner)).toString();
@@ -119,8 +119,8 @@ void SoakRig::signIn() {
                log.count(QStringLiteral("[WS] Session resumed"));
     };
     const auto before = sessions();
-    ::waitFor(app->clerkAuthService().startSignIn(QStringLiteral("interviewer@example.com")), patience);
-    ::waitFor(app->clerkAuthService().verifyCode(platform::Secret(QStringLiteral("424242"))), patience);
+    ::waitFor(app->clerkAuthService().startSignIn(QStringLiteral("interviewer@example.com")), serverTimeout);
+    ::waitFor(app->clerkAuthService().verifyCode(platform::Secret(QStringLiteral("424242"))), serverTimeout);
     expectSoon([&] { return sessions() > before; }, QStringLiteral("the sign-in is followed by a session"));
 }
 
@@ -161,7 +161,7 @@ void SoakRig::order(const QString& action, const QJsonObject& parameters) {
     request.url = QUrl(m_addresses.value(QLatin1String("control")).toString() + QLatin1Char('/') + action);
     request.headers = {{"Content-Type", "application/json"}};
     request.body = QJsonDocument(parameters).toJson(QJsonDocument::Compact);
-    const auto answer = ::waitFor(m_control->execute(request), patience);
+    const auto answer = ::waitFor(m_control->execute(request), serverTimeout);
     expect(answer.status == 200, QStringLiteral("%1: %2").arg(action, QString::fromUtf8(answer.body)));
 }
 
@@ -169,7 +169,7 @@ QJsonObject SoakRig::serverState() {
     platform::HttpRequest request;
     request.method = "GET";
     request.url = QUrl(m_addresses.value(QLatin1String("control")).toString() + QStringLiteral("/state"));
-    return QJsonDocument::fromJson(::waitFor(m_control->execute(request), patience).body).object();
+    return QJsonDocument::fromJson(::waitFor(m_control->execute(request), serverTimeout).body).object();
 }
 
 void SoakRig::startServer() {
@@ -187,7 +187,7 @@ void SoakRig::startServer() {
     m_server.setStandardErrorFile(QProcess::nullDevice());
     m_server.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
     m_server.start(QCoreApplication::applicationDirPath() + QStringLiteral("/corvane-sandbox"), arguments);
-    expect(waitUntil([this] { return m_server.canReadLine(); }, patience),
+    expect(waitUntil([this] { return m_server.canReadLine(); }, serverTimeout),
            QStringLiteral("the stand-in starts"));
     m_addresses = QJsonDocument::fromJson(m_server.readLine()).object();
 }
@@ -195,7 +195,7 @@ void SoakRig::startServer() {
 void SoakRig::killServer() {
     judge(false);
     m_server.kill();
-    expect(waitUntil([this] { return m_server.state() == QProcess::NotRunning; }, patience),
+    expect(waitUntil([this] { return m_server.state() == QProcess::NotRunning; }, serverTimeout),
            QStringLiteral("the stand-in ends"));
     // What became of the frames after the judgement nobody knows any more.
     m_sent.forget();
@@ -209,7 +209,7 @@ void SoakRig::freeze(Seconds time) {
                             .arg(time.count() / speed, 0, 'f', 2);
     const auto before = std::chrono::steady_clock::now();
     QProcess::startDetached(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), script});
-    expect(waitUntil([&] { return std::chrono::steady_clock::now() - before > time / speed; }, patience),
+    expect(waitUntil([&] { return std::chrono::steady_clock::now() - before > time / speed; }, serverTimeout),
            QStringLiteral("time stands still"));
 }
 
@@ -222,7 +222,7 @@ void SoakRig::expect(bool holds, const QString& what) const {
 void SoakRig::expectSoon(const std::function<bool()>& condition, const QString& what, Seconds within) {
     const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(within / speed);
     // A busy machine is not the program's fault.
-    expect(waitUntil(condition, static_cast<int>(limit.count()) + patience),
+    expect(waitUntil(condition, static_cast<int>(limit.count()) + serverTimeout),
            QStringLiteral("not so: ") + what);
 }
 

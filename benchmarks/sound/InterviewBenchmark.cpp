@@ -30,7 +30,7 @@ void detectorAndEncoders(benchmark::State& state) {
             benchmark::DoNotOptimize(file.data());
         }
     }
-    limitTurn(state, limit);
+    limitIteration(state, limit);
 }
 BENCHMARK(detectorAndEncoders);
 
@@ -58,7 +58,7 @@ void bothStreams(benchmark::State& state) {
         }
     }
     benchmark::DoNotOptimize(bytes);
-    limitTurn(state, limit);
+    limitIteration(state, limit);
 }
 BENCHMARK(bothStreams);
 

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr int patience = 10000; // ms
+constexpr int replyTimeout = 10000; // ms
 
 QByteArray contentsOf(const QString& path) {
     QFile file(path);
@@ -70,7 +70,7 @@ QImage KWinCompositor::picture() const {
             QStringLiteral("org.kde.KWin.ScreenShot2"), QStringLiteral("CaptureWorkspace"));
         call.setArguments({QVariantMap(), QVariant::fromValue(QDBusUnixFileDescriptor(ends[1]))});
         ::close(ends[1]);
-        const auto answer = bus.call(call, QDBus::Block, patience);
+        const auto answer = bus.call(call, QDBus::Block, replyTimeout);
         about = qdbus_cast<QVariantMap>(answer.arguments().value(0));
         if (about.isEmpty()) {
             ::close(ends[0]);

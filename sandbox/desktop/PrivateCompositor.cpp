@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr int patience = 30000; // ms
+constexpr int startTimeout = 30000; // ms
 constexpr const char* userWithoutRights = "nobody";
 
 constexpr const char* busConfiguration = R"(<busconfig>
@@ -174,7 +174,7 @@ QString PrivateCompositor::log() const {
 }
 
 void PrivateCompositor::await(const QString& what, const std::function<bool()>& happens) {
-    const QDeadlineTimer limit(patience);
+    const QDeadlineTimer limit(startTimeout);
     while (!happens()) {
         const bool hasEnded = m_compositor.processId() != 0 && !m_compositor.isRunning();
         if (hasEnded || limit.hasExpired()) {
@@ -242,7 +242,7 @@ QString PrivateCompositor::run(const QString& program, const QStringList& argume
     QProcess process;
     process.setProcessEnvironment(environment);
     process.start(program, arguments);
-    if (!process.waitForFinished(patience) || process.exitStatus() != QProcess::NormalExit ||
+    if (!process.waitForFinished(startTimeout) || process.exitStatus() != QProcess::NormalExit ||
         process.exitCode() != 0) {
         refuse(QStringLiteral("%1 %2: %3 %4")
                    .arg(program, arguments.join(u' '), process.errorString(),

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int patience = 15000; // ms
+constexpr int startTimeout = 15000; // ms
 
 [[noreturn]] void refuse(const QString& what) {
     throw std::runtime_error(what.toStdString());
@@ -20,7 +20,7 @@ constexpr int patience = 15000; // ms
 
 template<typename Condition>
 void await(const QString& what, Condition holds) {
-    const QDeadlineTimer limit(patience);
+    const QDeadlineTimer limit(startTimeout);
     while (!holds()) {
         if (limit.hasExpired()) {
             refuse(what);
@@ -101,7 +101,7 @@ QString PrivateDisplay::run(const QString& program, const QStringList& arguments
     environment.insert(QStringLiteral("DISPLAY"), m_name);
     process.setProcessEnvironment(environment);
     process.start(program, arguments);
-    if (!process.waitForFinished(patience) || process.exitStatus() != QProcess::NormalExit) {
+    if (!process.waitForFinished(startTimeout) || process.exitStatus() != QProcess::NormalExit) {
         refuse(program + QStringLiteral(": ") + process.errorString());
     }
     return QString::fromUtf8(process.readAllStandardOutput()).trimmed();

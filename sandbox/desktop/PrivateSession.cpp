@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr int patience = 10000; // ms
+constexpr int processTimeout = 10000; // ms
 
 struct Folder {
     const char* variable;
@@ -53,21 +53,21 @@ std::unique_ptr<QProcess> start(const QString& program, const QStringList& argum
     // Nothing outlives a test that crashed.
     process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     process->start(program, arguments);
-    if (!process->waitForStarted(patience)) {
+    if (!process->waitForStarted(processTimeout)) {
         return nullptr;
     }
     process->write(input);
     process->closeWriteChannel();
-    process->waitForBytesWritten(patience);
+    process->waitForBytesWritten(processTimeout);
     return process;
 }
 
 void end(std::unique_ptr<QProcess>& process) {
     if (process) {
         process->terminate();
-        if (!process->waitForFinished(patience)) {
+        if (!process->waitForFinished(processTimeout)) {
             process->kill();
-            process->waitForFinished(patience);
+            process->waitForFinished(processTimeout);
         }
         process.reset();
     }
@@ -93,7 +93,7 @@ public:
             QStringLiteral("org.freedesktop.secrets"), QStringLiteral("/org/freedesktop/secrets"),
             QString::fromLatin1(interface), QString::fromLatin1(method));
         message.setArguments(arguments);
-        return m_bus.call(message, QDBus::Block, patience);
+        return m_bus.call(message, QDBus::Block, processTimeout);
     }
 
 private:
@@ -158,7 +158,7 @@ bool PrivateSession::startBus(const QString& services) {
                    QStringLiteral("--config-file=") + path},
                   {}, busLog());
     // The address is printed when the bus listens.
-    return m_bus && m_bus->waitForReadyRead(patience);
+    return m_bus && m_bus->waitForReadyRead(processTimeout);
 }
 
 void PrivateSession::stopBus() {
@@ -167,7 +167,7 @@ void PrivateSession::stopBus() {
 
 bool PrivateSession::waitForService(const QString& name) {
     const BusClient client(busAddress());
-    const QDeadlineTimer deadline(patience);
+    const QDeadlineTimer deadline(processTimeout);
     while (!client.isRegistered(name)) {
         if (deadline.hasExpired()) {
             return false;
@@ -218,7 +218,7 @@ void PrivateSession::stopKeyring() {
 void PrivateSession::killKeyring() {
     if (m_keyring) {
         m_keyring->kill();
-        m_keyring->waitForFinished(patience);
+        m_keyring->waitForFinished(processTimeout);
         m_keyring.reset();
     }
 }

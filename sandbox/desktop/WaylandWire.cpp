@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr int patience = 10000; // ms
+constexpr int replyTimeout = 10000; // ms
 // Objects and what they are asked or say, as the protocol numbers them.
 constexpr quint32 display = 1;
 constexpr quint16 displaySync = 0;
@@ -38,7 +38,7 @@ WaylandWire::WaylandWire(const QStringList& relay) {
 
 WaylandWire::~WaylandWire() {
     m_relay.closeWriteChannel();
-    m_relay.waitForFinished(patience);
+    m_relay.waitForFinished(replyTimeout);
 }
 
 quint32 WaylandWire::bind(const QByteArray& interface, quint32 version) {
@@ -60,7 +60,7 @@ void WaylandWire::send(quint32 object, quint16 opcode, const QByteArray& argumen
 
 QByteArray WaylandWire::receive(qint64 size) {
     while (m_relay.bytesAvailable() < size) {
-        if (!m_relay.waitForReadyRead(patience)) {
+        if (!m_relay.waitForReadyRead(replyTimeout)) {
             throw std::runtime_error("The compositor does not answer: " +
                                      m_relay.readAllStandardError().toStdString());
         }

@@ -1,7 +1,7 @@
 // The interview as it should be: from the bar, by pointer and keyboard.
 #include "sandbox/tour/TourScript.h"
 
-#include "sandbox/tour/TourVoices.h"
+#include "sandbox/tour/TourRoles.h"
 
 #include "ViewModels/CompletionViewModel.h"
 #include "ViewModels/InterviewViewModel.h"
@@ -10,7 +10,7 @@
 
 namespace corvane {
 
-using namespace tourvoices;
+using namespace tourroles;
 
 QCoro::Task<void> TourScript::startInterview() {
     m_transcript.chapter(QStringLiteral("The interview starts"));

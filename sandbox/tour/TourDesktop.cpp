@@ -128,7 +128,7 @@ QString TourDesktop::speech(const QString& name, const QString& text) {
     return path;
 }
 
-QString TourDesktop::standInForPackages() {
+QString TourDesktop::installFakePackageTools() {
     const auto copy = filePath(QStringLiteral("installed.deb"));
     const auto write = [this](const QString& name, const QString& script) {
         QFile file(filePath(QStringLiteral("packages/")) + name);
@@ -145,7 +145,7 @@ QString TourDesktop::standInForPackages() {
     return copy;
 }
 
-QStringList TourDesktop::callToOpen(const QString& interviewId) {
+QStringList TourDesktop::openLinkArguments(const QString& interviewId) {
     return {QStringLiteral("call"),
             QStringLiteral("--session"),
             QStringLiteral("--dest"),

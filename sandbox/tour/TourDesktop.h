@@ -41,9 +41,9 @@ public:
     QString speech(const QString& name, const QString& text);
     // Stands in for what asks for an administrator's consent, and for the package manager, which only keeps a
     // copy of the package. Gives the copy's path.
-    QString standInForPackages();
+    QString installFakePackageTools();
     // What gdbus calls to have a program of this desktop open the link to an interview.
-    static QStringList callToOpen(const QString& interviewId);
+    static QStringList openLinkArguments(const QString& interviewId);
     void plugMicrophone();
     void plugSpeakers();
 

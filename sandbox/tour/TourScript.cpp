@@ -1,6 +1,6 @@
 #include "sandbox/tour/TourScript.h"
 
-#include "sandbox/tour/TourVoices.h"
+#include "sandbox/tour/TourRoles.h"
 
 #include "Platform/Core/Dispatch.h"
 #include "Platform/Core/Log.h"
@@ -27,7 +27,7 @@ namespace {
 constexpr auto applicationId = "com.corvane.Lumetra";
 
 // Lines that tell a reader something; the rest is kept for the check at the end.
-bool isTelling(const QString& line) {
+bool isNoteworthy(const QString& line) {
     return line.startsWith(QLatin1String("====")) || line.startsWith(QLatin1String("[Interview]")) ||
            line.startsWith(QLatin1String("[DeepLink]")) ||
            line.startsWith(QLatin1String("[Audio] System audio")) ||
@@ -37,7 +37,7 @@ bool isTelling(const QString& line) {
 
 } // namespace
 
-using namespace tourvoices;
+using namespace tourroles;
 
 TourScript::TourScript(TourDesktop& desktop, const PrivateDesktop& display, Transcript& transcript,
                        Options options)
@@ -51,7 +51,7 @@ TourScript::TourScript(TourDesktop& desktop, const PrivateDesktop& display, Tran
     platform::setLogHandler([this](platform::LogSink, const QString& line) {
         platform::dispatchToMain([this, line] {
             m_log.append(line);
-            if (isTelling(line)) {
+            if (isNoteworthy(line)) {
                 m_transcript.log(line);
             }
         });
@@ -122,7 +122,7 @@ QCoro::Task<void> TourScript::drag(QPoint from, QPoint to) {
     co_await pause(300);
 }
 
-void TourScript::keepSight(const QString& name) const {
+void TourScript::savePicture(const QString& name) const {
     m_display.picture().save(m_options.pictures + u'/' + name + QStringLiteral(".png"), "PNG", 80);
 }
 
@@ -130,7 +130,7 @@ QCoro::Task<void> TourScript::picture(QString name) {
     // The pointer would leave its mark on what it rests on.
     m_hands.moveTo(QPoint(m_display.size().width() - 4, m_display.size().height() - 4));
     co_await pause(300);
-    keepSight(name);
+    savePicture(name);
 }
 
 QCoro::Task<QJsonObject> TourScript::control(QString path, QJsonObject parameters, bool isQuery) {
@@ -197,7 +197,7 @@ QCoro::Task<void> TourScript::launch() {
 
 QCoro::Task<void> TourScript::openLink(QString id) {
     QProcess launcher;
-    launcher.start(QStringLiteral("gdbus"), TourDesktop::callToOpen(id));
+    launcher.start(QStringLiteral("gdbus"), TourDesktop::openLinkArguments(id));
     co_await until(QStringLiteral("the launcher hands the link over"),
                    [&launcher] { return launcher.state() == QProcess::NotRunning; });
     require(launcher.exitCode() == 0, QString::fromUtf8(launcher.readAllStandardError()));

@@ -42,7 +42,7 @@ public:
     // Throws TourFailure, or what the program should never have thrown.
     QCoro::Task<void> run();
     // What is on the display now, as a picture of that name.
-    void keepSight(const QString& name) const;
+    void savePicture(const QString& name) const;
 
 private:
     using Condition = std::function<bool()>;

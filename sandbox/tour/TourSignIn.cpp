@@ -1,7 +1,7 @@
 // Sign-in at the dashboard's card, and a look at the dashboard's pages.
 #include "sandbox/tour/TourScript.h"
 
-#include "sandbox/tour/TourVoices.h"
+#include "sandbox/tour/TourRoles.h"
 
 #include "Platform/Desktop/Appearance.h"
 #include "Services/ClerkAuthService.h"
@@ -10,7 +10,7 @@
 
 namespace corvane {
 
-using namespace tourvoices;
+using namespace tourroles;
 
 QCoro::Task<void> TourScript::signIn() {
     m_transcript.chapter(QStringLiteral("Sign-in"));

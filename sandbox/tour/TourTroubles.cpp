@@ -1,7 +1,7 @@
 // What goes wrong under an interview, one after the other, and how it goes on.
 #include "sandbox/tour/TourScript.h"
 
-#include "sandbox/tour/TourVoices.h"
+#include "sandbox/tour/TourRoles.h"
 
 #include "Services/ClerkAuthService.h"
 #include "Services/WebSocketService.h"
@@ -9,7 +9,7 @@
 
 namespace corvane {
 
-using namespace tourvoices;
+using namespace tourroles;
 
 QCoro::Task<void> TourScript::loseTheLink() {
     m_transcript.chapter(QStringLiteral("The link drops"));

@@ -1,7 +1,7 @@
 // A new version: offered, fetched, verified, and handed to what installs packages.
 #include "sandbox/tour/TourScript.h"
 
-#include "sandbox/tour/TourVoices.h"
+#include "sandbox/tour/TourRoles.h"
 
 #include "Services/UpdaterService.h"
 
@@ -9,11 +9,11 @@
 
 namespace corvane {
 
-using namespace tourvoices;
+using namespace tourroles;
 
 QCoro::Task<void> TourScript::installUpdate() {
     m_transcript.chapter(QStringLiteral("An update"));
-    const auto copy = m_desktop.standInForPackages();
+    const auto copy = m_desktop.installFakePackageTools();
     auto& service = m_app->appDelegate().updaterService();
     co_await apply(QStringLiteral("offer-update"), QJsonObject());
     m_app->appDelegate().showDashboard();

@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr int whoWidth = 12;
+constexpr int roleWidth = 12;
 
 void print(const QString& text) {
     const auto utf8 = text.toUtf8() + '\n';
@@ -22,8 +22,8 @@ void Transcript::chapter(const QString& title) {
     print(QStringLiteral("\n== %1").arg(title));
 }
 
-void Transcript::say(const QString& who, const QString& text) {
-    print(QStringLiteral("%1 s  %2  %3").arg(seconds(), 6, 'f', 1).arg(who, -whoWidth).arg(text));
+void Transcript::say(const QString& role, const QString& text) {
+    print(QStringLiteral("%1 s  %2  %3").arg(seconds(), 6, 'f', 1).arg(role, -roleWidth).arg(text));
 }
 
 void Transcript::quote(const QString& text) {

@@ -10,7 +10,7 @@ public:
 
     void chapter(const QString& title);
     // `who` did or saw something.
-    void say(const QString& who, const QString& text);
+    void say(const QString& role, const QString& text);
     // A longer text, indented under the line before it.
     void quote(const QString& text);
     // A line of the program's own log.

@@ -29,7 +29,7 @@ QCoro::Task<void> runTour(TourScript* script, Transcript* transcript) {
     } catch (const std::exception& error) {
         transcript->chapter(
             QStringLiteral("The tour ends here. What did not happen: %1").arg(platform::errorText(error)));
-        script->keepSight(QStringLiteral("failure"));
+        script->savePicture(QStringLiteral("failure"));
     }
     QCoreApplication::exit(status);
 }

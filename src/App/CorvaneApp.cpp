@@ -50,7 +50,7 @@ int CorvaneApp::run() {
     if (m_appDelegate.wantsRestart()) {
         // The name on the bus goes first, or the new one would hand over to this one and end.
         m_sessionApplication.reset();
-        if (!platform::startForTheUser(QCoreApplication::applicationFilePath(), {})) {
+        if (!platform::startUserProgram(QCoreApplication::applicationFilePath(), {})) {
             platform::logLine(
                 QStringLiteral("[App] The new version could not be started: start Corvane Lumetra by hand"));
         }

@@ -34,7 +34,7 @@ UpdaterService& AppDelegate::updaterService() const {
 void AppDelegate::makeUpdater() {
     m_updaterService = std::make_unique<UpdaterService>(
         m_platform.applicationInfo,
-        platform::SPUUpdater::Surroundings{.makeHttp = m_platform.makeUpdateHttp,
+        platform::SPUUpdater::Dependencies{.makeHttp = m_platform.makeUpdateHttp,
                                            .defaults = *m_platform.defaults,
                                            .clock = *m_platform.clock,
                                            .installer = platform::makePackageInstaller(installerProgram()),

@@ -3,7 +3,7 @@
 #include "Platform/Desktop/ProcessLimits.h"
 #include "Platform/Desktop/TerminationSignals.h"
 #include "Platform/Desktop/WaylandSession.h"
-#include "Platform/Windows/CursorRest.h"
+#include "Platform/Windows/CursorBlinkTimeout.h"
 
 #include <QGuiApplication>
 #include <QIcon>
@@ -64,7 +64,7 @@ void chooseSceneGraph() {
 } // namespace
 
 int main(int argc, char* argv[]) {
-    platform::keepToOurselves();
+    platform::restrictProcess();
     auto arguments = argumentsWithPlatform(argc, argv);
     auto count = static_cast<int>(arguments.size()) - 1;
     chooseSceneGraph();
@@ -84,7 +84,7 @@ int main(int argc, char* argv[]) {
     });
     QGuiApplication::setQuitOnLastWindowClosed(false);
     platform::quitOnTerminationSignals();
-    const platform::CursorRest cursorRest;
+    const platform::CursorBlinkTimeout cursorBlinkTimeout;
     CorvaneApp app(PlatformServices::ofThisDesktop(std::move(secrets)),
                    platform::makeSessionApplication(QStringLiteral("com.corvane.Lumetra")));
     return app.run();

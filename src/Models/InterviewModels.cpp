@@ -35,9 +35,9 @@ QList<InterviewQuestion> InterviewQuestion::parse(const boost::json::object& obj
             continue;
         }
         for (const auto& element : *elements) {
-            const auto question = json::stringOrNothing(element.get_object(), "question");
+            const auto question = json::stringOrNullopt(element.get_object(), "question");
             if (question) {
-                const auto justification = json::stringOrNothing(element.get_object(), "justification");
+                const auto justification = json::stringOrNullopt(element.get_object(), "justification");
                 result.append({.topic = json::toQString(topic),
                                .question = *question,
                                .justification = justification.value_or(QString())});
@@ -57,7 +57,7 @@ QList<InterviewPlanTopic> InterviewPlanTopic::parse(const boost::json::object& o
         InterviewPlanTopic entry;
         entry.topic = json::toQString(topic);
         for (const auto& element : *elements) {
-            if (const auto question = json::stringOrNothing(element.get_object(), "question")) {
+            if (const auto question = json::stringOrNullopt(element.get_object(), "question")) {
                 entry.questions.append(*question);
             }
         }

@@ -245,9 +245,9 @@ void BackendLink::startPingTimer(int identifier) {
                 m_socket.snapshot().webSocketTask->sendPing(std::move(pong));
             }
         },
-        [this, identifier](platform::WebSocketTask::SignsHandler handler) {
+        [this, identifier](platform::WebSocketTask::HealthHandler handler) {
             if (isInUse(identifier)) {
-                m_socket.snapshot().webSocketTask->readSigns(std::move(handler));
+                m_socket.snapshot().webSocketTask->readHealth(std::move(handler));
             }
         },
         [this, identifier](const QString& reason) {

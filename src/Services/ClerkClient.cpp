@@ -67,7 +67,7 @@ Secret devBrowserTokenOf(const QByteArray& body) {
     const auto* object = document.if_object();
     const auto* nested =
         object && !object->contains("token") ? json::objectOrNull(*object, "response") : object;
-    const auto token = nested ? json::stringOrNothing(*nested, "token") : std::nullopt;
+    const auto token = nested ? json::stringOrNullopt(*nested, "token") : std::nullopt;
     if (!token) {
         throw ClerkClient::Error(ClerkClient::Error::invalidResponse);
     }

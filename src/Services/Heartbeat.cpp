@@ -5,7 +5,7 @@
 namespace corvane {
 
 using namespace std::chrono_literals;
-using platform::ConnectionSigns;
+using platform::ConnectionHealth;
 
 namespace {
 
@@ -14,7 +14,7 @@ constexpr auto checkDeadline = 5s;
 
 } // namespace
 
-// Pongs and signs hold it weakly: one that comes after the heartbeat's end finds nothing.
+// Pongs and health readings hold it weakly: one that comes after the heartbeat's end finds nothing.
 struct Heartbeat::State : std::enable_shared_from_this<Heartbeat::State> {
     // A doubt that waits for its answer.
     struct Check {
@@ -27,17 +27,17 @@ struct Heartbeat::State : std::enable_shared_from_this<Heartbeat::State> {
 
     platform::Clock& clock;
     PingSender sendPing;
-    SignsReader readSigns;
+    HealthReader readHealth;
     FailureHandler failed;
     quint64 lastPing = 0;
     quint64 lastAnswered = 0;
     quint64 tickPing = 0;
     std::optional<Check> check{};
 
-    State(platform::Clock& c, PingSender ping, SignsReader signs, FailureHandler failure)
+    State(platform::Clock& c, PingSender ping, HealthReader health, FailureHandler failure)
         : clock(c)
         , sendPing(std::move(ping))
-        , readSigns(std::move(signs))
+        , readHealth(std::move(health))
         , failed(std::move(failure)) {}
 
     // By value: the handler may destroy the heartbeat.
@@ -50,19 +50,19 @@ struct Heartbeat::State : std::enable_shared_from_this<Heartbeat::State> {
     void answered(quint64 number);
     void beginCheck();
     void waitForAnswer();
-    void judge(const ConnectionSigns& signs);
+    void judge(const ConnectionHealth& health);
     // `take` runs only if the same check still waits.
-    void readForCheck(void (State::*take)(const ConnectionSigns&));
-    void noteStart(const ConnectionSigns& signs) {
-        check->bytesThrough = signs.bytesThrough;
-        noteRoute(signs);
+    void readForCheck(void (State::*take)(const ConnectionHealth&));
+    void noteStart(const ConnectionHealth& health) {
+        check->bytesThrough = health.bytesThrough;
+        noteRoute(health);
     }
-    void noteRoute(const ConnectionSigns& signs) { check->hadNoRoute |= !signs.hasRoute; }
+    void noteRoute(const ConnectionHealth& health) { check->hadNoRoute |= !health.hasRoute; }
 };
 
-Heartbeat::Heartbeat(platform::Clock& clock, PingSender sendPing, SignsReader readSigns,
+Heartbeat::Heartbeat(platform::Clock& clock, PingSender sendPing, HealthReader readHealth,
                      FailureHandler failed)
-    : m_state(std::make_shared<State>(clock, std::move(sendPing), std::move(readSigns), std::move(failed)))
+    : m_state(std::make_shared<State>(clock, std::move(sendPing), std::move(readHealth), std::move(failed)))
     , m_timer(clock.repeat(pingInterval, [this] { tick(); })) {}
 
 void Heartbeat::tick() {
@@ -97,24 +97,24 @@ void Heartbeat::State::waitForAnswer() {
     });
 }
 
-void Heartbeat::State::readForCheck(void (State::*take)(const ConnectionSigns&)) {
-    readSigns([weak = weak_from_this(), take, number = check->ping](const ConnectionSigns& signs) {
+void Heartbeat::State::readForCheck(void (State::*take)(const ConnectionHealth&)) {
+    readHealth([weak = weak_from_this(), take, number = check->ping](const ConnectionHealth& health) {
         const auto alive = weak.lock();
         if (alive && alive->check && alive->check->ping == number) {
-            (alive.get()->*take)(signs);
+            (alive.get()->*take)(health);
         }
     });
 }
 
-void Heartbeat::State::judge(const ConnectionSigns& signs) {
-    if (!signs.hasRoute) {
+void Heartbeat::State::judge(const ConnectionHealth& health) {
+    if (!health.hasRoute) {
         // Nobody could answer. The network's return is the next doubt.
         check.reset();
     } else if (check->hadNoRoute) {
         beginCheck();
-    } else if (signs.bytesThrough > check->bytesThrough) {
+    } else if (health.bytesThrough > check->bytesThrough) {
         // Slow, but alive: the pong waits behind the sound.
-        noteStart(signs);
+        noteStart(health);
         waitForAnswer();
     } else {
         fail(QStringLiteral("the server did not answer within 5 seconds"));

@@ -18,11 +18,11 @@ public:
     // Null: the peer answered.
     using PongHandler = std::function<void(std::exception_ptr)>;
     using PingSender = std::function<void(PongHandler)>;
-    using SignsReader = std::function<void(platform::WebSocketTask::SignsHandler)>;
+    using HealthReader = std::function<void(platform::WebSocketTask::HealthHandler)>;
     // Gets the reason. May destroy the heartbeat; may come more than once.
     using FailureHandler = std::function<void(QString)>;
 
-    Heartbeat(platform::Clock& clock, PingSender sendPing, SignsReader readSigns, FailureHandler failed);
+    Heartbeat(platform::Clock& clock, PingSender sendPing, HealthReader readHealth, FailureHandler failed);
 
     // While one check waits for its answer, another is made right after it.
     void checkNow();

@@ -9,7 +9,7 @@ namespace corvane {
 
 using boost::json::object;
 using json::objectOrNull;
-using json::stringOrNothing;
+using json::stringOrNullopt;
 using platform::logLine;
 
 namespace {
@@ -18,7 +18,7 @@ void logEnglishAssessment(const object& content) {
     const auto* enabled = content.if_contains("enabled");
     logLine(QStringLiteral("[WS] set_english_assessment ack: enabled=%1 session_id=%2")
                 .arg(enabled && enabled->is_bool() && enabled->get_bool() ? 1 : 0)
-                .arg(stringOrNothing(content, "session_id").value_or(QString())));
+                .arg(stringOrNullopt(content, "session_id").value_or(QString())));
 }
 
 } // namespace
@@ -73,7 +73,7 @@ void MessageDispatch::dispatch(const WSServerMessage& message) {
 
 void MessageDispatch::emitText(const object& content, std::string_view key,
                                void (WebSocketService::*signal)(const QString&)) {
-    if (const auto text = stringOrNothing(content, key)) {
+    if (const auto text = stringOrNullopt(content, key)) {
         (q.*signal)(*text);
     }
 }
@@ -86,8 +86,8 @@ void MessageDispatch::emitObject(const object& content, std::string_view key,
 }
 
 void MessageDispatch::handleSessionResumed(const object& content) {
-    const SessionResumedPayload payload{stringOrNothing(content, "session_id").value_or(QString()),
-                                        stringOrNothing(content, "interview_id")};
+    const SessionResumedPayload payload{stringOrNullopt(content, "session_id").value_or(QString()),
+                                        stringOrNullopt(content, "interview_id")};
     logLine(QStringLiteral("[WS] Session resumed (interview_id: %1)")
                 .arg(payload.interviewId.value_or(QStringLiteral("nil"))));
     m_handlers.sessionConfirmed();
@@ -101,7 +101,7 @@ void MessageDispatch::handleSessionFresh() {
 }
 
 void MessageDispatch::handleServerError(const object& content) {
-    const auto text = stringOrNothing(content, "message").value_or(QStringLiteral("Unknown error"));
+    const auto text = stringOrNullopt(content, "message").value_or(QStringLiteral("Unknown error"));
     logLine(QStringLiteral("[WS] Server error: %1").arg(text));
     if (isSessionNotFound(text)) {
         m_handlers.sessionLost();

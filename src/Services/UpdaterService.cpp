@@ -15,7 +15,7 @@ const auto feedKey = QStringLiteral("SUFeedURL");
 } // namespace
 
 UpdaterService::UpdaterService(platform::ApplicationInfo mainBundle,
-                               platform::SPUUpdater::Surroundings surroundings)
+                               platform::SPUUpdater::Dependencies surroundings)
     : m_mainBundle(std::move(mainBundle))
     , m_surroundings(std::move(surroundings)) {}
 

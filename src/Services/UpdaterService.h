@@ -28,7 +28,7 @@ class UpdaterService : public QObject, public platform::SPUUpdaterDelegate {
 
 public:
     // Idle. The surroundings outlive the service.
-    UpdaterService(platform::ApplicationInfo mainBundle, platform::SPUUpdater::Surroundings surroundings);
+    UpdaterService(platform::ApplicationInfo mainBundle, platform::SPUUpdater::Dependencies surroundings);
     ~UpdaterService() override;
 
     const UpdateState& state() const { return m_state; }
@@ -62,7 +62,7 @@ private:
     void setLater(UpdateState state);
 
     const platform::ApplicationInfo m_mainBundle;
-    const platform::SPUUpdater::Surroundings m_surroundings;
+    const platform::SPUUpdater::Dependencies m_surroundings;
     UpdateState m_state;
     std::unique_ptr<platform::SPUStandardUserDriver> m_userDriver;
     std::unique_ptr<platform::SPUUpdater> m_updater;

@@ -123,7 +123,7 @@ QCoro::Task<void> WebSocketService::send(WSCommand command) {
     auto task =
         taskForSending(m_link->socket(), QStringLiteral("[WS] Cannot send — no active WebSocket task"));
     const auto object = command.toJson();
-    const auto type = json::stringOrNothing(object, "type");
+    const auto type = json::stringOrNullopt(object, "type");
     logLine(QStringLiteral("[WS] Sending: %1").arg(type.value_or(QStringLiteral("unknown"))));
     co_await sendText(std::move(task), json::serialize(object));
 }

@@ -44,24 +44,24 @@ auto optional(const boost::json::object& object, std::string_view key, Get get)
     return found;
 }
 
-std::optional<QString> stringOf(const boost::json::value& value) {
+std::optional<QString> asString(const boost::json::value& value) {
     const auto* text = value.if_string();
     return text ? std::optional(toQString(*text)) : std::nullopt;
 }
 
 // A whole number written with a fraction of zero or an exponent is an integer too.
-std::optional<qint64> integerOf(const boost::json::value& value) {
+std::optional<qint64> asInteger(const boost::json::value& value) {
     boost::system::error_code error;
     const auto number = value.is_number() ? value.to_number<qint64>(error) : 0;
     return value.is_number() && !error ? std::optional(number) : std::nullopt;
 }
 
-std::optional<double> realOf(const boost::json::value& value) {
+std::optional<double> asReal(const boost::json::value& value) {
     const auto number = value.is_number() ? value.to_number<double>() : std::nan("");
     return std::isnan(number) ? std::nullopt : std::optional(number); // the library reads 0e310 as that
 }
 
-std::optional<bool> booleanOf(const boost::json::value& value) {
+std::optional<bool> asBoolean(const boost::json::value& value) {
     const auto* flag = value.if_bool();
     return flag ? std::optional(*flag) : std::nullopt;
 }
@@ -121,19 +121,19 @@ const boost::json::array& asArray(const boost::json::value& value) {
 }
 
 QString requiredString(const boost::json::object& object, std::string_view key) {
-    return required(object, key, stringOf);
+    return required(object, key, asString);
 }
 
 qint64 requiredInteger(const boost::json::object& object, std::string_view key) {
-    return required(object, key, integerOf);
+    return required(object, key, asInteger);
 }
 
 double requiredReal(const boost::json::object& object, std::string_view key) {
-    return required(object, key, realOf);
+    return required(object, key, asReal);
 }
 
 bool requiredBoolean(const boost::json::object& object, std::string_view key) {
-    return required(object, key, booleanOf);
+    return required(object, key, asBoolean);
 }
 
 const boost::json::value& requiredValue(const boost::json::object& object, std::string_view key) {
@@ -145,11 +145,11 @@ const boost::json::value& requiredValue(const boost::json::object& object, std::
 }
 
 std::optional<QString> optionalString(const boost::json::object& object, std::string_view key) {
-    return optional(object, key, stringOf);
+    return optional(object, key, asString);
 }
 
 std::optional<qint64> optionalInteger(const boost::json::object& object, std::string_view key) {
-    return optional(object, key, integerOf);
+    return optional(object, key, asInteger);
 }
 
 const boost::json::value* optionalValue(const boost::json::object& object, std::string_view key) {
@@ -157,9 +157,9 @@ const boost::json::value* optionalValue(const boost::json::object& object, std::
     return value && !value->is_null() ? value : nullptr;
 }
 
-std::optional<QString> stringOrNothing(const boost::json::object& object, std::string_view key) {
+std::optional<QString> stringOrNullopt(const boost::json::object& object, std::string_view key) {
     const auto* value = object.if_contains(key);
-    return value ? stringOf(*value) : std::nullopt;
+    return value ? asString(*value) : std::nullopt;
 }
 
 const boost::json::object* objectOrNull(const boost::json::object& object, std::string_view key) {

@@ -47,7 +47,7 @@ std::optional<qint64> optionalInteger(const boost::json::object& object, std::st
 const boost::json::value* optionalValue(const boost::json::object& object, std::string_view key);
 
 // Lenient access for server messages: anything but a string (object) is absent.
-std::optional<QString> stringOrNothing(const boost::json::object& object, std::string_view key);
+std::optional<QString> stringOrNullopt(const boost::json::object& object, std::string_view key);
 const boost::json::object* objectOrNull(const boost::json::object& object, std::string_view key);
 
 } // namespace json

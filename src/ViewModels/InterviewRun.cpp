@@ -12,7 +12,7 @@
 
 namespace corvane {
 
-using platform::failureOf;
+using platform::catchError;
 using platform::logLine;
 using platform::startTask;
 
@@ -181,7 +181,7 @@ void InterviewRun::beginAudioCapture() {
 
 QCoro::Task<void> InterviewRun::sendInterviewId(platform::OperationTicket ticket) {
     const auto id = m_model.interviewId();
-    const auto failure = co_await failureOf(m_webSocket.send(WSCommand::interviewId(id)));
+    const auto failure = co_await catchError(m_webSocket.send(WSCommand::interviewId(id)));
     ticket.ensureCurrent();
     if (failure) {
         logLine(QStringLiteral("[Interview] Failed to send interview_id: %1").arg(*failure));
@@ -201,7 +201,7 @@ void InterviewRun::restartInterviewOnServer() {
 
 QCoro::Task<void> InterviewRun::resendInterviewId(platform::OperationTicket ticket) {
     const auto id = m_model.interviewId();
-    const auto failure = co_await failureOf(m_webSocket.send(WSCommand::interviewId(id)));
+    const auto failure = co_await catchError(m_webSocket.send(WSCommand::interviewId(id)));
     ticket.ensureCurrent();
     if (failure) {
         logLine(QStringLiteral("[Interview] Failed to re-send interview_id: %1").arg(*failure));
@@ -212,11 +212,11 @@ QCoro::Task<void> InterviewRun::resendInterviewId(platform::OperationTicket tick
     logLine(QStringLiteral("[Interview] Re-sent interview_id: %1").arg(id));
     // A mode that could not be set leaves no trace: the interview goes on.
     if (m_model.followUpsEnabled()) {
-        const auto dropped = co_await failureOf(m_webSocket.send(WSCommand::setFollowUps(true)));
+        const auto dropped = co_await catchError(m_webSocket.send(WSCommand::setFollowUps(true)));
         ticket.ensureCurrent();
     }
     if (m_model.englishAssessmentEnabled()) {
-        const auto dropped = co_await failureOf(m_webSocket.send(WSCommand::setEnglishAssessment(true)));
+        const auto dropped = co_await catchError(m_webSocket.send(WSCommand::setEnglishAssessment(true)));
         ticket.ensureCurrent();
     }
     take(Event::told);
@@ -225,13 +225,13 @@ QCoro::Task<void> InterviewRun::resendInterviewId(platform::OperationTicket tick
 // Both streams are tried, one after the other, and the interview goes on with what starts.
 QCoro::Task<void> InterviewRun::startAudioPipeline(platform::OperationTicket ticket) {
     m_soundWatch.stop();
-    const auto microphoneFailure = co_await failureOf(m_audioCapture.startMicrophoneCapture());
+    const auto microphoneFailure = co_await catchError(m_audioCapture.startMicrophoneCapture());
     ticket.ensureCurrent();
     logLine(microphoneFailure
                 ? QStringLiteral("[Interview] Microphone capture failed: %1").arg(*microphoneFailure)
                 : QStringLiteral("[Interview] Microphone capture started (interviewer stream 0x00)"));
     const auto systemFailure =
-        co_await failureOf(m_audioCapture.startCapture(AudioCaptureMode::rawStreaming, interviewVadConfig));
+        co_await catchError(m_audioCapture.startCapture(AudioCaptureMode::rawStreaming, interviewVadConfig));
     ticket.ensureCurrent();
     logLine(systemFailure
                 ? QStringLiteral("[Interview] System audio capture failed: %1 — mic-only mode")
@@ -244,7 +244,7 @@ QCoro::Task<void> InterviewRun::startAudioPipeline(platform::OperationTicket tic
 QCoro::Task<void> InterviewRun::retryCapture(platform::OperationTicket ticket) {
     m_audioCapture.stopSystemCapture();
     const auto systemFailure =
-        co_await failureOf(m_audioCapture.startCapture(AudioCaptureMode::rawStreaming, interviewVadConfig));
+        co_await catchError(m_audioCapture.startCapture(AudioCaptureMode::rawStreaming, interviewVadConfig));
     ticket.ensureCurrent();
     logLine(systemFailure
                 ? QStringLiteral("[Interview] Retry: system audio still failed — %1").arg(*systemFailure)
@@ -252,7 +252,7 @@ QCoro::Task<void> InterviewRun::retryCapture(platform::OperationTicket ticket) {
     // The field may lag behind a start that has just succeeded, so the outcome of the start counts.
     bool microphoneRuns = m_audioCapture.isMicCapturing();
     if (!microphoneRuns) {
-        const auto microphoneFailure = co_await failureOf(m_audioCapture.startMicrophoneCapture());
+        const auto microphoneFailure = co_await catchError(m_audioCapture.startMicrophoneCapture());
         ticket.ensureCurrent();
         microphoneRuns = !microphoneFailure;
         logLine(microphoneFailure
@@ -342,14 +342,14 @@ void InterviewRun::receiveSpeechStop(qint64 at) {
 }
 
 QCoro::Task<void> InterviewRun::sendSpeechStart() {
-    const auto failure = co_await failureOf(m_webSocket.sendCandidateSpeechStart());
+    const auto failure = co_await catchError(m_webSocket.sendCandidateSpeechStart());
     if (failure) {
         logLine(QStringLiteral("[Interview] sendCandidateSpeechStart failed: %1").arg(*failure));
     }
 }
 
 QCoro::Task<void> InterviewRun::sendSpeechStop(qint64 at) {
-    const auto failure = co_await failureOf(m_webSocket.sendCandidateSpeechStop(at));
+    const auto failure = co_await catchError(m_webSocket.sendCandidateSpeechStop(at));
     if (failure) {
         logLine(QStringLiteral("[Interview] sendCandidateSpeechStop failed: %1").arg(*failure));
     }

@@ -11,7 +11,7 @@
 namespace corvane {
 
 using namespace std::chrono_literals;
-using platform::failureOf;
+using platform::catchError;
 using platform::logLine;
 using platform::startTask;
 
@@ -181,7 +181,7 @@ void InterviewViewModel::endRun() {
 QCoro::Task<void> InterviewViewModel::sendEndInterview() {
     const auto ticket = m_endRequests.ticket();
     ++m_awaitedEndAcks;
-    const auto failure = co_await failureOf(m_webSocket.send(WSCommand::endInterview()));
+    const auto failure = co_await catchError(m_webSocket.send(WSCommand::endInterview()));
     ticket.ensureCurrent();
     if (failure && m_awaitedEndAcks > 0) {
         --m_awaitedEndAcks;
@@ -225,7 +225,7 @@ void InterviewViewModel::toggleEnglishAssessment() {
 
 // For commands whose failure has no consequence for the user.
 QCoro::Task<void> InterviewViewModel::sendDropped(WSCommand command) {
-    const auto dropped = co_await failureOf(m_webSocket.send(std::move(command)));
+    const auto dropped = co_await catchError(m_webSocket.send(std::move(command)));
 }
 
 QCoro::Task<void> InterviewViewModel::sendManualStop() {
@@ -241,7 +241,7 @@ QCoro::Task<void> InterviewViewModel::sendManualStop() {
         co_return;
     }
     const auto at = m_clock.nowMilliseconds();
-    const auto failure = co_await failureOf(m_webSocket.sendCandidateSpeechStop(at));
+    const auto failure = co_await catchError(m_webSocket.sendCandidateSpeechStop(at));
     if (failure) {
         logLine(QStringLiteral("[Interview] manual: sendCandidateSpeechStop failed: %1").arg(*failure));
     } else if (ticket.isCurrent()) {

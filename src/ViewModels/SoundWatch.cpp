@@ -6,7 +6,7 @@
 namespace corvane {
 
 using namespace std::chrono_literals;
-using platform::failureOf;
+using platform::catchError;
 using platform::logLine;
 
 namespace {
@@ -64,14 +64,14 @@ QCoro::Task<void> SoundWatch::takeUp(AudioCaptureService::Sources back) {
         ++m_starts;
     }
     if (back.system) {
-        const auto failure = co_await failureOf(
+        const auto failure = co_await catchError(
             m_audioCapture.startCapture(AudioCaptureMode::rawStreaming, interviewVadConfig));
         ticket.ensureCurrent();
         logLine(failure ? QStringLiteral("[Interview] Retry: system audio still failed — %1").arg(*failure)
                         : QStringLiteral("[Interview] Retry: system audio started"));
     }
     if (back.microphone) {
-        const auto failure = co_await failureOf(m_audioCapture.startMicrophoneCapture());
+        const auto failure = co_await catchError(m_audioCapture.startMicrophoneCapture());
         ticket.ensureCurrent();
         logLine(failure ? QStringLiteral("[Interview] Retry: mic failed — %1").arg(*failure)
                         : QStringLiteral("[Interview] Retry: mic restarted"));

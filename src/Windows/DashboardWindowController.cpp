@@ -2,7 +2,7 @@
 
 #include "Platform/Storage/DefaultsStore.h"
 #include "Platform/Windows/QuietWindow.h"
-#include "Platform/Windows/UserAct.h"
+#include "Platform/Windows/UserInteraction.h"
 #include "Views/Dashboard/DashboardPresenter.h"
 #include "Windows/FirstPainting.h"
 

@@ -3,7 +3,7 @@
 #include "Platform/Core/Log.h"
 #include "Platform/Windows/AboveFullScreen.h"
 #include "Platform/Windows/QuietWindow.h"
-#include "Platform/Windows/UserAct.h"
+#include "Platform/Windows/UserInteraction.h"
 #include "Views/Overlay/OverlayBarPresenter.h"
 #include "Windows/FirstPainting.h"
 
@@ -24,7 +24,7 @@ constexpr int offsetFromTop = 54;
 constexpr auto longestMove = 300ms; // until the display has told of it
 
 void sayWhatIsDenied() {
-    if (const auto denied = platform::deniedManners(); !denied.isEmpty()) {
+    if (const auto denied = platform::missingWindowFeatures(); !denied.isEmpty()) {
         platform::logLine(
             QStringLiteral("[Panel] This desktop does not let the bar: %1. Rules of your own may, "
                            "see docs/desktops.md.")

@@ -1,6 +1,6 @@
 #include "Windows/SelectionOverlayWindow.h"
 
-#include "Platform/Windows/KeyboardLoan.h"
+#include "Platform/Windows/ScopedKeyboardFocus.h"
 
 #include <QAccessibleObject>
 #include <QGuiApplication>
@@ -85,7 +85,7 @@ void SelectionOverlayWindow::mousePressEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton) {
         if (!isActive()) {
             m_keyboard.reset();
-            m_keyboard = std::make_unique<platform::KeyboardLoan>(*this);
+            m_keyboard = std::make_unique<platform::ScopedKeyboardFocus>(*this);
         }
         m_selectionView.mouseDown(event->position());
     }

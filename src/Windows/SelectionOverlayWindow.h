@@ -8,7 +8,7 @@
 #include <memory>
 
 namespace platform {
-class KeyboardLoan;
+class ScopedKeyboardFocus;
 }
 
 namespace corvane {
@@ -39,7 +39,7 @@ protected:
 private:
     const int m_screenIndex;
     SelectionView m_selectionView;
-    std::unique_ptr<platform::KeyboardLoan> m_keyboard;
+    std::unique_ptr<platform::ScopedKeyboardFocus> m_keyboard;
 };
 
 } // namespace corvane

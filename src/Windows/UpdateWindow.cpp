@@ -1,7 +1,7 @@
 #include "Windows/UpdateWindow.h"
 
 #include "Platform/Windows/QuietWindow.h"
-#include "Platform/Windows/UserAct.h"
+#include "Platform/Windows/UserInteraction.h"
 #include "Views/Updates/UpdateDialogPresenter.h"
 
 #include <QEvent>
@@ -44,7 +44,7 @@ void UpdateWindow::follow() {
     }
     m_view->create();
     applyPolicy();
-    if (m_presenter.isUnasked()) {
+    if (m_presenter.isAutomatic()) {
         platform::setShowsQuietly(*m_view);
         m_view->show();
     } else {

@@ -1,5 +1,5 @@
 #include "Windows/FloatingPanel.h"
-#include "Platform/Windows/UserAct.h"
+#include "Platform/Windows/UserInteraction.h"
 #include "Platform/Windows/XcbWindow.h"
 #include "ViewModels/DashboardViewModel.h"
 #include "ViewModels/OverlayViewModel.h"
@@ -400,7 +400,7 @@ void FloatingPanelTest::theLaunchEndsWithTheBarInFront() {
 void FloatingPanelTest::theKeyboardIsAskedForInTheNameOfTheUsersAct() {
     Desk desk;
     const auto now = platform::x11::serverTime();
-    platform::noteUserActNow();
+    platform::noteUserInteractionNow();
     desk.app->focusInput();
     QVERIFY(waitUntil([&] { return desk.panel().isActive(); }));
     QVERIFY(hint(desk.panel(), "_NET_WM_USER_TIME").toUInt() >= now);

@@ -135,7 +135,7 @@ void FakeWebSocketTask::sendPing(DoneHandler pong) {
     }
 }
 
-void FakeWebSocketTask::readSigns(SignsHandler handler) {
+void FakeWebSocketTask::readHealth(HealthHandler handler) {
     QMetaObject::invokeMethod(
         this, [peer = m_peer, handler = std::move(handler)] { handler(peer->m_signs); },
         Qt::QueuedConnection);

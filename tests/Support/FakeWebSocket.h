@@ -43,7 +43,7 @@ public:
     // A connection cut without a close frame: the receive fails, then close and completion are reported.
     void breakConnection();
     void setAnswersPings(bool answers) { m_answersPings = answers; }
-    void setSigns(platform::ConnectionSigns signs) { m_signs = signs; }
+    void setSigns(platform::ConnectionHealth signs) { m_signs = signs; }
     // From now on every send fails with this; an empty value ends that. The end of a connection does the same
     // for good. Any thread.
     void setSendError(std::optional<platform::WebSocketError> error);
@@ -66,7 +66,7 @@ private:
     platform::WebSocketTask::ReceiveHandler m_receive;
     bool m_answersPings = true;
     int m_pingCount = 0;
-    platform::ConnectionSigns m_signs;
+    platform::ConnectionHealth m_signs;
 
     mutable std::mutex m_mutex;
     QList<platform::WebSocketMessage> m_sent;
@@ -87,7 +87,7 @@ public:
     void send(Payload kind, QByteArray payload, DoneHandler done) override;
     void receive(ReceiveHandler handler) override;
     void sendPing(DoneHandler pong) override;
-    void readSigns(SignsHandler handler) override;
+    void readHealth(HealthHandler handler) override;
     int httpStatus() const override { return m_peer->m_httpStatus; }
 
 private:

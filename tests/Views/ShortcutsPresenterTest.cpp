@@ -62,8 +62,8 @@ private Q_SLOTS:
         Page page;
         page.page->appear();
         QCOMPARE(page.page->takenNotice(), "");
-        page.keys->taken = {platform::desktopKeyOf("<Super>Left"), platform::desktopKeyOf("Meta+Up"),
-                            platform::desktopKeyOf("<Super>d"), platform::desktopKeyOf("Alt+Down")};
+        page.keys->taken = {platform::parseDesktopKey("<Super>Left"), platform::parseDesktopKey("Meta+Up"),
+                            platform::parseDesktopKey("<Super>d"), platform::parseDesktopKey("Alt+Down")};
         page.page->appear();
         QVERIFY(page.page->takenNotice().contains(shownKey("CmdOrCtrl+Left")));
         QVERIFY(!page.page->takenNotice().contains(shownKey("CmdOrCtrl+Down")));

@@ -9,13 +9,13 @@ namespace {
 
 // Ends a session under way with its host. The sessions live in coroutines, which may outlive the host.
 template<typename Session>
-QMetaObject::Connection tie(const QObject& host, Session& session) {
+QMetaObject::Connection cancelWithHost(const QObject& host, Session& session) {
     return QObject::connect(&host, &QObject::destroyed, session.lifetime(), [&session] { session.cancel(); });
 }
 
 QCoro::Task<PulseInventory> readInventory(PulseSettings settings, const QObject* host) {
     auto query = std::make_unique<PulseQuery>(settings);
-    tie(*host, *query);
+    cancelWithHost(*host, *query);
     query->start();
     auto inventory = co_await query->result();
     co_return inventory;
@@ -25,15 +25,15 @@ QCoro::Task<std::unique_ptr<AudioStream>> startCapture(PulseSettings settings, c
                                                        PulseCapture::Request request,
                                                        AudioStreamHandlers handlers) {
     auto capture = std::make_unique<PulseCapture>(settings, request, std::move(handlers));
-    const auto tied = tie(*host, *capture);
+    const auto connection = cancelWithHost(*host, *capture);
     capture->start();
     co_await capture->started();
-    QObject::disconnect(tied);
+    QObject::disconnect(connection);
     std::unique_ptr<AudioStream> stream = std::move(capture);
     co_return stream;
 }
 
-AudioSurvey surveyOf(const PulseInventory& inventory) {
+AudioSurvey makeSurvey(const PulseInventory& inventory) {
     AudioSurvey result{.outputs = static_cast<int>(inventory.sinks.size()),
                        .playingStreams = static_cast<int>(inventory.playing.size())};
     const auto* heard = inventory.heardSink();
@@ -62,7 +62,7 @@ public:
 
     QCoro::Task<AudioSurvey> survey() override {
         const auto inventory = co_await readInventory(m_settings, &m_lifetime);
-        auto result = surveyOf(inventory);
+        auto result = makeSurvey(inventory);
         co_return result;
     }
 

@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 // Before a device whose recording was ended or refused is tried again.
 constexpr auto retryDelay = 250ms;
 // A sound of the desktop on the default output is shorter, and does not take the ear off the call.
-constexpr auto rivalDelay = 2s;
+constexpr auto switchDelay = 2s;
 // Of the values that tell how loud a source is.
 constexpr uint32_t peaksPerSecond = 25;
 
@@ -51,7 +51,7 @@ constexpr bool isComplete() {
 }
 static_assert(isComplete());
 
-PulseStreamIdentity identityOf(const StreamName& stream, const AudioClientIdentity& program) {
+PulseStreamIdentity streamIdentity(const StreamName& stream, const AudioClientIdentity& program) {
     return {QLatin1String(stream.name),
             program.id.isEmpty() ? QString() : program.id + QLatin1String(stream.idSuffix)};
 }
@@ -84,7 +84,7 @@ void PulseCapture::connected() {
             // stream; of the devices only coming and going counts.
             if (facility == PA_SUBSCRIPTION_EVENT_SERVER || facility == PA_SUBSCRIPTION_EVENT_SINK_INPUT ||
                 type != PA_SUBSCRIPTION_EVENT_CHANGE) {
-                static_cast<PulseCapture*>(self)->look();
+                static_cast<PulseCapture*>(self)->readDevices();
             }
         },
         this);
@@ -96,10 +96,10 @@ void PulseCapture::connected() {
             pa_context_subscribe(context, static_cast<pa_subscription_mask_t>(mask), nullptr, nullptr)) {
         pa_operation_unref(operation);
     }
-    look();
+    readDevices();
 }
 
-void PulseCapture::look() {
+void PulseCapture::readDevices() {
     if (m_state == State::ended) {
         return;
     }
@@ -116,8 +116,8 @@ void PulseCapture::look() {
     });
 }
 
-void PulseCapture::lookAfter(std::chrono::milliseconds delay) {
-    m_nextLook = std::make_unique<PulseTimer>(m_connection, delay, [this] { look(); });
+void PulseCapture::readDevicesAfter(std::chrono::milliseconds delay) {
+    m_nextReading = std::make_unique<PulseTimer>(m_connection, delay, [this] { readDevices(); });
 }
 
 void PulseCapture::follow(const PulseInventory& inventory) {
@@ -128,7 +128,7 @@ void PulseCapture::follow(const PulseInventory& inventory) {
     if (!wanted) {
         take(Event::nothingWanted, missing);
     } else if (m_current && m_current->source() == wanted->index) {
-        m_rival = {};
+        m_pendingSwitch = {};
         take(Event::currentWanted, missing);
     } else if (m_current && isTooSoon(inventory, *wanted)) {
         take(Event::currentWanted, missing);
@@ -148,14 +148,14 @@ bool PulseCapture::isTooSoon(const PulseInventory& inventory, const PulseSource&
         return false;
     }
     const auto now = pa_rtclock_now();
-    if (m_rival.source != wanted.index) {
-        m_rival = {wanted.index, now};
+    if (m_pendingSwitch.source != wanted.index) {
+        m_pendingSwitch = {wanted.index, now};
     }
-    const auto waited = std::chrono::microseconds(now - m_rival.since);
-    if (waited >= rivalDelay) {
+    const auto waited = std::chrono::microseconds(now - m_pendingSwitch.since);
+    if (waited >= switchDelay) {
         return false;
     }
-    lookAfter(std::chrono::ceil<std::chrono::milliseconds>(rivalDelay - waited));
+    readDevicesAfter(std::chrono::ceil<std::chrono::milliseconds>(switchDelay - waited));
     return true;
 }
 
@@ -172,13 +172,13 @@ PulseRecordingFormat PulseCapture::formatFor(const PulseSource& source) const {
         .sample = source.sample,
         .channelMap = source.channelMap,
         .fragment = m_settings.fragment,
-        .stream = identityOf(system ? systemStream : microphoneStream, m_settings.identity)};
+        .stream = streamIdentity(system ? systemStream : microphoneStream, m_settings.identity)};
     if (m_request.delivery == Delivery::peaks) {
         result.sample = {.format = PA_SAMPLE_FLOAT32LE, .rate = peaksPerSecond, .channels = 1};
         pa_channel_map_init_mono(&result.channelMap);
         result.fragment = 1000ms / peaksPerSecond;
         result.flags = PA_STREAM_PEAK_DETECT;
-        result.stream = identityOf(meterStream, m_settings.identity);
+        result.stream = streamIdentity(meterStream, m_settings.identity);
     } else if (system) {
         // All channels of the output: how a server mixes them to one differs, and may clip.
         result.sample.format = PA_SAMPLE_FLOAT32LE;
@@ -218,7 +218,7 @@ void PulseCapture::enter(State state, const AudioError& reason) {
 void PulseCapture::recordingReady(PulseRecording& recording) {
     const bool isFirst = m_state == State::opening;
     m_current = std::move(m_next);
-    m_rival = {};
+    m_pendingSwitch = {};
     take(Event::nextReady, {AudioError::Kind::failed, QString()});
     reportDevice(recording.device(), isFirst);
 }
@@ -229,7 +229,7 @@ void PulseCapture::reportDevice(const QString& device, bool isFirst) {
         const auto started = m_started;
         const auto report = m_handlers.deviceChanged;
         if (isFirst) {
-            liftLimit();
+            stopTimeout();
         }
         if (report) {
             report(device);
@@ -245,7 +245,7 @@ void PulseCapture::recordingLost(PulseRecording& recording, const AudioError& re
     (isCurrent ? m_current : m_next).reset();
     take(isCurrent ? Event::currentLost : Event::nextLost, reason);
     if (m_state != State::ended) {
-        lookAfter(retryDelay);
+        readDevicesAfter(retryDelay);
     }
 }
 
@@ -261,7 +261,7 @@ void PulseCapture::release() {
     m_current.reset();
     m_next.reset();
     m_deadline.reset();
-    m_nextLook.reset();
+    m_nextReading.reset();
 }
 
 void PulseCapture::failed(const AudioError& error) {

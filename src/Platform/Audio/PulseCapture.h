@@ -31,15 +31,15 @@ private:
     using Event = PulseCaptureEvent;
 
     // A device that is wanted instead of one that still plays.
-    struct Rival {
+    struct PendingSwitch {
         uint32_t source = PA_INVALID_INDEX;
         pa_usec_t since = 0;
     };
 
     // On the connection's thread: all but the last two.
     void connected() override;
-    void look();
-    void lookAfter(std::chrono::milliseconds delay);
+    void readDevices();
+    void readDevicesAfter(std::chrono::milliseconds delay);
     void follow(const PulseInventory& inventory);
     bool isTooSoon(const PulseInventory& inventory, const PulseSource& wanted);
     void open(const PulseInventory& inventory, const PulseSource& source);
@@ -64,8 +64,8 @@ private:
     std::unique_ptr<PulseRecording> m_current; // what is delivered
     std::unique_ptr<PulseRecording> m_next;    // being opened, to take its place
     std::unique_ptr<PulseTimer> m_deadline;
-    std::unique_ptr<PulseTimer> m_nextLook;
-    Rival m_rival;
+    std::unique_ptr<PulseTimer> m_nextReading;
+    PendingSwitch m_pendingSwitch;
 };
 
 } // namespace platform

@@ -32,7 +32,7 @@ void PulseQuery::failed(const AudioError& error) {
 }
 
 void PulseQuery::finish(const PulseInventory& inventory) {
-    liftLimit();
+    stopTimeout();
     const auto result = m_result;
     result.resolve(inventory);
 }

@@ -34,7 +34,7 @@ protected:
     // Ends the connection and its thread. Nothing of it runs afterwards.
     void shutDown();
     // The limit of time is over with. Main thread.
-    void liftLimit() { m_limit.stop(); }
+    void stopTimeout() { m_limit.stop(); }
 
     // On the connection's thread:
     void fail(const AudioError& error);

@@ -12,7 +12,7 @@ namespace platform {
 // start of a coroutine and kept in its frame. Main thread.
 class OperationTicket {
 public:
-    bool isCurrent() const noexcept { return *m_course == m_issuedIn; }
+    bool isCurrent() const noexcept { return *m_generation == m_issuedIn; }
     // To be called after each co_await, before the owner is touched again. Throws OperationCancelled when the
     // owner is gone or has taken another course; `startTask` takes that for a normal end.
     void ensureCurrent() const {
@@ -23,11 +23,11 @@ public:
 
 private:
     friend class OperationScope;
-    explicit OperationTicket(std::shared_ptr<const quint64> course)
-        : m_course(std::move(course))
-        , m_issuedIn(*m_course) {}
+    explicit OperationTicket(std::shared_ptr<const quint64> generation)
+        : m_generation(std::move(generation))
+        , m_issuedIn(*m_generation) {}
 
-    std::shared_ptr<const quint64> m_course;
+    std::shared_ptr<const quint64> m_generation;
     quint64 m_issuedIn;
 };
 
@@ -40,12 +40,12 @@ public:
     OperationScope(const OperationScope&) = delete;
     OperationScope& operator=(const OperationScope&) = delete;
 
-    OperationTicket ticket() const { return OperationTicket(m_course); }
+    OperationTicket ticket() const { return OperationTicket(m_generation); }
     // The owner takes another course: operations under way end at their next check.
-    void cancel() noexcept { ++*m_course; }
+    void cancel() noexcept { ++*m_generation; }
 
 private:
-    std::shared_ptr<quint64> m_course = std::make_shared<quint64>(0);
+    std::shared_ptr<quint64> m_generation = std::make_shared<quint64>(0);
 };
 
 } // namespace platform

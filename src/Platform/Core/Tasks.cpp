@@ -22,7 +22,7 @@ void startTask(QCoro::Task<void> task, const char* name) {
     watch(std::move(task), name);
 }
 
-QCoro::Task<std::optional<QString>> failureOf(QCoro::Task<void> task) {
+QCoro::Task<std::optional<QString>> catchError(QCoro::Task<void> task) {
     std::optional<QString> failure;
     try {
         co_await task;

@@ -14,7 +14,7 @@ namespace platform {
 void startTask(QCoro::Task<void> task, const char* name);
 
 // Awaits the task and returns the text of what it threw, or nullopt when it succeeded.
-QCoro::Task<std::optional<QString>> failureOf(QCoro::Task<void> task);
+QCoro::Task<std::optional<QString>> catchError(QCoro::Task<void> task);
 
 // The text of an exception for a log line or the user.
 QString errorText(const std::exception& error);

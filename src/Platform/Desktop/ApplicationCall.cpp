@@ -20,7 +20,7 @@ constexpr int openTimeout = 60000; // ms, a start from a slow disk included
 constexpr int pollInterval = 10;   // ms
 
 // Returns only when the program could not be started.
-bool becomeProgram(const QString& program) {
+bool replaceProcessWith(const QString& program) {
     const auto path = QFile::encodeName(program);
     ::execl(path.constData(), path.constData(), nullptr);
     logLine(QStringLiteral("[App] %1 could not be started: %2. Install the program again.")
@@ -68,12 +68,12 @@ bool openApplication(const QString& applicationId, const QStringList& links, con
     const auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
         logLine(QStringLiteral("[App] No session bus: the program starts without the link. Type its id."));
-        return becomeProgram(program);
+        return replaceProcessWith(program);
     }
     auto answer = callApplication(bus, applicationId, links, openTimeout);
     if (answer.type() == QDBusMessage::ErrorMessage && busCannotStart(answer)) {
         if (links.isEmpty()) {
-            return becomeProgram(program);
+            return replaceProcessWith(program);
         }
         if (QProcess::startDetached(program, {}) && waitForName(bus, applicationId)) {
             answer = callApplication(bus, applicationId, links, openTimeout);

@@ -17,31 +17,31 @@ struct Limits {
     rlimit core{};
 };
 // Of the session; none while they are as they were.
-std::optional<Limits> usersLimits;
+std::optional<Limits> sessionLimits;
 
 } // namespace
 
 // A dump of the memory would put the tokens on disk. Only the soft limit: who looks for a fault raises it by
 // prlimit. Not PR_SET_DUMPABLE: portals and the sound server look into /proc at who calls them, and would
 // refuse.
-void keepToOurselves() {
+void restrictProcess() {
     Limits limits;
     limits.mask = umask(S_IRWXG | S_IRWXO);
     if (getrlimit(RLIMIT_CORE, &limits.core) == 0) {
         const rlimit none{0, limits.core.rlim_max};
         setrlimit(RLIMIT_CORE, &none);
-        usersLimits = limits;
+        sessionLimits = limits;
     }
 }
 
-void leaveToTheUser() {
-    if (usersLimits) {
-        umask(usersLimits->mask);
-        setrlimit(RLIMIT_CORE, &usersLimits->core);
+void restoreSessionLimits() {
+    if (sessionLimits) {
+        umask(sessionLimits->mask);
+        setrlimit(RLIMIT_CORE, &sessionLimits->core);
     }
 }
 
-bool startForTheUser(const QString& program, const QStringList& arguments) {
+bool startUserProgram(const QString& program, const QStringList& arguments) {
     // Ends with this process without its destructor, which would end what still runs.
     static auto* const started = new QObject;
     auto* process = new QProcess(started);
@@ -49,7 +49,7 @@ bool startForTheUser(const QString& program, const QStringList& arguments) {
     process->setProcessChannelMode(QProcess::ForwardedChannels);
     process->setChildProcessModifier([] {
         ::setsid();
-        leaveToTheUser();
+        restoreSessionLimits();
     });
     QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
     process->start(program, arguments);

@@ -7,12 +7,12 @@
 namespace platform {
 
 // First of all.
-void keepToOurselves();
+void restrictProcess();
 // In a child between fork and exec.
-void leaveToTheUser();
+void restoreSessionLimits();
 
 // Starts a program for the user, which outlives this process. False when it cannot be started.
 // QProcess::startDetached of Qt 6.4 runs no code in the child, so this does not use it.
-bool startForTheUser(const QString& program, const QStringList& arguments);
+bool startUserProgram(const QString& program, const QStringList& arguments);
 
 } // namespace platform

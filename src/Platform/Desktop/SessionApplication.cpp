@@ -68,7 +68,7 @@ public:
         const auto reply = bus->registerService(m_applicationId, QDBusConnectionInterface::DontQueueService,
                                                 QDBusConnectionInterface::DontAllowReplacement);
         if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered) {
-            takeStartingCall(*bus);
+            deliverStartingCall(*bus);
             return Start::first;
         }
         return activateRunning();
@@ -76,7 +76,7 @@ public:
 
 private:
     // It has waited for the name, and so comes before the answer to whatever is asked afterwards.
-    void takeStartingCall(const QDBusConnectionInterface& bus) {
+    void deliverStartingCall(const QDBusConnectionInterface& bus) {
         bus.isServiceRegistered(m_applicationId);
         QCoreApplication::sendPostedEvents(&m_object, QEvent::MetaCall);
     }

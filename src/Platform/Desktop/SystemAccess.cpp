@@ -53,7 +53,7 @@ bool startProgram(const QString& program, const QStringList& arguments) {
     if (QStandardPaths::findExecutable(program).isEmpty()) {
         return false;
     }
-    return startForTheUser(program, arguments);
+    return startUserProgram(program, arguments);
 }
 
 // Not every address is a page: an update is a package on the disk.
@@ -98,7 +98,7 @@ private:
         process->setStandardErrorFile(QProcess::nullDevice());
         process->setChildProcessModifier([] {
             ::setsid();
-            leaveToTheUser();
+            restoreSessionLimits();
         });
         const QDeadlineTimer search(longestSearch);
         QObject::connect(process, &QProcess::finished, &m_starters,

@@ -3,7 +3,7 @@
 #include "Platform/Core/Log.h"
 #include "Platform/Desktop/WaylandSession.h"
 #include "Platform/Input/KeyTable.h"
-#include "Platform/Windows/UserAct.h"
+#include "Platform/Windows/UserInteraction.h"
 
 #include <QGuiApplication>
 #include <QInputMethodQueryEvent>
@@ -199,7 +199,7 @@ void DesktopKeyMonitor::takeSessionKey(const X11Keyboard::Key& key) {
             return;
         }
         m_lastOfOthers = press;
-        noteUserAct(key.time);
+        noteUserInteraction(key.time);
     }
     const auto flags = modifierFlagsOfX11(key.state);
     const auto& layout = m_keyboard->layout();
@@ -222,7 +222,7 @@ bool DesktopKeyMonitor::eventFilter(QObject* watched, QEvent* event) {
         return takeOwnKey(*static_cast<QKeyEvent*>(event));
     case QEvent::MouseButtonPress:
         if (m_keyboard) {
-            noteUserAct(static_cast<quint32>(static_cast<QMouseEvent*>(event)->timestamp()));
+            noteUserInteraction(static_cast<quint32>(static_cast<QMouseEvent*>(event)->timestamp()));
         }
         return false;
     case QEvent::Expose:
@@ -255,7 +255,7 @@ bool DesktopKeyMonitor::takeOwnKey(const QKeyEvent& key) {
         return false;
     }
     if (press.code != 0) {
-        noteUserAct(press.time);
+        noteUserInteraction(press.time);
         if (press == m_lastOfOthers) {
             return false;
         }

@@ -16,14 +16,15 @@ namespace platform {
 
 namespace {
 
-struct Word {
+struct ModifierWord {
     const char* word;
     quint32 flag;
 };
-constexpr std::array words{
-    Word{"super", modifier::command},   Word{"meta", modifier::command}, Word{"shift", modifier::shift},
-    Word{"alt", modifier::option},      Word{"ctrl", modifier::control}, Word{"control", modifier::control},
-    Word{"primary", modifier::control},
+constexpr std::array modifierWords{
+    ModifierWord{"super", modifier::command},   ModifierWord{"meta", modifier::command},
+    ModifierWord{"shift", modifier::shift},     ModifierWord{"alt", modifier::option},
+    ModifierWord{"ctrl", modifier::control},    ModifierWord{"control", modifier::control},
+    ModifierWord{"primary", modifier::control},
 };
 
 constexpr std::array gnomeSchemas{
@@ -104,16 +105,16 @@ QStringList xfceKeys() {
     return keys;
 }
 
-struct Desktop {
+struct KeySource {
     const char* name; // as XDG_CURRENT_DESKTOP has it
     QStringList (*read)();
 };
-constexpr std::array desktops{Desktop{"GNOME", gnomeKeys}, Desktop{"KDE", kdeKeys},
-                              Desktop{"XFCE", xfceKeys}};
+constexpr std::array keySources{KeySource{"GNOME", gnomeKeys}, KeySource{"KDE", kdeKeys},
+                                KeySource{"XFCE", xfceKeys}};
 
 } // namespace
 
-DesktopKey desktopKeyOf(const QString& text) {
+DesktopKey parseDesktopKey(const QString& text) {
     static const QRegularExpression separators(QStringLiteral("[<>+]"));
     DesktopKey key;
     auto parts = text.toLower().split(separators, Qt::SkipEmptyParts);
@@ -122,7 +123,7 @@ DesktopKey desktopKeyOf(const QString& text) {
     }
     const auto name = parts.takeLast();
     for (const auto& part : parts) {
-        for (const auto& row : words) {
+        for (const auto& row : modifierWords) {
             key.modifierFlags |= part == QLatin1String(row.word) ? row.flag : 0;
         }
     }
@@ -134,16 +135,16 @@ DesktopKey desktopKeyOf(const QString& text) {
 QList<DesktopKey> desktopKeys() {
     QList<DesktopKey> keys;
     const auto running = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':');
-    for (const auto& desktop : desktops) {
-        if (!running.contains(QLatin1String(desktop.name))) {
+    for (const auto& source : keySources) {
+        if (!running.contains(QLatin1String(source.name))) {
             continue;
         }
-        auto texts = desktop.read();
+        auto texts = source.read();
         if (texts.isEmpty()) {
             texts = QStringList(shippedKeys.begin(), shippedKeys.end());
         }
         for (const auto& text : texts) {
-            keys.append(desktopKeyOf(text));
+            keys.append(parseDesktopKey(text));
         }
     }
     return keys;

@@ -16,7 +16,7 @@ struct DesktopKey {
 };
 
 // As GTK ("<Super><Shift>Left") and KDE ("Meta+Shift+Left") write them.
-DesktopKey desktopKeyOf(const QString& text);
+DesktopKey parseDesktopKey(const QString& text);
 
 // Those of the running desktop (GNOME, KDE, Xfce) in its own settings; where they cannot be read, the ones
 // that it is known to ship with and that matter here. Empty for another desktop.

@@ -4,7 +4,7 @@
 #include "Platform/Core/Tasks.h"
 #include "Platform/Desktop/PortalRequest.h"
 #include "Platform/Input/KeyTable.h"
-#include "Platform/Windows/UserAct.h"
+#include "Platform/Windows/UserInteraction.h"
 
 #include <QDBusArgument>
 #include <QDBusMetaType>
@@ -63,7 +63,7 @@ constexpr std::array modifierNames{
 };
 
 // Empty for a name that is no key's.
-QString symbolNameOf(const DesktopShortcut& shortcut) {
+QString symbolName(const DesktopShortcut& shortcut) {
     if (const auto* symbol = symbolOf(shortcut.keyCode)) {
         return QLatin1String(symbol);
     }
@@ -77,20 +77,20 @@ QString symbolNameOf(const DesktopShortcut& shortcut) {
                : QString();
 }
 
-QString triggerOf(const DesktopShortcut& shortcut) {
+QString portalTrigger(const DesktopShortcut& shortcut) {
     QString trigger;
     for (const auto& row : modifierNames) {
         if (shortcut.modifierFlags & row.flag) {
             trigger += QLatin1String(row.name) + u'+';
         }
     }
-    return trigger + symbolNameOf(shortcut);
+    return trigger + symbolName(shortcut);
 }
 
 // The desktop takes the key from every program: no key that is typed.
 bool canBeTaken(const DesktopShortcut& shortcut) {
     constexpr auto commanding = modifier::command | modifier::control | modifier::option;
-    return (shortcut.modifierFlags & commanding) && !symbolNameOf(shortcut).isEmpty();
+    return (shortcut.modifierFlags & commanding) && !symbolName(shortcut).isEmpty();
 }
 
 QMap<QString, QString> triggersIn(const QVariant& shortcuts) {
@@ -203,7 +203,7 @@ QCoro::Task<void> GlobalShortcutsPortal::bind(QList<DesktopShortcut> shortcuts) 
     for (const auto& shortcut : shortcuts) {
         list.append({shortcut.id,
                      {{QStringLiteral("description"), shortcut.description},
-                      {QStringLiteral("preferred_trigger"), triggerOf(shortcut)}}});
+                      {QStringLiteral("preferred_trigger"), portalTrigger(shortcut)}}});
     }
     const QVariantMap wishes{{QStringLiteral("session_handle_token"), sessionToken},
                              {shortcutsKey, QVariant::fromValue(list)}};
@@ -266,7 +266,7 @@ bool GlobalShortcutsPortal::isOurs(const QDBusMessage& message) const {
 
 void GlobalShortcutsPortal::activated(const QDBusMessage& message) {
     if (isOurs(message)) {
-        noteUserActNow();
+        noteUserInteractionNow();
         Q_EMIT pressed(message.arguments().at(1).toString());
     }
 }

@@ -20,7 +20,7 @@ namespace platform {
 namespace {
 
 // A change comes as a burst: link, addresses, routes.
-constexpr std::chrono::milliseconds moment{500};
+constexpr std::chrono::milliseconds settleTime{500};
 
 // A descriptor of the kernel that the main loop watches; one that cannot be had stays silent.
 class WatchedDescriptor {
@@ -77,9 +77,9 @@ public:
     KernelMonitor()
         : m_clockDescriptor(::timerfd_create(CLOCK_REALTIME, TFD_CLOEXEC | TFD_NONBLOCK))
         , m_routeDescriptor(openRoutes()) {
-        m_moment.setSingleShot(true);
-        m_moment.setInterval(moment);
-        connect(&m_moment, &QTimer::timeout, this, [this] { Q_EMIT disturbed(m_cause); });
+        m_settleTimer.setSingleShot(true);
+        m_settleTimer.setInterval(settleTime);
+        connect(&m_settleTimer, &QTimer::timeout, this, [this] { Q_EMIT disturbed(m_cause); });
         armClock(m_clockDescriptor.get());
         m_clockDescriptor.onReadable(this, [this] { readClock(); });
         m_routeDescriptor.onReadable(this, [this] { readRoutes(); });
@@ -116,9 +116,9 @@ private:
 
     // The causes stand in the order of their weight.
     void note(Cause cause) {
-        m_cause = m_moment.isActive() ? std::min(m_cause, cause) : cause;
-        if (!m_moment.isActive()) {
-            m_moment.start();
+        m_cause = m_settleTimer.isActive() ? std::min(m_cause, cause) : cause;
+        if (!m_settleTimer.isActive()) {
+            m_settleTimer.start();
         }
     }
 
@@ -126,7 +126,7 @@ private:
     WatchedDescriptor m_routeDescriptor;
     ClockWatch m_clocks{ClockReadings::now()};
     RouteWatch m_routes;
-    QTimer m_moment;
+    QTimer m_settleTimer;
     Cause m_cause = Cause::networkChanged;
 };
 

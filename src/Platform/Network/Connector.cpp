@@ -47,7 +47,7 @@ Connector::Connector(NetworkThread& thread, Transport& transport, const ConnectP
     , m_plan(plan)
     , m_attemptTimer(transport.get_executor()) {}
 
-void Connector::trustRoots(asio::ssl::context& context, const QString& rootsFile) {
+void Connector::loadTrustedRoots(asio::ssl::context& context, const QString& rootsFile) {
     SSL_CTX_set_min_proto_version(context.native_handle(), TLS1_2_VERSION);
     context.set_verify_mode(asio::ssl::verify_peer);
     error_code error;
@@ -136,30 +136,31 @@ void Connector::connected(error_code error) {
         if (m_plan.proxyHost.isEmpty()) {
             startTls();
         } else if (m_plan.proxyKind == ConnectPlan::ProxyKind::socks5) {
-            throughSocks();
+            connectThroughSocks();
         } else {
-            throughProxy();
+            connectThroughHttpProxy();
         }
     }
 }
 
-void Connector::throughProxy() {
+void Connector::connectThroughHttpProxy() {
     const auto peer = (m_plan.host.contains(':') ? '[' + m_plan.host + ']' : m_plan.host) + ':' +
                       QByteArray::number(m_plan.port);
     auto request = "CONNECT " + peer + " HTTP/1.1\r\nHost: " + peer + "\r\n";
     if (!m_plan.proxyCredentials.isEmpty()) {
         request += "Proxy-Authorization: Basic " + m_plan.proxyCredentials.toBase64() + "\r\n";
     }
-    m_proxyTalk = (request + "\r\n").toStdString();
-    asio::async_write(m_transport.socket(), asio::buffer(m_proxyTalk),
+    m_proxyBuffer = (request + "\r\n").toStdString();
+    asio::async_write(m_transport.socket(), asio::buffer(m_proxyBuffer),
                       [this, owned = m_owner](error_code error, std::size_t) {
-                          m_proxyTalk.clear();
+                          m_proxyBuffer.clear();
                           error ? proxyAnswered(error) : readProxyAnswer();
                       });
 }
 
 void Connector::readProxyAnswer() {
-    asio::async_read_until(m_transport.socket(), asio::dynamic_buffer(m_proxyTalk, maxProxyHead), "\r\n\r\n",
+    asio::async_read_until(m_transport.socket(), asio::dynamic_buffer(m_proxyBuffer, maxProxyHead),
+                           "\r\n\r\n",
                            [this, owned = m_owner](error_code error, std::size_t) { proxyAnswered(error); });
 }
 
@@ -167,14 +168,14 @@ void Connector::proxyAnswered(error_code error) {
     if (!m_handler) {
         return;
     }
-    const int status = error ? 0 : httpStatusOf(m_proxyTalk.data(), m_proxyTalk.size());
+    const int status = error ? 0 : httpStatusOf(m_proxyBuffer.data(), m_proxyBuffer.size());
     if (status >= 200 && status <= 299) {
         startTls();
         return;
     }
     if (status >= 100 && status <= 199) {
         // Not yet the answer.
-        m_proxyTalk.erase(0, m_proxyTalk.find("\r\n\r\n") + 4);
+        m_proxyBuffer.erase(0, m_proxyBuffer.find("\r\n\r\n") + 4);
         readProxyAnswer();
         return;
     }
@@ -187,7 +188,7 @@ void Connector::proxyAnswered(error_code error) {
     }
 }
 
-void Connector::throughSocks() {
+void Connector::connectThroughSocks() {
     m_socks.emplace(m_transport.socket(),
                     SocksHandshake::Target{m_plan.host, m_plan.port, m_plan.proxyCredentials});
     m_socks->run(m_owner, [this](const std::optional<std::string>& failure) {
@@ -201,7 +202,7 @@ void Connector::throughSocks() {
 
 // Tells TLS which name to ask for and to verify. False: it does not take the name, and nothing would be
 // verified.
-bool Connector::nameTlsHost() {
+bool Connector::setTlsHostName() {
     auto* ssl = m_transport.tls().native_handle();
     const auto host = m_plan.host.toStdString();
     if (isNumeric(host)) {
@@ -216,7 +217,7 @@ void Connector::startTls() {
         finish(std::nullopt);
         return;
     }
-    if (!nameTlsHost()) {
+    if (!setTlsHostName()) {
         finish(WebSocketError(
             Kind::tlsFailed,
             networkText::tlsFailed(m_plan.hostText(), QStringLiteral("its name cannot be verified"))));

@@ -24,16 +24,16 @@ public:
     void abandon();
 
     // For a connection that verifies its peer. Throws WebSocketError if the roots cannot be read.
-    static void trustRoots(asio::ssl::context& context, const QString& rootsFile);
+    static void loadTrustedRoots(asio::ssl::context& context, const QString& rootsFile);
 
 private:
     void connectNext();
     void connected(error_code error);
-    void throughProxy();
+    void connectThroughHttpProxy();
     void readProxyAnswer();
     void proxyAnswered(error_code error);
-    void throughSocks();
-    bool nameTlsHost();
+    void connectThroughSocks();
+    bool setTlsHostName();
     void startTls();
     void finish(std::optional<WebSocketError> error);
     WebSocketError unreachable(const std::string& reason) const;
@@ -48,7 +48,7 @@ private:
     std::vector<std::string> m_addresses;
     std::size_t m_next = 0;
     bool m_connecting = false;
-    std::string m_proxyTalk;
+    std::string m_proxyBuffer;
     std::optional<SocksHandshake> m_socks;
 };
 

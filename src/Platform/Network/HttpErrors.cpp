@@ -38,7 +38,7 @@ constexpr std::array kinds{
     Row{QNetworkReply::ProtocolInvalidOperationError, HttpError::Kind::notHttp},
 };
 
-HttpError::Kind kindOf(Error error) {
+HttpError::Kind errorKind(Error error) {
     const auto row = std::ranges::find(kinds, error, &Row::error);
     return row == kinds.end() ? HttpError::Kind::other : row->kind;
 }
@@ -49,8 +49,8 @@ HttpError::Kind kindWithProxy(HttpError::Kind kind, const QNetworkProxy& proxy) 
     return noConnection && proxy.type() != QNetworkProxy::NoProxy ? HttpError::Kind::proxyFailed : kind;
 }
 
-QString textOf(HttpError::Kind kind, const QString& host, const QString& reason,
-               const QList<QSslError>& sslErrors, const QNetworkProxy& proxy) {
+QString errorSentence(HttpError::Kind kind, const QString& host, const QString& reason,
+                      const QList<QSslError>& sslErrors, const QNetworkProxy& proxy) {
     switch (kind) {
     case HttpError::Kind::timedOut:
         return networkText::timedOut(host);
@@ -76,7 +76,7 @@ QString textOf(HttpError::Kind kind, const QString& host, const QString& reason,
 
 } // namespace
 
-bool isAnswer(const QNetworkReply& reply) {
+bool isServerResponse(const QNetworkReply& reply) {
     const auto error = reply.error();
     // Qt files 400 and 418 under the protocol's errors, the others under the content's and the server's.
     const bool ofTheServer = (error > 200 && error < 300) || (error > 400 && error < 500) ||
@@ -88,8 +88,8 @@ bool isAnswer(const QNetworkReply& reply) {
 HttpError classify(const QNetworkReply& reply, const QList<QSslError>& sslErrors,
                    const QNetworkProxy& proxy) {
     const auto kind =
-        sslErrors.isEmpty() ? kindWithProxy(kindOf(reply.error()), proxy) : HttpError::Kind::tlsFailed;
-    return HttpError(kind, textOf(kind, reply.url().host(), reply.errorString(), sslErrors, proxy));
+        sslErrors.isEmpty() ? kindWithProxy(errorKind(reply.error()), proxy) : HttpError::Kind::tlsFailed;
+    return HttpError(kind, errorSentence(kind, reply.url().host(), reply.errorString(), sslErrors, proxy));
 }
 
 } // namespace platform

@@ -9,7 +9,7 @@
 namespace platform {
 
 // True if Qt calls "error" what is an answer of the server: a status of 400 and above.
-bool isAnswer(const QNetworkReply& reply);
+bool isServerResponse(const QNetworkReply& reply);
 
 // What went wrong, with a sentence for the user. `sslErrors` are those that the reply reported, `proxy` the
 // one that the request was to go through.

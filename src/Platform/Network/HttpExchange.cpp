@@ -35,9 +35,9 @@ private:
 
 // A body that can be read once. Without it Qt sends the request again, up to three times, when the connection
 // ends before an answer, and the server may have acted on each.
-class BodyOnce : public QIODevice {
+class SingleReadBody : public QIODevice {
 public:
-    BodyOnce(QByteArray bytes, QObject* parent)
+    SingleReadBody(QByteArray bytes, QObject* parent)
         : QIODevice(parent)
         , m_bytes(std::move(bytes)) {
         open(QIODevice::ReadOnly | QIODevice::Unbuffered);
@@ -150,7 +150,7 @@ QNetworkReply* HttpExchange::send(bool withCookies) {
     const auto body = m_request.body.value_or(QByteArray());
     request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
     request.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
-    return m_manager.sendCustomRequest(request, verb, new BodyOnce(body, &m_manager));
+    return m_manager.sendCustomRequest(request, verb, new SingleReadBody(body, &m_manager));
 }
 
 QCoro::Task<void> HttpExchange::begin(QPointer<QNetworkCookieJar> cookies) {
@@ -208,7 +208,7 @@ void HttpExchange::deliver() {
 }
 
 bool HttpExchange::wantsBody() {
-    return std::exchange(m_headJudged, true) || !m_request.wantsBody || m_request.wantsBody(response());
+    return std::exchange(m_headChecked, true) || !m_request.wantsBody || m_request.wantsBody(response());
 }
 
 void HttpExchange::takeBody() {
@@ -240,7 +240,7 @@ HttpResponse HttpExchange::response() const {
 }
 
 void HttpExchange::finish() {
-    if (!isAnswer(*m_reply)) {
+    if (!isServerResponse(*m_reply)) {
         fail(classify(*m_reply, m_sslErrors, m_proxy));
         return;
     }

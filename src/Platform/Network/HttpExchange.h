@@ -58,7 +58,7 @@ private:
     QList<QSslError> m_sslErrors;
     Completion<HttpResponse> m_completion;
     OperationScope m_scope;
-    bool m_headJudged = false;
+    bool m_headChecked = false;
     bool m_settled = false;
 };
 

@@ -57,8 +57,8 @@ void SocksHandshake::run(std::shared_ptr<void> owner, Handler handler) {
         finish("the name of the server is too long for it");
         return;
     }
-    m_say = m_target.credentials.isEmpty() ? std::string{version, 1, noAuthentication}
-                                           : std::string{version, 2, noAuthentication, userAndPassword};
+    m_request = m_target.credentials.isEmpty() ? std::string{version, 1, noAuthentication}
+                                               : std::string{version, 2, noAuthentication, userAndPassword};
     exchange(2, &SocksHandshake::chooseMethod);
 }
 
@@ -66,7 +66,7 @@ void SocksHandshake::chooseMethod() {
     if (m_answer[0] != version) {
         finish("it does not speak SOCKS 5");
     } else if (m_answer[1] == noAuthentication) {
-        askForTheWay();
+        requestConnection();
     } else if (m_answer[1] == userAndPassword && !m_target.credentials.isEmpty()) {
         const auto colon = m_target.credentials.indexOf(':');
         const auto user = m_target.credentials.left(colon).toStdString();
@@ -75,7 +75,7 @@ void SocksHandshake::chooseMethod() {
             finish("the user name or the password is too long for it");
             return;
         }
-        m_say = authenticationVersion + field(user) + field(password);
+        m_request = authenticationVersion + field(user) + field(password);
         exchange(2, &SocksHandshake::authenticate);
     } else {
         finish("it asks for a user name and a password");
@@ -87,12 +87,12 @@ void SocksHandshake::authenticate() {
         finish("it does not accept the user name and the password");
         return;
     }
-    askForTheWay();
+    requestConnection();
 }
 
-void SocksHandshake::askForTheWay() {
-    m_say = std::string{version, connectCommand, 0} + addressOf(m_target.host.toStdString()) +
-            static_cast<char>(m_target.port >> 8) + static_cast<char>(m_target.port & 0xff);
+void SocksHandshake::requestConnection() {
+    m_request = std::string{version, connectCommand, 0} + addressOf(m_target.host.toStdString()) +
+                static_cast<char>(m_target.port >> 8) + static_cast<char>(m_target.port & 0xff);
     // As far as the first byte of the address: it tells how long the rest is.
     exchange(5, &SocksHandshake::takeAnswer);
 }
@@ -132,13 +132,13 @@ void SocksHandshake::takeAddress() {
 
 void SocksHandshake::exchange(std::size_t answerBytes, Step next) {
     m_answer.assign(answerBytes, '\0');
-    if (m_say.empty()) {
+    if (m_request.empty()) {
         read(next);
         return;
     }
-    asio::async_write(m_socket, asio::buffer(m_say),
+    asio::async_write(m_socket, asio::buffer(m_request),
                       [this, owned = m_owner, next](error_code error, std::size_t) {
-                          m_say.clear();
+                          m_request.clear();
                           if (error) {
                               finish(error.message());
                           } else {

@@ -35,7 +35,7 @@ private:
 
     void chooseMethod();
     void authenticate();
-    void askForTheWay();
+    void requestConnection();
     void takeAnswer();
     void takeAddress();
     // Writes what there is to say, if anything, and reads so many bytes.
@@ -48,7 +48,7 @@ private:
     Target m_target;
     std::shared_ptr<void> m_owner;
     Handler m_handler;
-    std::string m_say;
+    std::string m_request;
     std::string m_answer;
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Network/Asio.h"
-#include "Platform/Network/InterimAnswers.h"
+#include "Platform/Network/InterimResponses.h"
 
 #include <boost/beast/core/stream_traits.hpp>
 #include <boost/beast/websocket/ssl.hpp>
@@ -121,7 +121,7 @@ private:
 
     TlsStream m_stream;
     bool m_encrypted = false;
-    InterimAnswers m_answers;
+    InterimResponses m_answers;
     std::string m_rest;             // what was judged together, but had no room in the reader's buffer
     std::array<char, 12> m_first{}; // "HTTP/1.1 503"
     std::size_t m_firstSize = 0;

@@ -4,7 +4,7 @@
 #include "Platform/Network/NetworkText.h"
 #include "Platform/Network/NetworkThread.h"
 #include "Platform/Network/SendQueue.h"
-#include "Platform/Network/SocketSigns.h"
+#include "Platform/Network/SocketHealth.h"
 #include "Platform/Network/Transport.h"
 #include "Platform/Network/WebSocketMailbox.h"
 
@@ -23,7 +23,7 @@ namespace websocket = boost::beast::websocket;
 using Kind = WebSocketError::Kind;
 
 // For the peer to answer a close frame and to end the connection.
-constexpr std::chrono::seconds closeBound{2};
+constexpr std::chrono::seconds closeTimeout{2};
 // Frames up to this size leave in one write; also the size of a TLS record.
 constexpr std::size_t writeBufferBytes = 16 * 1024;
 // A buffer that one large message has blown up is given back.
@@ -38,7 +38,7 @@ public:
     BeastConnection(NetworkThread& thread, std::shared_ptr<WebSocketMailbox> mailbox)
         : m_thread(thread)
         , m_mailbox(std::move(mailbox))
-        , m_bound(thread.context().get_executor()) {}
+        , m_timeout(thread.context().get_executor()) {}
 
     void start(ConnectPlan plan) override {
         post([plan = std::move(plan)](BeastConnection& self) mutable { self.doStart(std::move(plan)); });
@@ -50,10 +50,10 @@ public:
             self.pumpPings();
         });
     }
-    void readSigns(WebSocketTask::SignsHandler handler) override {
+    void readHealth(WebSocketTask::HealthHandler handler) override {
         post([handler = std::move(handler)](BeastConnection& self) {
-            handler(self.isOpen() ? signsOf(self.m_stream->next_layer().socket().native_handle())
-                                  : ConnectionSigns());
+            handler(self.isOpen() ? socketHealth(self.m_stream->next_layer().socket().native_handle())
+                                  : ConnectionHealth());
         });
     }
     void resumeReading() override {
@@ -101,9 +101,9 @@ private:
     void doCancel(int closeCode);
     void closed(error_code) { drop(); }
 
-    void armBound(std::chrono::milliseconds bound);
-    void liftBound();
-    void boundReached();
+    void armTimeout(std::chrono::milliseconds timeout);
+    void cancelTimeout();
+    void timeoutReached();
     void report(WebSocketEnd end);
     void fail(const WebSocketError& error, int httpStatus = 0);
     void failSends(const std::exception_ptr& error);
@@ -112,8 +112,8 @@ private:
 
     NetworkThread& m_thread;
     const std::shared_ptr<WebSocketMailbox> m_mailbox;
-    SteadyTimer m_bound;
-    quint64 m_boundSerial = 0;
+    SteadyTimer m_timeout;
+    quint64 m_timeoutSerial = 0;
     // Any thread: sends fail at once when set.
     std::atomic<bool> m_cancelled = false;
     std::atomic<bool> m_reported = false;
@@ -162,7 +162,7 @@ void BeastConnection::doStart(ConnectPlan plan) {
     m_tls.emplace(asio::ssl::context::tls_client);
     try {
         if (m_plan.encrypted) {
-            Connector::trustRoots(*m_tls, m_plan.rootsFile);
+            Connector::loadTrustedRoots(*m_tls, m_plan.rootsFile);
         }
     } catch (const WebSocketError& error) {
         fail(error);
@@ -172,10 +172,10 @@ void BeastConnection::doStart(ConnectPlan plan) {
     // A weak reference: the stream is part of this object.
     m_stream->next_layer().onTeardown = [weak = weak_from_this()] {
         if (const auto self = weak.lock()) {
-            self->armBound(closeBound);
+            self->armTimeout(closeTimeout);
         }
     };
-    armBound(m_plan.bound);
+    armTimeout(m_plan.timeout);
     m_connector.emplace(m_thread, m_stream->next_layer(), m_plan);
     m_connector->run(shared_from_this(),
                      [this](std::optional<WebSocketError> error) { upgrade(std::move(error)); });
@@ -202,7 +202,7 @@ void BeastConnection::upgraded(error_code error) {
         const int status = m_stream->next_layer().answeredStatus();
         fail(refusal(error), status);
     } else {
-        liftBound();
+        cancelTimeout();
         m_open = true;
         m_mailbox->opened();
         read();
@@ -253,7 +253,7 @@ void BeastConnection::written(error_code error, std::size_t) {
         failDropped();
     } else if (isOpen()) {
         // What the peer said last may still be there to read, and tells more.
-        armBound(closeBound);
+        armTimeout(closeTimeout);
     }
     if (done) {
         done(error ? pointer(
@@ -279,7 +279,7 @@ void BeastConnection::pinged(error_code error) {
     if (!error) {
         pumpPings();
     } else if (isOpen()) {
-        armBound(closeBound);
+        armTimeout(closeTimeout);
     }
 }
 
@@ -319,7 +319,7 @@ void BeastConnection::controlFrame(websocket::frame_type kind, boost::beast::str
     } else if (kind == websocket::frame_type::close) {
         // Beast answers it; nobody needs to wait for the peer to hang up.
         report(endAfter(websocket::error::closed));
-        armBound(closeBound);
+        armTimeout(closeTimeout);
     }
 }
 
@@ -349,27 +349,27 @@ void BeastConnection::doCancel(int closeCode) {
         return;
     }
     m_reported = true;
-    armBound(closeBound);
+    armTimeout(closeTimeout);
     m_stream->async_close(static_cast<websocket::close_code>(closeCode), bind(&BeastConnection::closed));
 }
 
-void BeastConnection::armBound(std::chrono::milliseconds bound) {
-    liftBound();
-    m_bound.expires_after(bound);
-    m_bound.async_wait([self = shared_from_this(), serial = m_boundSerial](error_code) {
-        if (serial == self->m_boundSerial) {
-            self->boundReached();
+void BeastConnection::armTimeout(std::chrono::milliseconds timeout) {
+    cancelTimeout();
+    m_timeout.expires_after(timeout);
+    m_timeout.async_wait([self = shared_from_this(), serial = m_timeoutSerial](error_code) {
+        if (serial == self->m_timeoutSerial) {
+            self->timeoutReached();
         }
     });
 }
 
 // A timer that has run out already can no longer be cancelled: the serial tells.
-void BeastConnection::liftBound() {
-    ++m_boundSerial;
-    m_bound.cancel();
+void BeastConnection::cancelTimeout() {
+    ++m_timeoutSerial;
+    m_timeout.cancel();
 }
 
-void BeastConnection::boundReached() {
+void BeastConnection::timeoutReached() {
     if (!m_open) {
         fail(WebSocketError(Kind::timedOut, networkText::timedOut(m_plan.hostText())));
         return;
@@ -406,7 +406,7 @@ void BeastConnection::failSends(const std::exception_ptr& error) {
 }
 
 void BeastConnection::drop() {
-    liftBound();
+    cancelTimeout();
     if (m_connector) {
         m_connector->abandon();
     }

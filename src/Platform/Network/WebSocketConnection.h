@@ -20,7 +20,7 @@ struct ConnectPlan {
     QString rootsFile = {}; // empty: the system's store
     qint64 maxMessageBytes = 0;
     // For name, connection, TLS and upgrade together.
-    std::chrono::milliseconds bound{30'000};
+    std::chrono::milliseconds timeout{30'000};
     enum class ProxyKind { http, socks5 };
     ProxyKind proxyKind = ProxyKind::http;
     QByteArray proxyHost = {}; // empty: no proxy
@@ -43,7 +43,7 @@ public:
     // Ids rise from call to call.
     virtual void ping(quint32 id) = 0;
     // The handler runs on the network thread.
-    virtual void readSigns(WebSocketTask::SignsHandler handler) = 0;
+    virtual void readHealth(WebSocketTask::HealthHandler handler) = 0;
     // After the mailbox said that it is full.
     virtual void resumeReading() = 0;
     // Nothing is reported after it.

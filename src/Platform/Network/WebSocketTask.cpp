@@ -35,7 +35,7 @@ QByteArray hostHeader(const QUrl& url, const QByteArray& host) {
 }
 
 // What the proxies of the system are asked about.
-QUrl webUrlOf(QUrl url) {
+QUrl httpUrl(QUrl url) {
     url.setScheme(url.scheme() == QStringLiteral("wss") ? QStringLiteral("https") : QStringLiteral("http"));
     url.setQuery(QString()); // it holds the token
     return url;
@@ -120,7 +120,7 @@ public:
     }
     void receive(ReceiveHandler handler) override;
     void sendPing(DoneHandler pong) override;
-    void readSigns(SignsHandler handler) override;
+    void readHealth(HealthHandler handler) override;
 
 private:
     struct Ping {
@@ -147,7 +147,7 @@ private:
     std::deque<Ping> m_pings;
     quint32 m_lastPing = 0;
     int m_httpStatus = 0;
-    bool m_openedSaid = false;
+    bool m_openedReported = false;
     bool m_cancelled = false;
     // Why nothing can be received or pinged any more.
     std::optional<WebSocketError> m_over;
@@ -162,7 +162,7 @@ QCoro::Task<void> SocketTask::start() {
     const auto ticket = m_scope.ticket();
     try {
         requireWebSocketAddress(m_url);
-        auto lookup = systemProxies(webUrlOf(m_url));
+        auto lookup = systemProxies(httpUrl(m_url));
         const auto proxies = co_await std::move(lookup);
         ticket.ensureCurrent();
         m_connection->start(planFor(m_url, usableProxy(proxies), m_maxMessageBytes));
@@ -203,14 +203,15 @@ void SocketTask::sendPing(DoneHandler pong) {
     }
 }
 
-void SocketTask::readSigns(SignsHandler handler) {
-    m_connection->readSigns([ticket = m_scope.ticket(), handler = std::move(handler)](ConnectionSigns signs) {
-        dispatchToMain([ticket, handler, signs] {
-            if (ticket.isCurrent()) {
-                handler(signs);
-            }
+void SocketTask::readHealth(HealthHandler handler) {
+    m_connection->readHealth(
+        [ticket = m_scope.ticket(), handler = std::move(handler)](ConnectionHealth health) {
+            dispatchToMain([ticket, handler, health] {
+                if (ticket.isCurrent()) {
+                    handler(health);
+                }
+            });
         });
-    });
 }
 
 // Whatever is called from here may destroy or cancel the task.
@@ -220,8 +221,8 @@ void SocketTask::takeMail() {
     if (!goesOn()) {
         return;
     }
-    if (!m_openedSaid && m_mailbox->isOpened()) {
-        m_openedSaid = true;
+    if (!m_openedReported && m_mailbox->isOpened()) {
+        m_openedReported = true;
         m_httpStatus = 101;
         Q_EMIT opened();
     }

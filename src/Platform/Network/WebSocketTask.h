@@ -45,7 +45,7 @@ struct WebSocketMessage {
 };
 
 // What the system knows of an open connection without asking the peer.
-struct ConnectionSigns {
+struct ConnectionHealth {
     // Received, and acknowledged by the other side's system. Rises while anything gets through.
     quint64 bytesThrough = 0;
     // False: packets for the peer have no way out of this machine.
@@ -64,7 +64,7 @@ public:
     // The message, or the reason why there will be none.
     using ReceiveHandler = std::function<void(std::optional<WebSocketMessage>, std::exception_ptr)>;
 
-    using SignsHandler = std::function<void(ConnectionSigns)>;
+    using HealthHandler = std::function<void(ConnectionHealth)>;
 
     enum class Payload { text, binary };
 
@@ -86,7 +86,7 @@ public:
     virtual void receive(ReceiveHandler handler) = 0;
     // `pong` reports the answer, or an error when the connection ends before one came.
     virtual void sendPing(DoneHandler pong) = 0;
-    virtual void readSigns(SignsHandler handler) = 0;
+    virtual void readHealth(HealthHandler handler) = 0;
     // Status of the answer to the upgrade request; 0 as long as there is none.
     virtual int httpStatus() const = 0;
 

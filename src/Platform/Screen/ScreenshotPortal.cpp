@@ -13,7 +13,7 @@ namespace platform {
 namespace {
 
 // The file with the picture.
-QString fileIn(const PortalRequest::Answer& answer) {
+QString pictureFile(const PortalRequest::Answer& answer) {
     const auto file = QUrl(answer.results.value(QStringLiteral("uri")).toString()).toLocalFile();
     if (answer.response == PortalRequest::refused) {
         throw ScreenGrabError(
@@ -25,7 +25,7 @@ QString fileIn(const PortalRequest::Answer& answer) {
     return file;
 }
 
-ScreenGrabError errorOf(const PortalError& error) {
+ScreenGrabError toGrabError(const PortalError& error) {
     return ScreenGrabError(error.kind == PortalError::Kind::wentAway
                                ? "The desktop's screenshot service went away. Try again."
                                : "This desktop gives programs no screenshots: " + std::string(error.what()));
@@ -41,9 +41,9 @@ QCoro::Task<QImage> ScreenshotPortal::takePicture() {
     QString file;
     try {
         const auto answer = co_await request->answer();
-        file = fileIn(answer);
+        file = pictureFile(answer);
     } catch (const PortalError& error) {
-        throw errorOf(error);
+        throw toGrabError(error);
     }
     // The file was made for this answer; a picture of the whole desktop is not left lying about.
     auto reading = inBackground([file] {

@@ -122,28 +122,28 @@ public:
     explicit FileDefaultsStore(const QString& path)
         : m_path(path) {
         preparePrivateFile(m_path);
-        takeUp();
+        reload();
     }
 
     void remove(const QString& key) override {
-        takeUp();
+        reload();
         m_file.remove(key);
         save();
     }
 
 protected:
     std::optional<QString> text(const QString& key) const override {
-        takeUp();
+        reload();
         return m_file.text(key);
     }
     void setText(const QString& key, const QString& text) override {
-        takeUp();
+        reload();
         m_file.setText(key, text);
         save();
     }
 
 private:
-    void takeUp() const {
+    void reload() const {
         const auto state = FileState::of(m_path);
         if (state == m_state) {
             return;
@@ -159,21 +159,21 @@ private:
                                "the end of this run")
                     .arg(m_path));
         }
-        complainOfLines();
+        reportUnreadLines();
     }
 
     // Once of each line, however often the file is read.
-    void complainOfLines() const {
+    void reportUnreadLines() const {
         auto unread = m_file.unread();
-        unread.removeIf([this](const DefaultsFile::Unread& line) { return m_complainedOf.contains(line); });
+        unread.removeIf([this](const DefaultsFile::Unread& line) { return m_reportedLines.contains(line); });
         if (unread.isEmpty()) {
             return;
         }
         QStringList numbers;
-        for (const auto& line : unread.first(std::min<qsizetype>(unread.size(), mostNamedLines))) {
+        for (const auto& line : unread.first(std::min<qsizetype>(unread.size(), maxReportedLines))) {
             numbers.append(QString::number(line.line));
         }
-        m_complainedOf = m_file.unread();
+        m_reportedLines = m_file.unread();
         printLine(QStringLiteral("[Settings] %1, line %2: cannot be read and stays as it is")
                       .arg(m_path, numbers.join(QStringLiteral(", "))));
     }
@@ -187,20 +187,20 @@ private:
         const auto content = m_file.content();
         const bool saved =
             file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit();
-        if (!saved && !std::exchange(m_saidFailure, true)) {
+        if (!saved && !std::exchange(m_reportedFailure, true)) {
             printLine(QStringLiteral("[Settings] Could not write ") + m_path);
         }
         m_state = FileState::of(m_path);
     }
 
-    static constexpr qsizetype mostNamedLines = 10;
+    static constexpr qsizetype maxReportedLines = 10;
 
     const QString m_path;
     mutable FileState m_state;
     mutable DefaultsFile m_file;
-    mutable QList<DefaultsFile::Unread> m_complainedOf;
+    mutable QList<DefaultsFile::Unread> m_reportedLines;
     mutable bool m_isUsable = true;
-    bool m_saidFailure = false;
+    bool m_reportedFailure = false;
 };
 
 class MemoryDefaultsStore : public TextDefaultsStore {

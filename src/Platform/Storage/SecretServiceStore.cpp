@@ -59,7 +59,7 @@ private:
 
     // On the main thread.
     std::shared_ptr<Question> post(const Key& key);
-    std::shared_ptr<Question> takeAhead(const Key& key);
+    std::shared_ptr<Question> takePrefetched(const Key& key);
     Reading ask(const Key& key);
 
     // On the watch's thread.
@@ -85,7 +85,7 @@ private:
     void announce();
 
     // On the main thread: asked already, and nothing has changed the item since.
-    std::map<Key, std::shared_ptr<Question>> m_ahead;
+    std::map<Key, std::shared_ptr<Question>> m_prefetched;
 
     std::mutex m_mutex;
     std::condition_variable m_answered;
@@ -124,7 +124,7 @@ SecretServiceStore::~SecretServiceStore() {
 void SecretServiceStore::readAhead(const QString& service, const QStringList& names) {
     for (const auto& name : names) {
         const Key key{service, name};
-        m_ahead[key] = post(key);
+        m_prefetched[key] = post(key);
     }
 }
 
@@ -150,7 +150,7 @@ SecretStore::Reading SecretServiceStore::read(const QString& service, const QStr
 SecretStore::Status SecretServiceStore::write(const QString& service, const QString& name,
                                               const QByteArray& value) {
     const Key key{service, name};
-    m_ahead.erase(key);
+    m_prefetched.erase(key);
     const std::lock_guard lock(m_mutex);
     change(key, value);
     return m_state == State::absent ? Status::absent : m_state == State::gone ? Status::locked : Status::ok;
@@ -159,7 +159,7 @@ SecretStore::Status SecretServiceStore::write(const QString& service, const QStr
 SecretStore::Status SecretServiceStore::erase(const QString& service, const QString& name) {
     const Key key{service, name};
     const auto reading = read(service, name);
-    m_ahead.erase(key);
+    m_prefetched.erase(key);
     const std::lock_guard lock(m_mutex);
     if (m_state == State::absent) {
         // A service that comes may hold an older one.
@@ -186,8 +186,8 @@ std::shared_ptr<SecretServiceStore::Question> SecretServiceStore::post(const Key
 }
 
 // Null when there is none, or when it met a service that may answer better by now.
-std::shared_ptr<SecretServiceStore::Question> SecretServiceStore::takeAhead(const Key& key) {
-    const auto ahead = m_ahead.extract(key);
+std::shared_ptr<SecretServiceStore::Question> SecretServiceStore::takePrefetched(const Key& key) {
+    const auto ahead = m_prefetched.extract(key);
     if (!ahead) {
         return {};
     }
@@ -198,7 +198,7 @@ std::shared_ptr<SecretServiceStore::Question> SecretServiceStore::takeAhead(cons
 }
 
 SecretStore::Reading SecretServiceStore::ask(const Key& key) {
-    auto question = takeAhead(key);
+    auto question = takePrefetched(key);
     if (!question) {
         question = post(key);
     }

@@ -118,7 +118,7 @@ private:
     enum Level { root = 1, channel, item, field };
 
     void enter() {
-        if (++m_depth > appcast::mostNesting) {
+        if (++m_depth > appcast::maxNesting) {
             refuseSize();
         }
         const auto name = m_xml.name();

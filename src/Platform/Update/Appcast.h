@@ -13,7 +13,7 @@ namespace platform {
 // anything is made of them.
 namespace appcast {
 constexpr qint64 largestFeed = 512 * 1024;             // bytes
-constexpr int mostNesting = 16;                        // elements within each other
+constexpr int maxNesting = 16;                         // elements within each other
 constexpr qsizetype longestTag = 4096;                 // characters, attributes included
 constexpr qsizetype longestField = 256;                // characters; the notes' are their own
 constexpr qsizetype longestNotes = 32768;              // characters, the rest is cut off

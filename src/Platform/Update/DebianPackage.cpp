@@ -15,7 +15,7 @@ constexpr int readingTimeout = 30'000; // ms
 
 // What a program of dpkg's says, with `input` as its standard input if that is a descriptor. Nothing when it
 // fails.
-std::optional<QString> answerOf(const QString& program, const QStringList& arguments, int input = -1) {
+std::optional<QString> dpkgOutput(const QString& program, const QStringList& arguments, int input = -1) {
     QProcess reader;
     if (input >= 0) {
         reader.setChildProcessModifier([input] { ::dup2(input, STDIN_FILENO); });
@@ -36,7 +36,7 @@ std::optional<QString> answerOf(const QString& program, const QStringList& argum
     return succeeded ? std::optional(QString::fromUtf8(reader.readAllStandardOutput())) : std::nullopt;
 }
 
-QString fieldOf(const QString& description, const QString& name) {
+QString packageField(const QString& description, const QString& name) {
     for (const auto& line : description.split(u'\n')) {
         if (line.startsWith(name + u':')) {
             return line.sliced(name.size() + 1).trimmed();
@@ -48,13 +48,13 @@ QString fieldOf(const QString& description, const QString& name) {
 } // namespace
 
 DebianPackage readDebianPackage(int descriptor) {
-    const auto description = answerOf(QStringLiteral("dpkg-deb"),
-                                      {QStringLiteral("--field"), QStringLiteral("/proc/self/fd/0"),
-                                       QStringLiteral("Package"), QStringLiteral("Version")},
-                                      descriptor)
+    const auto description = dpkgOutput(QStringLiteral("dpkg-deb"),
+                                        {QStringLiteral("--field"), QStringLiteral("/proc/self/fd/0"),
+                                         QStringLiteral("Package"), QStringLiteral("Version")},
+                                        descriptor)
                                  .value_or(QString());
-    const DebianPackage package{fieldOf(description, QStringLiteral("Package")),
-                                fieldOf(description, QStringLiteral("Version"))};
+    const DebianPackage package{packageField(description, QStringLiteral("Package")),
+                                packageField(description, QStringLiteral("Version"))};
     if (package.name.isEmpty() || !isVersion(package.version)) {
         throw UpdateError(UpdateError::badPackage,
                           QStringLiteral("The update is not a Debian package, so it was not kept. Tell the "
@@ -71,8 +71,8 @@ void requireUpgrade(const DebianPackage& package, const QString& name) {
                               .arg(package.name.left(64)));
     }
     const auto installed =
-        answerOf(QStringLiteral("dpkg-query"),
-                 {QStringLiteral("--show"), QStringLiteral("--showformat=${Version}"), name});
+        dpkgOutput(QStringLiteral("dpkg-query"),
+                   {QStringLiteral("--show"), QStringLiteral("--showformat=${Version}"), name});
     if (installed && compareVersions(package.version, *installed) <= 0) {
         throw UpdateError(UpdateError::badPackage,
                           QStringLiteral("The update holds version %1, which is not newer than %2, so it was "

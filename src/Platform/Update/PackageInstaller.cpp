@@ -18,7 +18,7 @@ using Outcome = PackageInstaller::Outcome;
 constexpr int dismissed = 126;
 constexpr int notAuthorized = 127;
 
-PackageInstaller::Result resultOf(int status, const QByteArray& said) {
+PackageInstaller::Result toResult(int status, const QByteArray& said) {
     switch (status) {
     case 0:
         return {Outcome::installed};
@@ -52,7 +52,7 @@ public:
         });
         QObject::connect(process, &QProcess::finished, process, [process, done](int status) {
             const bool crashed = process->exitStatus() == QProcess::CrashExit;
-            done.resolve(resultOf(crashed ? -1 : status, process->readAllStandardError()));
+            done.resolve(toResult(crashed ? -1 : status, process->readAllStandardError()));
             process->deleteLater();
         });
         QObject::connect(process, &QProcess::errorOccurred, process,

@@ -2,10 +2,10 @@
 
 namespace platform {
 
-void SPUStandardUserDriver::show(Sight sight) {
-    const bool isSame = sight.stage == m_sight.stage && sight.text == m_sight.text &&
-                        sight.item.versionString == m_sight.item.versionString;
-    m_sight = std::move(sight);
+void SPUStandardUserDriver::show(ViewState viewState) {
+    const bool isSame = viewState.stage == m_viewState.stage && viewState.text == m_viewState.text &&
+                        viewState.item.versionString == m_viewState.item.versionString;
+    m_viewState = std::move(viewState);
     if (!isSame) {
         m_progress = 0;
         Q_EMIT stageChanged();

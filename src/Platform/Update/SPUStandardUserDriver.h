@@ -24,22 +24,22 @@ public:
         installed,
         failed
     };
-    struct Sight {
+    struct ViewState {
         Stage stage = Stage::hidden;
-        AppcastItem item = {}; // of found and what follows it
-        QString text = {};     // of failed: what went wrong; of installed: why there was no restart
-        bool unasked = false;  // the window must not take the keyboard from what the user does
+        AppcastItem item = {};  // of found and what follows it
+        QString text = {};      // of failed: what went wrong; of installed: why there was no restart
+        bool automatic = false; // the window must not take the keyboard from what the user does
     };
 
-    Stage stage() const { return m_sight.stage; }
-    const AppcastItem& item() const { return m_sight.item; }
-    const QString& text() const { return m_sight.text; }
-    bool isUnasked() const { return m_sight.unasked; }
+    Stage stage() const { return m_viewState.stage; }
+    const AppcastItem& item() const { return m_viewState.item; }
+    const QString& text() const { return m_viewState.text; }
+    bool isAutomatic() const { return m_viewState.automatic; }
     // Of downloading, from 0 to 1.
     double progress() const { return m_progress; }
 
     // The updater's side.
-    void show(Sight sight);
+    void show(ViewState viewState);
     void showProgress(double share);
     void bringForward() { Q_EMIT broughtForward(); }
 
@@ -56,7 +56,7 @@ Q_SIGNALS:
     void dismissed();
 
 private:
-    Sight m_sight;
+    ViewState m_viewState;
     double m_progress = 0;
 };
 

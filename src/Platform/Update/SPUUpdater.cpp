@@ -40,11 +40,11 @@ void requireFetchable(const AppcastItem& item) {
 } // namespace
 
 SPUUpdater::SPUUpdater(const ApplicationInfo& hostBundle, SPUStandardUserDriver& userDriver,
-                       SPUUpdaterDelegate& delegate, Surroundings surroundings)
+                       SPUUpdaterDelegate& delegate, Dependencies dependencies)
     : m_hostBundle(hostBundle)
     , m_userDriver(userDriver)
     , m_delegate(delegate)
-    , m_surroundings(std::move(surroundings)) {
+    , m_dependencies(std::move(dependencies)) {
     connect(&userDriver, &SPUStandardUserDriver::chosen, this, [this] { handle(Event::chosen); });
     connect(&userDriver, &SPUStandardUserDriver::dismissed, this, [this] { handle(Event::dismissed); });
 }
@@ -90,14 +90,14 @@ void SPUUpdater::startUpdater() {
 
 // A last check in the future was written under a clock that was wrong.
 std::chrono::milliseconds SPUUpdater::untilDue() const {
-    const auto last = m_surroundings.defaults.integer(lastCheckKey);
-    const auto passed = m_surroundings.clock.nowMilliseconds() - last.value_or(0);
+    const auto last = m_dependencies.defaults.integer(lastCheckKey);
+    const auto passed = m_dependencies.clock.nowMilliseconds() - last.value_or(0);
     return !last || passed < 0 ? 0ms : m_interval - std::chrono::milliseconds(passed);
 }
 
 void SPUUpdater::schedule(std::chrono::milliseconds atLeast) {
     m_timer =
-        m_surroundings.clock.once(std::clamp(untilDue(), atLeast, longestWait), [this] { checkIfDue(); });
+        m_dependencies.clock.once(std::clamp(untilDue(), atLeast, longestWait), [this] { checkIfDue(); });
 }
 
 // What is due and cannot be done now is looked at again in an hour.
@@ -110,7 +110,7 @@ void SPUUpdater::checkIfDue() {
 
 // It is not shown again unless the user asks.
 void SPUUpdater::decline() {
-    m_surroundings.defaults.setString(declinedVersionKey, m_item->versionString);
+    m_dependencies.defaults.setString(declinedVersionKey, m_item->versionString);
 }
 
 void SPUUpdater::checkForUpdates() {
@@ -129,7 +129,7 @@ void SPUUpdater::fail(Event event, const UpdateError& error) {
 
 QCoro::Task<void> SPUUpdater::check() {
     const QPointer<SPUUpdater> self(this);
-    const std::shared_ptr<HttpClient> http = m_surroundings.makeHttp();
+    const std::shared_ptr<HttpClient> http = m_dependencies.makeHttp();
     m_feedHttp = http;
     std::optional<AppcastItem> found;
     std::optional<UpdateError> failure;
@@ -144,7 +144,7 @@ QCoro::Task<void> SPUUpdater::check() {
         co_return;
     }
     m_feedHttp.reset();
-    m_surroundings.defaults.setInteger(lastCheckKey, m_surroundings.clock.nowMilliseconds());
+    m_dependencies.defaults.setInteger(lastCheckKey, m_dependencies.clock.nowMilliseconds());
     schedule(firstDelay);
     if (failure) {
         fail(Event::checkFailed, *failure);
@@ -194,19 +194,19 @@ SPUUpdater::Event SPUUpdater::outcomeOf(const std::optional<AppcastItem>& found)
         found->versionString == m_item->versionString) {
         return Event::readyFound;
     }
-    const auto declined = m_surroundings.defaults.string(declinedVersionKey);
+    const auto declined = m_dependencies.defaults.string(declinedVersionKey);
     return declined == found->versionString ? Event::declinedFound : Event::otherFound;
 }
 
 PackageClaim SPUUpdater::claim() const {
     return {m_item->contentLength, m_item->signature, m_item->displayVersionString,
-            m_surroundings.packageName};
+            m_dependencies.packageName};
 }
 
 QCoro::Task<void> SPUUpdater::download() {
     const QPointer<SPUUpdater> self(this);
     const auto running = std::make_shared<UpdateDownload>(m_item->url, claim(), publicKey(),
-                                                          m_surroundings.folder, m_surroundings.makeHttp());
+                                                          m_dependencies.folder, m_dependencies.makeHttp());
     m_download = running;
     connect(running.get(), &UpdateDownload::progressed, &m_userDriver, &SPUStandardUserDriver::showProgress);
     m_delegate.updaterWillDownloadUpdate(*this, *m_item,
@@ -254,7 +254,7 @@ QCoro::Task<void> SPUUpdater::verify() {
 QCoro::Task<void> SPUUpdater::install() {
     const QPointer<SPUUpdater> self(this);
     const auto package = m_package;
-    auto running = m_surroundings.installer->install(package, m_item->signature);
+    auto running = m_dependencies.installer->install(package, m_item->signature);
     const auto result = co_await std::move(running);
     if (!self) {
         co_return;

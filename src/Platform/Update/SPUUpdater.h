@@ -22,7 +22,7 @@ class SPUUpdater : public QObject {
 
 public:
     // What it works with. All but the texts outlive it.
-    struct Surroundings {
+    struct Dependencies {
         std::function<std::unique_ptr<HttpClient>()> makeHttp; // sessions without cookies
         DefaultsStore& defaults;
         Clock& clock;
@@ -32,7 +32,7 @@ public:
     };
 
     SPUUpdater(const ApplicationInfo& hostBundle, SPUStandardUserDriver& userDriver,
-               SPUUpdaterDelegate& delegate, Surroundings surroundings);
+               SPUUpdaterDelegate& delegate, Dependencies dependencies);
     ~SPUUpdater() override;
 
     void setUpdateCheckInterval(std::chrono::seconds interval) { m_interval = interval; }
@@ -52,19 +52,19 @@ private:
     // Where an update is.
     enum class Step {
         idle,
-        checkingUnasked,
+        checkingAutomatically,
         checking,
         upToDate,
         found,
         downloading,
         ready,
         readyChecking, // and the feed is looked at again
-        putOff,        // ready, and the user wants nothing of it now
-        putOffChecking,
+        postponed,     // ready, and the user wants nothing of it now
+        postponedChecking,
         verifying, // once more, before it is handed to the installer
         installing,
         installed,
-        restartPutOff,
+        restartPostponed,
         failed,
     };
     // What happens to it. Of what the feed offers, `other` is not the release that is ready, and `declined`
@@ -89,25 +89,25 @@ private:
         restartRefused,
     };
     struct Transition;
-    struct Face;
+    struct StageOfStep;
     static const Transition transitions[];
-    static const Face faces[];
+    static const StageOfStep stagesOfSteps[];
 
     // The only place that changes the step. What the table does not list does not count.
     void handle(Event event);
-    void showStep(bool unasked);
+    void showStep(bool automatic);
 
     // What the table calls.
     void beginCheck();
-    void beginCheckUnseen();
-    void tellUpToDate();
-    void tellFound();
-    void tellFailure();
-    void tellWithdrawn();
+    void beginHiddenCheck();
+    void reportUpToDate();
+    void reportFound();
+    void reportFailure();
+    void reportWithdrawn();
     void decline();
     void beginDownload();
     void cancelDownload();
-    void tellDownloaded();
+    void reportDownloaded();
     void beginVerification();
     void beginInstallation();
     void requestRestart();
@@ -130,7 +130,7 @@ private:
     const ApplicationInfo m_hostBundle;
     SPUStandardUserDriver& m_userDriver;
     SPUUpdaterDelegate& m_delegate;
-    const Surroundings m_surroundings;
+    const Dependencies m_dependencies;
     std::chrono::seconds m_interval{24 * 60 * 60};
     Step m_step = Step::idle;
     std::shared_ptr<HttpClient> m_feedHttp;     // of the check that counts

@@ -19,23 +19,23 @@ struct SPUUpdater::Transition {
 // A check that nobody asked for begins where nothing is under way and no window is open that the user has
 // yet to answer, and beside a package that is ready, which may have been withdrawn by then.
 const SPUUpdater::Transition SPUUpdater::transitions[] = {
-    {Step::idle, Event::due, Step::checkingUnasked, &SPUUpdater::beginCheck},
+    {Step::idle, Event::due, Step::checkingAutomatically, &SPUUpdater::beginCheck},
     {Step::idle, Event::asked, Step::checking, &SPUUpdater::beginCheck},
 
-    {Step::checkingUnasked, Event::asked, Step::checking},
-    {Step::checkingUnasked, Event::nothingFound, Step::idle, &SPUUpdater::tellUpToDate},
-    {Step::checkingUnasked, Event::otherFound, Step::found, &SPUUpdater::tellFound},
-    {Step::checkingUnasked, Event::declinedFound, Step::idle, &SPUUpdater::tellFound},
-    {Step::checkingUnasked, Event::checkFailed, Step::idle, &SPUUpdater::tellFailure},
+    {Step::checkingAutomatically, Event::asked, Step::checking},
+    {Step::checkingAutomatically, Event::nothingFound, Step::idle, &SPUUpdater::reportUpToDate},
+    {Step::checkingAutomatically, Event::otherFound, Step::found, &SPUUpdater::reportFound},
+    {Step::checkingAutomatically, Event::declinedFound, Step::idle, &SPUUpdater::reportFound},
+    {Step::checkingAutomatically, Event::checkFailed, Step::idle, &SPUUpdater::reportFailure},
 
     {Step::checking, Event::asked, Step::checking},
-    {Step::checking, Event::dismissed, Step::checkingUnasked},
-    {Step::checking, Event::nothingFound, Step::upToDate, &SPUUpdater::tellUpToDate},
-    {Step::checking, Event::otherFound, Step::found, &SPUUpdater::tellFound},
-    {Step::checking, Event::declinedFound, Step::found, &SPUUpdater::tellFound},
-    {Step::checking, Event::checkFailed, Step::failed, &SPUUpdater::tellFailure},
+    {Step::checking, Event::dismissed, Step::checkingAutomatically},
+    {Step::checking, Event::nothingFound, Step::upToDate, &SPUUpdater::reportUpToDate},
+    {Step::checking, Event::otherFound, Step::found, &SPUUpdater::reportFound},
+    {Step::checking, Event::declinedFound, Step::found, &SPUUpdater::reportFound},
+    {Step::checking, Event::checkFailed, Step::failed, &SPUUpdater::reportFailure},
 
-    {Step::upToDate, Event::due, Step::checkingUnasked, &SPUUpdater::beginCheck},
+    {Step::upToDate, Event::due, Step::checkingAutomatically, &SPUUpdater::beginCheck},
     {Step::upToDate, Event::asked, Step::checking, &SPUUpdater::beginCheck},
     {Step::upToDate, Event::dismissed, Step::idle},
 
@@ -45,49 +45,49 @@ const SPUUpdater::Transition SPUUpdater::transitions[] = {
 
     {Step::downloading, Event::asked, Step::downloading},
     {Step::downloading, Event::dismissed, Step::idle, &SPUUpdater::cancelDownload},
-    {Step::downloading, Event::downloaded, Step::ready, &SPUUpdater::tellDownloaded},
-    {Step::downloading, Event::downloadFailed, Step::failed, &SPUUpdater::tellFailure},
+    {Step::downloading, Event::downloaded, Step::ready, &SPUUpdater::reportDownloaded},
+    {Step::downloading, Event::downloadFailed, Step::failed, &SPUUpdater::reportFailure},
 
     {Step::ready, Event::asked, Step::ready},
-    {Step::ready, Event::due, Step::readyChecking, &SPUUpdater::beginCheckUnseen},
+    {Step::ready, Event::due, Step::readyChecking, &SPUUpdater::beginHiddenCheck},
     {Step::ready, Event::chosen, Step::verifying, &SPUUpdater::beginVerification},
-    {Step::ready, Event::dismissed, Step::putOff},
+    {Step::ready, Event::dismissed, Step::postponed},
 
     {Step::readyChecking, Event::asked, Step::readyChecking},
     {Step::readyChecking, Event::chosen, Step::verifying, &SPUUpdater::beginVerification},
-    {Step::readyChecking, Event::dismissed, Step::putOffChecking},
+    {Step::readyChecking, Event::dismissed, Step::postponedChecking},
     {Step::readyChecking, Event::readyFound, Step::ready},
     {Step::readyChecking, Event::checkFailed, Step::ready},
-    {Step::readyChecking, Event::otherFound, Step::found, &SPUUpdater::tellFound},
-    {Step::readyChecking, Event::declinedFound, Step::found, &SPUUpdater::tellFound},
-    {Step::readyChecking, Event::nothingFound, Step::failed, &SPUUpdater::tellWithdrawn},
+    {Step::readyChecking, Event::otherFound, Step::found, &SPUUpdater::reportFound},
+    {Step::readyChecking, Event::declinedFound, Step::found, &SPUUpdater::reportFound},
+    {Step::readyChecking, Event::nothingFound, Step::failed, &SPUUpdater::reportWithdrawn},
 
-    {Step::putOff, Event::asked, Step::ready},
-    {Step::putOff, Event::due, Step::putOffChecking, &SPUUpdater::beginCheckUnseen},
+    {Step::postponed, Event::asked, Step::ready},
+    {Step::postponed, Event::due, Step::postponedChecking, &SPUUpdater::beginHiddenCheck},
 
-    {Step::putOffChecking, Event::asked, Step::readyChecking},
-    {Step::putOffChecking, Event::readyFound, Step::putOff},
-    {Step::putOffChecking, Event::checkFailed, Step::putOff},
-    {Step::putOffChecking, Event::otherFound, Step::found, &SPUUpdater::tellFound},
-    {Step::putOffChecking, Event::declinedFound, Step::idle, &SPUUpdater::tellFound},
-    {Step::putOffChecking, Event::nothingFound, Step::idle, &SPUUpdater::tellUpToDate},
+    {Step::postponedChecking, Event::asked, Step::readyChecking},
+    {Step::postponedChecking, Event::readyFound, Step::postponed},
+    {Step::postponedChecking, Event::checkFailed, Step::postponed},
+    {Step::postponedChecking, Event::otherFound, Step::found, &SPUUpdater::reportFound},
+    {Step::postponedChecking, Event::declinedFound, Step::idle, &SPUUpdater::reportFound},
+    {Step::postponedChecking, Event::nothingFound, Step::idle, &SPUUpdater::reportUpToDate},
 
     {Step::verifying, Event::asked, Step::verifying},
-    {Step::verifying, Event::dismissed, Step::putOff},
+    {Step::verifying, Event::dismissed, Step::postponed},
     {Step::verifying, Event::verified, Step::installing, &SPUUpdater::beginInstallation},
-    {Step::verifying, Event::verificationFailed, Step::failed, &SPUUpdater::tellFailure},
+    {Step::verifying, Event::verificationFailed, Step::failed, &SPUUpdater::reportFailure},
 
     {Step::installing, Event::asked, Step::installing},
     {Step::installing, Event::installed, Step::installed},
     {Step::installing, Event::installationDeclined, Step::ready},
-    {Step::installing, Event::installationFailed, Step::failed, &SPUUpdater::tellFailure},
+    {Step::installing, Event::installationFailed, Step::failed, &SPUUpdater::reportFailure},
 
     {Step::installed, Event::asked, Step::installed},
     {Step::installed, Event::chosen, Step::installed, &SPUUpdater::requestRestart},
     {Step::installed, Event::restartRefused, Step::installed},
-    {Step::installed, Event::dismissed, Step::restartPutOff},
+    {Step::installed, Event::dismissed, Step::restartPostponed},
 
-    {Step::restartPutOff, Event::asked, Step::installed},
+    {Step::restartPostponed, Event::asked, Step::installed},
 
     {Step::failed, Event::asked, Step::checking, &SPUUpdater::beginCheck},
     {Step::failed, Event::chosen, Step::checking, &SPUUpdater::beginCheck},
@@ -95,19 +95,19 @@ const SPUUpdater::Transition SPUUpdater::transitions[] = {
 };
 
 // What the user sees at a step.
-struct SPUUpdater::Face {
+struct SPUUpdater::StageOfStep {
     Step step;
     Stage stage;
 };
 
-const SPUUpdater::Face SPUUpdater::faces[] = {
-    {Step::idle, Stage::hidden},         {Step::checkingUnasked, Stage::hidden},
+const SPUUpdater::StageOfStep SPUUpdater::stagesOfSteps[] = {
+    {Step::idle, Stage::hidden},         {Step::checkingAutomatically, Stage::hidden},
     {Step::checking, Stage::checking},   {Step::upToDate, Stage::upToDate},
     {Step::found, Stage::found},         {Step::downloading, Stage::downloading},
     {Step::ready, Stage::ready},         {Step::readyChecking, Stage::ready},
-    {Step::putOff, Stage::hidden},       {Step::putOffChecking, Stage::hidden},
+    {Step::postponed, Stage::hidden},    {Step::postponedChecking, Stage::hidden},
     {Step::verifying, Stage::verifying}, {Step::installing, Stage::installing},
-    {Step::installed, Stage::installed}, {Step::restartPutOff, Stage::hidden},
+    {Step::installed, Stage::installed}, {Step::restartPostponed, Stage::hidden},
     {Step::failed, Stage::failed},
 };
 
@@ -129,8 +129,8 @@ void SPUUpdater::handle(Event event) {
     }
 }
 
-void SPUUpdater::showStep(bool unasked) {
-    const auto stage = std::ranges::find(faces, m_step, &Face::step)->stage;
+void SPUUpdater::showStep(bool automatic) {
+    const auto stage = std::ranges::find(stagesOfSteps, m_step, &StageOfStep::step)->stage;
     QString text;
     if (stage == Stage::failed && m_failure) {
         text = m_failure->localizedDescription();
@@ -140,42 +140,42 @@ void SPUUpdater::showStep(bool unasked) {
     // Only a window that was not there before can come unasked.
     const bool opens = m_userDriver.stage() == Stage::hidden;
     m_userDriver.show(
-        {stage, m_item.value_or(AppcastItem()), text, opens ? unasked : m_userDriver.isUnasked()});
+        {stage, m_item.value_or(AppcastItem()), text, opens ? automatic : m_userDriver.isAutomatic()});
 }
 
 void SPUUpdater::beginCheck() {
     m_delegate.updaterWillCheckForUpdates(*this);
-    beginCheckUnseen();
+    beginHiddenCheck();
 }
 
-void SPUUpdater::beginCheckUnseen() {
+void SPUUpdater::beginHiddenCheck() {
     startTask(check(), "update check");
 }
 
-void SPUUpdater::tellUpToDate() {
+void SPUUpdater::reportUpToDate() {
     // What an update that is installed or withdrawn by now has left.
     m_package.reset();
     m_item.reset();
-    UpdateDownload::removeAll(m_surroundings.folder);
+    UpdateDownload::removeAll(m_dependencies.folder);
     m_delegate.updaterDidNotFindUpdate(*this);
     m_delegate.updaterDidAbortWithError(
         *this, UpdateError(UpdateError::noUpdate, QStringLiteral("You have the newest version.")));
 }
 
-void SPUUpdater::tellWithdrawn() {
+void SPUUpdater::reportWithdrawn() {
     m_failure.emplace(UpdateError::noUpdate,
                       QStringLiteral("The new version has been withdrawn, so it was not installed. You have "
                                      "the newest version."));
-    tellUpToDate();
+    reportUpToDate();
 }
 
-void SPUUpdater::tellFound() {
+void SPUUpdater::reportFound() {
     m_package.reset();
     m_item = m_found;
     m_delegate.updaterDidFindValidUpdate(*this, *m_item);
 }
 
-void SPUUpdater::tellFailure() {
+void SPUUpdater::reportFailure() {
     m_package.reset();
     m_delegate.updaterDidAbortWithError(*this, *m_failure);
 }
@@ -190,7 +190,7 @@ void SPUUpdater::cancelDownload() {
     m_delegate.updaterDidFindValidUpdate(*this, *m_item);
 }
 
-void SPUUpdater::tellDownloaded() {
+void SPUUpdater::reportDownloaded() {
     m_delegate.updaterDidDownloadUpdate(*this, *m_item);
 }
 

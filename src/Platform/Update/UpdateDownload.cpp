@@ -16,7 +16,7 @@ namespace platform {
 
 namespace {
 
-constexpr int mostRestarts = 2; // after a lost connection
+constexpr int maxRestarts = 2; // after a lost connection
 const auto packageSuffix = QStringLiteral(".deb");
 
 // Only a strong tag says that the bytes are the same; a weak one says that they mean the same.
@@ -89,7 +89,7 @@ void UpdateDownload::prepareFolder() {
 QCoro::Task<std::shared_ptr<UpdatePackage>> UpdateDownload::run() {
     prepareFolder();
     auto package = co_await kept();
-    endIfCancelled();
+    throwIfCancelled();
     if (package) {
         co_return package;
     }
@@ -98,11 +98,11 @@ QCoro::Task<std::shared_ptr<UpdatePackage>> UpdateDownload::run() {
     try {
         co_await UpdatePackage::verify(package, m_claim, m_key);
     } catch (const UpdateError&) {
-        endIfCancelled();
+        throwIfCancelled();
         removePart();
         throw;
     }
-    endIfCancelled();
+    throwIfCancelled();
     keep();
     co_return package;
 }
@@ -114,7 +114,7 @@ QCoro::Task<std::shared_ptr<UpdatePackage>> UpdateDownload::kept() {
         try {
             co_await UpdatePackage::verify(package, m_claim, m_key);
         } catch (const UpdateError&) {
-            endIfCancelled();
+            throwIfCancelled();
             QFile::remove(packagePath());
             package.reset();
         }
@@ -122,7 +122,7 @@ QCoro::Task<std::shared_ptr<UpdatePackage>> UpdateDownload::kept() {
     co_return package;
 }
 
-void UpdateDownload::endIfCancelled() const {
+void UpdateDownload::throwIfCancelled() const {
     if (m_cancelled) {
         throw UpdateError(UpdateError::cancelled, QStringLiteral("The download was cancelled."));
     }
@@ -131,7 +131,7 @@ void UpdateDownload::endIfCancelled() const {
 QCoro::Task<void> UpdateDownload::fetch() {
     RedirectTrail trail(m_address, QStringLiteral("The update"));
     int restarts = 0;
-    endIfCancelled();
+    throwIfCancelled();
     openPart();
     while (m_part->size() < m_claim.length) {
         std::optional<HttpError> lost;
@@ -143,8 +143,8 @@ QCoro::Task<void> UpdateDownload::fetch() {
         } catch (const OperationCancelled&) {
             m_cancelled = true;
         }
-        endIfCancelled();
-        if (lost && restarts++ == mostRestarts) {
+        throwIfCancelled();
+        if (lost && restarts++ == maxRestarts) {
             throw UpdateError(
                 UpdateError::downloadFailed,
                 QStringLiteral("The download stopped: %1 Check again to go on.").arg(errorText(*lost)));

@@ -39,7 +39,7 @@ Q_SIGNALS:
     void progressed(double share);
 
 private:
-    void endIfCancelled() const;
+    void throwIfCancelled() const;
     QCoro::Task<std::shared_ptr<UpdatePackage>> kept();
     void prepareFolder();
     void openPart();

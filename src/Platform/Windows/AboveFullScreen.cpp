@@ -35,7 +35,7 @@ QRect placeOf(xcb_window_t window) {
     return place ? QRect(place->dst_x, place->dst_y, size->width, size->height) : QRect();
 }
 
-bool standsAbove(xcb_window_t upper, xcb_window_t lower) {
+bool isAbove(xcb_window_t upper, xcb_window_t lower) {
     const auto order = x11::values(x11::rootOf(lower), "_NET_CLIENT_LIST_STACKING"); // from the bottom
     const auto under = std::find(order.begin(), order.end(), lower);
     return std::find(under, order.end(), upper) != order.end();
@@ -49,7 +49,7 @@ AboveFullScreen::AboveFullScreen(QWindow& window)
     , m_stacking(x11::connection() ? x11::atom("_NET_CLIENT_LIST_STACKING") : 0) {
     // Each showing sets the hint anew.
     connect(&window, &QWindow::visibleChanged, this, [this] {
-        m_rival = XCB_WINDOW_NONE;
+        m_fullScreenWindow = XCB_WINDOW_NONE;
         scheduleUpdate();
     });
     qGuiApp->installNativeEventFilter(this);
@@ -86,35 +86,36 @@ void AboveFullScreen::update() {
     if (!m_window.isVisible()) {
         return;
     }
-    if (const auto rival = m_enabled ? wantedRival() : xcb_window_t(XCB_WINDOW_NONE); rival != m_rival) {
-        standFor(rival);
+    if (const auto fullScreenWindow = m_enabled ? windowToStayAbove() : xcb_window_t(XCB_WINDOW_NONE);
+        fullScreenWindow != m_fullScreenWindow) {
+        setTransientFor(fullScreenWindow);
     }
 }
 
 // The full-screen window that has to be stood above now. It stays on top for as long as nothing else of its
 // screen is active.
-quint32 AboveFullScreen::wantedRival() const {
+quint32 AboveFullScreen::windowToStayAbove() const {
     const auto self = x11::idOf(m_window);
     const auto active = x11::values(x11::rootOf(self), "_NET_ACTIVE_WINDOW");
     const auto first = active.empty() ? xcb_window_t(XCB_WINDOW_NONE) : active.front();
-    if (first != XCB_WINDOW_NONE && first != self && first != m_rival && isFullScreen(first) &&
-        standsAbove(first, self)) {
+    if (first != XCB_WINDOW_NONE && first != self && first != m_fullScreenWindow && isFullScreen(first) &&
+        isAbove(first, self)) {
         return first;
     }
-    if (m_rival == XCB_WINDOW_NONE || !isFullScreen(m_rival)) {
+    if (m_fullScreenWindow == XCB_WINDOW_NONE || !isFullScreen(m_fullScreenWindow)) {
         return XCB_WINDOW_NONE;
     }
-    const bool elsewhere = first == XCB_WINDOW_NONE || first == self || first == m_rival ||
-                           !placeOf(first).intersects(placeOf(m_rival));
-    return elsewhere ? m_rival : xcb_window_t(XCB_WINDOW_NONE);
+    const bool elsewhere = first == XCB_WINDOW_NONE || first == self || first == m_fullScreenWindow ||
+                           !placeOf(first).intersects(placeOf(m_fullScreenWindow));
+    return elsewhere ? m_fullScreenWindow : xcb_window_t(XCB_WINDOW_NONE);
 }
 
-void AboveFullScreen::standFor(quint32 rival) {
+void AboveFullScreen::setTransientFor(quint32 fullScreenWindow) {
     auto* x = x11::connection();
-    m_rival = rival;
-    if (rival != XCB_WINDOW_NONE) {
+    m_fullScreenWindow = fullScreenWindow;
+    if (fullScreenWindow != XCB_WINDOW_NONE) {
         xcb_change_property(x, XCB_PROP_MODE_REPLACE, x11::idOf(m_window), XCB_ATOM_WM_TRANSIENT_FOR,
-                            XCB_ATOM_WINDOW, 32, 1, &rival);
+                            XCB_ATOM_WINDOW, 32, 1, &fullScreenWindow);
         QTimer::singleShot(restackTimeout, this, &AboveFullScreen::checkPlace);
     } else {
         xcb_delete_property(x, x11::idOf(m_window), XCB_ATOM_WM_TRANSIENT_FOR);
@@ -125,9 +126,9 @@ void AboveFullScreen::standFor(quint32 rival) {
 }
 
 void AboveFullScreen::checkPlace() const {
-    static bool isSaid = false;
-    if (m_rival != XCB_WINDOW_NONE && standsAbove(m_rival, x11::idOf(m_window)) &&
-        !std::exchange(isSaid, true)) {
+    static bool isReported = false;
+    if (m_fullScreenWindow != XCB_WINDOW_NONE && isAbove(m_fullScreenWindow, x11::idOf(m_window)) &&
+        !std::exchange(isReported, true)) {
         logLine(QStringLiteral("[Panel] This desktop keeps full-screen windows above the bar"));
     }
 }

@@ -24,14 +24,14 @@ public:
 private:
     void scheduleUpdate();
     void update();
-    quint32 wantedRival() const;
-    void standFor(quint32 rival);
+    quint32 windowToStayAbove() const;
+    void setTransientFor(quint32 fullScreenWindow);
     void checkPlace() const;
 
     QWindow& m_window;
     const quint32 m_activeWindow = 0; // atoms of the root's properties
     const quint32 m_stacking = 0;
-    quint32 m_rival = 0; // the full-screen window above which `m_window` stands by the hint
+    quint32 m_fullScreenWindow = 0; // the full-screen window above which `m_window` stands by the hint
     bool m_enabled = false;
     bool m_updateScheduled = false;
 };

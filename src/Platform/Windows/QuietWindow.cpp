@@ -35,26 +35,26 @@ void setState(const QWindow& window, const char* name, bool on) {
     x11::setProperty(x11::idOf(window), "_NET_WM_STATE", XCB_ATOM_ATOM, states);
 }
 
-struct Manner {
+struct WindowFeature {
     const char* hint;
     const char* words;
 };
-constexpr std::array manners{
-    Manner{"_NET_WM_STATE_ABOVE", "stay above other windows"},
-    Manner{"_NET_WM_DESKTOP", "show on every workspace"},
-    Manner{"_NET_RESTACK_WINDOW", "come in front without the keyboard"},
-    Manner{"_NET_WM_USER_TIME", "leave the keyboard where it is when it shows"},
+constexpr std::array windowFeatures{
+    WindowFeature{"_NET_WM_STATE_ABOVE", "stay above other windows"},
+    WindowFeature{"_NET_WM_DESKTOP", "show on every workspace"},
+    WindowFeature{"_NET_RESTACK_WINDOW", "come in front without the keyboard"},
+    WindowFeature{"_NET_WM_USER_TIME", "leave the keyboard where it is when it shows"},
 };
 
 } // namespace
 
-QStringList deniedManners() {
+QStringList missingWindowFeatures() {
     auto* x = x11::connection();
     const auto supported =
         x ? x11::values(xcb_setup_roots_iterator(xcb_get_setup(x)).data->root, "_NET_SUPPORTED")
           : std::vector<uint32_t>();
     QStringList denied;
-    for (const auto& [hint, words] : manners) {
+    for (const auto& [hint, words] : windowFeatures) {
         if (!x || std::ranges::find(supported, x11::atom(hint)) == supported.end()) {
             denied.append(QLatin1String(words));
         }

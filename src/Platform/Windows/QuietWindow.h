@@ -11,7 +11,7 @@ namespace platform {
 
 // What this desktop does not let a window do, in words to be said after "does not let the bar"; empty where
 // it lets everything.
-QStringList deniedManners();
+QStringList missingWindowFeatures();
 // Whether a program decides where its windows stand.
 bool canPlaceWindows();
 // Above normal windows, also full-screen ones where the desktop lets it, or among them. A window that was

@@ -76,8 +76,8 @@ bool UpdateDialogPresenter::isShown() const {
     return m_driver.stage() != Stage::hidden;
 }
 
-bool UpdateDialogPresenter::isUnasked() const {
-    return m_driver.stage() == Stage::found && m_driver.isUnasked();
+bool UpdateDialogPresenter::isAutomatic() const {
+    return m_driver.stage() == Stage::found && m_driver.isAutomatic();
 }
 
 QString UpdateDialogPresenter::title() const {

@@ -33,7 +33,7 @@ public:
 
     bool isShown() const;
     // It must not take the keyboard.
-    bool isUnasked() const;
+    bool isAutomatic() const;
     QString title() const;
     QString text() const;
     // Of the version that was found; plain text or inline markdown. Empty without any.

@@ -94,7 +94,7 @@ private Q_SLOTS:
         ours.rlim_cur = ours.rlim_max;
         QCOMPARE(::setrlimit(RLIMIT_CORE, &ours), 0);
         ::umask(027);
-        platform::keepToOurselves();
+        platform::restrictProcess();
         const QTemporaryDir folder;
         for (const auto* name : {"xdg-open", "pavucontrol"}) {
             install(

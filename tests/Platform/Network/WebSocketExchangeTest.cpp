@@ -151,10 +151,10 @@ private Q_SLOTS:
 
     void signsTellWhatGotThrough() {
         Link link;
-        std::vector<platform::ConnectionSigns> signs;
+        std::vector<platform::ConnectionHealth> signs;
         const auto read = [&] {
             const auto known = signs.size();
-            link.probe->readSigns([&](platform::ConnectionSigns now) { signs.push_back(now); });
+            link.probe->readHealth([&](platform::ConnectionHealth now) { signs.push_back(now); });
             return waitUntil([&] { return signs.size() > known; });
         };
         QVERIFY(read());
@@ -163,7 +163,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil(
             [&] { return read() && signs.back().bytesThrough >= signs[0].bytesThrough + 100'000; }));
         QVERIFY(signs.back().hasRoute);
-        link.probe->readSigns([](platform::ConnectionSigns) { QFAIL("after the end"); });
+        link.probe->readHealth([](platform::ConnectionHealth) { QFAIL("after the end"); });
         link.probe->cancel(1000);
         QVERIFY(waitUntil([&] { return link.peer->closeCode() == 1000; }));
     }

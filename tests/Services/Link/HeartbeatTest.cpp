@@ -13,14 +13,14 @@ namespace {
 struct Fixture {
     FakeClock clock;
     std::vector<Heartbeat::PongHandler> pings;
-    platform::ConnectionSigns signs;
+    platform::ConnectionHealth signs;
     QStringList failures;
     std::optional<Heartbeat> heartbeat;
 
     Fixture() {
         heartbeat.emplace(
             clock, [this](Heartbeat::PongHandler pong) { pings.push_back(std::move(pong)); },
-            [this](const platform::WebSocketTask::SignsHandler& handler) { handler(signs); },
+            [this](const platform::WebSocketTask::HealthHandler& handler) { handler(signs); },
             [this](const QString& reason) {
                 failures.append(reason);
                 heartbeat.reset();

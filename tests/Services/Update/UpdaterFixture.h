@@ -88,7 +88,7 @@ struct UpdaterFixture {
                                               {"SUFeedURL", feed},
                                               {"SUPublicEDKey", key}});
         service = std::make_unique<UpdaterService>(
-            info, platform::SPUUpdater::Surroundings{makeHttp, *defaults, clock, makeInstaller(),
+            info, platform::SPUUpdater::Dependencies{makeHttp, *defaults, clock, makeInstaller(),
                                                      "corvane-lumetra", folder()});
         service->startUpdater();
         settle();

@@ -168,7 +168,7 @@ private Q_SLOTS:
         fixture.launch();
         fixture.checksWithin(1min);
         QCOMPARE(fixture.driver().stage(), Stage::found);
-        QVERIFY(fixture.driver().isUnasked());
+        QVERIFY(fixture.driver().isAutomatic());
         QCOMPARE(fixture.state(), Case::available);
         QCOMPARE(fixture.service->state().notes, QString());
         fixture.driver().dismiss();

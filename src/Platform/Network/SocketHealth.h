@@ -5,6 +5,6 @@
 namespace platform {
 
 // Of a connected TCP socket. Any thread that keeps the descriptor open meanwhile.
-ConnectionSigns signsOf(int descriptor);
+ConnectionHealth socketHealth(int descriptor);
 
 } // namespace platform

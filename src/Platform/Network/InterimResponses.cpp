@@ -1,4 +1,4 @@
-#include "Platform/Network/InterimAnswers.h"
+#include "Platform/Network/InterimResponses.h"
 
 #include "Platform/Network/Transport.h"
 
@@ -19,7 +19,7 @@ bool isInterim(int status) {
 
 } // namespace
 
-std::string InterimAnswers::pass(std::string_view piece) {
+std::string InterimResponses::pass(std::string_view piece) {
     m_kept += piece;
     while (!m_over) {
         const auto known = std::min(m_kept.size(), start.size());

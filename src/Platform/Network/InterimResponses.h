@@ -7,7 +7,7 @@ namespace platform {
 
 // Takes interim answers (RFC 9110, 15.2: 100 to 199, but for 101) out of the bytes that come before the real
 // one.
-class InterimAnswers {
+class InterimResponses {
 public:
     // Gives what may be read on, and keeps what it cannot judge yet.
     std::string pass(std::string_view piece);

@@ -1,4 +1,4 @@
-#include "Platform/Network/SocketSigns.h"
+#include "Platform/Network/SocketHealth.h"
 
 #include <cerrno>
 
@@ -26,8 +26,8 @@ bool hasRouteTo(const sockaddr_storage& peer, socklen_t size) {
 
 } // namespace
 
-ConnectionSigns signsOf(int descriptor) {
-    ConnectionSigns signs;
+ConnectionHealth socketHealth(int descriptor) {
+    ConnectionHealth signs;
     tcp_info info{};
     socklen_t infoSize = sizeof info;
     if (::getsockopt(descriptor, IPPROTO_TCP, TCP_INFO, &info, &infoSize) == 0) {

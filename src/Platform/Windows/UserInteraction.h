@@ -9,9 +9,9 @@ class QWindow;
 // desktop knows by itself. Main thread.
 namespace platform {
 
-void noteUserAct(quint32 time);
+void noteUserInteraction(quint32 time);
 // Just now, as told by something that does not go by that clock.
-void noteUserActNow();
+void noteUserInteractionNow();
 // The keyboard for this window, in the name of that act. Each call asks the desktop again, also one that
 // comes while the window is being shown.
 void takeKeyboard(QWindow& window);

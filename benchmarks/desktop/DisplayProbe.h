@@ -8,12 +8,12 @@
 struct xcb_connection_t;
 
 // What an X display shows, looked at from outside of the programs on it.
-class Sight {
+class DisplayProbe {
 public:
-    explicit Sight(const QString& display);
-    ~Sight();
-    Sight(const Sight&) = delete;
-    Sight& operator=(const Sight&) = delete;
+    explicit DisplayProbe(const QString& display);
+    ~DisplayProbe();
+    DisplayProbe(const DisplayProbe&) = delete;
+    DisplayProbe& operator=(const DisplayProbe&) = delete;
 
     // Whether something has been drawn since the construction: lettering, not only a ground.
     bool isPainted() const;

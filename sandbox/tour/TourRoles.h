@@ -3,7 +3,7 @@
 #include <QString>
 
 // Who does and sees things in the tour.
-namespace tourvoices {
+namespace tourroles {
 
 inline const QString tour = QStringLiteral("tour");
 inline const QString interviewer = QStringLiteral("interviewer");
@@ -18,4 +18,4 @@ inline QString recording(const char* name) {
     return QStringLiteral("/usr/share/sounds/alsa/") + QLatin1String(name);
 }
 
-} // namespace tourvoices
+} // namespace tourroles

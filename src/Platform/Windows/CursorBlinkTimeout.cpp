@@ -1,4 +1,4 @@
-#include "Platform/Windows/CursorRest.h"
+#include "Platform/Windows/CursorBlinkTimeout.h"
 
 #include <QEvent>
 #include <QGuiApplication>
@@ -10,25 +10,25 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto quiet = 10s; // as GTK has it
+constexpr auto idleTime = 10s; // as GTK has it
 
 } // namespace
 
-CursorRest::CursorRest(QObject* parent)
+CursorBlinkTimeout::CursorBlinkTimeout(QObject* parent)
     : QObject(parent) {
-    m_quiet.setSingleShot(true);
-    m_quiet.setInterval(quiet);
-    m_quiet.setTimerType(Qt::VeryCoarseTimer);
-    connect(&m_quiet, &QTimer::timeout, this, &CursorRest::rest);
+    m_idleTimer.setSingleShot(true);
+    m_idleTimer.setInterval(idleTime);
+    m_idleTimer.setTimerType(Qt::VeryCoarseTimer);
+    connect(&m_idleTimer, &QTimer::timeout, this, &CursorBlinkTimeout::stopBlinking);
     qGuiApp->installEventFilter(this);
 }
 
-bool CursorRest::eventFilter(QObject* watched, QEvent* event) {
+bool CursorBlinkTimeout::eventFilter(QObject* watched, QEvent* event) {
     switch (event->type()) {
     case QEvent::KeyPress:
     case QEvent::MouseButtonPress:
     case QEvent::WindowActivate:
-        wake();
+        resumeBlinking();
         break;
     default:
         break;
@@ -36,14 +36,14 @@ bool CursorRest::eventFilter(QObject* watched, QEvent* event) {
     return QObject::eventFilter(watched, event);
 }
 
-void CursorRest::wake() {
+void CursorBlinkTimeout::resumeBlinking() {
     if (m_flashTime != 0) {
         QGuiApplication::styleHints()->setCursorFlashTime(std::exchange(m_flashTime, 0));
     }
-    m_quiet.start();
+    m_idleTimer.start();
 }
 
-void CursorRest::rest() {
+void CursorBlinkTimeout::stopBlinking() {
     auto* hints = QGuiApplication::styleHints();
     m_flashTime = hints->cursorFlashTime();
     hints->setCursorFlashTime(0);

@@ -10,9 +10,9 @@
 
 namespace sandbox {
 
-class Agenda {
+class Scheduler {
 public:
-    explicit Agenda(asio::io_context& context)
+    explicit Scheduler(asio::io_context& context)
         : m_context(context) {}
 
     void after(std::chrono::milliseconds time, std::function<void()> action) {

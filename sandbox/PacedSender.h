@@ -1,8 +1,8 @@
 // What the backend says on one link: in order, at the script's pace.
 #pragma once
 
-#include "sandbox/Agenda.h"
 #include "sandbox/Faults.h"
+#include "sandbox/Scheduler.h"
 
 #include <boost/json/object.hpp>
 
@@ -16,21 +16,21 @@
 namespace sandbox {
 
 // Network thread only. What is planned is forgotten when the voice goes.
-class Voice : public std::enable_shared_from_this<Voice> {
+class PacedSender : public std::enable_shared_from_this<PacedSender> {
 public:
-    using Say = std::function<void(const boost::json::object&)>;
+    using Send = std::function<void(const boost::json::object&)>;
 
     // `pace` lies between two planned messages; it may change.
-    Voice(Agenda& agenda, const Faults& faults, const std::chrono::milliseconds& pace, Say say);
+    PacedSender(Scheduler& scheduler, const Faults& faults, const std::chrono::milliseconds& pace, Send send);
 
     // Past everything that is planned.
-    void now(const boost::json::object& message) { m_say(message); }
+    void sendNow(const boost::json::object& message) { m_send(message); }
     // `then` runs after the message is said.
     void plan(boost::json::object message, std::chrono::milliseconds before, std::function<void()> then = {});
     void plan(std::vector<boost::json::object> messages);
     // Messages of `type` with pieces of the text under "text".
     void planProse(std::string_view type, std::string_view text);
-    void giveUpPlanned();
+    void dropPlanned();
 
 private:
     struct Planned {
@@ -39,14 +39,14 @@ private:
         std::function<void()> then;
     };
 
-    void sayNext();
+    void sendNext();
 
-    Agenda& m_agenda;
+    Scheduler& m_scheduler;
     const Faults& m_faults;
     const std::chrono::milliseconds& m_pace;
-    Say m_say;
+    Send m_send;
     std::deque<Planned> m_planned;
-    bool m_saying = false;
+    bool m_sending = false;
     // Raised when what is planned is given up.
     unsigned m_generation = 0;
 };

@@ -1,4 +1,4 @@
-#include "benchmarks/desktop/Sight.h"
+#include "benchmarks/desktop/DisplayProbe.h"
 
 #include <xcb/xcb.h>
 
@@ -19,7 +19,7 @@ constexpr std::size_t lettering = 8; // colours at least, from the smoothing of 
 
 } // namespace
 
-Sight::Sight(const QString& display)
+DisplayProbe::DisplayProbe(const QString& display)
     : m_connection(xcb_connect(display.toLatin1().constData(), nullptr)) {
     if (xcb_connection_has_error(m_connection)) {
         throw std::runtime_error("No connection to the display.");
@@ -27,11 +27,11 @@ Sight::Sight(const QString& display)
     m_empty = pixels();
 }
 
-Sight::~Sight() {
+DisplayProbe::~DisplayProbe() {
     xcb_disconnect(m_connection);
 }
 
-std::vector<std::uint32_t> Sight::pixels() const {
+std::vector<std::uint32_t> DisplayProbe::pixels() const {
     const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data;
     const auto request = xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, screen->root, 0, 0,
                                        screen->width_in_pixels, screen->height_in_pixels, ~0U);
@@ -46,7 +46,7 @@ std::vector<std::uint32_t> Sight::pixels() const {
 }
 
 // Cheap for the display's server, which is busy with the program that starts.
-bool Sight::showsWindows() const {
+bool DisplayProbe::showsWindows() const {
     const auto root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
     const Reply<xcb_query_tree_reply_t> tree(
         xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, root), nullptr), std::free);
@@ -64,7 +64,7 @@ bool Sight::showsWindows() const {
     });
 }
 
-bool Sight::isPainted() const {
+bool DisplayProbe::isPainted() const {
     if (!showsWindows()) {
         return false;
     }

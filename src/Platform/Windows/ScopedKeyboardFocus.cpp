@@ -1,4 +1,4 @@
-#include "Platform/Windows/KeyboardLoan.h"
+#include "Platform/Windows/ScopedKeyboardFocus.h"
 
 #include "Platform/Windows/XcbWindow.h"
 
@@ -11,7 +11,7 @@ namespace platform {
 namespace {
 
 // From a borrower to the window that lent: one borrower may take the keyboard from another.
-std::map<xcb_window_t, xcb_window_t>& loans() {
+std::map<xcb_window_t, xcb_window_t>& borrowedFocus() {
     static std::map<xcb_window_t, xcb_window_t> current;
     return current;
 }
@@ -25,25 +25,25 @@ xcb_window_t focused() {
 
 } // namespace
 
-KeyboardLoan::KeyboardLoan(QWindow& window)
+ScopedKeyboardFocus::ScopedKeyboardFocus(QWindow& window)
     : m_window(window) {
     if (x11::connection()) {
         const auto owner = focused();
-        const auto lent = loans().find(owner);
-        m_lender = lent == loans().end() ? owner : lent->second;
-        loans()[x11::idOf(window)] = m_lender;
+        const auto borrowed = borrowedFocus().find(owner);
+        m_previousFocus = borrowed == borrowedFocus().end() ? owner : borrowed->second;
+        borrowedFocus()[x11::idOf(window)] = m_previousFocus;
     }
     window.requestActivate();
 }
 
-KeyboardLoan::~KeyboardLoan() {
-    if (loans().erase(x11::idOf(m_window)) == 0 || focused() != x11::idOf(m_window)) {
+ScopedKeyboardFocus::~ScopedKeyboardFocus() {
+    if (borrowedFocus().erase(x11::idOf(m_window)) == 0 || focused() != x11::idOf(m_window)) {
         return;
     }
     auto* x = x11::connection();
     // The lender may be gone: an answer that says so is no news.
     const x11::Answer<xcb_generic_error_t> error(xcb_request_check(
-        x, xcb_set_input_focus_checked(x, XCB_INPUT_FOCUS_POINTER_ROOT, m_lender, XCB_CURRENT_TIME)));
+        x, xcb_set_input_focus_checked(x, XCB_INPUT_FOCUS_POINTER_ROOT, m_previousFocus, XCB_CURRENT_TIME)));
 }
 
 } // namespace platform
