@@ -1,6 +1,7 @@
 #include "Services/DatabaseService.h"
 
 #include "Platform/Core/Log.h"
+#include "Platform/Storage/PrivateFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -8,10 +9,7 @@
 #include <array>
 #include <vector>
 
-#include <fcntl.h>
 #include <sqlite3.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace corvane {
 
@@ -134,20 +132,6 @@ std::string quoted(QString text) {
     return '\'' + text.remove(QChar(u'\0')).replace(u'\'', QStringLiteral("''")).toStdString() + '\'';
 }
 
-// SQLite gives the write-ahead files the mode of the database file: make that one first, for the user alone.
-void preparePrivateFile(const QString& path) {
-    const auto name = QFile::encodeName(path);
-    const int created = ::open(name.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (created >= 0) {
-        ::close(created);
-        return;
-    }
-    // Opening a database that is in use would drop its locks at the close.
-    if (struct stat status{}; ::stat(name.constData(), &status) == 0 && (status.st_mode & 0077) != 0) {
-        ::chmod(name.constData(), status.st_mode & 0700);
-    }
-}
-
 } // namespace
 
 DatabaseService::DatabaseService(const QString& dataFolder, const platform::Clock& clock)
@@ -167,7 +151,8 @@ DatabaseService::~DatabaseService() {
 }
 
 void DatabaseService::openDatabase() {
-    preparePrivateFile(m_dbPath);
+    // SQLite gives the write-ahead files the mode of the database file.
+    platform::preparePrivateFile(m_dbPath);
     if (sqlite3_open(m_dbPath.toUtf8().constData(), &m_db) != SQLITE_OK) {
         platform::printLine(QStringLiteral("[DB] Failed to open database at ") + m_dbPath);
         return;

@@ -3,6 +3,7 @@
 #include "Platform/Core/Log.h"
 #include "Platform/Storage/DefaultsFile.h"
 #include "Platform/Storage/DefaultsText.h"
+#include "Platform/Storage/PrivateFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,30 +14,21 @@
 #include <map>
 #include <tuple>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace platform {
 
 namespace {
 
-// A write replaces the file by a new one of the same mode: make it first, for the user alone. An editor may
-// have widened the mode since.
-void preparePrivateFile(const QString& path) {
-    constexpr auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+// A write gives the new file the mode of the old one, so the old one is made private first.
+void prepareFile(const QString& path) {
     const auto folder = QFileInfo(path).absolutePath();
     QDir().mkpath(QFileInfo(folder).absolutePath());
-    QDir().mkdir(folder, ownerOnly);
-    const auto name = QFile::encodeName(path);
-    const int file = ::open(name.constData(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600);
-    if (file >= 0) {
-        ::fchmod(file, 0600);
-        ::close(file);
-    }
+    QDir().mkdir(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    preparePrivateFile(path);
 }
 
-// The kinds, over a map of texts.
+// Converts between values and their texts.
 class TextDefaultsStore : public DefaultsStore {
 public:
     bool contains(const QString& key) const override { return text(key).has_value(); }
@@ -54,7 +46,7 @@ public:
         return read(key, defaultstext::toData);
     }
 
-    // A value that is there already stays as a hand wrote it.
+    // A value that does not change stays as it was written by hand.
     void setString(const QString& key, const QString& value) override {
         change(key, string(key) == value, defaultstext::fromString(value));
     }
@@ -81,7 +73,7 @@ private:
             setText(key, text);
         }
     }
-    // As bytes, or as JSON, however it is laid out.
+    // Compares as bytes, or as JSON regardless of its layout.
     static bool isSame(const std::optional<QByteArray>& stored, const QByteArray& value) {
         if (!stored || *stored == value) {
             return stored.has_value();
@@ -96,7 +88,7 @@ private:
     }
 };
 
-// What tells one state of a file from another.
+// The attributes that show whether a file has changed.
 struct FileState {
     bool exists = false;
     struct stat status = {};
@@ -116,12 +108,12 @@ struct FileState {
     }
 };
 
-// Each call looks whether a hand has changed the file meanwhile.
+// Each call checks whether the file has been edited in the meantime.
 class FileDefaultsStore : public TextDefaultsStore {
 public:
     explicit FileDefaultsStore(const QString& path)
         : m_path(path) {
-        preparePrivateFile(m_path);
+        prepareFile(m_path);
         reload();
     }
 
@@ -154,15 +146,15 @@ private:
             !state.exists || (file.open(QIODevice::ReadOnly) && file.size() <= DefaultsFile::largest);
         m_file = DefaultsFile(m_isUsable && state.exists ? file.readAll() : QByteArray());
         if (!m_isUsable) {
-            printLine(
-                QStringLiteral("[Settings] %1 cannot be read: it stays as it is, and changes last until "
-                               "the end of this run")
-                    .arg(m_path));
+            printLine(QStringLiteral(
+                          "[Settings] %1 cannot be read: it is left unchanged, and new settings are lost "
+                          "when the program ends")
+                          .arg(m_path));
         }
         reportUnreadLines();
     }
 
-    // Once of each line, however often the file is read.
+    // Reports each line once, however often the file is read.
     void reportUnreadLines() const {
         auto unread = m_file.unread();
         unread.removeIf([this](const DefaultsFile::Unread& line) { return m_reportedLines.contains(line); });
@@ -174,7 +166,7 @@ private:
             numbers.append(QString::number(line.line));
         }
         m_reportedLines = m_file.unread();
-        printLine(QStringLiteral("[Settings] %1, line %2: cannot be read and stays as it is")
+        printLine(QStringLiteral("[Settings] %1, line %2: cannot be read and is left unchanged")
                       .arg(m_path, numbers.join(QStringLiteral(", "))));
     }
 
@@ -182,7 +174,7 @@ private:
         if (!m_isUsable) {
             return;
         }
-        preparePrivateFile(m_path);
+        prepareFile(m_path);
         QSaveFile file(m_path);
         const auto content = m_file.content();
         const bool saved =

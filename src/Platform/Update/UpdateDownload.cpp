@@ -2,6 +2,7 @@
 
 #include "Platform/Core/Background.h"
 #include "Platform/Core/Tasks.h"
+#include "Platform/Storage/PrivateFile.h"
 #include "Platform/Update/DebianPackage.h"
 #include "Platform/Update/UpdateAddress.h"
 
@@ -19,7 +20,7 @@ namespace {
 constexpr int maxRestarts = 2; // after a lost connection
 const auto packageSuffix = QStringLiteral(".deb");
 
-// Only a strong tag says that the bytes are the same; a weak one says that they mean the same.
+// Only a strong tag guarantees identical bytes; a weak one means equivalent content.
 QByteArray strongTag(const HttpResponse& head) {
     const auto tag = head.header("ETag").value_or(QByteArray());
     return tag.startsWith('"') ? tag : QByteArray();
@@ -31,15 +32,16 @@ QByteArray contentsOf(const QString& path) {
 }
 
 bool writePrivately(const QString& path, const QByteArray& content) {
+    preparePrivateFile(path);
     QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
-           file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) && file.write(content) == content.size();
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(content) == content.size();
 }
 
 UpdateError diskFailure(const QString& reason) {
-    return {UpdateError::downloadFailed,
-            QStringLiteral("The update could not be kept on the disk (%1). Make room, then check again.")
-                .arg(reason)};
+    return {
+        UpdateError::downloadFailed,
+        QStringLiteral("The update could not be stored on the disk (%1). Free some space, then check again.")
+            .arg(reason)};
 }
 
 } // namespace
@@ -65,7 +67,7 @@ void UpdateDownload::cancel() {
     m_http.reset();
 }
 
-// The address's last part, so that the package installer shows a name that the user has seen.
+// Ends with the last part of the address, so that the package installer shows a name that the user has seen.
 QString UpdateDownload::packagePath() const {
     static const QRegularExpression unsafe(QStringLiteral("[^A-Za-z0-9._+~-]"));
     auto name = m_address.fileName();
@@ -73,11 +75,11 @@ QString UpdateDownload::packagePath() const {
     return m_base + u'-' + name + (name.endsWith(packageSuffix) ? QString() : packageSuffix);
 }
 
-// What an older release left goes.
+// Also removes the files of older releases.
 void UpdateDownload::prepareFolder() {
     constexpr auto privately = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
     if (!QDir().mkpath(m_folder) || !QFile::setPermissions(m_folder, privately)) {
-        throw diskFailure(QStringLiteral("no folder %1").arg(m_folder));
+        throw diskFailure(QStringLiteral("cannot create the folder %1").arg(m_folder));
     }
     for (const auto& file : QDir(m_folder).entryInfoList(QDir::Files | QDir::Hidden | QDir::System)) {
         if (!file.filePath().startsWith(m_base)) {
@@ -107,7 +109,7 @@ QCoro::Task<std::shared_ptr<UpdatePackage>> UpdateDownload::run() {
     co_return package;
 }
 
-// What an earlier start has fetched, if it is still sound.
+// Returns the package that an earlier run has fetched, if it is still valid.
 QCoro::Task<std::shared_ptr<UpdatePackage>> UpdateDownload::kept() {
     auto package = UpdatePackage::open(packagePath());
     if (package) {
@@ -147,7 +149,7 @@ QCoro::Task<void> UpdateDownload::fetch() {
         if (lost && restarts++ == maxRestarts) {
             throw UpdateError(
                 UpdateError::downloadFailed,
-                QStringLiteral("The download stopped: %1 Check again to go on.").arg(errorText(*lost)));
+                QStringLiteral("The download stopped: %1 Check again to continue.").arg(errorText(*lost)));
         }
     }
 }
@@ -176,7 +178,7 @@ void UpdateDownload::restart() {
 
 QCoro::Task<HttpResponse> UpdateDownload::request(QUrl address) {
     HttpRequest request{.method = "GET", .url = std::move(address), .headers = {}, .body = {}};
-    // Without a tag the rest could be of another file than the start.
+    // Without a tag the rest could belong to another file than the start.
     const auto tag = contentsOf(tagPath());
     if (const auto offset = m_part->size(); offset > 0 && !tag.isEmpty()) {
         request.headers = {{"Range", "bytes=" + QByteArray::number(offset) + '-'}, {"If-Range", tag}};
@@ -210,7 +212,7 @@ bool UpdateDownload::take(const QByteArray& piece) {
     if (m_part->size() + piece.size() > m_claim.length) {
         m_failure = UpdateError(UpdateError::downloadFailed,
                                 QStringLiteral("The update is longer than announced, so it was thrown away. "
-                                               "Tell the administrator of the update server."));
+                                               "Contact the administrator of the update server."));
     } else if (m_part->write(piece) != piece.size()) {
         m_failure = diskFailure(m_part->errorString());
     } else {
@@ -219,7 +221,7 @@ bool UpdateDownload::take(const QByteArray& piece) {
     return !m_failure;
 }
 
-// After an answer that came to its end, with all of the body that there is.
+// Called after a complete response, once the whole body has been taken.
 void UpdateDownload::judge(const HttpResponse& response, RedirectTrail& trail) {
     if (m_cancelled) {
         return;
@@ -245,7 +247,7 @@ void UpdateDownload::judge(const HttpResponse& response, RedirectTrail& trail) {
                      .arg(response.status));
 }
 
-// On the disk before it has its name: after a crash there is the whole package or none.
+// Synced to the disk before it gets its name: after a crash there is either the whole package or none.
 void UpdateDownload::keep() {
     const bool kept = ::fsync(m_part->handle()) == 0 && QFile::rename(partPath(), packagePath());
     QFile::remove(tagPath());
