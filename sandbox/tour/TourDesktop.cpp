@@ -1,5 +1,8 @@
 #include "sandbox/tour/TourDesktop.h"
 
+#include "App/ApplicationId.h"
+#include "Platform/Desktop/ApplicationCall.h"
+
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -85,7 +88,7 @@ void TourDesktop::startSandbox() {
     }
     m_ready = QJsonDocument::fromJson(m_sandbox.readLine()).object();
     if (!m_ready.value(QStringLiteral("ready")).toBool()) {
-        fail(QStringLiteral("The sandbox said something else than that it is ready."));
+        fail(QStringLiteral("The sandbox did not report that it is ready."));
     }
 }
 
@@ -149,9 +152,9 @@ QStringList TourDesktop::openLinkArguments(const QString& interviewId) {
     return {QStringLiteral("call"),
             QStringLiteral("--session"),
             QStringLiteral("--dest"),
-            QStringLiteral("com.corvane.Lumetra"),
+            QLatin1String(corvane::applicationId),
             QStringLiteral("--object-path"),
-            QStringLiteral("/com/corvane/Lumetra"),
+            platform::applicationObjectPath(QLatin1String(corvane::applicationId)),
             QStringLiteral("--method"),
             QStringLiteral("org.freedesktop.Application.Open"),
             QStringLiteral("['corvane://interview/%1']").arg(interviewId),

@@ -2,6 +2,7 @@
 
 #include "sandbox/tour/TourRoles.h"
 
+#include "App/ApplicationId.h"
 #include "Platform/Core/Dispatch.h"
 #include "Platform/Core/Log.h"
 #include "Platform/Core/SystemClock.h"
@@ -24,9 +25,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto applicationId = "com.corvane.Lumetra";
-
-// Lines that tell a reader something; the rest is kept for the check at the end.
+// Returns whether a log line is worth showing; the others are kept for the check at the end.
 bool isNoteworthy(const QString& line) {
     return line.startsWith(QLatin1String("====")) || line.startsWith(QLatin1String("[Interview]")) ||
            line.startsWith(QLatin1String("[DeepLink]")) ||
@@ -127,7 +126,7 @@ void TourScript::savePicture(const QString& name) const {
 }
 
 QCoro::Task<void> TourScript::picture(QString name) {
-    // The pointer would leave its mark on what it rests on.
+    // Moves the pointer away, because it would change what it rests on.
     m_hands.moveTo(QPoint(m_display.size().width() - 4, m_display.size().height() - 4));
     co_await pause(300);
     savePicture(name);

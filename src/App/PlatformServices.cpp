@@ -1,5 +1,6 @@
 #include "App/PlatformServices.h"
 
+#include "App/ApplicationId.h"
 #include "Platform/Core/SystemClock.h"
 
 #include <QCoreApplication>
@@ -10,7 +11,6 @@ namespace corvane {
 namespace {
 
 const auto applicationName = QStringLiteral("Corvane Lumetra");
-const auto applicationId = QStringLiteral("com.corvane.Lumetra");
 
 } // namespace
 
@@ -32,16 +32,17 @@ PlatformServices PlatformServices::ofThisDesktop(std::unique_ptr<platform::Secre
     services.makeUpdateHttp = [] { return platform::makeHttpClient(platform::HttpSessionKind::ephemeral); };
     services.webSockets = platform::makeWebSocketFactory();
     services.connectivity = platform::makeConnectivityMonitor();
-    services.audio =
-        platform::makePulseAudioHost({}, {.name = applicationName, .id = applicationId, .iconName = {}});
+    services.audio = platform::makePulseAudioHost(
+        {}, {.name = applicationName, .id = QLatin1String(applicationId), .iconName = {}});
     services.appearance = platform::makeDesktopAppearance();
-    services.loginItem =
-        platform::makeAutostartEntry(configuration + QStringLiteral("/autostart"), applicationId,
-                                     applicationName, QCoreApplication::applicationFilePath());
+    services.loginItem = platform::makeAutostartEntry(configuration + QStringLiteral("/autostart"),
+                                                      QLatin1String(applicationId), applicationName,
+                                                      QCoreApplication::applicationFilePath());
     services.keys = platform::makeDesktopKeyMonitor();
     services.screens = platform::makeScreenGrabber();
     services.clipboard = platform::makeDesktopClipboard();
-    services.notifications = platform::makeDesktopNotifications(applicationName, applicationId);
+    services.notifications =
+        platform::makeDesktopNotifications(applicationName, QLatin1String(applicationId));
     services.systemAccess = platform::makeSystemAccess(services.notifications.get());
     services.windows = makeWindowFactory();
     return services;

@@ -1,3 +1,4 @@
+#include "App/ApplicationId.h"
 #include "App/CorvaneApp.h"
 #include "Platform/Core/Log.h"
 #include "Platform/Desktop/ProcessLimits.h"
@@ -76,7 +77,7 @@ int main(int argc, char* argv[]) {
     const std::jthread fonts([] { FcInit(); });
     QGuiApplication application(count, arguments.data());
     tellOfPlatform();
-    QGuiApplication::setDesktopFileName(QStringLiteral("com.corvane.Lumetra"));
+    QGuiApplication::setDesktopFileName(QLatin1String(applicationId));
     // Not before the first window is seen: all its sizes are drawn for it. A desktop has it from the entry
     // too.
     QTimer::singleShot(1s, &application, [] {
@@ -86,6 +87,6 @@ int main(int argc, char* argv[]) {
     platform::quitOnTerminationSignals();
     const platform::CursorBlinkTimeout cursorBlinkTimeout;
     CorvaneApp app(PlatformServices::ofThisDesktop(std::move(secrets)),
-                   platform::makeSessionApplication(QStringLiteral("com.corvane.Lumetra")));
+                   platform::makeSessionApplication(QLatin1String(applicationId)));
     return app.run();
 }

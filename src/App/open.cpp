@@ -1,3 +1,4 @@
+#include "App/ApplicationId.h"
 #include "Platform/Desktop/ApplicationCall.h"
 
 #include <QCoreApplication>
@@ -8,7 +9,7 @@ int main(int argc, char* argv[]) {
     const QCoreApplication application(argc, argv);
     auto links = QCoreApplication::arguments().mid(1);
     links.removeAll({});
-    const bool reached = platform::openApplication(QStringLiteral("com.corvane.Lumetra"), links,
+    const bool reached = platform::openApplication(QLatin1String(corvane::applicationId), links,
                                                    QCoreApplication::applicationDirPath() +
                                                        QStringLiteral("/corvane-lumetra"));
     return reached ? 0 : 1;
