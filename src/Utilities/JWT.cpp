@@ -47,7 +47,7 @@ Error::Error(Kind kind)
 platform::WallTime expiry(const platform::Secret& token) {
     const auto object = claims(decodedPayload(token.reveal()));
     const auto* exp = object.if_contains("exp");
-    // Boost.JSON reads 0e310 as no number.
+    // Boost.JSON reads 0e310 as NaN.
     const auto value = exp && exp->is_number() ? exp->to_number<double>() : std::nan("");
     if (std::isnan(value)) {
         throw Error(Error::missingExp);

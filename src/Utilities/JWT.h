@@ -7,7 +7,7 @@
 
 namespace corvane {
 
-// Reading of a session token's expiry (RFC 7519). The signature is not checked.
+// Reads the expiry of a session token (RFC 7519). The signature is not checked.
 namespace JWT {
 
 class Error : public std::runtime_error {
@@ -21,9 +21,9 @@ private:
     Kind m_kind;
 };
 
-// Throws Error.
+// Returns the time at which the token expires. Throws Error.
 platform::WallTime expiry(const platform::Secret& token);
-// True when less than `safetyMargin` seconds are left. Throws Error.
+// Returns true if less than `safetyMargin` seconds are left. Throws Error.
 bool needsRefresh(const platform::Secret& token, double safetyMargin, platform::WallTime now);
 
 } // namespace JWT

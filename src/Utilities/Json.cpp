@@ -49,7 +49,7 @@ std::optional<QString> asString(const boost::json::value& value) {
     return text ? std::optional(toQString(*text)) : std::nullopt;
 }
 
-// A whole number written with a fraction of zero or an exponent is an integer too.
+// A whole number may also be written with a fraction of zero or an exponent.
 std::optional<qint64> asInteger(const boost::json::value& value) {
     boost::system::error_code error;
     const auto number = value.is_number() ? value.to_number<qint64>(error) : 0;
@@ -58,7 +58,7 @@ std::optional<qint64> asInteger(const boost::json::value& value) {
 
 std::optional<double> asReal(const boost::json::value& value) {
     const auto number = value.is_number() ? value.to_number<double>() : std::nan("");
-    return std::isnan(number) ? std::nullopt : std::optional(number); // the library reads 0e310 as that
+    return std::isnan(number) ? std::nullopt : std::optional(number); // Boost.JSON reads 0e310 as NaN
 }
 
 std::optional<bool> asBoolean(const boost::json::value& value) {

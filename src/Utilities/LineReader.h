@@ -11,19 +11,19 @@ namespace corvane {
 // empty line between two ends counts as one.
 class LineReader {
 public:
-    // Gets a line without its end, valid during the call. False: no more lines, now or ever.
+    // Receives a line without its end, valid during the call. Returns false to get no more lines.
     using Sink = std::function<bool(QByteArrayView line)>;
 
-    // `maxBytes`: of one line.
+    // `maxBytes` limits the length of one line.
     LineReader(qsizetype maxBytes, Sink sink);
 
-    // Hands over the lines that end in here; a CR ends its line at once, whatever follows.
+    // Passes on the lines that end in `bytes`; a CR ends its line at once, whatever follows.
     void feed(QByteArrayView bytes);
-    // There is nothing more: the rest is a line if it is not empty.
+    // Ends the input. The rest counts as a line if it is not empty.
     void finish();
-    // A line was longer than allowed. It was dropped, and so is all behind it.
+    // Returns whether a line was too long. It was dropped, together with everything after it.
     bool isOverlong() const { return m_isOverlong; }
-    // The sink wants no more, or a line was too long.
+    // Returns whether the sink wants no more lines or a line was too long.
     bool isClosed() const { return m_isClosed; }
 
 private:

@@ -15,7 +15,7 @@ namespace {
 
 constexpr float fullScale = 32767.0F;
 
-// A comparison in this form lets a NaN take the upper limit.
+// Comparing in this form gives NaN the upper limit.
 int16_t toInteger(float sample) {
     const float upper = sample < 1.0F ? sample : 1.0F;
     const float clipped = upper > -1.0F ? upper : -1.0F;
@@ -34,9 +34,9 @@ void convertPortable(const float* samples, size_t count, std::byte* out) {
 
 #if defined(__x86_64__)
 
-// What is too low becomes -32768 or less, by the multiplication or by the conversion's answer to an overflow,
-// and is lifted to -32767 after the saturating packing, where one instruction does it for all. minps gives
-// its second operand when either is a NaN.
+// Values that are too low become -32768 or less, by the multiplication or by the conversion's overflow value,
+// and are raised to -32767 after the saturating packing, where one instruction does it for all. minps returns
+// its second operand if either is NaN.
 __m128i scaledSse2(const float* samples) {
     const __m128 upper = _mm_min_ps(_mm_loadu_ps(samples), _mm_set1_ps(1.0F));
     return _mm_cvttps_epi32(_mm_mul_ps(upper, _mm_set1_ps(fullScale)));

@@ -6,8 +6,8 @@
 
 namespace corvane {
 
-// The sums of neighbours are added first, as in a tree, so that rounding grows with the logarithm of the
-// count; a running sum would put a constant signal at a threshold on the wrong side of it.
+// Adds neighbouring sums first, as in a tree, so that rounding grows with the logarithm of the count; a
+// running sum would put a constant signal at a threshold on the wrong side of it.
 
 namespace {
 
@@ -19,10 +19,10 @@ using Lanes8 = float __attribute__((vector_size(32)));
 using Bits8 = int32_t __attribute__((vector_size(32)));
 
 constexpr size_t blockSamples = 128;
-// Several maxima side by side, since one alone would make each sample wait for the one before it.
+// Several independent maxima, since a single one would make each sample wait for the one before it.
 constexpr size_t peakChains = 4;
 
-// The sum of the squares of `Vectors` vectors, a power of two.
+// Computes the sum of the squares of `Vectors` vectors, a power of two, and updates the peaks.
 template<typename Lanes, typename Bits, size_t Vectors>
 ALWAYS_INLINE void sumOfSquares(const float* samples, Lanes& sum, Lanes* peaks) {
     constexpr size_t laneCount = sizeof(Lanes) / sizeof(float);
@@ -41,7 +41,7 @@ ALWAYS_INLINE void sumOfSquares(const float* samples, Lanes& sum, Lanes* peaks) 
     }
 }
 
-// Sums of neighbouring blocks, kept until two of the same size meet: like the bits of a counter.
+// Sums of neighbouring blocks, kept until two of the same size meet, like the bits of a counter.
 template<typename Lanes>
 class PairwiseSum {
 public:

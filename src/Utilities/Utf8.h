@@ -7,12 +7,12 @@
 
 namespace corvane {
 
-// Strict conversions: nothing instead of a replacement character, and every byte counts, a byte order mark
-// too.
+// Strict conversions: invalid input gives nullopt instead of a replacement character, and every byte counts,
+// including a byte order mark.
 namespace utf8 {
 
 std::optional<QString> decode(const QByteArray& bytes);
-// Nothing for a text with half a surrogate pair.
+// Returns nullopt for a text with an unpaired surrogate.
 std::optional<QByteArray> encode(const QString& text);
 
 } // namespace utf8

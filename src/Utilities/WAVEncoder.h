@@ -7,14 +7,15 @@
 
 namespace corvane {
 
-// Makes canonical RIFF files: PCM, 16 bits, little-endian, 44 bytes of header. Stateless; any thread.
+// Encodes canonical RIFF files: 16-bit little-endian PCM with a header of 44 bytes. Stateless; any thread.
 class WAVEncoder {
 public:
     static constexpr qsizetype headerSize = 44; // bytes
 
-    // `samples` interleaved, full scale -1 to 1, clipped; truncated toward zero; a NaN gives 32767.
+    // Encodes interleaved samples with full scale from -1 to 1. They are clipped and truncated toward zero;
+    // NaN becomes 32767.
     QByteArray encode(std::span<const float> samples, uint32_t sampleRate, uint16_t channels) const;
-    // The stream's flag byte in front of a mono file.
+    // Returns a mono file with the stream's flag byte in front.
     QByteArray encodeWithFlag(std::span<const float> samples, uint32_t sampleRate, uint8_t flag) const;
 };
 

@@ -21,13 +21,13 @@ struct AudioStreamDescription {
     bool isFloat = false;
 };
 
-// What a sound source delivers: a block of interleaved samples and their format. The data is valid during the
+// A block of interleaved samples from a sound source, with their format. The data is valid only during the
 // call.
 struct AudioBuffer {
     enum class Type { audio, screen };
 
     Type type = Type::audio;
-    // False: the source did not say anything about the format.
+    // False if the source did not state the format.
     bool hasFormat = true;
     std::optional<AudioStreamDescription> description;
     const std::byte* data = nullptr;
@@ -48,15 +48,16 @@ private:
 };
 
 struct AudioStreamHandlers {
-    // On the stream's own thread, one buffer at a time.
+    // Called on the stream's own thread, one buffer at a time.
     std::function<void(const AudioBuffer&)> buffer;
-    // On the main thread, once: the stream ended by itself (server gone, device gone and none to follow).
+    // Called on the main thread, once, if the stream ends by itself: the server is gone, or the device is
+    // gone and there is no other.
     std::function<void(QString reason)> stoppedWithError;
-    // On the main thread, may be left out: the device that is heard from now on, by its name for people.
+    // Optional. Called on the main thread with the display name of the device that is heard from now on.
     std::function<void(QString device)> deviceChanged = {};
 };
 
-// A running capture. Destroying it stops it; no handler runs after the destructor returned.
+// A running capture. Destroying it stops it; no handler runs after the destructor has returned.
 class AudioStream {
 public:
     virtual ~AudioStream() = default;
@@ -64,71 +65,73 @@ public:
 
 struct AudioEndpoint {
     QString id;   // decimal index
-    QString name; // for people
+    QString name; // display name
 };
 
 enum class AudioSourceKind { systemOutput, microphone };
 
-// A place that sound goes to.
+// An output device.
 struct AudioOutput {
-    QString name; // for people
+    QString name; // display name
     bool muted = false;
-    double volume = 1; // factor of the amplitude, of the loudest channel
+    double volume = 1; // amplitude factor of the loudest channel
     bool plays = false;
 };
 
-// What can be listened to right now.
+// What can be captured at the moment.
 struct AudioSurvey {
     int outputs = 0;        // each with a monitor
-    int playingStreams = 0; // programs that play
-    // The output whose monitor is the system's sound.
+    int playingStreams = 0; // streams that are playing
+    // The output whose monitor is captured as the system's sound.
     std::optional<AudioOutput> heardOutput = {};
-    // The other outputs that play, by their names for people.
+    // The display names of the other outputs that are playing.
     QStringList otherPlayingOutputs = {};
 };
 
 struct SystemStreamConfiguration {
     uint32_t sampleRate = 48000; // Hz; the server resamples the monitor to it
-    // Nothing has to be done for it: this program plays no sound, and a monitor cannot leave one program out.
+    // Always holds: this program plays no sound, and a monitor cannot leave one program out.
     bool excludesCurrentProcessAudio = true;
 };
 
-// The sound server. Operations run on the main thread and may be called again after any failure: each start
-// connects anew if the server was gone. Nothing is held open while nothing is captured.
+// The sound server. Operations run on the main thread and may be repeated after any failure: each start
+// reconnects if the server was gone. No connection is kept while nothing is captured.
 class AudioHost {
 public:
     virtual ~AudioHost() = default;
 
-    // Throws AudioError when no sound server answers.
+    // Returns what can be captured. Throws AudioError if no sound server answers.
     virtual QCoro::Task<AudioSurvey> survey() = 0;
-    // Float32 at the asked rate, with the channels of the output that it is heard from: the default one, or
-    // the one that plays when the default plays nothing and exactly one other does. Follows within 3 s. Never
-    // anything but a monitor: when none can be had the stream stops with an error. Throws AudioError.
+    // Captures the system's sound as float32 at the requested rate, with the channels of the output that it
+    // is heard from: the default output or, if that is idle and exactly one other plays, that one. Follows a
+    // change within 3 s. Captures nothing but a monitor: the stream stops with an error if there is none.
+    // Throws AudioError.
     virtual QCoro::Task<std::unique_ptr<AudioStream>>
     startSystemStream(SystemStreamConfiguration configuration, AudioStreamHandlers handlers) = 0;
     // Returns the default input, or nullopt when there is none (a monitor is not an input).
     virtual QCoro::Task<std::optional<AudioEndpoint>> defaultInput() = 0;
-    // The default input in its native format; follows the default input within 3 s, the format may then
-    // change from one buffer to the next. Throws AudioError.
+    // Captures the default input in its native format. Follows a change of the default input within 3 s,
+    // after which the format may differ. Throws AudioError.
     virtual QCoro::Task<std::unique_ptr<AudioStream>> startMicrophoneStream(AudioStreamHandlers handlers) = 0;
-    // How loud the source is, as its stream would hear it: floats, each the peak of 40 ms, mixed to one
-    // channel. Throws AudioError.
+    // Measures the level of the source as its stream would hear it: one float for each 40 ms, their peak,
+    // mixed to one channel. Throws AudioError.
     virtual QCoro::Task<std::unique_ptr<AudioStream>> startMeter(AudioSourceKind source,
                                                                  AudioStreamHandlers handlers) = 0;
-    // Inputs without the monitors; outputs.
+    // Return the inputs, without monitors, and the outputs.
     virtual QCoro::Task<QList<AudioEndpoint>> inputs() = 0;
     virtual QCoro::Task<QList<AudioEndpoint>> outputs() = 0;
 };
 
-// How the program shows itself in the sound server's mixer.
+// How the program appears in the sound server's mixer.
 struct AudioClientIdentity {
     QString name = {}; // empty: the application's name
     QString id = {};   // reverse-domain form
     QString iconName = {};
 };
 
-// PulseAudio, or PipeWire in its place, by libpulse. `server` empty: the user's own. Streams outlive their
-// host; an operation still under way when the host goes away throws OperationCancelled.
+// Connects to PulseAudio, or to PipeWire in its place, by libpulse. An empty `server` means the user's own.
+// Streams outlive their host; an operation still under way when the host is destroyed throws
+// OperationCancelled.
 std::unique_ptr<AudioHost> makePulseAudioHost(const QString& server = {}, AudioClientIdentity identity = {});
 
 } // namespace platform

@@ -7,7 +7,8 @@ namespace platform {
 
 namespace {
 
-// Ends a session under way with its host. The sessions live in coroutines, which may outlive the host.
+// Cancels a running session when its host is destroyed. Sessions live in coroutine frames, which may outlive
+// the host.
 template<typename Session>
 QMetaObject::Connection cancelWithHost(const QObject& host, Session& session) {
     return QObject::connect(&host, &QObject::destroyed, session.lifetime(), [&session] { session.cancel(); });
@@ -116,7 +117,7 @@ public:
 
 private:
     const PulseSettings m_settings;
-    // Its end is the host's.
+    // Destroyed with the host.
     QObject m_lifetime;
 };
 

@@ -11,11 +11,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Before a device whose recording was ended or refused is tried again.
+// How long a device is left alone after its recording has ended or was refused.
 constexpr auto retryDelay = 250ms;
-// A sound of the desktop on the default output is shorter, and does not take the ear off the call.
+// Desktop sounds on the default output are shorter than this, so they do not divert the capture from the
+// call.
 constexpr auto switchDelay = 2s;
-// Of the values that tell how loud a source is.
+// The rate of the level meter.
 constexpr uint32_t peaksPerSecond = 25;
 
 struct StreamName {
@@ -30,7 +31,7 @@ constexpr auto fixedFormat =
     static_cast<pa_stream_flags_t>(PA_STREAM_FIX_FORMAT | PA_STREAM_FIX_RATE | PA_STREAM_FIX_CHANNELS);
 constexpr auto fixedRate = static_cast<pa_stream_flags_t>(PA_STREAM_FIX_RATE | PA_STREAM_FIX_CHANNELS);
 
-// Whatever a capture has may be lost, and what it opens may become ready, in every state in which it has it.
+// In every state, whatever the capture has may be lost, and whatever it opens may become ready.
 constexpr bool isComplete() {
     const auto leads = [](PulseCaptureState from, PulseCaptureEvent event) {
         return std::ranges::any_of(pulseCaptureTransitions,
@@ -80,8 +81,8 @@ void PulseCapture::connected() {
         [](pa_context*, pa_subscription_event_type_t event, uint32_t, void* self) {
             const auto facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
             const auto type = event & PA_SUBSCRIPTION_EVENT_TYPE_MASK;
-            // A new default is a change of the server, and a stream that pauses or moves a change of the
-            // stream; of the devices only coming and going counts.
+            // A new default device is a change of the server, and a stream that pauses or moves is a change
+            // of the stream; for devices only arrival and removal matter.
             if (facility == PA_SUBSCRIPTION_EVENT_SERVER || facility == PA_SUBSCRIPTION_EVENT_SINK_INPUT ||
                 type != PA_SUBSCRIPTION_EVENT_CHANGE) {
                 static_cast<PulseCapture*>(self)->readDevices();
@@ -107,7 +108,7 @@ void PulseCapture::readDevices() {
         try {
             if (!inventory) {
                 throw AudioError(AudioError::Kind::failed,
-                                 QStringLiteral("The sound server does not name its devices."));
+                                 QStringLiteral("The sound server does not list its devices."));
             }
             follow(*inventory);
         } catch (const AudioError& error) {
@@ -141,7 +142,7 @@ void PulseCapture::follow(const PulseInventory& inventory) {
     }
 }
 
-// What is heard and still plays is not left for what began to play a moment ago.
+// A device that is heard and still plays is not left for one that started to play a moment ago.
 bool PulseCapture::isTooSoon(const PulseInventory& inventory, const PulseSource& wanted) {
     const auto* current = inventory.source(m_current->source());
     if (!current || !inventory.plays(current->monitorOf)) {
@@ -180,7 +181,8 @@ PulseRecordingFormat PulseCapture::formatFor(const PulseSource& source) const {
         result.flags = PA_STREAM_PEAK_DETECT;
         result.stream = streamIdentity(meterStream, m_settings.identity);
     } else if (system) {
-        // All channels of the output: how a server mixes them to one differs, and may clip.
+        // Captures all channels of the output, because servers differ in how they mix them down, and may
+        // clip.
         result.sample.format = PA_SAMPLE_FLOAT32LE;
         result.sample.rate = m_request.configuration.sampleRate;
     } else {

@@ -8,8 +8,8 @@
 
 namespace platform {
 
-// A capture that follows a device: the output that the call plays on, or the default input. Main thread,
-// except for what is marked.
+// A capture that follows a device: the output that the call plays on, or the default input. Main thread
+// unless stated otherwise.
 class PulseCapture final : public AudioStream, public PulseSession, private PulseRecording::Listener {
 public:
     enum class Delivery { samples, peaks };
@@ -22,7 +22,7 @@ public:
     PulseCapture(const PulseSettings& settings, Request request, AudioStreamHandlers handlers);
     ~PulseCapture() override;
 
-    // Resolved when sound flows.
+    // Resolved once sound arrives.
     const Completion<void>& started() const { return m_started; }
     void cancel() override;
 
@@ -30,13 +30,13 @@ private:
     using State = PulseCaptureState;
     using Event = PulseCaptureEvent;
 
-    // A device that is wanted instead of one that still plays.
+    // A device that is wanted in place of one that still plays, and since when.
     struct PendingSwitch {
         uint32_t source = PA_INVALID_INDEX;
         pa_usec_t since = 0;
     };
 
-    // On the connection's thread: all but the last two.
+    // These run on the connection's thread, except for the last two.
     void connected() override;
     void readDevices();
     void readDevicesAfter(std::chrono::milliseconds delay);
@@ -44,7 +44,7 @@ private:
     bool isTooSoon(const PulseInventory& inventory, const PulseSource& wanted);
     void open(const PulseInventory& inventory, const PulseSource& source);
     PulseRecordingFormat formatFor(const PulseSource& source) const;
-    // `reason`: what is said if this ends the capture, or if nothing is heard by the limit.
+    // `reason` is reported if this ends the capture, or if nothing is heard before the time limit.
     void take(Event event, const AudioError& reason);
     void enter(State state, const AudioError& reason);
     void reportDevice(const QString& device, bool isFirst);
@@ -58,10 +58,10 @@ private:
     AudioStreamHandlers m_handlers;
     Completion<void> m_started; // main thread
 
-    // On the connection's thread. What there is of these follows from the state.
+    // Used on the connection's thread. The state determines which of these exist.
     State m_state = State::connecting;
     PulseInventoryReader m_reader;
-    std::unique_ptr<PulseRecording> m_current; // what is delivered
+    std::unique_ptr<PulseRecording> m_current; // the one that delivers
     std::unique_ptr<PulseRecording> m_next;    // being opened, to take its place
     std::unique_ptr<PulseTimer> m_deadline;
     std::unique_ptr<PulseTimer> m_nextReading;

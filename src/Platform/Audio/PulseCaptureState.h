@@ -9,7 +9,7 @@ enum class PulseCaptureState {
     connecting, // has not looked at the devices yet
     opening,    // the first recording
     live,       // the wanted device is heard
-    leaving,    // a device is heard that is not wanted any more, and there is no other
+    leaving,    // an unwanted device is heard, and there is no other
     switching,  // a device is heard, the wanted one is being opened
     waiting,    // nothing is heard, and nothing can be opened yet
     reopening,  // nothing is heard, the wanted device is being opened
@@ -22,7 +22,7 @@ enum class PulseCaptureEvent {
     nextWanted,    // the one that is being opened
     otherWanted,   // one that has to be opened
     nextReady,
-    nextLost, // refused, ended by the server or put on another device
+    nextLost, // refused, ended by the server or moved to another device
     currentLost,
 };
 
@@ -30,7 +30,7 @@ enum class PulseCaptureEvent {
 struct PulseCaptureTraits {
     bool hears = false;   // a recording that delivers
     bool opens = false;   // a recording that is being opened
-    bool limited = false; // has to become live within a limit of time
+    bool limited = false; // must become live within the time limit
 };
 
 struct PulseCaptureTransition {

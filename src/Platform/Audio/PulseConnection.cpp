@@ -22,7 +22,7 @@ AudioError connectionError(int code, bool wasReady) {
     }
 }
 
-// What the sound server's mixer shows of the program. Each stream has an id and a role of its own beside.
+// How the program appears in the sound server's mixer. Each stream also has an id and a role of its own.
 pa_proplist* clientProperties(const AudioClientIdentity& identity) {
     auto* properties = pa_proplist_new();
     const auto name = identity.name.isEmpty() ? QCoreApplication::applicationName() : identity.name;
@@ -56,7 +56,7 @@ void PulseConnection::open(Handlers handlers) {
     if (!m_loop) {
         throw AudioError(AudioError::Kind::failed, QStringLiteral("The sound connection could not be made."));
     }
-    // Reading the configuration and looking up a host may take time.
+    // On the connection's thread, because reading the configuration and looking up a host may take time.
     pa_mainloop_api_once(
         api(), [](pa_mainloop_api*, void* self) { static_cast<PulseConnection*>(self)->connect(); }, this);
     if (pa_threaded_mainloop_start(m_loop) < 0) {
@@ -133,7 +133,7 @@ PulseTimer::PulseTimer(const PulseConnection& connection, std::chrono::milliseco
     m_event = pa_context_rttime_new(
         connection.context(), due,
         [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
-            // The timer may be destroyed by what it does.
+            // The callback may destroy the timer.
             if (auto work = std::exchange(static_cast<PulseTimer*>(self)->m_fire, nullptr)) {
                 work();
             }

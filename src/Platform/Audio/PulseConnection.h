@@ -15,7 +15,7 @@ QString pulseErrorText(int code);
 class PulseConnection {
 public:
     struct Handlers {
-        // Both on the connection's thread. `lost` comes at most once, also instead of `ready`.
+        // Both run on the connection's thread. `lost` is called at most once, possibly instead of `ready`.
         std::function<void()> ready;
         std::function<void(AudioError)> lost;
     };
@@ -25,10 +25,10 @@ public:
     PulseConnection(const PulseConnection&) = delete;
     PulseConnection& operator=(const PulseConnection&) = delete;
 
-    // Main thread, does not block: everything that may take time happens on the connection's thread.
+    // Does not block: everything that may take time happens on the connection's thread. Main thread.
     void open(Handlers handlers);
-    // Main thread. Waits for a handler under way, lets `release` give back what hangs on the context, and
-    // ends the thread: no handler runs afterwards.
+    // Waits for a running handler, lets `release` free what depends on the context, and ends the thread: no
+    // handler runs afterwards. Main thread.
     void close(const std::function<void()>& release);
 
     // Valid on the connection's thread between `ready` and `lost`, and in `release`.
@@ -48,7 +48,7 @@ private:
     bool m_over = false;
 };
 
-// A timer on a connection's thread, where it also has to be destroyed.
+// A timer on a connection's thread, where it must also be destroyed.
 class PulseTimer {
 public:
     PulseTimer(const PulseConnection& connection, std::chrono::milliseconds delay,
@@ -63,7 +63,7 @@ private:
     std::function<void()> m_fire;
 };
 
-// A question on its way. Destroying it withdraws it: its callback does not run any more.
+// A pending operation. Destroying it cancels it: its callback does not run any more.
 class PulseOperation {
 public:
     PulseOperation() = default;
@@ -71,13 +71,13 @@ public:
         : m_operation(operation) {}
 
 private:
-    struct Withdraw {
+    struct Cancel {
         void operator()(pa_operation* operation) const {
             pa_operation_cancel(operation);
             pa_operation_unref(operation);
         }
     };
-    std::unique_ptr<pa_operation, Withdraw> m_operation;
+    std::unique_ptr<pa_operation, Cancel> m_operation;
 };
 
 } // namespace platform

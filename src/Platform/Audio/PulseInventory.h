@@ -15,7 +15,7 @@ struct PulseSink {
     QString description = {};
     uint32_t monitor = PA_INVALID_INDEX; // the source that carries what it plays
     bool muted = false;
-    double volume = 1; // factor of the amplitude, of the loudest channel
+    double volume = 1; // amplitude factor of the loudest channel
 };
 
 struct PulseSource {
@@ -24,7 +24,7 @@ struct PulseSource {
     QString description = {};
     uint32_t monitorOf = PA_INVALID_INDEX; // a sink; invalid for an input
     pa_sample_spec sample{};
-    pa_channel_map channelMap{}; // libpulse invents none for more than six channels
+    pa_channel_map channelMap{}; // libpulse has no default map for more than six channels
 
     bool isMonitor() const { return monitorOf != PA_INVALID_INDEX; }
 };
@@ -40,30 +40,30 @@ struct PulseInventory {
     const PulseSource* source(uint32_t index) const;
     const PulseSink* sink(uint32_t index) const;
     bool plays(uint32_t sink) const;
-    // The sink that a call is heard on: the default one, or the one that plays when the default plays nothing
-    // and exactly one other does. Null when there is none.
+    // Returns the sink that a call is heard on: the default one or, if that is idle and exactly one other
+    // plays, that one. Returns null if there is none.
     const PulseSink* heardSink() const;
-    // The monitor of heardSink(), by the sink's own statement and never by a name. Null when there is none.
-    // Throws AudioError notAMonitor when what the sink states is something else.
+    // Returns the monitor of heardSink(), as the sink states it and never by name, or null if there is none.
+    // Throws AudioError notAMonitor if the stated source is not the sink's monitor.
     const PulseSource* systemSource() const;
-    // The default source. Null when there is none or when it is a monitor: another input is not taken in its
-    // place, since nobody chose it.
+    // Returns the default source, or null if there is none or if it is a monitor. Another input does not take
+    // its place, since nobody chose it.
     const PulseSource* microphone() const;
-    // systemSource() or microphone().
+    // Returns systemSource() or microphone().
     const PulseSource* source(AudioSourceKind kind) const;
-    // The name for people of what is heard through `source`.
+    // Returns the display name of the device that is heard through `source`.
     QString deviceName(const PulseSource& source) const;
 };
 
-// Asks the server for its devices. On the connection's thread, where it also has to be destroyed.
+// Asks the server for its devices. Used and destroyed on the connection's thread.
 class PulseInventoryReader {
 public:
-    // nullopt when the server refused to tell.
+    // Gets nullopt if the server refused.
     using Done = std::function<void(std::optional<PulseInventory>)>;
 
-    // A reading under way is withdrawn.
+    // Starts a reading, and cancels one that is pending.
     void read(pa_context* context, Done done);
-    // Withdraws a reading under way.
+    // Cancels a pending reading.
     void cancel();
 
 private:

@@ -17,7 +17,7 @@ void PulseQuery::connected() {
         if (inventory) {
             toMain([this, inventory = *inventory] { finish(inventory); });
         } else {
-            fail({AudioError::Kind::failed, QStringLiteral("The sound server does not name its devices.")});
+            fail({AudioError::Kind::failed, QStringLiteral("The sound server does not list its devices.")});
         }
     });
 }

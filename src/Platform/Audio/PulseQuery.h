@@ -6,7 +6,7 @@
 
 namespace platform {
 
-// One look at the server's devices.
+// Reads the server's devices once.
 class PulseQuery final : public PulseSession {
 public:
     using PulseSession::PulseSession;

@@ -12,7 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A running recording without a buffer for this long has ended.
+// A recording that runs and delivers no buffer for this long has ended.
 constexpr auto watchInterval = 500ms;
 constexpr int emptyWatchLimit = 4;
 
@@ -21,8 +21,8 @@ AudioError refused(pa_context* context) {
                                           .arg(pulseErrorText(pa_context_errno(context)))};
 }
 
-// The server remembers volume and mute by the role, or else by the id: what the user sets for one stream is
-// not for another. A role of the usual list would share them with other programs.
+// The server stores volume and mute by role, or else by id, so that a setting for one stream does not apply
+// to another. A standard role would share them with other programs.
 std::unique_ptr<pa_proplist, decltype(&pa_proplist_free)> properties(const PulseStreamIdentity& stream) {
     std::unique_ptr<pa_proplist, decltype(&pa_proplist_free)> list(pa_proplist_new(), pa_proplist_free);
     const auto set = [&list](const char* key, const QString& value) {
@@ -98,7 +98,7 @@ void PulseRecording::becomeReady() {
     if (pa_stream_get_device_index(m_stream.get()) != m_source) {
         placeChanged();
     } else if (deliverableFormat(format->format) != format->format) {
-        // Another device has taken the name since it was looked at.
+        // Another device has taken the name since the devices were read.
         lose(AudioError::Kind::failed, QStringLiteral("%1 has changed its format."));
     } else {
         m_buffer.description = describe(*format);
@@ -107,7 +107,7 @@ void PulseRecording::becomeReady() {
     }
 }
 
-// What it delivers from here on is not what was asked for.
+// From here on it does not deliver what was requested.
 void PulseRecording::placeChanged() {
     if (pa_stream_get_device_index(m_stream.get()) != m_source) {
         lose(AudioError::Kind::notAMonitor,
@@ -119,13 +119,13 @@ void PulseRecording::watch() {
     const bool rests = pa_stream_is_suspended(m_stream.get()) != 0;
     m_emptyWatches = rests ? 0 : m_emptyWatches + 1;
     if (m_emptyWatches > emptyWatchLimit) {
-        lose(AudioError::Kind::failed, QStringLiteral("%1 brings no sound any more."));
+        lose(AudioError::Kind::failed, QStringLiteral("%1 no longer delivers sound."));
         return;
     }
     m_watch = std::make_unique<PulseTimer>(m_connection, watchInterval, [this] { watch(); });
 }
 
-// `text` takes the device's name. The recording may be gone afterwards.
+// `text` has a placeholder for the device's name. This may destroy the recording.
 void PulseRecording::lose(AudioError::Kind kind, const QString& text) {
     const AudioError error(kind, text.arg(m_device));
     logLine(QStringLiteral("[Audio] ") + errorText(error));
@@ -138,7 +138,7 @@ void PulseRecording::deliver() {
     size_t length = 0;
     while (pa_stream_peek(stream, &data, &length) >= 0 && length > 0) {
         if (!data) {
-            // A hole: samples that were lost on the way. Silence keeps the time right.
+            // A hole: samples were lost on the way. Silence keeps the timing right.
             m_silence.resize(std::max(m_silence.size(), length));
             data = m_silence.data();
         }

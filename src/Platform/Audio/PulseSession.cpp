@@ -33,7 +33,7 @@ void PulseSession::toMain(std::function<void()> work) {
 }
 
 void PulseSession::endWith(const AudioError& error) {
-    // The limit may be reached while another failure is on its way here.
+    // The timeout may fire while another failure is already queued.
     if (std::exchange(m_ended, true)) {
         return;
     }

@@ -6,18 +6,19 @@
 
 namespace platform {
 
-// Everything about the link to a sound server that a caller may want to differ.
+// The configurable properties of a connection to a sound server.
 struct PulseSettings {
-    // An address as in PULSE_SERVER; empty: the user's own server.
+    // An address as in PULSE_SERVER; empty for the user's own server.
     QString server = {};
     AudioClientIdentity identity = {};
-    // How much sound the server gathers before it sends a block. benchmarks/capture, both streams, wake-ups a
-    // second here and in the server: 20 ms 100 and 250, 40 ms 50 and 125, 80 ms 25 and 63; processor time
-    // goes with them. A drain every 80 ms finds short chunks no more often with 80 ms than with 20.
+    // How much sound the server collects before it sends a block. Wake-ups a second here and in the server,
+    // with both streams (benchmarks/capture): 100 and 250 at 20 ms, 50 and 125 at 40 ms, 25 and 63 at 80 ms;
+    // processor time is in proportion. A drain every 80 ms finds short chunks no more often at 80 ms than at
+    // 20 ms.
     std::chrono::milliseconds fragment{80};
-    // From the call of an operation to its result.
+    // The time limit from the start of an operation to its result.
     std::chrono::milliseconds answerLimit{5000};
-    // From the loss of a device to the first sound of the one that takes its place.
+    // The time limit from the loss of a device to the first sound of its replacement.
     std::chrono::milliseconds followLimit{3000};
 };
 

@@ -9,7 +9,8 @@
 
 namespace platform {
 
-// Runs `work` on a thread of the pool; its result, or what it throws, comes on the main thread. Called there.
+// Runs `work` on a thread of Qt's global pool and returns a completion with its result, or with the exception
+// that it throws. Call it on the main thread, where the completion is also resolved.
 template<typename Work>
 auto inBackground(Work work) {
     using Result = std::invoke_result_t<Work>;
@@ -21,7 +22,8 @@ auto inBackground(Work work) {
         } catch (...) {
             report = [pending, error = std::current_exception()] { pending.fail(error); };
         }
-        // The main thread holds the last copy: it is the one to wake who waits.
+        // The last copy of the completion must be destroyed on the main thread, which resumes the waiting
+        // coroutine.
         auto handed = std::move(report);
         pending = Completion<Result>();
         dispatchToMain(std::move(handed));

@@ -16,9 +16,10 @@ public:
     const char* what() const noexcept override { return "The operation was cancelled."; }
 };
 
-// The bridge from a callback to co_await: the operation keeps a copy and resolves it once, the coroutine
-// awaits it. Copies share one state. All on one thread; a callback of another thread hops first (Dispatch.h).
-// When the last copy outside the coroutine goes away unresolved, the coroutine gets OperationCancelled.
+// Bridges a callback to co_await: the operation keeps a copy and resolves it once, and the coroutine awaits
+// it. Copies share one state. Everything happens on one thread; a callback on another thread must hop first
+// (Dispatch.h). When the last copy outside the coroutine is destroyed unresolved, the coroutine gets
+// OperationCancelled.
 template<typename T>
 class Completion {
     using Value = std::conditional_t<std::is_void_v<T>, std::monostate, T>;
@@ -36,7 +37,7 @@ class Completion {
         }
     };
 
-    // Shared by the resolving side only, so that its end is noticed.
+    // Shared by the resolving side only, so that its destruction is noticed.
     struct Resolver {
         std::shared_ptr<State> state = std::make_shared<State>();
 
@@ -93,7 +94,7 @@ public:
         std::shared_ptr<State> m_state;
     };
 
-    // Takes this copy's share of the resolving side with it: awaiting does not keep the operation alive.
+    // Releases this copy's share of the resolver: awaiting does not keep the operation alive.
     Awaiter operator co_await() && {
         auto state = m_resolver->state;
         m_resolver.reset();

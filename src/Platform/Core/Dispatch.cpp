@@ -18,8 +18,8 @@ namespace platform {
 
 namespace {
 
-// Qt's event queue orders the two sides, but a Qt built without the thread
-// sanitizer does not tell it so.
+// Qt's event queue orders the two sides, but the thread sanitizer cannot see that in a Qt that was built
+// without it.
 void handOver([[maybe_unused]] void* address) {
 #if defined(__SANITIZE_THREAD__)
     __tsan_release(address);
@@ -32,8 +32,8 @@ void takeOver([[maybe_unused]] void* address) {
 #endif
 }
 
-// An event of our own, and not a queued call of Qt's, so that each touch of it
-// is on this side of the two above.
+// A custom event instead of a queued call of Qt's, so that every access to it happens on our side of the two
+// functions above.
 class WorkEvent final : public QEvent {
 public:
     static constexpr auto kind = static_cast<QEvent::Type>(QEvent::User + 0x0D15);
@@ -51,11 +51,11 @@ public:
     }
 
 private:
-    std::optional<QPointer<QObject>> m_context; // weak; without one the work runs in any case
+    std::optional<QPointer<QObject>> m_context; // weak; without a context the work always runs
     std::function<void()> m_work;
 };
 
-// Runs the work on the thread of the application object, whose child it is.
+// Runs the work on the thread of the application object, which is its parent.
 class Worker final : public QObject {
 public:
     using QObject::QObject;

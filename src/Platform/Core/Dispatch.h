@@ -6,11 +6,12 @@
 
 namespace platform {
 
-// Queues `work` on the main thread. Any thread. Does nothing if the application object is gone by then.
+// Queues `work` on the main thread. May be called on any thread. Does nothing if the application object is
+// gone by then.
 void dispatchToMain(std::function<void()> work);
 
-// The same, held weakly: `work` does not run if `context` (an object of the main thread) is destroyed before.
-// Call it only while `context` is certain to be alive.
+// The same, but `work` does not run if `context`, an object of the main thread, is destroyed first. Call it
+// only while `context` is certain to be alive.
 void dispatchToMain(QObject* context, std::function<void()> work);
 
 bool isMainThread();

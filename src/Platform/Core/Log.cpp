@@ -19,8 +19,8 @@ LogState& state() {
     return instance;
 }
 
-// What comes from a server, a link or a file must not pass for a line of its own, nor reach the terminal as a
-// command.
+// Text from a server, a link or a file must neither look like a log line of its own nor reach the terminal as
+// a control sequence.
 QString onOneLine(QString text) {
     for (auto& character : text) {
         if (character.category() == QChar::Other_Control || character == QChar::LineSeparator ||

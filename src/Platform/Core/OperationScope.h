@@ -8,13 +8,13 @@
 
 namespace platform {
 
-// Says whether an operation may still act on the object that started it. Taken from an OperationScope at the
+// Tells whether an operation may still act on the object that started it. Taken from an OperationScope at the
 // start of a coroutine and kept in its frame. Main thread.
 class OperationTicket {
 public:
     bool isCurrent() const noexcept { return *m_generation == m_issuedIn; }
-    // To be called after each co_await, before the owner is touched again. Throws OperationCancelled when the
-    // owner is gone or has taken another course; `startTask` takes that for a normal end.
+    // Call this after each co_await, before touching the owner again. Throws OperationCancelled if the owner
+    // is gone or has cancelled its operations; `startTask` treats that as a normal end.
     void ensureCurrent() const {
         if (!isCurrent()) {
             throw OperationCancelled();
@@ -31,8 +31,8 @@ private:
     quint64 m_issuedIn;
 };
 
-// The lifetime of an object's asynchronous operations: a member of the object that owns them. Its end, or
-// cancel(), makes every ticket that it has issued invalid. Main thread.
+// The lifetime of an object's asynchronous operations, as a member of the object that owns them. Its
+// destruction, or cancel(), invalidates every ticket that it has issued. Main thread.
 class OperationScope {
 public:
     OperationScope() = default;
@@ -41,7 +41,7 @@ public:
     OperationScope& operator=(const OperationScope&) = delete;
 
     OperationTicket ticket() const { return OperationTicket(m_generation); }
-    // The owner takes another course: operations under way end at their next check.
+    // Operations under way end at their next check.
     void cancel() noexcept { ++*m_generation; }
 
 private:

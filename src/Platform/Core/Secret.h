@@ -7,8 +7,8 @@
 
 namespace platform {
 
-// A token, code or key. It has no way into a log, a stream or a string by accident: only reveal() gives the
-// text, and only the code that puts it on its wire calls that.
+// A token, code or key. It cannot get into a log, a stream or a string by accident: only reveal() returns the
+// text, and only the code that sends it calls that.
 class Secret {
 public:
     Secret() = default;

@@ -4,7 +4,7 @@
 
 namespace platform {
 
-// The machine's clock, and timers of Qt's event loop with millisecond precision.
+// The machine's clock, with timers of Qt's event loop in millisecond precision.
 class SystemClock : public Clock {
 public:
     WallTime now() const override;

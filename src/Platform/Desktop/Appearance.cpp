@@ -27,7 +27,7 @@ public:
             return;
         }
         portal::introduce(bus);
-        // The message as it is: the bus may not know the types of its arguments yet.
+        // Takes the raw message, because the bus may not know the types of its arguments yet.
         portal::listen(bus, portal::path, settingsInterface, QStringLiteral("SettingChanged"), this,
                        SLOT(settingChanged(QDBusMessage)));
         auto question = QDBusMessage::createMethodCall(portal::service, portal::path, settingsInterface,

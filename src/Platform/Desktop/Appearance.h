@@ -9,13 +9,14 @@ namespace platform {
 
 enum class ColorScheme { light, dark };
 
-// Light or dark: what the desktop prefers, unless the user has picked one for this program. Main thread.
+// The effective colour scheme: the desktop's preference, unless the user has picked a scheme for this
+// program. Main thread.
 class Appearance : public QObject {
     Q_OBJECT
 
 public:
     ColorScheme effective() const { return m_picked.value_or(m_desktop); }
-    // Nothing follows the desktop.
+    // Overrides the desktop's preference; nullopt follows the desktop again.
     void pick(std::optional<ColorScheme> scheme);
 
 Q_SIGNALS:
@@ -31,8 +32,8 @@ private:
     ColorScheme m_desktop = ColorScheme::light;
 };
 
-// The desktop's preference from the settings portal (org.freedesktop.appearance), followed while the program
-// runs. Without a portal: light.
+// Reads the desktop's preference from the settings portal (org.freedesktop.appearance) and follows it while
+// the program runs. The scheme is light without a portal.
 std::unique_ptr<Appearance> makeDesktopAppearance();
 
 } // namespace platform

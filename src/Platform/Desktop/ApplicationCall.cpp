@@ -16,7 +16,7 @@ namespace platform {
 
 namespace {
 
-constexpr int openTimeout = 60000; // ms, a start from a slow disk included
+constexpr int openTimeout = 60000; // ms; includes a start from a slow disk
 constexpr int pollInterval = 10;   // ms
 
 // Returns only when the program could not be started.
@@ -28,7 +28,7 @@ bool replaceProcessWith(const QString& program) {
     return false;
 }
 
-// The application's files are not where this bus looks for them, or no longer where they say.
+// The bus does not know the application's service file, or the program that the file names is gone.
 bool busCannotStart(const QDBusMessage& answer) {
     return QDBusError(answer).type() == QDBusError::ServiceUnknown ||
            answer.errorName() == QLatin1String("org.freedesktop.DBus.Error.Spawn.ExecFailed");
@@ -67,7 +67,8 @@ QDBusMessage callApplication(const QDBusConnection& bus, const QString& applicat
 bool openApplication(const QString& applicationId, const QStringList& links, const QString& program) {
     const auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
-        logLine(QStringLiteral("[App] No session bus: the program starts without the link. Type its id."));
+        logLine(QStringLiteral(
+            "[App] No session bus: the program starts without the link. Type the interview ID instead."));
         return replaceProcessWith(program);
     }
     auto answer = callApplication(bus, applicationId, links, openTimeout);

@@ -14,7 +14,7 @@ namespace {
 ApplicationInfo read(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        logLine(QStringLiteral("[App] No readable application information (%1)").arg(path));
+        logLine(QStringLiteral("[App] The application information in %1 cannot be read").arg(path));
         return {};
     }
     return ApplicationInfo::fromJson(file.readAll());

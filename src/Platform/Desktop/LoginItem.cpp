@@ -14,8 +14,7 @@ namespace {
     throw std::runtime_error((path + QStringLiteral(": ") + reason).toStdString());
 }
 
-// An argument of an Exec key, by the quoting rules of the desktop entry specification; a percent sign would
-// begin a field code.
+// Quotes an argument of an Exec key as desktop entries require; a percent sign would begin a field code.
 QString execArgument(QString text) {
     text.replace(u'%', QStringLiteral("%%"));
     static const auto reserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
@@ -25,7 +24,7 @@ QString execArgument(QString text) {
     for (const auto sign : QStringLiteral("\\\"`$")) {
         text.replace(sign, QStringLiteral("\\") + sign);
     }
-    // The value of a key is unescaped once more before.
+    // The value of a key is unescaped once more before its arguments are read.
     return u'"' + text.replace(u'\\', QStringLiteral("\\\\")) + u'"';
 }
 
@@ -39,7 +38,7 @@ public:
 
     void registerItem() override {
         if (!QDir().mkpath(m_folder)) {
-            fail(m_folder, QStringLiteral("The folder could not be made."));
+            fail(m_folder, QStringLiteral("The folder could not be created."));
         }
         QSaveFile file(m_path);
         const auto text = QStringLiteral("[Desktop Entry]\nType=Application\nVersion=1.5\nName=%1\nExec=%2\n"

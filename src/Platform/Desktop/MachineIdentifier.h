@@ -6,9 +6,9 @@
 
 namespace platform {
 
-// An identifier of this machine for the program that `applicationUuid` names (32 hexadecimal digits): stable
-// across restarts, and made by systemd's keyed hash, so that the machine's own id is not given away.
-// Canonical lower-case UUID text. Nothing when the machine has no id.
+// Returns an identifier of this machine for the program that `applicationUuid` (32 hexadecimal digits) names,
+// as canonical lower-case UUID text. It is stable across restarts and made by systemd's keyed hash, which
+// does not reveal the machine's own id. Returns nullopt if the machine has no id.
 std::optional<QString> machineIdentifier(const char* applicationUuid);
 
 } // namespace platform

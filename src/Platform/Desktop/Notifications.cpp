@@ -14,7 +14,7 @@ namespace {
 
 const auto service = QStringLiteral("org.freedesktop.Notifications");
 const auto path = QStringLiteral("/org/freedesktop/Notifications");
-constexpr int untilTheDesktopThinksFit = -1;
+constexpr int desktopDefaultExpiry = -1;
 
 class DesktopNotifications : public QObject, public Notifications {
 public:
@@ -24,12 +24,12 @@ public:
 
     void show(const QString& title, const QString& body) override {
         auto call = QDBusMessage::createMethodCall(service, path, service, QStringLiteral("Notify"));
-        // Not kept by the desktop once it has been seen.
+        // The desktop drops a transient notice once it has been seen.
         const QVariantMap hints{{QStringLiteral("desktop-entry"), m_desktopEntry},
                                 {QStringLiteral("transient"), true}};
         // The body is markup.
         call << m_applicationName << m_shown << m_desktopEntry << title << body.toHtmlEscaped()
-             << QStringList() << hints << untilTheDesktopThinksFit;
+             << QStringList() << hints << desktopDefaultExpiry;
         auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
         connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, title, body] {
             const QDBusPendingReply<uint> reply = *watcher;
@@ -45,7 +45,7 @@ public:
 private:
     const QString m_applicationName;
     const QString m_desktopEntry;
-    uint m_shown = 0; // 0 is none
+    uint m_shown = 0; // id of the notice on show; 0 if there is none
 };
 
 } // namespace

@@ -6,17 +6,17 @@
 
 namespace platform {
 
-// Short notices on the desktop, which go away by themselves. Main thread.
+// Shows short desktop notices that disappear by themselves. Main thread.
 class Notifications {
 public:
     virtual ~Notifications() = default;
 
-    // Takes the place of the one before, if that still shows.
+    // Replaces the previous notice if that is still on show.
     virtual void show(const QString& title, const QString& body) = 0;
 };
 
-// By org.freedesktop.Notifications, in the name of the program with that desktop entry. Where nothing shows
-// notices they go to the log.
+// Uses org.freedesktop.Notifications, in the name of the program with that desktop entry. Notices go to the
+// log where no notification service runs.
 std::unique_ptr<Notifications> makeDesktopNotifications(const QString& applicationName,
                                                         const QString& desktopEntry);
 

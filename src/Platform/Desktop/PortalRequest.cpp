@@ -17,15 +17,15 @@ void portal::introduce(const QDBusConnection& bus) {
     auto call = QDBusMessage::createMethodCall(
         service, path, QStringLiteral("org.freedesktop.host.portal.Registry"), QStringLiteral("Register"));
     call << QGuiApplication::desktopFileName() << QVariantMap();
-    // One that does not have it yet says so, and knows the application by what has started it; one that knows
-    // it says so, too.
+    // Errors are ignored: older portals lack this interface and recognise the application by the way it was
+    // started, and a portal that already knows it refuses a second registration.
     bus.asyncCall(call);
 }
 
 void portal::listen(QDBusConnection bus, const QString& object, const QString& interface,
                     const QString& signal, QObject* receiver, const char* slot) {
     if (!bus.connect(service, object, interface, signal, receiver, slot)) {
-        logLine(QStringLiteral("[App] The signal %1 of %2 cannot be heard").arg(signal, interface));
+        logLine(QStringLiteral("[App] Cannot listen to the signal %1 of %2").arg(signal, interface));
     }
 }
 
@@ -37,7 +37,7 @@ PortalRequest::PortalRequest(const QString& interface, const QString& method, co
             [this] { fail(PortalError::Kind::wentAway, QStringLiteral("The portal went away.")); });
     const auto token = newToken();
     options[QStringLiteral("handle_token")] = token;
-    // Listens before it asks, so that no answer is missed.
+    // Listen before asking, so that no answer is missed.
     listenTo(portal::path + QStringLiteral("/request/") +
              m_bus.baseService().remove(u':').replace(u'.', u'_') + u'/' + token);
     auto question = QDBusMessage::createMethodCall(
@@ -49,7 +49,7 @@ PortalRequest::PortalRequest(const QString& interface, const QString& method, co
         if (reply.isError()) {
             fail(PortalError::Kind::notOffered, reply.error().message());
         } else if (reply.value().path() != m_path) {
-            // A portal from before the agreement on the path.
+            // Older portals choose the path of the request themselves.
             listenTo(reply.value().path());
         }
         watcher->deleteLater();

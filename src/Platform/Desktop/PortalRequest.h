@@ -15,18 +15,18 @@ namespace portal {
 inline const auto service = QStringLiteral("org.freedesktop.portal.Desktop");
 inline const auto path = QStringLiteral("/org/freedesktop/portal/desktop");
 
-// Tells the portal that this connection is that of the application with QGuiApplication's desktop file: newer
-// ones do for nobody else what the user can allow and forbid. Before anything else is asked of it, which may
-// have started it only now.
+// Registers this connection with the portal as that of the application with QGuiApplication's desktop file:
+// newer portals refuse unregistered programs whatever the user can allow or forbid. Call it before every
+// other request, because the portal may have been started only now.
 void introduce(const QDBusConnection& bus);
 
-// `slot` of the receiver hears that signal of an object of the portal. Where the bus does not let it, a line
-// in the log says what is missing.
+// Connects `slot` of the receiver to a signal of an object of the portal. Logs a line if the bus does not
+// allow it.
 void listen(QDBusConnection bus, const QString& object, const QString& interface, const QString& signal,
             QObject* receiver, const char* slot);
 } // namespace portal
 
-// No answer came, or one that says no. The text is the bus's.
+// The portal did not answer, or refused. The text is the bus's.
 class PortalError : public std::runtime_error {
 public:
     enum class Kind { notOffered, refused, wentAway };
@@ -37,8 +37,9 @@ public:
     Kind kind;
 };
 
-// One question to the desktop's portal: its answer comes as a signal of an object that the portal makes for
-// it. Awaiting the answer may resume from within that signal: destroy this later. Main thread.
+// One request to the desktop's portal. The answer comes as a signal of an object that the portal creates for
+// it. A coroutine that awaits the answer may resume from within that signal, so destroy the request with
+// deleteLater(). Main thread.
 class PortalRequest : public QObject {
     Q_OBJECT
 
@@ -49,14 +50,14 @@ public:
         QVariantMap results;
     };
 
-    // A method of org.freedesktop.portal.<interface>; `arguments` are those before the options.
+    // Calls a method of org.freedesktop.portal.<interface>; `arguments` are those before the options.
     PortalRequest(const QString& interface, const QString& method, const QVariantList& arguments,
                   QVariantMap options);
 
-    // Waits for as long as the desktop asks its user. Throws PortalError.
+    // Waits as long as the desktop takes to ask the user. Throws PortalError.
     Completion<Answer> answer() const { return m_answer; }
 
-    // A new one each time, for what the portal makes for us and names after it.
+    // Returns a new token each time, for an object that the portal creates and names after it.
     static QString newToken();
 
 private Q_SLOTS:

@@ -16,14 +16,14 @@ struct Limits {
     mode_t mask = 0;
     rlimit core{};
 };
-// Of the session; none while they are as they were.
+// The limits that the session gave this process; empty while they are unchanged.
 std::optional<Limits> sessionLimits;
 
 } // namespace
 
-// A dump of the memory would put the tokens on disk. Only the soft limit: who looks for a fault raises it by
-// prlimit. Not PR_SET_DUMPABLE: portals and the sound server look into /proc at who calls them, and would
-// refuse.
+// A core dump would put the tokens on disk. Only the soft limit is lowered, so that a developer can raise it
+// with prlimit. PR_SET_DUMPABLE is not used: portals and the sound server look into /proc to identify their
+// callers, and would refuse this process.
 void restrictProcess() {
     Limits limits;
     limits.mask = umask(S_IRWXG | S_IRWXO);
@@ -42,7 +42,7 @@ void restoreSessionLimits() {
 }
 
 bool startUserProgram(const QString& program, const QStringList& arguments) {
-    // Ends with this process without its destructor, which would end what still runs.
+    // Never destroyed, because its destructor would end the programs that are still running.
     static auto* const started = new QObject;
     auto* process = new QProcess(started);
     process->setStandardInputFile(QProcess::nullDevice());

@@ -2,17 +2,17 @@
 
 #include <QStringList>
 
-// What this process writes is for its user alone, and its memory does not get on the disk. Both are of this
-// process only: what it starts for the user is to have what the user's session gives.
+// Files that this process creates are private to its user, and its memory is never written to disk. Programs
+// that it starts for the user get the session's own limits back.
 namespace platform {
 
-// First of all.
+// Applies both restrictions. Call it first in main().
 void restrictProcess();
-// In a child between fork and exec.
+// Restores the session's limits. Call it in a child process between fork and exec.
 void restoreSessionLimits();
 
-// Starts a program for the user, which outlives this process. False when it cannot be started.
-// QProcess::startDetached of Qt 6.4 runs no code in the child, so this does not use it.
+// Starts a program that outlives this process. Returns false if it cannot be started. QProcess::startDetached
+// of Qt 6.4 runs no code in the child, so it could not restore the limits.
 bool startUserProgram(const QString& program, const QStringList& arguments);
 
 } // namespace platform

@@ -18,7 +18,7 @@ constexpr int activationTimeout = 5000; // ms
 
 } // namespace
 
-// The exported object: the methods of the Desktop Entry specification's D-Bus activation.
+// The exported object, with the methods of D-Bus activation.
 class SessionApplicationObject : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
@@ -61,7 +61,7 @@ public:
                 QStringLiteral("[App] No session bus: links and a second start cannot reach this program"));
             return Start::noBus;
         }
-        // The object first and the name last: whoever sees the name finds the object behind it.
+        // Register the object first and the name last: a caller that sees the name then finds the object.
         m_bus.registerObject(applicationObjectPath(m_applicationId), &m_object,
                              QDBusConnection::ExportScriptableSlots);
         auto* bus = m_bus.interface();
@@ -75,7 +75,8 @@ public:
     }
 
 private:
-    // It has waited for the name, and so comes before the answer to whatever is asked afterwards.
+    // The call that started this process has waited for the name, so it arrives before the answer to anything
+    // that is asked afterwards.
     void deliverStartingCall(const QDBusConnectionInterface& bus) {
         bus.isServiceRegistered(m_applicationId);
         QCoreApplication::sendPostedEvents(&m_object, QEvent::MetaCall);

@@ -28,8 +28,8 @@ struct SettingsPage {
 constexpr auto microphonePage = "x-apple.systempreferences:com.apple.preference.security?Privacy_Microphone";
 constexpr auto screenPage = "x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture";
 
-// The nearest page that each desktop has, best first; a program that is not installed is passed over. Sound
-// is what both addresses are about here: what can be heard, and from which device.
+// The nearest page of each desktop, best first; programs that are not installed are skipped. Both addresses
+// lead to sound settings here: what can be heard, and from which device.
 constexpr std::array settingsPages{
     SettingsPage{microphonePage, "GNOME", "gnome-control-center", "microphone"},
     SettingsPage{microphonePage, "KDE", "systemsettings", "kcm_pulseaudio"},
@@ -46,7 +46,7 @@ constexpr std::array settingsPages{
     SettingsPage{screenPage, "", "pavucontrol-qt", "--tab=3"},
 };
 
-// A browser that ends later than this has been there.
+// xdg-open fails within this time if there is no browser; an exit after it is that of a browser.
 constexpr std::chrono::seconds longestSearch{10};
 
 bool startProgram(const QString& program, const QStringList& arguments) {
@@ -56,11 +56,12 @@ bool startProgram(const QString& program, const QStringList& arguments) {
     return startUserProgram(program, arguments);
 }
 
-// Not every address is a page: an update is a package on the disk.
+// An address is not always a web page: an update is a package on the disk.
 QString openingAdvice(const QString& address) {
     const QUrl url(address);
     return url.isLocalFile()
-               ? QStringLiteral("No program here opens the file %1. Open it yourself.").arg(url.toLocalFile())
+               ? QStringLiteral("No program on this system opens the file %1. Open it yourself.")
+                     .arg(url.toLocalFile())
                : webAdvice(address);
 }
 
@@ -86,8 +87,8 @@ public:
     }
 
 private:
-    // Whether there is a browser is known only once the desktop's own starter has looked for one. The browser
-    // may run under it and outlives this process.
+    // xdg-open finds out whether there is a browser only after it has started. The browser may run as its
+    // child and outlives this process.
     bool openPage(const QString& address) {
         const auto starter = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
         if (starter.isEmpty()) {
@@ -116,7 +117,7 @@ private:
         return started;
     }
     void refuse(const QString& address, const QString& advice) {
-        logLine(QStringLiteral("[App] Nothing on this desktop opens %1").arg(address));
+        logLine(QStringLiteral("[App] No program on this desktop opens %1").arg(address));
         if (m_notifications) {
             m_notifications->show(QStringLiteral("Nothing was opened"), advice);
         }
@@ -151,7 +152,7 @@ QString soundSettingsAdvice() {
 }
 
 QString webAdvice(const QString& address) {
-    return QStringLiteral("No web browser opens here. Go to %1 in one of your own.").arg(address);
+    return QStringLiteral("No web browser could be opened. Go to %1 in your own browser.").arg(address);
 }
 
 std::unique_ptr<SystemAccess> makeSystemAccess(Notifications* notifications) {

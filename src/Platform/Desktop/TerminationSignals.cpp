@@ -14,7 +14,8 @@ namespace {
 
 int wakeDescriptor = -1;
 
-// Only what a signal handler may do. Unlike a blocked signal, a handler is not passed on to child processes.
+// Does only what is allowed in a signal handler. Unlike a blocked signal, a handler is not inherited by child
+// processes.
 void wakeEventLoop(int) {
     const auto interrupted = errno;
     const uint64_t one = 1;

@@ -2,7 +2,7 @@
 
 namespace platform {
 
-// From now on SIGINT and SIGTERM (the end of a session, a user's Control-C) end the event loop in good order.
+// Makes SIGINT and SIGTERM (the end of a session, Control-C) end the event loop in good order.
 void quitOnTerminationSignals();
 
 } // namespace platform

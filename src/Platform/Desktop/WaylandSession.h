@@ -4,7 +4,7 @@
 
 namespace platform {
 
-// Whether the desktop is a Wayland one, where X11 reaches only what runs under XWayland.
+// Returns whether this is a Wayland session, where X11 reaches only programs that run under XWayland.
 inline bool isWaylandSession() {
     return qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
 }

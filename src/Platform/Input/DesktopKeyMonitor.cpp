@@ -40,8 +40,8 @@ bool isTextField(QObject* object) {
     return query.value(Qt::ImEnabled).toBool() && !query.value(Qt::ImReadOnly).toBool();
 }
 
-// What a control is used by, and the focus moved on with. A click leaves no focus that can be seen, and so
-// does not take the space bar away from its shortcut.
+// The keys that operate a control or move the focus. A click leaves no visible focus, so it does not take the
+// space bar away from its shortcut.
 constexpr std::array controlKeys{keycode::space, keycode::returnKey, keycode::tab, keycode::left,
                                  keycode::right, keycode::down,      keycode::up};
 
@@ -50,7 +50,7 @@ bool isUsedBy(const QObject* object, int keyCode) {
            std::ranges::find(controlKeys, keyCode) != controlKeys.end();
 }
 
-// The bits of the state in which X11 events carry the layout's group.
+// Returns the layout's group from the state bits of an X11 event.
 quint32 groupIn(quint32 state) {
     return (state >> 13) & 3;
 }
@@ -102,7 +102,7 @@ void DesktopKeyMonitor::start() {
     }
 }
 
-// A start does not wait for that bus.
+// Called later, because starting must not wait for the system bus.
 void DesktopKeyMonitor::followSleep() {
     auto bus = QDBusConnection::systemBus();
     const bool follows = bus.connect({}, QStringLiteral("/org/freedesktop/login1"),
@@ -111,7 +111,7 @@ void DesktopKeyMonitor::followSleep() {
     if (!follows) {
         logLine(
             QStringLiteral("[Keys] Without a system bus, a key that is held while the machine goes to sleep "
-                           "acts on until another key is pressed"));
+                           "stays in effect until another key is pressed"));
     }
 }
 
@@ -132,13 +132,13 @@ void DesktopKeyMonitor::stop() {
 }
 
 void DesktopKeyMonitor::openKeyboard() {
-    // Under Wayland the server of X11 programs has only their keys, and loses the end of a press.
+    // Under Wayland the X server sees only the keys of X11 programs, and misses releases.
     const bool ofAllPrograms = !isWaylandSession();
     m_keyboard.reset(X11Keyboard::open(ofAllPrograms).release());
     if (!m_keyboard) {
-        logLine(
-            QStringLiteral("[Keys] This display does not show programs the keys of others: shortcuts work in "
-                           "this program's windows only"));
+        logLine(QStringLiteral(
+            "[Keys] This display does not let programs see each other's keys: shortcuts work in "
+            "this program's windows only"));
         return;
     }
     m_seesAllPrograms = ofAllPrograms;
@@ -164,12 +164,12 @@ void DesktopKeyMonitor::openPortal() {
 }
 
 void DesktopKeyMonitor::prepareForSleep() {
-    // Before it, and again after it.
+    // Called before the sleep, and again after it.
     Q_EMIT keysLost();
 }
 
-// Whether one of our windows got the key that is told of. Qt says that it has the focus for a while after
-// that is no longer true, and the server when it may not have been true yet.
+// Returns whether one of our windows had the focus when the key was pressed. Qt reports the focus for a while
+// after it is gone, and the server may report it although the window did not have it yet.
 bool DesktopKeyMonitor::hadFocus() {
     if (!QGuiApplication::focusWindow()) {
         return false;
@@ -184,7 +184,7 @@ bool DesktopKeyMonitor::hadFocus() {
            });
 }
 
-// A window that is seen exists for the server, which was not certain before.
+// Only an exposed window certainly exists on the server.
 void DesktopKeyMonitor::followFocusOf(const QWindow& window) {
     if (m_seesAllPrograms && window.isExposed() && !m_keyboard->followsFocus(quint32(window.winId()))) {
         m_keyboard->followFocus(quint32(window.winId()));
@@ -192,7 +192,7 @@ void DesktopKeyMonitor::followFocusOf(const QWindow& window) {
 }
 
 void DesktopKeyMonitor::takeSessionKey(const X11Keyboard::Key& key) {
-    // The end of a press counts wherever it is seen: a grab may keep it from our window.
+    // A release counts wherever it is seen: a grab may keep it from our window.
     if (key.isPress) {
         const Press press{key.code, key.time};
         if (press == m_lastOwn || hadFocus()) {
@@ -247,8 +247,8 @@ bool DesktopKeyMonitor::takeOwnKey(const QKeyEvent& key) {
     const auto press = pressOf(key);
     if (!isPress) {
         m_lastOwnRelease = press;
-        // While the key is held, this is a repetition that has not wholly arrived, which Qt takes for the
-        // end.
+        // While the key is held, this is one half of a repetition whose other half has not arrived, which Qt
+        // mistakes for a release.
         if (!m_seesAllPrograms || !m_keyboard->isHeld(press.code)) {
             deliverLocal(KeyMask::up, eventOf(key));
         }
@@ -277,7 +277,7 @@ DesktopKeyMonitor::Press DesktopKeyMonitor::pressOf(const QKeyEvent& key) {
 
 KeyEvent DesktopKeyMonitor::eventOf(const QKeyEvent& key) const {
     KeyEvent event = codesOf(key);
-    // The server lets a key up and down in the same millisecond to repeat it.
+    // The server repeats a key by releasing and pressing it in the same millisecond.
     event.isARepeat = key.isAutoRepeat() || (key.nativeScanCode() != 0 && pressOf(key) == m_lastOwnRelease);
     event.isForControl = isUsedBy(QGuiApplication::focusObject(), event.keyCode);
     event.isInTextField = isTextField(QGuiApplication::focusObject());

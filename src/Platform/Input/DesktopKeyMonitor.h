@@ -11,8 +11,9 @@ class QWindow;
 
 namespace platform {
 
-// Our own windows' keys by the application's event filter; those of other programs from the X server, or,
-// under Wayland, where no program sees another's keys, what the desktop watches for us.
+// Watches the keys of our own windows with the application's event filter, and those of other programs
+// through the X server or, under Wayland, where programs cannot see each other's keys, through the desktop's
+// portal.
 class DesktopKeyMonitor : public KeyMonitor {
     Q_OBJECT
 
@@ -31,7 +32,7 @@ private Q_SLOTS:
     void prepareForSleep();
 
 private:
-    // One press reaches us on two ways when the focus moves meanwhile; the server's time tells.
+    // A press can arrive in two ways if the focus moves meanwhile; the server's time identifies it.
     struct Press {
         quint32 code = 0;
         quint32 time = 0;
@@ -50,10 +51,10 @@ private:
     bool isModifier(const QKeyEvent& key) const;
     static Press pressOf(const QKeyEvent& key);
     KeyEvent eventOf(const QKeyEvent& key) const;
-    // Its modifiers, its characters and its code.
+    // Returns an event with the modifiers, the characters and the code of the key.
     KeyEvent codesOf(const QKeyEvent& key) const;
 
-    // They may end while they report.
+    // Deleted later, because they may be removed while they emit a signal.
     QScopedPointer<X11Keyboard, QScopedPointerDeleteLater> m_keyboard;
     QScopedPointer<GlobalShortcutsPortal, QScopedPointerDeleteLater> m_portal;
     bool m_seesAllPrograms = false;

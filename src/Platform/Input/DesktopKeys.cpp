@@ -35,7 +35,7 @@ constexpr std::array gnomeSchemas{
     "org.gnome.settings-daemon.plugins.media-keys",
 };
 
-// They tile or maximize a window on each of the three.
+// These tile or maximize a window on all three desktops.
 constexpr std::array shippedKeys{"<Super>Left", "<Super>Right", "<Super>Up", "<Super>Down"};
 
 template<typename Type, auto release>
@@ -69,7 +69,7 @@ QStringList gnomeKeys() {
     return keys;
 }
 
-// "Use=keys in force,keys as shipped,words", the keys parted by tabs.
+// Lines have the form "Action=active keys,default keys,description", with the keys separated by tabs.
 QStringList kdeKeys() {
     QStringList keys;
     QFile file(
@@ -84,7 +84,7 @@ QStringList kdeKeys() {
     return keys;
 }
 
-// A property for each key, named by it, under those of the window manager.
+// Each key is a property, named after it, below those of the window manager.
 QStringList xfceKeys() {
     QStringList keys;
     QFile file(QStandardPaths::locate(
@@ -106,7 +106,7 @@ QStringList xfceKeys() {
 }
 
 struct KeySource {
-    const char* name; // as XDG_CURRENT_DESKTOP has it
+    const char* name; // as XDG_CURRENT_DESKTOP names it
     QStringList (*read)();
 };
 constexpr std::array keySources{KeySource{"GNOME", gnomeKeys}, KeySource{"KDE", kdeKeys},

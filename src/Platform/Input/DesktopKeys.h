@@ -7,19 +7,19 @@
 
 namespace platform {
 
-// A key that the desktop acts on itself: programs may see it, and do not get it alone.
+// A key that the desktop acts on itself: programs may see it, but not exclusively.
 struct DesktopKey {
     quint32 modifierFlags = 0;
-    int keyCode = keycode::none; // of a key that has one
-    QString keyName;             // of the others what they type, or the name of the symbol; in lower case
+    int keyCode = keycode::none; // if the key has one
+    QString keyName;             // otherwise what the key types, or the name of its symbol; in lower case
     bool operator==(const DesktopKey&) const = default;
 };
 
-// As GTK ("<Super><Shift>Left") and KDE ("Meta+Shift+Left") write them.
+// Parses a key as GTK ("<Super><Shift>Left") or KDE ("Meta+Shift+Left") writes it.
 DesktopKey parseDesktopKey(const QString& text);
 
-// Those of the running desktop (GNOME, KDE, Xfce) in its own settings; where they cannot be read, the ones
-// that it is known to ship with and that matter here. Empty for another desktop.
+// Returns the keys of the running desktop (GNOME, KDE, Xfce) from its own settings or, if they cannot be
+// read, those of its defaults that matter here. Returns an empty list on other desktops.
 QList<DesktopKey> desktopKeys();
 
 } // namespace platform

@@ -17,7 +17,7 @@
 
 #include <array>
 
-// As the portal has it on the bus.
+// The portal's representation of a shortcut on the bus.
 struct PortalShortcut {
     QString id;
     QVariantMap properties;
@@ -46,7 +46,8 @@ const auto portalInterface = QStringLiteral("GlobalShortcuts");
 constexpr auto fullInterface = "org.freedesktop.portal.GlobalShortcuts";
 constexpr auto sessionInterface = "org.freedesktop.portal.Session";
 const auto shortcutsKey = QStringLiteral("shortcuts");
-// Always the same: KDE keeps the user's own keys by it, and shows one program for each in its settings.
+// Constant, because KDE stores the user's own keys under it and lists each token as a program in its
+// settings.
 const auto sessionToken = QStringLiteral("shortcuts");
 
 struct ModifierName {
@@ -54,7 +55,7 @@ struct ModifierName {
     const char* name;
 };
 
-// Those of the shortcuts format of the portals.
+// Modifier names of the portals' shortcut format.
 constexpr std::array modifierNames{
     ModifierName{modifier::command, "LOGO"},
     ModifierName{modifier::control, "CTRL"},
@@ -62,7 +63,7 @@ constexpr std::array modifierNames{
     ModifierName{modifier::shift, "SHIFT"},
 };
 
-// Empty for a name that is no key's.
+// Returns an empty string for a name that does not belong to a key.
 QString symbolName(const DesktopShortcut& shortcut) {
     if (const auto* symbol = symbolOf(shortcut.keyCode)) {
         return QLatin1String(symbol);
@@ -87,7 +88,7 @@ QString portalTrigger(const DesktopShortcut& shortcut) {
     return trigger + symbolName(shortcut);
 }
 
-// The desktop takes the key from every program: no key that is typed.
+// The desktop takes the key from every program, so keys that type text are excluded.
 bool canBeTaken(const DesktopShortcut& shortcut) {
     constexpr auto commanding = modifier::command | modifier::control | modifier::option;
     return (shortcut.modifierFlags & commanding) && !symbolName(shortcut).isEmpty();
@@ -111,7 +112,7 @@ QCoro::Task<QVariantMap> ask(QString method, QVariantList arguments, QVariantMap
     if (answer.response != PortalRequest::success) {
         throw PortalError(PortalError::Kind::refused, QStringLiteral("It was refused."));
     }
-    // Returned by itself it would be moved from, by a fault of g++ 12.
+    // g++ 12 would move from the member if it were returned directly.
     auto results = answer.results;
     co_return results;
 }
@@ -122,14 +123,14 @@ GlobalShortcutsPortal::GlobalShortcutsPortal()
     : m_portal(portal::service, m_bus) {
     qDBusRegisterMetaType<PortalShortcut>();
     qDBusRegisterMetaType<QList<PortalShortcut>>();
-    // The messages as they are: the bus may not know the types of their arguments yet.
+    // These take the raw messages, because the bus may not know the types of their arguments yet.
     listen(fullInterface, portal::path, "Activated", SLOT(activated(QDBusMessage)));
     listen(fullInterface, portal::path, "Deactivated", SLOT(deactivated(QDBusMessage)));
     listen(fullInterface, portal::path, "ShortcutsChanged", SLOT(shortcutsChanged(QDBusMessage)));
     connect(&m_portal, &QDBusServiceWatcher::serviceUnregistered, this,
             &GlobalShortcutsPortal::forgetSession);
     connect(&m_portal, &QDBusServiceWatcher::serviceRegistered, this, [this] {
-        // Asking for it may be what has started it.
+        // Our own request may have started the portal.
         if (!m_isBinding && m_session.isEmpty()) {
             m_bound.clear();
             scheduleUpdate();
@@ -168,7 +169,7 @@ void GlobalShortcutsPortal::update() {
 QCoro::Task<void> GlobalShortcutsPortal::bindWanted() {
     const QPointer self(this);
     m_isBinding = true;
-    // They may be others again by the time the desktop has answered.
+    // The wanted shortcuts may change again before the desktop answers.
     while (self && m_bound != m_wanted) {
         m_bound = m_wanted;
         closeSession();
@@ -182,7 +183,7 @@ QCoro::Task<void> GlobalShortcutsPortal::bindWanted() {
             logLine(isRefused
                         ? QStringLiteral("[Keys] The desktop refuses to watch the keys for this program: "
                                          "shortcuts work in this program's windows only")
-                        : QStringLiteral("[Keys] The desktop watches no keys for programs (%1): "
+                        : QStringLiteral("[Keys] The desktop does not watch keys for programs (%1): "
                                          "shortcuts work in this program's windows only")
                               .arg(QString::fromUtf8(error.what())));
             if (self) {
@@ -195,8 +196,8 @@ QCoro::Task<void> GlobalShortcutsPortal::bindWanted() {
     }
 }
 
-// A session binds once: other keys need another session. KDE 5.27 takes the keys when the session is made,
-// and opens its settings when they are bound; others take them when they are bound.
+// A session can bind only once, so other keys need a new session. KDE 5.27 takes the keys when the session is
+// created and opens its settings when they are bound; others take them when they are bound.
 QCoro::Task<void> GlobalShortcutsPortal::bind(QList<DesktopShortcut> shortcuts) {
     const QPointer self(this);
     QList<PortalShortcut> list;
@@ -228,7 +229,7 @@ QCoro::Task<void> GlobalShortcutsPortal::bind(QList<DesktopShortcut> shortcuts) 
 
 void GlobalShortcutsPortal::closeSession() {
     if (const auto session = std::exchange(m_session, {}); !session.isEmpty()) {
-        // Its end may be told when there is another already.
+        // Its end may be reported when the next session already exists.
         m_bus.disconnect(portal::service, session, QLatin1String(sessionInterface), QStringLiteral("Closed"),
                          this, SLOT(forgetSession()));
         m_bus.asyncCall(QDBusMessage::createMethodCall(
@@ -239,7 +240,7 @@ void GlobalShortcutsPortal::closeSession() {
 
 void GlobalShortcutsPortal::forgetSession() {
     m_session.clear();
-    // Asked for again at the next change only: the desktop may have had its reasons.
+    // Not requested again until the shortcuts change: the desktop may have had its reasons.
     if (!m_isBinding) {
         m_bound.clear();
     }

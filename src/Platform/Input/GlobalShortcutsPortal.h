@@ -9,7 +9,7 @@
 
 namespace platform {
 
-// Keys that the desktop watches for a program, by org.freedesktop.portal.GlobalShortcuts. Main thread.
+// Has the desktop watch keys for this program, by org.freedesktop.portal.GlobalShortcuts. Main thread.
 class GlobalShortcutsPortal : public QObject {
     Q_OBJECT
 
@@ -17,19 +17,19 @@ public:
     GlobalShortcutsPortal();
     ~GlobalShortcutsPortal() override;
 
-    // These from now on, and no others; soon. The desktop may ask its user, and may leave some out.
+    // Replaces the watched shortcuts, asynchronously. The desktop may ask the user, and may leave some out.
     void watch(const QList<DesktopShortcut>& shortcuts);
-    // What it watches, by id, in its own words.
+    // Returns the shortcuts that the desktop watches, by id, with its own description of the key.
     const QMap<QString, QString>& triggers() const { return m_triggers; }
-    // The desktop, or its user, does not allow it to this program.
+    // Returns whether the desktop or the user has refused this program.
     bool isRefused() const { return m_isRefused; }
 
 Q_SIGNALS:
-    // Also when isRefused() has.
+    // Also emitted when isRefused() changes.
     void triggersChanged();
     void pressed(const QString& id);
     void released(const QString& id);
-    // Nothing is watched any more, also not the end of a press.
+    // Nothing is watched any more, so the end of a press may have been missed.
     void lost();
 
 private Q_SLOTS:
@@ -52,7 +52,7 @@ private:
     QDBusConnection m_bus = QDBusConnection::sessionBus();
     QDBusServiceWatcher m_portal;
     QList<DesktopShortcut> m_wanted;
-    QList<DesktopShortcut> m_bound; // or refused
+    QList<DesktopShortcut> m_bound; // bound or refused
     QString m_session;
     QMap<QString, QString> m_triggers;
     bool m_isRefused = false;

@@ -4,14 +4,14 @@
 
 namespace platform {
 
-// Bits of modifierFlags. Other bits say nothing here.
+// Bits of modifierFlags; other bits have no meaning.
 //
-// Command is the Super (logo, Windows, ⌘) key, not Control, and this is the one place that decides it. The
-// two words name different modifiers, so both need a key of their own. Keys of other programs are seen, never
-// taken: with Control, each word that is skipped by Ctrl+Left in an editor would move the bar, Ctrl+\ would
-// quit what runs in a terminal, Ctrl+Shift+M would mute the meeting, and in our own fields, where a match
-// does take the key, Ctrl+Left could skip no word at all. Programs leave Super to the desktop, whose own use
-// of it (some tile a window by Super and an arrow) goes on beside ours.
+// Command is the Super (logo, Windows, ⌘) key, not Control; only this file decides that. The two names stand
+// for different modifiers, so each needs a key of its own. Keys of other programs are seen but not consumed:
+// with Control, every word skipped by Ctrl+Left in an editor would move the bar, Control and the backslash
+// would quit the program in a terminal, and Ctrl+Shift+M would mute the meeting; in our own fields, where a
+// match does consume the key, Ctrl+Left could not skip a word. Programs leave Super to the desktop, whose own
+// use of it (some tile windows by Super and an arrow) continues beside ours.
 namespace modifier {
 inline constexpr quint32 shift = 0x20000;
 inline constexpr quint32 control = 0x40000;
@@ -20,7 +20,7 @@ inline constexpr quint32 command = 0x100000;
 inline constexpr quint32 all = shift | control | option | command;
 } // namespace modifier
 
-// Keys by their place on the keyboard, whatever the layout makes of them. Only those that have a name.
+// Key codes by position on the keyboard, regardless of the layout. Only keys with a fixed name have one.
 namespace keycode {
 inline constexpr int none = -1;
 inline constexpr int returnKey = 36;
@@ -34,16 +34,16 @@ inline constexpr int down = 125;
 inline constexpr int up = 126;
 } // namespace keycode
 
-// A key went down or up. A modifier by itself is no key.
+// A key that was pressed or released. A modifier alone does not count as a key.
 struct KeyEvent {
     quint32 modifierFlags = 0;
-    // What the layout in force gives for the key, with Shift if that is down and nothing else; a key that
-    // types nothing is called by the name of its symbol, "F5". With whatever case.
+    // What the key types in the current layout, with Shift if that is down and without other modifiers. A key
+    // that types nothing has the name of its symbol, such as "F5". The case is not normalised.
     QString charactersIgnoringModifiers;
     int keyCode = keycode::none;
-    bool isARepeat = false;     // the key has been down before
-    bool isInTextField = false; // what has our own window's focus takes text
-    bool isForControl = false;  // the control that visibly has it is used by this key
+    bool isARepeat = false;     // the key was already down
+    bool isInTextField = false; // the focused item of our window takes text
+    bool isForControl = false;  // the visibly focused control is operated by this key
 };
 
 } // namespace platform

@@ -11,17 +11,17 @@ struct xkb_state;
 
 namespace platform {
 
-// What the keys of an X11 keyboard are and type, by the layout that the server has. Main thread.
+// Tells what the keys of an X11 keyboard are and type, by the server's layout. Main thread.
 class KeyLayout {
 public:
-    // XKB has been set up on the connection, which outlives this.
+    // XKB must have been set up on the connection, which must outlive this object.
     explicit KeyLayout(xcb_connection_t* connection);
     ~KeyLayout();
 
-    // The server has another one: it is read when it is asked for.
+    // Drops a layout that has changed on the server. It is read again at the next use.
     void forget();
     bool isModifier(quint32 key, quint32 group) const;
-    // As KeyEvent has them.
+    // Return the values of KeyEvent's fields.
     int keyCode(quint32 key) const;
     QString characters(quint32 key, quint32 group, bool withShift) const;
 
@@ -29,10 +29,10 @@ private:
     bool load() const;
 
     xcb_connection_t* m_connection;
-    // Made at the first key: a start does not wait for it.
+    // Created at the first key, so that starting does not wait for it.
     mutable xkb_context* m_context = nullptr;
     mutable xkb_keymap* m_keymap = nullptr;
-    mutable xkb_state* m_state = nullptr; // of nothing but Shift and the group
+    mutable xkb_state* m_state = nullptr; // holds only Shift and the group
 };
 
 } // namespace platform

@@ -50,7 +50,7 @@ std::unique_ptr<KeyMonitor::Handle> KeyMonitor::addLocalMonitor(KeyMask mask, Lo
 }
 
 bool KeyMonitor::deliver(bool isGlobal, KeyMask mask, const KeyEvent& event) {
-    // A handler may add and remove monitors, itself too.
+    // A handler may add and remove monitors, including its own.
     const auto monitors = m_monitors;
     for (const auto& monitor : monitors) {
         if (monitor->isGlobal == isGlobal && monitor->mask == mask) {

@@ -13,16 +13,16 @@
 
 namespace platform {
 
-// Which keys are seen.
+// Which keys this program can see.
 enum class KeyReach {
     everywhere, // those of all programs
-    ownWindows, // only those that our own windows are given
-    desktop     // our own windows', and what the desktop itself watches for us
+    ownWindows, // only those of our own windows
+    desktop     // those of our own windows, and those that the desktop watches for us
 };
 
 enum class KeyMask { down = 1024, up = 2048 };
 
-// A key that the desktop is asked to watch: one with a code, or what it types in lower case.
+// A key that the desktop is asked to watch, given by its code or by what it types, in lower case.
 struct DesktopShortcut {
     QString id;
     QString description;
@@ -32,53 +32,55 @@ struct DesktopShortcut {
     bool operator==(const DesktopShortcut&) const = default;
 };
 
-// The keyboard. Main thread.
+// Watches the keyboard. Main thread.
 class KeyMonitor : public QObject {
     Q_OBJECT
 
 public:
-    // Its monitor is removed when it goes, also from within the handler.
+    // Destroying it removes its monitor, even from within the handler.
     class Handle {
     public:
         virtual ~Handle() = default;
     };
     using GlobalHandler = std::function<void(const KeyEvent&)>;
-    // True: the window is not given the event.
+    // Returns true to keep the event from the window.
     using LocalHandler = std::function<bool(const KeyEvent&)>;
 
-    // Of other programs, which get their keys all the same.
+    // Watches the keys of other programs, which still receive them.
     std::unique_ptr<Handle> addGlobalMonitor(KeyMask mask, GlobalHandler handler);
-    // Of this program's windows.
+    // Watches the keys of this program's windows.
     std::unique_ptr<Handle> addLocalMonitor(KeyMask mask, LocalHandler handler);
 
     virtual KeyReach reach() const { return KeyReach::ownWindows; }
-    // What the desktop is to watch from now on, where reach() depends on it; elsewhere nothing happens. The
-    // desktop takes these keys from the programs, so a key without Command, Control or Option is left out.
+    // Replaces the keys that the desktop watches, where reach() depends on it; elsewhere this does nothing.
+    // The desktop takes these keys from the programs, so a key without Command, Control or Option is left
+    // out.
     virtual void setDesktopShortcuts(const QList<DesktopShortcut>& shortcuts) { Q_UNUSED(shortcuts) }
-    // What the desktop watches, by id: its own words for the key, which its user may have changed.
+    // Returns what the desktop watches, by id: its own description of the key, which the user may have
+    // changed.
     virtual QMap<QString, QString> desktopTriggers() const { return {}; }
-    // What the desktop acts on itself, as it is set now.
+    // Returns the keys that the desktop acts on itself, by its current settings.
     virtual QList<DesktopKey> keysOfDesktop() const { return {}; }
-    // It was asked, and does not allow it to this program.
+    // Returns whether the desktop has refused to watch keys for this program.
     virtual bool isRefusedByDesktop() const { return false; }
 
 Q_SIGNALS:
-    // Of reach() and desktopTriggers().
+    // Emitted when reach() or desktopTriggers() changes.
     void reachChanged();
-    // The end of a press may go unseen: a keyboard went away, the machine slept, the focus moved to where
-    // nothing is seen.
+    // The end of a press may be missed: a keyboard was unplugged, the machine slept, or the focus moved to a
+    // window whose keys cannot be seen.
     void keysLost();
-    // From one of this program's windows to another, out of them or into them.
+    // The focus moved between this program's windows, out of them or into them.
     void focusMoved();
     void desktopShortcutPressed(const QString& id);
     void desktopShortcutReleased(const QString& id);
 
 protected:
     void deliverGlobal(KeyMask mask, const KeyEvent& event);
-    // True: consumed.
+    // Returns true if a handler consumed the event.
     bool deliverLocal(KeyMask mask, const KeyEvent& event);
     bool hasMonitors() const { return !m_monitors.empty(); }
-    // The first monitor came, or the last one went.
+    // Called when the first monitor is added and when the last one is removed.
     virtual void watchingChanged() {}
 
 private:
@@ -90,7 +92,7 @@ private:
     std::vector<std::shared_ptr<Monitor>> m_monitors;
 };
 
-// The keyboard of the desktop that this runs on.
+// Creates the monitor for the desktop that this runs on.
 std::unique_ptr<KeyMonitor> makeDesktopKeyMonitor();
 
 } // namespace platform

@@ -6,14 +6,14 @@ class QString;
 
 namespace platform {
 
-// The keys that have a code, by what this platform calls their place.
-int keyCodeOfPlace(const char* xkbName); // "SPCE"; keycode::none for the others
+// Return the code of a key by its XKB name, Qt key or symbol; keycode::none for keys without a code.
+int keyCodeOfPlace(const char* xkbName); // such as "SPCE"
 int keyCodeOfQtKey(int qtKey);
-int keyCodeOfSymbol(const QString& symbol); // with whatever case
-// The symbol of such a key: "Return".
+int keyCodeOfSymbol(const QString& symbol); // case-insensitive
+// Returns the symbol of a key with a code, such as "Return"; null for other keys.
 const char* symbolOf(int keyCode);
 
-// From the state bits that X11 events carry. The locks have bits of their own and do not count.
+// Converts the state bits of X11 events. The lock keys have bits of their own, which are ignored.
 quint32 modifierFlagsOfX11(quint32 state);
 
 } // namespace platform

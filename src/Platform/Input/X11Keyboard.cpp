@@ -3,7 +3,7 @@
 #include <QSocketNotifier>
 
 #include <xcb/xinput.h>
-// A header of C with a field of that name.
+// This C header has a field named `explicit`.
 #define explicit explicit_
 #include <xcb/xkb.h>
 #undef explicit
@@ -30,7 +30,7 @@ constexpr quint32 departures =
     XCB_INPUT_HIERARCHY_MASK_MASTER_REMOVED | XCB_INPUT_HIERARCHY_MASK_SLAVE_REMOVED |
     XCB_INPUT_HIERARCHY_MASK_SLAVE_DETACHED | XCB_INPUT_HIERARCHY_MASK_DEVICE_DISABLED;
 constexpr quint16 xinputMajor = 2;
-constexpr quint16 xinputMinor = 1; // since then raw events come during grabs, too
+constexpr quint16 xinputMinor = 1; // from 2.1 on, raw events are also sent during grabs
 
 template<typename Event>
 const Event& as(const xcb_generic_event_t& event) {
@@ -60,7 +60,7 @@ bool X11Keyboard::setUp(bool ofAllPrograms) {
     }
     auto* notifier = new QSocketNotifier(xcb_get_file_descriptor(m_connection), QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, &X11Keyboard::readEvents);
-    // What came with the answers so far.
+    // Events may have arrived together with the replies so far.
     readEvents();
     return true;
 }
@@ -116,7 +116,7 @@ bool X11Keyboard::selectRawKeys() {
     return xcb_flush(m_connection) > 0;
 }
 
-// An answer of the server may bring events along, of which the descriptor then knows nothing.
+// Waiting for a reply may also read events, for which the descriptor then does not become readable.
 void X11Keyboard::readEventsSoon() {
     if (!std::exchange(m_readingScheduled, true)) {
         QMetaObject::invokeMethod(this, &X11Keyboard::readEvents, Qt::QueuedConnection);
@@ -187,7 +187,7 @@ void X11Keyboard::handle(const xcb_generic_event_t& event) {
     }
 }
 
-// They come in one order with the keys: what the server says when it is asked is later than both.
+// Focus events arrive in order with the keys; the reply to a query would be later than both.
 void X11Keyboard::handleFocus(const xcb_generic_event_t& event) {
     const auto& change = as<xcb_focus_in_event_t>(event);
     const bool ofAGrab = change.mode == XCB_NOTIFY_MODE_GRAB || change.mode == XCB_NOTIFY_MODE_UNGRAB;

@@ -11,9 +11,9 @@
 
 namespace platform {
 
-// The keys of a whole X11 display as the devices send them, before any program gets or grabs them (XInput2
-// raw events). Sees, and takes nothing. On a connection of its own: it wakes for keys, their layout and the
-// focus of our windows, and for nothing else. Main thread.
+// Watches the keys of a whole X11 display as the devices send them, before any program receives or grabs them
+// (XInput2 raw events). It consumes nothing. It has its own connection, which wakes up only for keys, their
+// layout and the focus of our windows. Main thread.
 class X11Keyboard : public QObject {
     Q_OBJECT
 
@@ -21,31 +21,33 @@ public:
     struct Key {
         bool isPress;
         quint32 code;
-        quint32 time;   // ms of the server
+        quint32 time;   // ms, server time
         quint32 state;  // the modifier bits of X11
         quint32 group;  // of the layout
-        bool isARepeat; // these events do not say; a press of a held key is one
+        bool isARepeat; // a press of a key that was already held
     };
 
-    // Null without a display that has XInput 2.1 and XKB. What other programs are given is seen on request.
+    // Returns null without a display that has XInput 2.1 and XKB. Keys of other programs are watched only if
+    // `ofAllPrograms` is set.
     static std::unique_ptr<X11Keyboard> open(bool ofAllPrograms);
     ~X11Keyboard() override;
 
     const KeyLayout& layout();
-    // The window that gets the keys, or PointerRoot: it is the one under the pointer. Asks the server.
+    // Asks the server for the focused window. PointerRoot means the window under the pointer.
     quint32 focusedWindow();
-    // From now on it is known of each key whether this window had the focus. Until its end is told.
+    // Tracks the focus of a window, so that it is known at each key. Call unfollowFocus() before the window
+    // is destroyed.
     void followFocus(quint32 window);
     void unfollowFocus(quint32 window);
     bool followsFocus(quint32 window) const { return m_followed.contains(window); }
-    // Of those that are followed, the one that had the focus at the key that was told last; 0 if none had.
+    // Returns the tracked window that had the focus at the last reported key; 0 if none had it.
     quint32 followedFocus() const { return m_followedFocus; }
-    // Where the keys of all programs are seen.
+    // Known only if the keys of all programs are watched.
     bool isHeld(quint32 code) const { return m_held.contains(code); }
 
 Q_SIGNALS:
     void keyChanged(const platform::X11Keyboard::Key& key);
-    // A keyboard has gone with its keys held, or the display with all.
+    // A keyboard was unplugged while its keys were held, or the display was closed.
     void keysLost();
     void closed();
 

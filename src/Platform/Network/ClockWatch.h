@@ -10,9 +10,9 @@ namespace platform {
 // The system's three clocks at one moment.
 struct ClockReadings {
     std::chrono::nanoseconds wall;
-    // Stands still while the machine sleeps.
+    // Stops while the machine sleeps.
     std::chrono::nanoseconds monotonic;
-    // Goes on while it sleeps.
+    // Continues while the machine sleeps.
     std::chrono::nanoseconds boot;
 
     static ClockReadings now();
@@ -24,7 +24,7 @@ public:
     explicit ClockWatch(const ClockReadings& start)
         : m_last(start) {}
 
-    // Nothing: time went by, no more. A correction of the wall clock below a second is none worth a word.
+    // Returns nullopt if time simply passed. Corrections of the wall clock below one second are ignored.
     std::optional<ConnectivityMonitor::Cause> examine(const ClockReadings& now);
 
 private:

@@ -19,10 +19,10 @@ namespace platform {
 
 namespace {
 
-// A change comes as a burst: link, addresses, routes.
+// A change of the network arrives as a burst of changes to links, addresses and routes.
 constexpr std::chrono::milliseconds settleTime{500};
 
-// A descriptor of the kernel that the main loop watches; one that cannot be had stays silent.
+// A kernel descriptor that the main loop watches. An invalid one stays silent.
 class WatchedDescriptor {
 public:
     explicit WatchedDescriptor(int descriptor)
@@ -65,7 +65,7 @@ int openRoutes() {
     return descriptor;
 }
 
-// A timer that is never due: the kernel wakes its reader when the wall clock is set, and on resume.
+// A timer that never expires: the kernel wakes its reader when the wall clock is set, and on resume.
 void armClock(int descriptor) {
     itimerspec never{};
     never.it_value.tv_sec = 1LL << 33; // the year 2242
@@ -103,7 +103,7 @@ private:
             if (size < 0 && errno == EINTR) {
                 continue;
             }
-            // More news than the socket could hold is news.
+            // An overrun means that changes were lost, so it counts as a change.
             const bool overrun = size < 0 && errno == ENOBUFS;
             if (overrun || (size > 0 && m_routes.isChange(QByteArrayView(buffer.data(), size)))) {
                 note(Cause::networkChanged);
@@ -114,7 +114,7 @@ private:
         }
     }
 
-    // The causes stand in the order of their weight.
+    // The causes are declared in the order of their priority.
     void note(Cause cause) {
         m_cause = m_settleTimer.isActive() ? std::min(m_cause, cause) : cause;
         if (!m_settleTimer.isActive()) {

@@ -6,7 +6,7 @@
 
 namespace platform {
 
-// Says when an open connection may have died without a word. Nothing is polled.
+// Reports when an open connection may have died unnoticed. Does not poll.
 class ConnectivityMonitor : public QObject {
     Q_OBJECT
 
@@ -15,7 +15,8 @@ public:
     Q_ENUM(Cause)
 
 Q_SIGNALS:
-    // Main thread. Several changes within half a second come as one, with the first cause of the list above.
+    // Emitted on the main thread. Several changes within half a second are reported as one, with the cause
+    // that is listed first above.
     void disturbed(platform::ConnectivityMonitor::Cause cause);
 };
 

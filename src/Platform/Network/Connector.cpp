@@ -129,9 +129,9 @@ void Connector::connected(error_code error) {
     } else if (error) {
         finish(unreachable(error.message()));
     } else {
-        // Speech goes out in small frames, each due now.
+        // Speech is sent in small frames that must not be delayed.
         m_transport.socket().set_option(asio::ip::tcp::no_delay(true), error);
-        // What waits is to wait in our queue, where it has a bound, and not in the system's.
+        // Unsent data should wait in our queue, which is bounded, and not in the system's.
         m_transport.socket().set_option(NotSentLowWater(maxUnsentBytes), error);
         if (m_plan.proxyHost.isEmpty()) {
             startTls();
@@ -174,7 +174,7 @@ void Connector::proxyAnswered(error_code error) {
         return;
     }
     if (status >= 100 && status <= 199) {
-        // Not yet the answer.
+        // An interim response: the final one follows.
         m_proxyBuffer.erase(0, m_proxyBuffer.find("\r\n\r\n") + 4);
         readProxyAnswer();
         return;
@@ -184,7 +184,7 @@ void Connector::proxyAnswered(error_code error) {
     } else if (status == 407) {
         finish(unreachable("it asks for a user name and a password"));
     } else {
-        finish(unreachable("it refused the way to the server, HTTP " + std::to_string(status)));
+        finish(unreachable("it refused the connection to the server, HTTP " + std::to_string(status)));
     }
 }
 
@@ -200,8 +200,8 @@ void Connector::connectThroughSocks() {
     });
 }
 
-// Tells TLS which name to ask for and to verify. False: it does not take the name, and nothing would be
-// verified.
+// Tells TLS which name to request and to verify. Returns false if TLS does not accept the name, in which case
+// nothing would be verified.
 bool Connector::setTlsHostName() {
     auto* ssl = m_transport.tls().native_handle();
     const auto host = m_plan.host.toStdString();

@@ -9,21 +9,20 @@
 
 namespace platform {
 
-// Everything before the first byte of a protocol: name lookup, TCP, the way through a proxy, TLS. Network
-// thread.
+// Establishes a connection: name lookup, TCP, the proxy and TLS. Network thread.
 class Connector {
 public:
     using Handler = std::function<void(std::optional<WebSocketError>)>;
 
     Connector(NetworkThread& thread, Transport& transport, const ConnectPlan& plan);
 
-    // `owner` keeps the connector and what it refers to alive while it works. The transport is ready when the
+    // `owner` keeps the connector and what it refers to alive while it works. The transport is ready if the
     // handler is called without an error.
     void run(std::shared_ptr<void> owner, Handler handler);
-    // The handler is not called any more.
+    // Gives up: the handler is not called any more.
     void abandon();
 
-    // For a connection that verifies its peer. Throws WebSocketError if the roots cannot be read.
+    // Prepares a context that verifies its peer. Throws WebSocketError if the roots cannot be read.
     static void loadTrustedRoots(asio::ssl::context& context, const QString& rootsFile);
 
 private:

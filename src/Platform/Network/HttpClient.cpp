@@ -8,7 +8,7 @@ namespace platform {
 
 namespace {
 
-// A line break in a value would begin a header of the value's own.
+// A line break in a value would start another header.
 bool holdsLineBreak(const HttpHeader& header) {
     return header.value.contains('\n') || header.value.contains('\r');
 }
@@ -34,7 +34,7 @@ private:
         if (std::ranges::any_of(request.headers, holdsLineBreak)) {
             throw HttpError(
                 HttpError::Kind::other,
-                QStringLiteral("The request was not sent: one of its headers holds a line break."));
+                QStringLiteral("The request was not sent: one of its headers contains a line break."));
         }
         auto* exchange = new HttpExchange(std::move(request), std::move(sink), m_cookies, &m_exchanges);
         auto completion = exchange->completion();
@@ -42,7 +42,7 @@ private:
         co_return response;
     }
 
-    // Owns the requests under way, and the jar.
+    // Owns the requests under way and the cookie jar.
     QObject m_exchanges;
     QNetworkCookieJar* m_cookies = nullptr;
 };

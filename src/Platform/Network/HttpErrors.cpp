@@ -43,7 +43,7 @@ HttpError::Kind errorKind(Error error) {
     return row == kinds.end() ? HttpError::Kind::other : row->kind;
 }
 
-// Qt talks to a proxy of plain HTTP as to the server itself, and reports it so.
+// Qt treats a proxy for plain HTTP like the server itself and reports its failures as such.
 HttpError::Kind kindWithProxy(HttpError::Kind kind, const QNetworkProxy& proxy) {
     const bool noConnection = kind == HttpError::Kind::cannotConnect || kind == HttpError::Kind::hostNotFound;
     return noConnection && proxy.type() != QNetworkProxy::NoProxy ? HttpError::Kind::proxyFailed : kind;
@@ -62,7 +62,7 @@ QString errorSentence(HttpError::Kind kind, const QString& host, const QString& 
         return sslErrors.isEmpty() ? networkText::tlsFailed(host, reason)
                                    : networkText::certificateRefused(host, sslErrors.first().errorString());
     case HttpError::Kind::proxyFailed:
-        // One that the system does not know of stands in the place of the server.
+        // A proxy that the system does not name takes the place of the server.
         return networkText::proxyFailed(proxy.hostName().isEmpty() ? host : proxy.hostName(), reason);
     case HttpError::Kind::notHttp:
         return networkText::notHttp(host);
@@ -78,7 +78,7 @@ QString errorSentence(HttpError::Kind kind, const QString& host, const QString& 
 
 bool isServerResponse(const QNetworkReply& reply) {
     const auto error = reply.error();
-    // Qt files 400 and 418 under the protocol's errors, the others under the content's and the server's.
+    // Qt reports 400 and 418 as protocol errors, and other statuses as content or server errors.
     const bool ofTheServer = (error > 200 && error < 300) || (error > 400 && error < 500) ||
                              error == QNetworkReply::ProtocolInvalidOperationError;
     return error == QNetworkReply::NoError ||

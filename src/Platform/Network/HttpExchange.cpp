@@ -18,10 +18,11 @@ namespace platform {
 
 namespace {
 
-// A body that comes in thousands of pieces a second wakes its reader a hundred times.
+// Limits how often a body that arrives in thousands of pieces a second wakes its reader.
 constexpr auto deliveryInterval = std::chrono::milliseconds(10);
 
-// What the system named for this request; the list that Qt keeps for the application may be hours old.
+// The proxies that the system named for this request; the list that Qt keeps for the application may be hours
+// old.
 class KnownProxies : public QNetworkProxyFactory {
 public:
     explicit KnownProxies(QList<QNetworkProxy> proxies)
@@ -33,8 +34,8 @@ private:
     QList<QNetworkProxy> m_proxies;
 };
 
-// A body that can be read once. Without it Qt sends the request again, up to three times, when the connection
-// ends before an answer, and the server may have acted on each.
+// A body that can be read only once. Otherwise Qt would send the request again, up to three times, if the
+// connection ended before a response, and the server may have acted on each.
 class SingleReadBody : public QIODevice {
 public:
     SingleReadBody(QByteArray bytes, QObject* parent)
@@ -44,7 +45,7 @@ public:
     }
 
     bool isSequential() const override { return true; }
-    bool seek(qint64) override { return false; } // the way back to the start
+    bool seek(qint64) override { return false; } // Qt would rewind the body to send it again
     bool atEnd() const override { return m_position == m_bytes.size(); }
     qint64 bytesAvailable() const override { return m_bytes.size() - m_position; }
 
@@ -71,7 +72,7 @@ QByteArray userAgent() {
     return (version.isEmpty() ? name : name + u'/' + version).toUtf8();
 }
 
-// Qt joins repeated Set-Cookie headers with a line break, which no header value can hold itself.
+// Qt joins repeated Set-Cookie headers with a line break, which no header value can contain.
 QList<HttpHeader> wireHeaders(const QNetworkReply& reply) {
     QList<HttpHeader> headers;
     for (const auto& [name, value] : reply.rawHeaderPairs()) {
@@ -119,7 +120,7 @@ void HttpExchange::settle(std::function<void(const Completion<HttpResponse>&)> o
 
 QNetworkRequest HttpExchange::networkRequest(bool withCookies) const {
     auto url = m_request.url;
-    url.setUserInfo({}); // would be answered to any server that asks for a password
+    url.setUserInfo({}); // Qt would send it to any server that asks for a password
     QNetworkRequest request(url);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
@@ -128,7 +129,7 @@ QNetworkRequest HttpExchange::networkRequest(bool withCookies) const {
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, cookies);
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, cookies);
     request.setSslConfiguration(tlsRoots::qtConfiguration());
-    // Uncompressed, so that the bound on the body counts what was sent.
+    // Uncompressed, so that the limit on the body applies to the bytes that were sent.
     request.setRawHeader("Accept-Encoding", "identity");
     request.setRawHeader("Connection", "close");
     if (const auto agent = userAgent(); !agent.isEmpty()) {
@@ -140,7 +141,7 @@ QNetworkRequest HttpExchange::networkRequest(bool withCookies) const {
     return request;
 }
 
-// Always as a custom verb: Qt's own POST adds a Content-Type, and sends the query as a body if there is none.
+// Always a custom verb: Qt's own POST adds a Content-Type, and sends the query as a body if there is none.
 QNetworkReply* HttpExchange::send(bool withCookies) {
     const auto verb = m_request.method.toUpper();
     auto request = networkRequest(withCookies);
@@ -163,7 +164,7 @@ QCoro::Task<void> HttpExchange::begin(QPointer<QNetworkCookieJar> cookies) {
     if (cookies) {
         auto* owner = cookies->parent();
         m_manager.setCookieJar(cookies);
-        cookies->setParent(owner); // the manager takes it otherwise
+        cookies->setParent(owner); // otherwise the manager would own it
     }
     m_reply = send(!cookies.isNull());
     connect(m_reply, &QNetworkReply::sslErrors, this,
@@ -195,7 +196,7 @@ void HttpExchange::scheduleDelivery() {
     }
 }
 
-// From the event loop: what the sink does may end the client, which must not happen inside a signal of the
+// Called from the event loop: the sink may destroy the client, which must not happen inside a signal of the
 // reply.
 void HttpExchange::deliver() {
     m_sinceDelivery.start();

@@ -16,18 +16,18 @@
 
 namespace platform {
 
-// One request from start to answer, on a network manager of its own: nothing is left over from the request
-// before, be it a kept-alive connection that died in the meantime, a cached name of a user or a proxy.
+// One request from start to response, on a network manager of its own, so that nothing is left over from an
+// earlier request: a kept-alive connection that has died since, cached credentials or a cached proxy.
 class HttpExchange : public QObject {
     Q_OBJECT
 
 public:
-    // `cookies` may be null: then no cookie is kept or sent. Without a `sink` the body is part of the answer.
+    // If `cookies` is null, no cookie is kept or sent. Without a `sink` the body is part of the response.
     HttpExchange(HttpRequest request, HttpClient::BodySink sink, QNetworkCookieJar* cookies, QObject* parent);
-    // The awaiting coroutine gets OperationCancelled, from the event loop, if no answer came before.
+    // If no response has arrived, the awaiting coroutine gets OperationCancelled, from the event loop.
     ~HttpExchange() override;
 
-    // Resolved once, from the event loop; the exchange deletes itself then.
+    // Resolved once, from the event loop, after which the exchange deletes itself.
     const Completion<HttpResponse>& completion() const { return m_completion; }
 
 private:
@@ -54,7 +54,7 @@ private:
     QTimer m_deadline;
     QTimer m_delivery;
     QElapsedTimer m_sinceDelivery;
-    QByteArray m_body; // with a sink: what it has not got yet
+    QByteArray m_body; // with a sink, what it has not received yet
     QList<QSslError> m_sslErrors;
     Completion<HttpResponse> m_completion;
     OperationScope m_scope;

@@ -9,8 +9,8 @@ namespace platform {
 namespace {
 
 constexpr std::string_view start = "HTTP/1.";
-constexpr std::size_t statusEnd = 12; // of "HTTP/1.1 103"
-// A longer head is given up for an answer.
+constexpr std::size_t statusEnd = 12; // length of "HTTP/1.1 103"
+// A longer head is passed on as if it were final.
 constexpr std::size_t maxHeadBytes = 16 * 1024;
 
 bool isInterim(int status) {

@@ -5,13 +5,13 @@
 
 namespace platform {
 
-// Takes interim answers (RFC 9110, 15.2: 100 to 199, but for 101) out of the bytes that come before the real
-// one.
+// Removes interim responses (RFC 9110, 15.2: statuses 100 to 199 except 101) from the bytes before the final
+// response.
 class InterimResponses {
 public:
-    // Gives what may be read on, and keeps what it cannot judge yet.
+    // Returns the bytes that may be read, and keeps those that it cannot judge yet.
     std::string pass(std::string_view piece);
-    // The real answer has begun: nothing needs to be passed any more.
+    // Returns whether the final response has begun, after which bytes need not be passed through any more.
     bool isOver() const { return m_over; }
     bool hasKept() const { return !m_kept.empty(); }
 

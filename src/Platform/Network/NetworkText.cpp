@@ -4,7 +4,7 @@ namespace platform::networkText {
 
 namespace {
 
-// Library texts come with and without a full stop, some with none at all.
+// Library texts come with or without a full stop, and some are empty.
 QString withReason(const QString& sentence, QString reason) {
     while (reason.endsWith(u'.')) {
         reason.chop(1);
@@ -33,12 +33,12 @@ QString timedOut(const QString& host) {
 
 QString certificateRefused(const QString& host, const QString& reason) {
     return withReason(QStringLiteral("The certificate of %1 cannot be trusted").arg(host), reason) +
-           QStringLiteral(" Check the date of this computer, or ask who runs its network.");
+           QStringLiteral(" Check the date of this computer, or contact the administrator of this network.");
 }
 
 QString tlsFailed(const QString& host, const QString& reason) {
     return withReason(QStringLiteral("No secure connection to %1 could be made").arg(host), reason) +
-           QStringLiteral(" Ask who runs the network of this computer.");
+           QStringLiteral(" Contact the administrator of this network.");
 }
 
 QString proxyFailed(const QString& proxy, const QString& reason) {
@@ -51,11 +51,11 @@ QString tooLarge(const QString& host, qint64 limitBytes) {
 }
 
 QString notHttp(const QString& host) {
-    return QStringLiteral("The answer of %1 is not HTTP. Check the address.").arg(host);
+    return QStringLiteral("%1 did not answer with HTTP. Check the address.").arg(host);
 }
 
 QString notWebSocket(const QString& host) {
-    return QStringLiteral("The answer of %1 is not that of a WebSocket server. Check the address.").arg(host);
+    return QStringLiteral("%1 did not answer as a WebSocket server. Check the address.").arg(host);
 }
 
 QString upgradeRefused(int status, bool webPage) {

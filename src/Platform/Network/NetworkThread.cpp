@@ -17,7 +17,7 @@ namespace platform {
 
 namespace {
 
-// What a lookup that outlives the network thread still finds.
+// What a lookup can still use if it outlives the network thread.
 struct Gate {
     std::mutex mutex;
     asio::io_context* context = nullptr;

@@ -45,7 +45,7 @@ bool RouteWatch::isChangedLink(const nlmsghdr* message) {
     return changed;
 }
 
-// A router advertisement makes every IPv6 address new again.
+// A router advertisement announces every IPv6 address again.
 bool RouteWatch::isChangedAddress(const nlmsghdr* message) {
     if (message->nlmsg_len < NLMSG_LENGTH(sizeof(ifaddrmsg))) {
         return false;

@@ -9,11 +9,11 @@ struct nlmsghdr;
 
 namespace platform {
 
-// Reads what the kernel says about links, addresses and routes (rtnetlink), and keeps what is news: drivers
-// and routers repeat themselves all day.
+// Reads the kernel's messages about links, addresses and routes (rtnetlink) and filters out repetitions,
+// which drivers and routers send all day.
 class RouteWatch {
 public:
-    // True if a datagram tells of a change that can have broken a connection.
+    // Returns true if a datagram reports a change that can have broken a connection.
     bool isChange(QByteArrayView datagram);
 
 private:

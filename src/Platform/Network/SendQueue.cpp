@@ -23,7 +23,7 @@ void SendQueue::push(Frame frame, Time now) {
     dropBeyondBounds(now);
 }
 
-// Behind every command that waits already, and behind the first half second of sound.
+// Queues a command behind all waiting commands and the first half second of sound.
 void SendQueue::pushText(Frame frame) {
     const auto firstSound = std::ranges::find_if(m_frames, isSound);
     const auto lastText = std::find_if_not(m_frames.rbegin(), m_frames.rend(), isSound).base();
@@ -59,7 +59,7 @@ void SendQueue::dropOldest() {
     m_frames.erase(oldest);
 }
 
-// A single frame may be as large as it likes.
+// A single frame may exceed the limit.
 void SendQueue::dropBeyondBounds(Time now) {
     const auto oldest = [this] { return std::ranges::find_if(m_frames, isSound); };
     while (oldest() != m_frames.end() &&

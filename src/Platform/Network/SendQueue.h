@@ -8,9 +8,9 @@
 
 namespace platform {
 
-// The frames that wait for one connection's turn to write. Sound (binary) is only worth its moment: beyond a
-// bound in bytes or age the oldest is taken out. Commands (text) keep their order among each other, wait for
-// no more than a second of sound, and are never taken out. One thread.
+// The frames that wait to be written to one connection. Sound (binary) is useful only for a short time: the
+// oldest is dropped beyond a limit in bytes or age. Commands (text) keep their order among each other, wait
+// for no more than a second of sound, and are never dropped. Not thread-safe.
 class SendQueue {
 public:
     using Time = std::chrono::steady_clock::time_point;
@@ -23,16 +23,16 @@ public:
 
     static constexpr qsizetype maxSoundBytes = 1024 * 1024;
     static constexpr std::chrono::seconds maxSoundAge{5};
-    // As much sound as was recorded within this time may leave before a command.
-    // The system's buffer holds some more, so it is half of the second.
+    // How much sound, by its recording time, may be sent before a command. The system's buffer holds some
+    // more, so this is half of the second.
     static constexpr std::chrono::milliseconds soundBeforeText{500};
 
     void push(Frame frame, Time now);
-    // The next one to write. Returns nullopt when there is none.
+    // Returns the next frame to write, or nullopt if there is none.
     std::optional<Frame> take(Time now);
-    // What the bounds have taken out since the last call.
+    // Returns the frames that were dropped since the last call.
     std::vector<Frame> takeDropped() { return std::exchange(m_dropped, {}); }
-    // Everything that waits.
+    // Removes and returns all waiting frames.
     std::deque<Frame> clear();
 
 private:

@@ -11,7 +11,7 @@ namespace platform {
 
 namespace {
 
-// Connecting a datagram socket sends nothing: the kernel only looks for the way.
+// Connecting a datagram socket sends nothing; the kernel only looks up the route.
 bool hasRouteTo(const sockaddr_storage& peer, socklen_t size) {
     const int probe = ::socket(peer.ss_family, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (probe < 0) {
@@ -27,18 +27,18 @@ bool hasRouteTo(const sockaddr_storage& peer, socklen_t size) {
 } // namespace
 
 ConnectionHealth socketHealth(int descriptor) {
-    ConnectionHealth signs;
+    ConnectionHealth health;
     tcp_info info{};
     socklen_t infoSize = sizeof info;
     if (::getsockopt(descriptor, IPPROTO_TCP, TCP_INFO, &info, &infoSize) == 0) {
-        signs.bytesThrough = info.tcpi_bytes_acked + info.tcpi_bytes_received;
+        health.bytesThrough = info.tcpi_bytes_acked + info.tcpi_bytes_received;
     }
     sockaddr_storage peer{};
     socklen_t peerSize = sizeof peer;
     if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &peerSize) == 0) {
-        signs.hasRoute = hasRouteTo(peer, peerSize);
+        health.hasRoute = hasRouteTo(peer, peerSize);
     }
-    return signs;
+    return health;
 }
 
 } // namespace platform

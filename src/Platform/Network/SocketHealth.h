@@ -4,7 +4,7 @@
 
 namespace platform {
 
-// Of a connected TCP socket. Any thread that keeps the descriptor open meanwhile.
+// Returns the health of a connected TCP socket. Any thread that keeps the descriptor open meanwhile.
 ConnectionHealth socketHealth(int descriptor);
 
 } // namespace platform

@@ -22,13 +22,13 @@ constexpr std::size_t maxFieldBytes = 255;
 constexpr std::array refusals{
     "",
     "a general failure",
-    "its rules do not allow the way to the server",
+    "its rules do not allow a connection to the server",
     "the network of the server is unreachable",
     "the server is unreachable",
     "the server refused the connection",
     "the server did not answer in time",
-    "it knows no such command",
-    "it knows no such kind of address",
+    "it does not support the command",
+    "it does not support this kind of address",
 };
 
 std::string field(const std::string& text) {
@@ -93,7 +93,7 @@ void SocksHandshake::authenticate() {
 void SocksHandshake::requestConnection() {
     m_request = std::string{version, connectCommand, 0} + addressOf(m_target.host.toStdString()) +
                 static_cast<char>(m_target.port >> 8) + static_cast<char>(m_target.port & 0xff);
-    // As far as the first byte of the address: it tells how long the rest is.
+    // Reads up to the first byte of the address, which tells how long the rest is.
     exchange(5, &SocksHandshake::takeAnswer);
 }
 
@@ -103,7 +103,7 @@ void SocksHandshake::takeAnswer() {
         return;
     }
     if (const auto code = answered(1); code != 0) {
-        finish(code < refusals.size() ? refusals[code] : "it refused the way to the server");
+        finish(code < refusals.size() ? refusals[code] : "it refused the connection to the server");
         return;
     }
     constexpr std::size_t portBytes = 2;
@@ -125,7 +125,7 @@ void SocksHandshake::takeAnswer() {
     exchange(addressBytes + portBytes, &SocksHandshake::takeAddress);
 }
 
-// Where the proxy connects from is nobody's concern.
+// The proxy's own address is not needed.
 void SocksHandshake::takeAddress() {
     finish(std::nullopt);
 }

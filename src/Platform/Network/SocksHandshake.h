@@ -11,8 +11,8 @@
 
 namespace platform {
 
-// Asks a SOCKS 5 proxy (RFC 1928, RFC 1929) for the way to a server. The name is the proxy's to look up.
-// Network thread.
+// Asks a SOCKS 5 proxy (RFC 1928, RFC 1929) to connect to a server. The proxy looks up the name. Network
+// thread.
 class SocksHandshake {
 public:
     struct Target {
@@ -20,7 +20,7 @@ public:
         quint16 port = 0;
         QByteArray credentials; // "user:password"; empty: none
     };
-    // Nothing, or why the proxy did not let us through.
+    // Gets nullopt on success, or the reason for the failure.
     using Handler = std::function<void(std::optional<std::string> failure)>;
 
     SocksHandshake(Socket& socket, Target target)
@@ -38,7 +38,7 @@ private:
     void requestConnection();
     void takeAnswer();
     void takeAddress();
-    // Writes what there is to say, if anything, and reads so many bytes.
+    // Writes m_request, if it is not empty, and reads `answerBytes` bytes.
     void exchange(std::size_t answerBytes, Step next);
     void read(Step next);
     void finish(std::optional<std::string> failure);

@@ -3,14 +3,14 @@
 #include <QSslConfiguration>
 #include <QString>
 
-// Whom every TLS connection of the process trusts: the system's store, or only what stands in the file that
-// the environment variable SSL_CERT_FILE names. Read anew for each connection.
+// The certificate authorities that every TLS connection of the process trusts: the system's store, or only
+// those in the file that the environment variable SSL_CERT_FILE names. Read again for each connection.
 namespace platform::tlsRoots {
 
-// The file's path; empty when the system's store counts.
+// Returns the path of that file; empty if the system's store is used.
 QString overridingFile();
 
-// For a QSslSocket. An override that cannot be read trusts nobody.
+// Returns the configuration for a QSslSocket. If the file cannot be read, nothing is trusted.
 QSslConfiguration qtConfiguration();
 
 } // namespace platform::tlsRoots

@@ -33,11 +33,11 @@ public:
         socket().close(ignored);
     }
 
-    // Called when a connection starts to be taken down, which waits for the peer.
+    // Called when the teardown of a connection starts, which waits for the peer.
     std::function<void()> onTeardown;
 
-    // Status of the HTTP answer that came first; 0 if what came is no HTTP answer. Known even if its body
-    // never ends.
+    // Returns the status of the HTTP response that came first, or 0 if what came is not an HTTP response.
+    // Known even if its body never ends.
     int answeredStatus() const;
     bool gotAnything() const { return m_firstSize > 0 || m_answers.hasKept(); }
 
@@ -92,7 +92,7 @@ public:
     friend void beast_close_socket(Transport& transport) { transport.close(); }
 
 private:
-    // How many bytes are left of those that came.
+    // Returns how many of the bytes that arrived are left.
     template<typename Buffers>
     std::size_t withoutInterimAnswers(const Buffers& buffers, std::size_t size) {
         if (m_answers.isOver() || size == 0) {
@@ -122,12 +122,12 @@ private:
     TlsStream m_stream;
     bool m_encrypted = false;
     InterimResponses m_answers;
-    std::string m_rest;             // what was judged together, but had no room in the reader's buffer
+    std::string m_rest;             // what did not fit into the reader's buffer
     std::array<char, 12> m_first{}; // "HTTP/1.1 503"
     std::size_t m_firstSize = 0;
 };
 
-// The status in "HTTP/1.1 503 ..."; 0 if the text does not start so.
+// Returns the status in "HTTP/1.1 503 ...", or 0 if the text does not start like that.
 int httpStatusOf(const char* text, std::size_t size);
 
 inline int Transport::answeredStatus() const {

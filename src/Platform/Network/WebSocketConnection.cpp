@@ -22,11 +22,11 @@ namespace {
 namespace websocket = boost::beast::websocket;
 using Kind = WebSocketError::Kind;
 
-// For the peer to answer a close frame and to end the connection.
+// The time for the peer to answer a close frame and to end the connection.
 constexpr std::chrono::seconds closeTimeout{2};
-// Frames up to this size leave in one write; also the size of a TLS record.
+// Frames up to this size are sent in one write; it is also the size of a TLS record.
 constexpr std::size_t writeBufferBytes = 16 * 1024;
-// A buffer that one large message has blown up is given back.
+// A larger buffer, left behind by one large message, is freed.
 constexpr std::size_t keptReadBytes = 256 * 1024;
 
 std::exception_ptr pointer(const WebSocketError& error) {
@@ -76,7 +76,7 @@ private:
         asio::post(m_thread.context(),
                    [self = shared_from_this(), work = std::move(work)]() mutable { work(*self); });
     }
-    // Completion handler of a stream operation: the connection lives until it ran.
+    // Makes the completion handler of a stream operation. It keeps the connection alive until it has run.
     template<typename... Args>
     auto bind(void (BeastConnection::*handler)(Args...)) {
         return [self = shared_from_this(), handler](auto&&... args) {
@@ -114,7 +114,7 @@ private:
     const std::shared_ptr<WebSocketMailbox> m_mailbox;
     SteadyTimer m_timeout;
     quint64 m_timeoutSerial = 0;
-    // Any thread: sends fail at once when set.
+    // Read on any thread: sends fail at once when one of these is set.
     std::atomic<bool> m_cancelled = false;
     std::atomic<bool> m_reported = false;
 
@@ -169,7 +169,7 @@ void BeastConnection::doStart(ConnectPlan plan) {
         return;
     }
     m_stream.emplace(m_thread.context(), *m_tls);
-    // A weak reference: the stream is part of this object.
+    // Weak, because the stream is part of this object.
     m_stream->next_layer().onTeardown = [weak = weak_from_this()] {
         if (const auto self = weak.lock()) {
             self->armTimeout(closeTimeout);
@@ -252,7 +252,7 @@ void BeastConnection::written(error_code error, std::size_t) {
         pump();
         failDropped();
     } else if (isOpen()) {
-        // What the peer said last may still be there to read, and tells more.
+        // The peer's last message may still be there to read, and says more about the failure.
         armTimeout(closeTimeout);
     }
     if (done) {
@@ -308,7 +308,7 @@ void BeastConnection::received(error_code error, std::size_t) {
     }
 }
 
-// Runs inside the read that came upon the frame: no stream operation may be started from here.
+// Runs inside the read that found the frame: no stream operation may be started from here.
 void BeastConnection::controlFrame(websocket::frame_type kind, boost::beast::string_view payload) {
     if (kind == websocket::frame_type::pong) {
         bool isNumber = false;
@@ -317,7 +317,7 @@ void BeastConnection::controlFrame(websocket::frame_type kind, boost::beast::str
             m_mailbox->pong(id);
         }
     } else if (kind == websocket::frame_type::close) {
-        // Beast answers it; nobody needs to wait for the peer to hang up.
+        // Beast answers it; there is no need to wait for the peer to hang up.
         report(endAfter(websocket::error::closed));
         armTimeout(closeTimeout);
     }
@@ -363,7 +363,7 @@ void BeastConnection::armTimeout(std::chrono::milliseconds timeout) {
     });
 }
 
-// A timer that has run out already can no longer be cancelled: the serial tells.
+// A timer that has already expired cannot be cancelled; the serial number marks it as outdated.
 void BeastConnection::cancelTimeout() {
     ++m_timeoutSerial;
     m_timeout.cancel();
@@ -393,7 +393,8 @@ void BeastConnection::report(WebSocketEnd end) {
     m_mailbox->ended(std::move(end));
 }
 
-// The one being written keeps its bytes until the write has ended; its handler goes with the others.
+// The frame that is being written keeps its bytes until the write has ended; its handler is called with the
+// others.
 void BeastConnection::failSends(const std::exception_ptr& error) {
     if (m_beingWritten && m_beingWritten->done) {
         std::exchange(m_beingWritten->done, nullptr)(error);

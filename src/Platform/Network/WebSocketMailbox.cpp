@@ -6,7 +6,7 @@ namespace platform {
 
 namespace {
 
-// Beyond either the connection stops reading, and the peer feels it.
+// Above either limit the connection stops reading, which slows the peer down.
 constexpr std::size_t fullMessages = 1024;
 constexpr qint64 fullBytes = 4 * 1024 * 1024;
 
@@ -23,7 +23,7 @@ void WebSocketMailbox::wake(std::unique_lock<std::mutex> lock) {
             const std::lock_guard relock(self->m_mutex);
             self->m_wakeQueued = false;
         }
-        // A copy: the task may be destroyed in it.
+        // A copy, because the call may destroy the task.
         if (const auto onMail = self->m_onMail) {
             onMail();
         }

@@ -12,22 +12,22 @@ namespace platform {
 
 struct WebSocketEnd {
     std::optional<WebSocketError> error;
-    // Nothing if the connection was never open.
+    // nullopt if the connection was never open.
     std::optional<int> closeCode;
     int httpStatus = 0;
 };
 
-// What a connection tells its task, in order, from the network thread to the main thread. The lock is held to
-// move values only.
+// Passes a connection's events to its task, in order, from the network thread to the main thread. The lock is
+// held only to move values.
 class WebSocketMailbox : public std::enable_shared_from_this<WebSocketMailbox> {
 public:
-    // Runs on the main thread, soon after something arrived.
+    // `onMail` runs on the main thread, soon after something has arrived.
     explicit WebSocketMailbox(std::function<void()> onMail)
         : m_onMail(std::move(onMail)) {}
 
     // Network thread.
     void opened();
-    // False: full, read no further until told to.
+    // Returns false if the mailbox is full: do not read on until resumeReading().
     bool deliver(WebSocketMessage message);
     void pong(quint32 id);
     void ended(WebSocketEnd end);
@@ -37,9 +37,9 @@ public:
     bool isOpened() const;
     quint32 lastPong() const;
     bool hasMessage() const;
-    // `mayReadOn` becomes true if the connection waits for room and there is some now.
+    // Sets `mayReadOn` if the connection is waiting for room and there is some now.
     std::optional<WebSocketMessage> takeMessage(bool& mayReadOn);
-    // Nothing as long as it has not ended.
+    // Returns nullopt while the connection has not ended.
     std::optional<WebSocketEnd> end() const;
 
 private:

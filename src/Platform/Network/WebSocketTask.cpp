@@ -21,7 +21,7 @@ namespace {
 
 using Kind = WebSocketError::Kind;
 
-// Messages handed over in one turn of the event loop, so that a flood leaves room for the rest.
+// The number of messages delivered in one turn of the event loop, so that a flood leaves room for the rest.
 constexpr int messagesInATurn = 64;
 
 int nextIdentifier() {
@@ -34,14 +34,14 @@ QByteArray hostHeader(const QUrl& url, const QByteArray& host) {
     return url.port() < 0 ? name : name + ':' + QByteArray::number(url.port());
 }
 
-// What the proxies of the system are asked about.
+// Returns the web address for which the system is asked for a proxy.
 QUrl httpUrl(QUrl url) {
     url.setScheme(url.scheme() == QStringLiteral("wss") ? QStringLiteral("https") : QStringLiteral("http"));
-    url.setQuery(QString()); // it holds the token
+    url.setQuery(QString()); // it contains the token
     return url;
 }
 
-// The first that can carry a WebSocket. Throws WebSocketError when there is none.
+// Returns the first proxy that can carry a WebSocket. Throws WebSocketError if there is none.
 QNetworkProxy usableProxy(const QList<QNetworkProxy>& proxies) {
     for (const auto& proxy : proxies) {
         switch (proxy.type()) {
@@ -62,7 +62,7 @@ QNetworkProxy usableProxy(const QList<QNetworkProxy>& proxies) {
 void requireWebSocketAddress(const QUrl& url) {
     const bool isSocket = url.scheme() == QStringLiteral("wss") || url.scheme() == QStringLiteral("ws");
     if (url.host().isEmpty() || !isSocket) {
-        throw WebSocketError(Kind::cannotConnect, QStringLiteral("The address is not that of a WebSocket."));
+        throw WebSocketError(Kind::cannotConnect, QStringLiteral("This is not a WebSocket address."));
     }
 }
 
@@ -130,7 +130,7 @@ private:
 
     QCoro::Task<void> start();
     void takeMail();
-    // False: no handler, or no message.
+    // Returns false if there is no handler or no message.
     bool takeMessage();
     void finish(const WebSocketEnd& end);
     void failHandlers();
@@ -149,7 +149,7 @@ private:
     int m_httpStatus = 0;
     bool m_openedReported = false;
     bool m_cancelled = false;
-    // Why nothing can be received or pinged any more.
+    // Why nothing can be received or pinged any more; nullopt while it can.
     std::optional<WebSocketError> m_over;
     OperationScope m_scope;
 };
@@ -214,7 +214,7 @@ void SocketTask::readHealth(HealthHandler handler) {
         });
 }
 
-// Whatever is called from here may destroy or cancel the task.
+// Any handler that is called from here may destroy or cancel the task.
 void SocketTask::takeMail() {
     const QPointer alive(this);
     const auto goesOn = [&alive] { return alive && !alive->m_over; };
@@ -234,7 +234,7 @@ void SocketTask::takeMail() {
     if (!goesOn()) {
         return;
     }
-    const auto end = m_mailbox->end(); // asked for before the messages, which all came before it
+    const auto end = m_mailbox->end(); // read before the messages, all of which came before it
     for (int i = 0; i < messagesInATurn && goesOn() && takeMessage(); ++i) {
     }
     if (!goesOn()) {

@@ -11,7 +11,7 @@ namespace {
 class DesktopClipboard : public Clipboard {
 public:
     void setPicture(const QByteArray& png) override {
-        // The file as it is: as a QImage it would be compressed anew for each program that pastes it.
+        // The PNG itself: a QImage would be compressed again for each program that pastes it.
         auto* data = new QMimeData;
         data->setData(QStringLiteral("image/png"), png);
         QGuiApplication::clipboard()->setMimeData(data);

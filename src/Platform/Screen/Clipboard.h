@@ -6,12 +6,12 @@
 
 namespace platform {
 
-// The clipboard of the desktop. Main thread.
+// The desktop's clipboard. Main thread.
 class Clipboard {
 public:
     virtual ~Clipboard() = default;
 
-    // There to be pasted for as long as this process runs, or a clipboard manager keeps it.
+    // Offers a picture for pasting, for as long as this process runs or a clipboard manager keeps it.
     virtual void setPicture(const QByteArray& png) = 0;
 };
 

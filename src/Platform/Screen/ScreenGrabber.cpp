@@ -25,13 +25,14 @@ ScreenPicture grab(QScreen& screen) {
     return {image, screen.size()};
 }
 
-// Under X11 Qt counts the corners of screens in pixels and only their sizes in points.
+// Under X11 Qt gives the corners of screens in pixels, but their sizes in points.
 QRect placeOf(const QScreen& screen) {
     const auto points = screen.geometry();
     return isX11() ? QRect(points.topLeft(), points.size() * screen.devicePixelRatio()) : points;
 }
 
-// The parts of a picture of the whole desktop that show the screens, whose places are in any one unit.
+// Returns the parts of a picture of the whole desktop that show the screens, whose places may be in any
+// common unit.
 QList<QImage> cutIntoScreens(const QImage& desktop, const QList<QRect>& screens) {
     QRect all;
     for (const auto& screen : screens) {

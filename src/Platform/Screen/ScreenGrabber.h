@@ -10,13 +10,13 @@
 
 namespace platform {
 
-// There is no picture of the screens; the text tells the user why.
+// No picture of the screens could be taken; the text tells the user why.
 class ScreenGrabError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-// What one screen showed.
+// The picture of one screen.
 struct ScreenPicture {
     QImage image; // in the screen's pixels
     QSize size;   // in points (device-independent pixels)
@@ -28,13 +28,14 @@ class ScreenGrabber {
 public:
     virtual ~ScreenGrabber() = default;
 
-    // What each screen shows at this moment, this program's windows included, in the order of
-    // QGuiApplication::screens(). Empty without a display. Throws ScreenGrabError. Main thread.
+    // Takes a picture of each screen, including this program's windows, in the order of
+    // QGuiApplication::screens(). Returns an empty list without a display. Throws ScreenGrabError. Main
+    // thread.
     virtual QCoro::Task<QList<ScreenPicture>> grabScreens() = 0;
 };
 
-// X11 is read from the server. A Wayland desktop keeps its screens from programs, from those on XWayland too:
-// there the screenshot portal is asked, which may ask the user.
+// Under X11 the picture is read from the server. A Wayland desktop does not let programs read its screens,
+// not even those on XWayland, so the screenshot portal is used, which may ask the user.
 std::unique_ptr<ScreenGrabber> makeScreenGrabber();
 
 } // namespace platform

@@ -12,7 +12,7 @@ namespace platform {
 
 namespace {
 
-// The file with the picture.
+// Returns the path of the picture. Throws ScreenGrabError.
 QString pictureFile(const PortalRequest::Answer& answer) {
     const auto file = QUrl(answer.results.value(QStringLiteral("uri")).toString()).toLocalFile();
     if (answer.response == PortalRequest::refused) {
@@ -45,7 +45,7 @@ QCoro::Task<QImage> ScreenshotPortal::takePicture() {
     } catch (const PortalError& error) {
         throw toGrabError(error);
     }
-    // The file was made for this answer; a picture of the whole desktop is not left lying about.
+    // The portal made the file for this request; a picture of the whole desktop must not be left behind.
     auto reading = inBackground([file] {
         const QImage picture(file);
         QFile::remove(file);

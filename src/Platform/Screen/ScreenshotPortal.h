@@ -5,10 +5,10 @@
 
 namespace platform {
 
-// Pictures of the whole desktop by org.freedesktop.portal.Screenshot. Main thread.
+// Takes pictures of the whole desktop by org.freedesktop.portal.Screenshot. Main thread.
 class ScreenshotPortal {
 public:
-    // Waits for as long as the desktop asks its user. Throws ScreenGrabError.
+    // Waits as long as the desktop takes to ask the user. Throws ScreenGrabError.
     static QCoro::Task<QImage> takePicture();
 };
 

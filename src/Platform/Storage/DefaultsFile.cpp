@@ -11,14 +11,14 @@ namespace {
 const QByteArray byteOrderMark = "\xef\xbb\xbf";
 constexpr QByteArrayView blanks = " \t\r\n";
 
-// The end of the line in which `at` is, its line break included.
+// Returns the end of the line that contains `at`, including its line break.
 qsizetype endOfLine(const QByteArray& content, qsizetype at) {
     const auto end = content.indexOf('\n', at);
     return end < 0 ? content.size() : end + 1;
 }
 
-// The end of the line where the JSON object or array that begins at `at` ends; nothing where none is. The
-// next entry's equals sign cannot be part of one.
+// Returns the end of the line on which the JSON object or array that begins at `at` ends, or nullopt if none
+// ends. The equals sign of the next entry cannot be part of one.
 std::optional<qsizetype> endOfDocument(const QByteArray& content, qsizetype at) {
     const auto start = at;
     int depth = 0;
@@ -133,7 +133,7 @@ void DefaultsFile::remove(const QString& key) {
     m_parts.removeIf([&key](const Part& part) { return part.key == key; });
 }
 
-// A file that has nothing but sections gets it before them.
+// If the file has only sections, a new entry goes before them.
 qsizetype DefaultsFile::placeForNew() const {
     const auto last = std::find_if(m_parts.rbegin(), m_parts.rend(), [](const Part& part) {
         return !part.isInSection && (!part.key.isEmpty() || part.before.trimmed() == "[General]");

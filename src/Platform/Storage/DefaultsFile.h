@@ -8,8 +8,8 @@
 
 namespace platform {
 
-// The lines of a file of defaults. What a hand wrote stays as it is, byte for byte, but for the values that
-// are changed: order, blank lines, remarks, and what cannot be read.
+// The lines of a settings file. What was written by hand stays byte for byte as it is, except for the values
+// that change: order, blank lines, comments and lines that cannot be read.
 class DefaultsFile {
 public:
     static constexpr qint64 largest = 1024 * 1024; // bytes
@@ -17,15 +17,15 @@ public:
     explicit DefaultsFile(const QByteArray& content = {});
 
     QByteArray content() const;
-    // The text of the last entry of that name; a section's name and a slash stand before a key of the
-    // section.
+    // Returns the text of the last entry with that name. The key of an entry in a section is prefixed with
+    // the section's name and a slash.
     std::optional<QString> text(const QString& key) const;
-    // In the place of the last entry of that name, or behind the last one that is in no section. The text has
-    // no line break.
+    // Replaces the text of the last entry with that name, or adds an entry after the last one outside
+    // sections. The text must not contain a line break.
     void setText(const QString& key, const QString& text);
     void remove(const QString& key);
 
-    // Lines that are neither an entry that can be read nor a section nor a remark, as they are.
+    // A line that is not a readable entry, a section or a comment.
     struct Unread {
         qsizetype line = 0; // from 1
         QByteArray content;
@@ -36,10 +36,10 @@ public:
 private:
     // A line, or the several lines of one JSON value.
     struct Part {
-        QString key; // empty: not an entry
+        QString key; // empty if this is not an entry
         QByteArray before;
         QByteArray value;
-        QByteArray after; // what ends the line
+        QByteArray after; // the end of the line
         bool isReadable = true;
         bool isInSection = false;
 
@@ -50,7 +50,7 @@ private:
     Part entry(const QByteArray& content, qsizetype start, qsizetype& end) const;
     qsizetype placeForNew() const;
 
-    QByteArray m_mark; // of UTF-8, as some editors write it
+    QByteArray m_mark; // the UTF-8 byte order mark that some editors write
     QByteArray m_lineEnd;
     QList<Part> m_parts;
 };

@@ -8,8 +8,8 @@
 
 namespace platform {
 
-// The per-user defaults: keyed strings, numbers, booleans and byte blocks. Main thread. A write is on disk
-// when the call returns; a value of another kind reads as absent.
+// The user's settings: strings, numbers, booleans and byte blocks by key. Main thread. A write is on disk
+// when the call returns. A value of another type reads as absent.
 class DefaultsStore {
 public:
     virtual ~DefaultsStore() = default;
@@ -29,9 +29,9 @@ public:
     virtual void remove(const QString& key) = 0;
 };
 
-// An INI file that can be read and edited by hand, readable by the user alone (mode 0600).
+// Opens an INI file that can be read and edited by hand and is private to the user (mode 0600).
 std::unique_ptr<DefaultsStore> makeFileDefaultsStore(const QString& path);
-// In memory, for tests.
+// Keeps the settings in memory, for tests.
 std::unique_ptr<DefaultsStore> makeMemoryDefaultsStore();
 
 } // namespace platform

@@ -14,7 +14,7 @@ namespace {
 constexpr QLatin1StringView encodedStart("@base64(");
 constexpr QLatin1StringView encodedEnd(")");
 
-// As people write them.
+// The words that people write.
 struct BooleanWord {
     const char* text;
     bool value;
@@ -28,12 +28,12 @@ bool isEncoded(const QString& text) {
     return text.startsWith(encodedStart) && text.endsWith(encodedEnd);
 }
 
-// Whether it would not come back from its one line as it was.
+// Returns whether the character would not survive on the one line of a value.
 bool breaksLine(QChar character) {
     return character < u' ' && character != u'\t';
 }
 
-// A JSON object or array. A hand may have laid it out over several lines.
+// Returns whether the text is a JSON object or array. One that was written by hand may span several lines.
 bool isDocument(const QString& text) {
     return (text.startsWith(u'{') || text.startsWith(u'[')) &&
            !QJsonDocument::fromJson(text.toUtf8()).isNull();
@@ -43,7 +43,7 @@ bool isQuoted(const QString& text) {
     return text.size() >= 2 && text.startsWith(u'"') && text.endsWith(u'"');
 }
 
-// As a JSON string: quotes, escapes, no line breaks.
+// Writes a JSON string: quoted and escaped, without line breaks.
 QString quote(const QString& value) {
     const auto array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
     return QString::fromUtf8(array.mid(1, array.size() - 2));
@@ -52,7 +52,7 @@ QString quote(const QString& value) {
 QString unquote(const QString& text) {
     const auto document = QJsonDocument::fromJson('[' + text.toUtf8() + ']');
     const auto values = document.array();
-    // By hand, quotes are often put around a text whose own quotes and backslashes were left as they are.
+    // People often put quotes around a text without escaping its own quotes and backslashes.
     return values.size() == 1 && values.at(0).isString() ? values.at(0).toString()
                                                          : text.mid(1, text.size() - 2);
 }
@@ -89,7 +89,7 @@ std::optional<QString> toString(const QString& text) {
     if (isQuoted(text)) {
         return unquote(text);
     }
-    // "no" and "on" are words too.
+    // "no" and "on" may also be texts, so only true and false count as booleans here.
     const bool isTruth = text.compare(fromBoolean(true), Qt::CaseInsensitive) == 0 ||
                          text.compare(fromBoolean(false), Qt::CaseInsensitive) == 0;
     const bool otherKind = isEncoded(text) || isDocument(text) || isTruth || toReal(text);

@@ -5,8 +5,8 @@
 
 #include <optional>
 
-// How a value of the defaults stands in its file: true, 85, 0.5, dark, "text that needs quotes",
-// {"json":"as it is"}, @base64(other bytes). The form tells the kind.
+// How a setting is written in its file: true, 85, 0.5, dark, "text that needs quotes", {"json":"as it is"},
+// @base64(other bytes). The form determines the type.
 namespace platform::defaultstext {
 
 QString fromString(const QString& value);
@@ -15,7 +15,7 @@ QString fromInteger(qint64 value);
 QString fromReal(double value);
 QString fromData(const QByteArray& value);
 
-// Nothing when the text has the form of another kind. A whole number is a real too.
+// These return nullopt if the text has the form of another type. A whole number also counts as a real.
 std::optional<QString> toString(const QString& text);
 std::optional<bool> toBoolean(const QString& text);
 std::optional<qint64> toInteger(const QString& text);

@@ -42,7 +42,7 @@ public:
         return m_error->domain == domain && std::ranges::find(codes, m_error->code) != codes.end();
     }
 
-    // What it means for the caller; `otherwise` where it tells nothing special.
+    // Returns what the error means for the caller, or `otherwise` if it has no special meaning.
     Status status(Status otherwise) const {
         const bool silent = is(G_IO_ERROR, {G_IO_ERROR_TIMED_OUT, G_IO_ERROR_CANCELLED}) ||
                             is(G_DBUS_ERROR, {G_DBUS_ERROR_TIMED_OUT, G_DBUS_ERROR_TIMEOUT});
@@ -73,7 +73,7 @@ Attributes attributesOf(const QString& service, const QString& name) {
                                               name.toUtf8().constData(), nullptr));
 }
 
-// Signals for the library's objects go here, never into the main thread's loop.
+// Directs signals for the library's objects to this context, and never to the main thread's loop.
 class ContextScope {
 public:
     explicit ContextScope(GMainContext* context)
@@ -126,18 +126,20 @@ struct SecretServiceClient::Session {
         service.reset(secret_service_open_sync(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_OPEN_SESSION,
                                                cancellable.get(), error.out()));
         if (!service && error.is(G_IO_ERROR, {G_IO_ERROR_TIMED_OUT})) {
-            // It could not be started, or does not answer.
+            // The service could not be started, or does not answer.
             return Status::absent;
         }
         return service ? Status::ok : error.status(Status::absent);
     }
 
-    // Runs the operation, once more with a new session if the one at hand may have died with its service.
+    // Runs the operation, and repeats it with a new session if the current one may have died with its
+    // service.
     template<typename Operation>
     Status attempt(Operation operation, bool mayRepeat = true) {
         const ContextScope scope(context);
         if (stale.exchange(false)) {
-            // Before its signals: the library stumbles over those of the service's successor.
+            // Release the session before delivering its signals: the library fails on those of the service's
+            // successor.
             release();
         }
         deliverSignals();
@@ -162,7 +164,7 @@ struct SecretServiceClient::Session {
         }
     }
 
-    // Null without an error: the user has none.
+    // Returns null without an error if the user has no default collection.
     Object<SecretCollection> defaultCollection(Error& error) {
         return Object<SecretCollection>(
             secret_collection_for_alias_sync(service.get(), SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE,
@@ -180,7 +182,7 @@ struct SecretServiceClient::Session {
                                                    cancellable.get(), error.out()));
     }
 
-    // The search could load the values too, but hides why it did not.
+    // The search could load the values too, but it hides the reason for a failure.
     std::optional<QByteArray> load(SecretItem* item, Error& error) {
         secret_item_load_secret_sync(item, cancellable.get(), error.out());
         const Value value(secret_item_get_secret(item));
@@ -192,7 +194,7 @@ struct SecretServiceClient::Session {
         return QByteArray(bytes, static_cast<qsizetype>(length));
     }
 
-    // For no item at hand: not found, unless a locked collection may hide it.
+    // Returns the status if no item was found: notFound, or locked if a locked collection may hide it.
     Status missing(Error& error) {
         return collectionStatus(error) == Status::locked ? Status::locked : Status::notFound;
     }

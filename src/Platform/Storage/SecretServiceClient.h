@@ -6,8 +6,8 @@
 
 namespace platform {
 
-// Blocking access to the desktop's secret service, for one worker thread. A service that was restarted is
-// found again.
+// Blocking access to the desktop's secret service, for one worker thread. It reconnects to a service that was
+// restarted.
 class SecretServiceClient {
 public:
     using Status = SecretStore::Status;
@@ -18,23 +18,24 @@ public:
     SecretServiceClient(const SecretServiceClient&) = delete;
     SecretServiceClient& operator=(const SecretServiceClient&) = delete;
 
-    // Opens the session that the other operations would open. Never prompts.
+    // Opens in advance the session that the other operations need. Never prompts.
     void prepare();
-    // Never prompts. Without an item, a locked collection still gives locked: some services hide what a
-    // locked one holds.
+    // Looks up a secret. Never prompts. If no item is found while the collection is locked, the status is
+    // locked: some services hide the items of a locked collection.
     SecretStore::Reading lookup(const QString& service, const QString& name);
-    // Replaces. Prompts only where the user has no default collection yet, and only if `mayPrompt` is set.
+    // Stores a secret, replacing an existing one. Prompts only if the user has no default collection yet and
+    // `mayPrompt` is set.
     Status store(const QString& service, const QString& name, const QByteArray& value, bool mayPrompt);
-    // Every such item. Never prompts.
+    // Removes all matching items. Never prompts.
     Status remove(const QString& service, const QString& name);
-    // The default collection. Prompts, and waits for the user.
+    // Unlocks the default collection. Prompts, and waits for the user.
     Status unlock();
-    // ok when the default collection is open, or there is none.
+    // Returns ok if the default collection is unlocked or does not exist.
     Status collectionStatus();
 
-    // Any thread: the next call opens a new session, because the service is another one now.
+    // Makes the next call open a new session, because the service has been replaced. Any thread.
     void renew();
-    // Any thread: a blocked call, and every later one, fails at once.
+    // Makes a blocked call and every later one fail at once. Any thread.
     void cancel();
 
 private:

@@ -7,27 +7,27 @@ namespace platform {
 
 // What is known of the desktop's secret service.
 enum class SecretServiceState {
-    unknown, // nobody owns its name, and nobody has asked it yet
-    absent,  // nobody owned its name so far, and none could be started
+    unknown, // its name has no owner, and it has not been asked yet
+    absent,  // its name has never had an owner, and it could not be started
     open,    // it answers
     locked,  // its collection is locked, or it owns its name and does nothing
-    silent,  // an answer takes longer than anybody waits
-    away,    // it was there; the next question may start it again
+    silent,  // an answer takes longer than the time limit
+    away,    // it was there; the next request may start it again
     gone,    // it was there, and could not be started again
 };
 
 enum class SecretServiceEvent {
-    appeared,    // somebody owns its name now
-    vanished,    // nobody does
+    appeared,    // its name has an owner now
+    vanished,    // its name has no owner any more
     answered,    // an operation was carried out, or refused
     foundLocked, // an operation met a locked collection
     failed,      // an operation did not reach it
     unlocked,    // the collection is open again
-    timedOut,    // an answer was given up
-    caughtUp,    // the answer that was given up has come
+    timedOut,    // waiting for an answer was given up
+    caughtUp,    // the late answer has arrived
 };
 
-// What leads where.
+// Returns the state after an event.
 constexpr SecretServiceState after(SecretServiceEvent event, SecretServiceState state) {
     using enum SecretServiceState;
     constexpr std::array<std::array<SecretServiceState, 8>, 7> table{{

@@ -16,12 +16,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// How long the main thread waits for an answer, and at the end for the last changes.
+// How long the main thread waits for an answer and, at the end, for the last changes.
 constexpr auto answerTimeout = 3s;
 
 // Reads are answered by the watch's thread, which never prompts. Writes and deletions are carried out in
-// order by a thread of their own, which may stand in front of a prompt for minutes. What is not carried out
-// yet, or cannot be, is in the overlay and answers the reads.
+// order on a thread of their own, which may wait minutes for a prompt. Changes that are not carried out yet,
+// or cannot be, are kept in the overlay, which answers reads.
 class SecretServiceStore : public SecretStore {
 public:
     SecretServiceStore() = default;
@@ -38,18 +38,18 @@ private:
     using Event = SecretServiceEvent;
     using Key = std::pair<QString, QString>;
 
-    // What an item is to become.
+    // The intended state of an item.
     struct Change {
-        std::optional<QByteArray> value; // without one, the item is to be deleted
+        std::optional<QByteArray> value; // nullopt deletes the item
         quint64 generation = 0;
         bool mayPrompt = false;
         bool queued = false;
     };
 
-    // What the thread for changes does. `declined` is `working` after the prompt of the action at hand was
-    // dismissed.
+    // What the thread for changes is doing. `declined` means working after the prompt for the current action
+    // was dismissed.
     enum class Work { idle, working, prompting, declined };
-    // Whether the program ends: first the last changes are carried out, then no more.
+    // Whether the program is ending: first the last changes are carried out, then none.
     enum class Ending { no, lastChanges, now };
 
     struct Question {
@@ -57,25 +57,25 @@ private:
         bool givenUp = false;
     };
 
-    // On the main thread.
+    // Called on the main thread.
     std::shared_ptr<Question> post(const Key& key);
     std::shared_ptr<Question> takePrefetched(const Key& key);
     Reading ask(const Key& key);
 
-    // On the watch's thread.
+    // Called on the watch's thread.
     void answer(SecretServiceClient& client, const Key& key, Question& question);
     void serviceAppeared();
     void serviceVanished();
     void collectionChanged(SecretServiceClient& client);
 
-    // On the thread for changes.
+    // Called on the thread for changes.
     void work();
     void carryOutNext(std::unique_lock<std::mutex>& lock);
     Status carryOut(const Key& key, const Change& change);
     Status prompt();
     void unlockAsAsked();
 
-    // On any thread, with the lock held.
+    // Called on any thread, with the lock held.
     void take(Event event);
     bool mayPrompt(const Change& change) const;
     void change(const Key& key, std::optional<QByteArray> value);
@@ -84,16 +84,16 @@ private:
     Status judge(Status status);
     void announce();
 
-    // On the main thread: asked already, and nothing has changed the item since.
+    // Used on the main thread: requests made in advance for items that have not changed since.
     std::map<Key, std::shared_ptr<Question>> m_prefetched;
 
     std::mutex m_mutex;
     std::condition_variable m_answered;
     std::condition_variable m_queued;
 
-    // All from here on under the lock.
+    // Everything below is protected by the lock.
     std::map<Key, Change> m_overlay;
-    std::deque<std::optional<Key>> m_queue; // without a key: the user asked for the prompt
+    std::deque<std::optional<Key>> m_queue; // an entry without a key is a request to unlock
     quint64 m_generation = 0;
     State m_state = State::unknown;
     Work m_work = Work::idle;
@@ -162,11 +162,11 @@ SecretStore::Status SecretServiceStore::erase(const QString& service, const QStr
     m_prefetched.erase(key);
     const std::lock_guard lock(m_mutex);
     if (m_state == State::absent) {
-        // A service that comes may hold an older one.
+        // A service that appears later may hold an older value.
         change(key, {});
         return reading.value ? Status::ok : Status::absent;
     }
-    // What is locked now is deleted as soon as it can be.
+    // A locked item is deleted as soon as possible.
     if (reading.status == Status::ok || reading.status == Status::locked) {
         change(key, {});
     }
@@ -185,7 +185,7 @@ std::shared_ptr<SecretServiceStore::Question> SecretServiceStore::post(const Key
     return question;
 }
 
-// Null when there is none, or when it met a service that may answer better by now.
+// Returns null if there is no such request, or if it met a service that may answer better by now.
 std::shared_ptr<SecretServiceStore::Question> SecretServiceStore::takePrefetched(const Key& key) {
     const auto ahead = m_prefetched.extract(key);
     if (!ahead) {
@@ -234,7 +234,7 @@ void SecretServiceStore::serviceAppeared() {
     if (before == State::gone) {
         logLine(QStringLiteral("[Secrets] The secret service is back"));
     } else if (before == State::absent) {
-        logLine(QStringLiteral("[Secrets] A secret service came: sign-in is kept in it from now on"));
+        logLine(QStringLiteral("[Secrets] A secret service is available now and keeps the sign-in"));
     }
     enqueueAll(false);
     if (before != State::unknown && before != State::open) {
@@ -249,11 +249,11 @@ void SecretServiceStore::serviceVanished() {
     take(Event::vanished);
     if (m_state != before) {
         logLine(QStringLiteral(
-            "[Secrets] The secret service went away: what it holds is read again when it is back"));
+            "[Secrets] The secret service went away; its contents are read again when it is back"));
     }
 }
 
-// Services tell of a lock in their own ways, and of much else: look whether it is open now.
+// Services signal locking in different ways, and many other changes too, so the state is read.
 void SecretServiceStore::collectionChanged(SecretServiceClient& client) {
     {
         const std::lock_guard lock(m_mutex);
@@ -322,7 +322,7 @@ SecretStore::Status SecretServiceStore::carryOut(const Key& key, const Change& c
     return answer == Status::ok ? attempt() : answer;
 }
 
-// One prompt for the collection, until the user has answered.
+// Shows one prompt for the collection and waits for the user's answer.
 SecretStore::Status SecretServiceStore::prompt() {
     const auto setWork = [this](Work work) {
         const std::lock_guard lock(m_mutex);
@@ -363,7 +363,7 @@ void SecretServiceStore::change(const Key& key, std::optional<QByteArray> value)
     }
 }
 
-// What was parked goes along.
+// Includes the changes that were kept back.
 void SecretServiceStore::enqueueAll(bool mayPrompt) {
     for (auto& [key, change] : m_overlay) {
         change.mayPrompt = mayPrompt || (change.queued && change.mayPrompt);
@@ -385,12 +385,12 @@ void SecretServiceStore::settle(const Key& key, const Change& change, Status sta
     }
     if (m_state != State::absent && m_state != State::gone && mayPrompt(change)) {
         m_work = Work::declined;
-        logLine(
-            QStringLiteral("[Secrets] The secret service took no change: it is kept until the program ends"));
+        logLine(QStringLiteral(
+            "[Secrets] The secret service rejected a change, which is kept until the program ends"));
     }
 }
 
-// What an operation says about the service as a whole, and means for a caller.
+// Updates the state after an operation, and returns what the status means for the caller.
 SecretStore::Status SecretServiceStore::judge(Status status) {
     if (status != Status::absent) {
         take(status == Status::locked ? Event::foundLocked : Event::answered);

@@ -10,7 +10,7 @@ constexpr const char* serviceName = "org.freedesktop.secrets";
 
 } // namespace
 
-// The name and the signals of the service, on the thread whose default context is current.
+// Watches the name and the signals of the service, on the current thread's default context.
 struct SecretServiceWatch::Subscriptions {
     Events& events;
     SecretServiceClient& client;
@@ -74,7 +74,7 @@ SecretServiceWatch::SecretServiceWatch(const QString& owner, Events events)
     , m_client(owner)
     , m_context(g_main_context_new())
     , m_thread([this] { run(); }) {
-    // The first question would wait for the keys that the library and the service agree on.
+    // Otherwise the first request would wait for the key exchange between the library and the service.
     post([](SecretServiceClient& client) { client.prepare(); });
 }
 
@@ -105,7 +105,7 @@ void SecretServiceWatch::run() {
             g_main_context_iteration(m_context, TRUE);
         }
     }
-    // What the subscriptions left behind is released by their context.
+    // Their context releases what the subscriptions have left behind.
     while (g_main_context_iteration(m_context, FALSE)) {
     }
     g_main_context_pop_thread_default(m_context);

@@ -11,14 +11,14 @@ using GMainContext = struct _GMainContext;
 
 namespace platform {
 
-// A thread that reads secrets and hears of the secret service: everything that must not wait for a prompt.
+// A thread that reads secrets and watches the secret service: everything that must not wait for a prompt.
 class SecretServiceWatch {
 public:
-    // Called on the thread. The first of the two, for what there is at the start, comes before any task.
+    // Called on the thread. One of the first two is called for the initial state, before any task.
     struct Events {
         std::function<void()> appeared;
         std::function<void()> vanished;
-        // Something about its collections is different: one may have been locked or unlocked.
+        // Something about the collections has changed: one may have been locked or unlocked.
         std::function<void(SecretServiceClient&)> changed;
     };
     using Task = std::function<void(SecretServiceClient&)>;
@@ -37,7 +37,7 @@ private:
 
     void run();
     bool isStopping();
-    // False when the thread is to end.
+    // Returns false if the thread should end.
     bool runTasks();
 
     Events m_events;

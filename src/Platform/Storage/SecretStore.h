@@ -12,7 +12,7 @@
 
 namespace platform {
 
-// Small secrets of the user, scoped by a service name, kept by the desktop's secret service. Main thread.
+// Keeps the user's secrets in the desktop's secret service, scoped by a service name. Main thread.
 class SecretStore : public QObject {
     Q_OBJECT
 
@@ -20,44 +20,45 @@ public:
     enum class Status {
         ok,
         notFound,
-        // The store is there, but its collection is locked: nothing is lost, read again after unlocked().
+        // The store is available but its collection is locked: nothing is lost; read again after unlocked().
         locked,
-        // The user or the service said no.
+        // The user or the service refused.
         refused,
-        // No secret service on this desktop: values live in memory until the process ends.
+        // There is no secret service on this desktop: values are kept in memory until the process ends.
         absent,
     };
     Q_ENUM(Status)
 
     struct Reading {
         Status status = Status::notFound;
-        // Raw bytes: the store holds any. Present when status is ok, or from memory when absent.
+        // Raw bytes. Present if the status is ok, or from memory if it is absent.
         std::optional<QByteArray> value;
     };
 
-    // What is soon to be read, so that nobody waits for it then: each of these is looked up now and answers
-    // one read.
+    // Starts to look up values that will soon be read, so that the reads do not wait. Each lookup answers one
+    // read.
     virtual void readAhead(const QString&, const QStringList&) {}
-    // Never prompts and never waits longer than a few seconds.
+    // Reads a value. Never prompts, and never waits longer than a few seconds.
     virtual Reading read(const QString& service, const QString& name) = 0;
-    // Replaces. A locked collection is unlocked by one prompt for all writes of one action; until then the
-    // value is served from memory.
+    // Writes a value, replacing an existing one. A locked collection is unlocked by one prompt for all writes
+    // of one action; until then the value is served from memory.
     virtual Status write(const QString& service, const QString& name, const QByteArray& value) = 0;
-    // ok when an item was there.
+    // Deletes a value. Returns ok if it existed.
     virtual Status erase(const QString& service, const QString& name) = 0;
-    // Asks the user to unlock the collection, by one prompt of the desktop; unlockingEnded() tells that it
-    // was answered.
+    // Asks the user, by one prompt of the desktop, to unlock the collection. unlockingEnded() follows the
+    // answer.
     virtual void unlock() = 0;
 
 Q_SIGNALS:
-    // The collection was unlocked, or the service came (back): what could not be read before may be readable
-    // now.
+    // The collection was unlocked, or the service is available (again): values that could not be read before
+    // may be readable now.
     void unlocked();
-    // The prompt of unlock() was answered, or could not be shown. After unlocked(), if that comes of it.
+    // The prompt of unlock() was answered, or could not be shown. Emitted after unlocked() if the collection
+    // was unlocked.
     void unlockingEnded();
 };
 
-// The Secret Service of the session bus, by libsecret.
+// Uses the Secret Service of the session bus, by libsecret.
 std::unique_ptr<SecretStore> makeSecretServiceStore();
 
 } // namespace platform

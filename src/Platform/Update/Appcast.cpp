@@ -15,7 +15,7 @@ namespace {
 
 const auto sparkle = QStringLiteral("http://www.andymatuschak.org/xml-namespaces/sparkle");
 
-// The elements of an item that are a text.
+// The elements of an item that contain text.
 struct TextElement {
     const char* name;
     QString AppcastItem::*field;
@@ -32,11 +32,11 @@ constexpr std::array textElements{
 }
 
 [[noreturn]] void refuseSize() {
-    refuse(QStringLiteral("The update feed is larger or more deeply nested than a feed may be. Tell the "
+    refuse(QStringLiteral("The update feed is larger or more deeply nested than allowed. Contact the "
                           "administrator of the update server."));
 }
 
-// The position of the '>' that ends a tag, or the text's end.
+// Returns the position of the '>' that ends a tag, or the end of the text.
 qsizetype endOfTag(QStringView feed, qsizetype at) {
     QChar quote;
     for (; at < feed.size(); ++at) {
@@ -53,8 +53,8 @@ qsizetype endOfTag(QStringView feed, qsizetype at) {
     return at;
 }
 
-// The XML reader compares every attribute of a tag with every other, so a tag must be short before the reader
-// sees it; and what a document type declares must not reach it at all.
+// The XML reader compares every attribute of a tag with every other, so a long tag must be rejected before
+// the reader sees it. The declarations of a document type must not reach it at all.
 void inspectTags(QStringView feed) {
     struct Section {
         QStringView start;
@@ -72,8 +72,9 @@ void inspectTags(QStringView feed) {
             continue;
         }
         if (rest.startsWith(u"<!")) {
-            refuse(QStringLiteral("The update feed declares a document type, which a feed may not. Tell the "
-                                  "administrator of the update server."));
+            refuse(
+                QStringLiteral("The update feed declares a document type, which is not allowed. Contact the "
+                               "administrator of the update server."));
         }
         const auto end = endOfTag(feed, at);
         if (end - at > appcast::longestTag) {
@@ -83,7 +84,7 @@ void inspectTags(QStringView feed) {
     }
 }
 
-// Reads without recursion: what the feed nests is counted.
+// Reads without recursion, and counts the nesting depth.
 class Reader {
 public:
     explicit Reader(const QString& feed)
@@ -114,7 +115,7 @@ public:
     }
 
 private:
-    // How deep an element of the feed is.
+    // The depth of an element in the feed.
     enum Level { root = 1, channel, item, field };
 
     void enter() {
@@ -209,11 +210,11 @@ private:
     int m_depth = 0;
     bool m_inChannel = false;
     bool m_inItem = false;
-    QString AppcastItem::*m_field = nullptr; // of the last item: the text that is read
+    QString AppcastItem::*m_field = nullptr; // the field of the last item that is being read
 };
 
-// An old signed package under a new number would take the program back, and the same one would be installed
-// over and over; so what people read must be newer too.
+// An old signed package under a new number would downgrade the program, and the same package would be
+// installed over and over, so the display version must be newer too.
 bool isMeantFor(const AppcastItem& item, const UpdateHost& host) {
     return isVersion(item.versionString) && isVersion(item.displayVersionString) && item.channel.isEmpty() &&
            (item.operatingSystem.isEmpty() || item.operatingSystem == u"linux") &&
@@ -228,12 +229,12 @@ QList<AppcastItem> readAppcast(const QByteArray& feed) {
     if (feed.size() > appcast::largestFeed) {
         refuseSize();
     }
-    // In one encoding: what was inspected is what the reader reads.
+    // Decoded once, so that the reader sees exactly what was inspected.
     QStringDecoder utf8(QStringDecoder::Utf8);
     const QString text = utf8.decode(feed);
     if (utf8.hasError()) {
-        refuse(
-            QStringLiteral("The update feed is not in UTF-8. Tell the administrator of the update server."));
+        refuse(QStringLiteral(
+            "The update feed is not in UTF-8. Contact the administrator of the update server."));
     }
     inspectTags(text);
     return Reader(text).read();

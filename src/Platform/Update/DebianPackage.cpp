@@ -13,8 +13,8 @@ namespace {
 
 constexpr int readingTimeout = 30'000; // ms
 
-// What a program of dpkg's says, with `input` as its standard input if that is a descriptor. Nothing when it
-// fails.
+// Returns the output of a dpkg program, which reads `input` as its standard input if that is a descriptor.
+// Returns nullopt if it fails.
 std::optional<QString> dpkgOutput(const QString& program, const QStringList& arguments, int input = -1) {
     QProcess reader;
     if (input >= 0) {
@@ -56,9 +56,10 @@ DebianPackage readDebianPackage(int descriptor) {
     const DebianPackage package{packageField(description, QStringLiteral("Package")),
                                 packageField(description, QStringLiteral("Version"))};
     if (package.name.isEmpty() || !isVersion(package.version)) {
-        throw UpdateError(UpdateError::badPackage,
-                          QStringLiteral("The update is not a Debian package, so it was not kept. Tell the "
-                                         "administrator of the update server."));
+        throw UpdateError(
+            UpdateError::badPackage,
+            QStringLiteral("The update is not a Debian package, so it was not kept. Contact the "
+                           "administrator of the update server."));
     }
     return package;
 }
@@ -67,7 +68,7 @@ void requireUpgrade(const DebianPackage& package, const QString& name) {
     if (package.name != name) {
         throw UpdateError(UpdateError::badPackage,
                           QStringLiteral("The update is a package of another program (%1), so it was thrown "
-                                         "away. Tell the administrator of the update server.")
+                                         "away. Contact the administrator of the update server.")
                               .arg(package.name.left(64)));
     }
     const auto installed =
@@ -76,7 +77,7 @@ void requireUpgrade(const DebianPackage& package, const QString& name) {
     if (installed && compareVersions(package.version, *installed) <= 0) {
         throw UpdateError(UpdateError::badPackage,
                           QStringLiteral("The update holds version %1, which is not newer than %2, so it was "
-                                         "thrown away. Tell the administrator of the update server.")
+                                         "thrown away. Contact the administrator of the update server.")
                               .arg(package.version, *installed));
     }
 }

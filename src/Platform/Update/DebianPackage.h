@@ -6,18 +6,18 @@
 
 namespace platform {
 
-// What a Debian package says of itself.
+// The name and version that a Debian package states.
 struct DebianPackage {
     QString name;
     QString version; // with epoch and revision
 };
 
-// Of an open file. Reads only the package's description. Throws UpdateError for a file that is no package,
-// and where nothing reads one. Blocks for as long as the reading takes; any thread.
+// Reads the description of a package from an open file. Throws UpdateError if the file is not a package, or
+// if the system has no dpkg. Blocks; any thread.
 DebianPackage readDebianPackage(int descriptor);
 
-// Throws UpdateError unless the package is the program's own and newer, with epoch and revision, than the one
-// that is installed, if one is. Blocks; any thread.
+// Throws UpdateError unless the package is the program's own and newer, with epoch and revision, than an
+// installed one. Blocks; any thread.
 void requireUpgrade(const DebianPackage& package, const QString& name);
 
 } // namespace platform

@@ -14,7 +14,7 @@ namespace {
 
 using Outcome = PackageInstaller::Outcome;
 
-// pkexec's own statuses: see its manual page.
+// Exit statuses of pkexec itself, from its manual page.
 constexpr int dismissed = 126;
 constexpr int notAuthorized = 127;
 
@@ -27,7 +27,7 @@ PackageInstaller::Result toResult(int status, const QByteArray& said) {
     case notAuthorized:
         return {Outcome::unavailable};
     default:
-        // The last line is the reason; above it stands what the package manager did.
+        // The last line is the reason; the lines above it are the package manager's.
         return {Outcome::failed, QString::fromUtf8(said).trimmed().section(u'\n', -1)};
     }
 }
@@ -43,7 +43,7 @@ public:
             co_return Result{Outcome::unavailable};
         }
         const Completion<Result> done;
-        // Nobody's child: its destructor would end the installation.
+        // Without a parent, because its destructor would end the installation.
         auto* process = new QProcess;
         process->setStandardOutputFile(QProcess::nullDevice());
         process->setChildProcessModifier([input = package->descriptor()] {

@@ -6,8 +6,8 @@
 
 namespace platform {
 
-// The talk with the user about one update: what its window shows, and what the user answers. The updater
-// decides what is shown; a window follows it. Main thread.
+// The dialogue with the user about one update: what its window shows, and what the user answers. The updater
+// decides what is shown, and a window follows it. Main thread.
 class SPUStandardUserDriver : public QObject {
     Q_OBJECT
 
@@ -26,25 +26,25 @@ public:
     };
     struct ViewState {
         Stage stage = Stage::hidden;
-        AppcastItem item = {};  // of found and what follows it
-        QString text = {};      // of failed: what went wrong; of installed: why there was no restart
-        bool automatic = false; // the window must not take the keyboard from what the user does
+        AppcastItem item = {};  // from stage found on
+        QString text = {};      // the error, or in stage installed the reason why a restart was refused
+        bool automatic = false; // not requested by the user, so the window must not take the keyboard
     };
 
     Stage stage() const { return m_viewState.stage; }
     const AppcastItem& item() const { return m_viewState.item; }
     const QString& text() const { return m_viewState.text; }
     bool isAutomatic() const { return m_viewState.automatic; }
-    // Of downloading, from 0 to 1.
+    // Returns the progress of the download, from 0 to 1.
     double progress() const { return m_progress; }
 
-    // The updater's side.
+    // Called by the updater.
     void show(ViewState viewState);
     void showProgress(double share);
     void bringForward() { Q_EMIT broughtForward(); }
 
-    // The user's side. `choose` means what the stage offers: to download, to install, to restart. `dismiss`:
-    // the window was closed, or the user wants nothing of it now.
+    // Called by the window. `choose` accepts what the stage offers: to download, to install or to restart.
+    // `dismiss` means that the window was closed or the offer put off.
     void choose() { Q_EMIT chosen(); }
     void dismiss() { Q_EMIT dismissed(); }
 

@@ -13,26 +13,26 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto feedTimeout = 30s;
-// The start of the program is over by then.
+// The program has finished starting by then.
 constexpr auto firstDelay = 60s;
 // A timer does not count the time that the machine sleeps.
 constexpr std::chrono::milliseconds longestWait = 1h;
 
 const auto lastCheckKey = QStringLiteral("SULastCheckTime");         // ms since the Unix epoch
-const auto declinedVersionKey = QStringLiteral("SUDeclinedVersion"); // the user said "later"
+const auto declinedVersionKey = QStringLiteral("SUDeclinedVersion"); // the version that the user put off
 
 void requireFetchable(const AppcastItem& item) {
     requireHttps(item.url, QStringLiteral("The update"));
     if (item.signature.isEmpty() || item.contentLength <= 0) {
         throw UpdateError(UpdateError::badSignature,
-                          QStringLiteral("The update to %1 is not signed, so it was not fetched. Tell the "
+                          QStringLiteral("The update to %1 is not signed, so it was not fetched. Contact the "
                                          "administrator of the update server.")
                               .arg(item.displayVersionString));
     }
     if (item.contentLength > appcast::largestPackage) {
         throw UpdateError(UpdateError::downloadFailed,
-                          QStringLiteral("The update to %1 is larger than an update may be, so it was not "
-                                         "fetched. Tell the administrator of the update server.")
+                          QStringLiteral("The update to %1 is larger than allowed, so it was not "
+                                         "fetched. Contact the administrator of the update server.")
                               .arg(item.displayVersionString));
     }
 }
@@ -88,7 +88,7 @@ void SPUUpdater::startUpdater() {
     schedule(firstDelay);
 }
 
-// A last check in the future was written under a clock that was wrong.
+// A last check in the future was recorded while the clock was wrong.
 std::chrono::milliseconds SPUUpdater::untilDue() const {
     const auto last = m_dependencies.defaults.integer(lastCheckKey);
     const auto passed = m_dependencies.clock.nowMilliseconds() - last.value_or(0);
@@ -100,7 +100,7 @@ void SPUUpdater::schedule(std::chrono::milliseconds atLeast) {
         m_dependencies.clock.once(std::clamp(untilDue(), atLeast, longestWait), [this] { checkIfDue(); });
 }
 
-// What is due and cannot be done now is looked at again in an hour.
+// A check that is due but cannot run now is tried again in an hour.
 void SPUUpdater::checkIfDue() {
     schedule(longestWait);
     if (untilDue() <= 0ms) {
@@ -108,7 +108,7 @@ void SPUUpdater::checkIfDue() {
     }
 }
 
-// It is not shown again unless the user asks.
+// This version is not shown again unless the user asks.
 void SPUUpdater::decline() {
     m_dependencies.defaults.setString(declinedVersionKey, m_item->versionString);
 }
@@ -230,8 +230,8 @@ QCoro::Task<void> SPUUpdater::download() {
     }
 }
 
-// It may have been ready for days. Nobody should give the administrator's password for a package that is
-// refused afterwards.
+// The package may have been ready for days, and nobody should enter the administrator's password for one that
+// is refused afterwards.
 QCoro::Task<void> SPUUpdater::verify() {
     const QPointer<SPUUpdater> self(this);
     const auto package = m_package;

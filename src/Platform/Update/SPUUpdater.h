@@ -12,23 +12,23 @@
 
 namespace platform {
 
-// Looks for a new release of the program in a feed, at intervals and when asked, and takes the user from
+// Looks for new releases of the program in a feed, at intervals and on request, and guides the user from
 // there to the installed package. Main thread.
 //
-// An update is a signed Debian package. The program runs as its user and stays so: what installs the package
-// asks for the administrator's consent.
+// An update is a signed Debian package. The program keeps the rights of its user: the installer asks for the
+// administrator's consent.
 class SPUUpdater : public QObject {
     Q_OBJECT
 
 public:
-    // What it works with. All but the texts outlive it.
+    // What the updater works with. The referenced objects must outlive it.
     struct Dependencies {
         std::function<std::unique_ptr<HttpClient>()> makeHttp; // sessions without cookies
         DefaultsStore& defaults;
         Clock& clock;
         std::shared_ptr<PackageInstaller> installer;
-        QString packageName; // of the program
-        QString folder;      // for packages; the updater's alone
+        QString packageName; // the program's own
+        QString folder;      // for packages; used by the updater only
     };
 
     SPUUpdater(const ApplicationInfo& hostBundle, SPUStandardUserDriver& userDriver,
@@ -36,20 +36,21 @@ public:
     ~SPUUpdater() override;
 
     void setUpdateCheckInterval(std::chrono::seconds interval) { m_interval = interval; }
-    // From now on it checks at the interval, counted over restarts of the program. Without a feed it does
-    // nothing. Throws UpdateError for an installation that cannot be updated.
+    // Starts checking at the interval, which is counted across restarts of the program. Does nothing without
+    // a feed. Throws UpdateError if this installation cannot be updated.
     void startUpdater();
-    // At the user's wish: each outcome is shown. Brings forward what is already under way.
+    // Checks at the user's request and shows every outcome. Brings a check or an update that is under way to
+    // the front.
     void checkForUpdates();
-    // An answer to restartRequested(): not now, and why.
+    // Answers restartRequested(): the program cannot restart now, for this reason.
     void refuseRestart(const QString& reason);
 
 Q_SIGNALS:
-    // The user wants the program to end and to start again.
+    // The user wants the program to restart.
     void restartRequested();
 
 private:
-    // Where an update is.
+    // The step that an update has reached.
     enum class Step {
         idle,
         checkingAutomatically,
@@ -58,8 +59,8 @@ private:
         found,
         downloading,
         ready,
-        readyChecking, // and the feed is looked at again
-        postponed,     // ready, and the user wants nothing of it now
+        readyChecking, // ready, while the feed is checked again
+        postponed,     // ready, but the user has put it off
         postponedChecking,
         verifying, // once more, before it is handed to the installer
         installing,
@@ -67,8 +68,8 @@ private:
         restartPostponed,
         failed,
     };
-    // What happens to it. Of what the feed offers, `other` is not the release that is ready, and `declined`
-    // is one that the user has put off.
+    // What happens to an update. Of the outcomes of a check, `otherFound` is a release other than the one
+    // that is ready, and `declinedFound` is one that the user has put off.
     enum class Event {
         due,
         asked,
@@ -93,11 +94,11 @@ private:
     static const Transition transitions[];
     static const StageOfStep stagesOfSteps[];
 
-    // The only place that changes the step. What the table does not list does not count.
+    // The only function that changes the step. Events that the table does not list are ignored.
     void handle(Event event);
     void showStep(bool automatic);
 
-    // What the table calls.
+    // The actions of the table.
     void beginCheck();
     void beginHiddenCheck();
     void reportUpToDate();
@@ -133,13 +134,13 @@ private:
     const Dependencies m_dependencies;
     std::chrono::seconds m_interval{24 * 60 * 60};
     Step m_step = Step::idle;
-    std::shared_ptr<HttpClient> m_feedHttp;     // of the check that counts
-    std::optional<AppcastItem> m_found;         // by the last check
-    std::optional<AppcastItem> m_item;          // that is offered, fetched or ready
-    std::shared_ptr<UpdateDownload> m_download; // that counts
+    std::shared_ptr<HttpClient> m_feedHttp;     // of the current check
+    std::optional<AppcastItem> m_found;         // the result of the last check
+    std::optional<AppcastItem> m_item;          // offered, being fetched or ready
+    std::shared_ptr<UpdateDownload> m_download; // the current one
     std::shared_ptr<UpdatePackage> m_package;
     std::optional<UpdateError> m_failure; // the last one
-    QString m_refusal;                    // of a restart
+    QString m_refusal;                    // why a restart was refused
     std::unique_ptr<Timer> m_timer;
 };
 

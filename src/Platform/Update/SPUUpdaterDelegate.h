@@ -8,11 +8,11 @@ namespace platform {
 
 class SPUUpdater;
 
-// Who hears of a program's updates. Called on the main thread, from within the updater: do no more than
-// queue.
+// Observes the updates of a program. Called on the main thread from within the updater: implementations
+// should only queue work.
 class SPUUpdaterDelegate {
 public:
-    // Where the feed is.
+    // Returns the address of the feed.
     virtual QString feedURLString(const SPUUpdater& updater) const = 0;
     virtual void updaterWillCheckForUpdates(const SPUUpdater& updater) = 0;
     virtual void updaterDidNotFindUpdate(const SPUUpdater& updater) = 0;

@@ -1,4 +1,4 @@
-// What leads an update from step to step, and what is done and shown on the way.
+// The transitions between the steps of an update, with the action and the display of each step.
 #include "Platform/Update/SPUUpdater.h"
 
 #include "Platform/Core/Tasks.h"
@@ -16,8 +16,8 @@ struct SPUUpdater::Transition {
     void (SPUUpdater::*act)() = nullptr;
 };
 
-// A check that nobody asked for begins where nothing is under way and no window is open that the user has
-// yet to answer, and beside a package that is ready, which may have been withdrawn by then.
+// An automatic check starts only if nothing is under way and no window awaits the user's answer, or while a
+// package is ready, which may have been withdrawn by then.
 const SPUUpdater::Transition SPUUpdater::transitions[] = {
     {Step::idle, Event::due, Step::checkingAutomatically, &SPUUpdater::beginCheck},
     {Step::idle, Event::asked, Step::checking, &SPUUpdater::beginCheck},
@@ -94,7 +94,7 @@ const SPUUpdater::Transition SPUUpdater::transitions[] = {
     {Step::failed, Event::dismissed, Step::idle},
 };
 
-// What the user sees at a step.
+// The stage that the user sees at each step.
 struct SPUUpdater::StageOfStep {
     Step step;
     Stage stage;
@@ -122,7 +122,7 @@ void SPUUpdater::handle(Event event) {
     if (row->act) {
         (this->*row->act)();
     }
-    // The act may have led further; what is shown is where it led.
+    // The action may have changed the step again; the current one is shown.
     showStep(event != Event::asked);
     if (event == Event::asked) {
         m_userDriver.bringForward();
@@ -137,7 +137,7 @@ void SPUUpdater::showStep(bool automatic) {
     } else if (stage == Stage::installed) {
         text = m_refusal;
     }
-    // Only a window that was not there before can come unasked.
+    // Only a window that has just opened can be automatic.
     const bool opens = m_userDriver.stage() == Stage::hidden;
     m_userDriver.show(
         {stage, m_item.value_or(AppcastItem()), text, opens ? automatic : m_userDriver.isAutomatic()});
@@ -153,7 +153,7 @@ void SPUUpdater::beginHiddenCheck() {
 }
 
 void SPUUpdater::reportUpToDate() {
-    // What an update that is installed or withdrawn by now has left.
+    // Removes what an installed or withdrawn update has left behind.
     m_package.reset();
     m_item.reset();
     UpdateDownload::removeAll(m_dependencies.folder);
@@ -184,7 +184,7 @@ void SPUUpdater::beginDownload() {
     startTask(download(), "update download");
 }
 
-// The release is still there to be had.
+// The release is still available.
 void SPUUpdater::cancelDownload() {
     std::exchange(m_download, nullptr)->cancel();
     m_delegate.updaterDidFindValidUpdate(*this, *m_item);

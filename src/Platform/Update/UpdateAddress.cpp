@@ -7,7 +7,7 @@ namespace platform {
 void requireHttps(const QUrl& address, const QString& what) {
     if (!address.isValid() || address.scheme() != u"https" || address.host().isEmpty()) {
         throw UpdateError(UpdateError::insecureAddress,
-                          QStringLiteral("%1 is not at an https address, so it was not fetched. Tell the "
+                          QStringLiteral("%1 is not at an https address, so it was not fetched. Contact the "
                                          "administrator of the update server.")
                               .arg(what));
     }

@@ -4,20 +4,20 @@
 
 namespace platform {
 
-// The ways to a feed and to a package: over TLS only, redirects included.
+// Addresses of feeds and packages: TLS only, redirects included.
 
-// Throws UpdateError, naming `what`, for an address that is not https.
+// Throws UpdateError, naming `what`, unless the address is https.
 void requireHttps(const QUrl& address, const QString& what);
 
 bool isRedirect(const HttpResponse& response);
 
-// Follows a few redirects, each a step of the caller's.
+// Follows a limited number of redirects, one with each call.
 class RedirectTrail {
 public:
     RedirectTrail(QUrl start, QString what);
 
     const QUrl& address() const { return m_address; }
-    // Throws UpdateError when there were too many, or when it leads away from TLS.
+    // Throws UpdateError after too many redirects, or if one leads away from TLS.
     void follow(const HttpResponse& response);
 
 private:

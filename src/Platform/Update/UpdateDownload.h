@@ -14,10 +14,10 @@ namespace platform {
 
 class RedirectTrail;
 
-// Fetches one package into a folder of the user's alone. What has arrived when the connection breaks is kept,
-// and the next download of the same package goes on from there if the server still has the same file. The
-// package gets its name only when its length and its signature are right; anything else leaves nothing
-// behind. Main thread.
+// Fetches one package into a folder that only the user can read. If the connection breaks, the part that has
+// arrived is kept, and the next download of the same package continues from there if the server still has the
+// same file. The package gets its name only once its length and its signature are verified; otherwise nothing
+// is left behind. Main thread.
 class UpdateDownload : public QObject {
     Q_OBJECT
 
@@ -25,17 +25,17 @@ public:
     UpdateDownload(QUrl address, PackageClaim claim, UpdateKey key, QString folder,
                    std::unique_ptr<HttpClient> http);
 
-    // The verified package, as the file that was verified. Throws UpdateError. Runs once; the object must
-    // outlive it.
+    // Returns the verified package, as the file that was verified. Throws UpdateError. Runs once; the object
+    // must outlive it.
     QCoro::Task<std::shared_ptr<UpdatePackage>> run();
-    // Ends it soon with UpdateError::cancelled.
+    // Makes run() end soon with UpdateError::cancelled.
     void cancel();
 
-    // Empties the folder.
+    // Deletes the folder with everything in it.
     static void removeAll(const QString& folder);
 
 Q_SIGNALS:
-    // From 0 to 1.
+    // `share` is from 0 to 1.
     void progressed(double share);
 
 private:
@@ -59,10 +59,10 @@ private:
     const PackageClaim m_claim;
     const UpdateKey m_key;
     const QString m_folder;
-    QString m_base; // of the paths that belong to this package
+    QString m_base; // the start of this package's paths
     std::unique_ptr<HttpClient> m_http;
     std::shared_ptr<QFile> m_part;
-    std::optional<UpdateError> m_failure; // found while the body came
+    std::optional<UpdateError> m_failure; // that occurred while the body arrived
     bool m_cancelled = false;
 };
 

@@ -11,7 +11,7 @@ class UpdateError : public std::runtime_error {
 public:
     static constexpr auto updaterDomain = "SUSparkleErrorDomain";
 
-    // Of updaterDomain.
+    // Codes of updaterDomain.
     enum Code {
         noPublicKey = 1,
         insecureAddress = 3,

@@ -32,7 +32,7 @@ bool UpdateKey::verifies(int descriptor, const QByteArray& signature) const {
     if (signature.size() != crypto_sign_BYTES || ::fstat(descriptor, &status) != 0 || status.st_size <= 0) {
         return false;
     }
-    // The signature is over the whole text at once; mapped, it takes no memory of its own.
+    // The signature covers the whole file at once; mapping the file avoids a copy in memory.
     const auto size = static_cast<std::size_t>(status.st_size);
     auto* const content = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor, 0);
     if (content == MAP_FAILED) {
@@ -48,7 +48,7 @@ void UpdateKey::requireSignature(int descriptor, const QByteArray& signature) co
     if (!verifies(descriptor, signature)) {
         throw UpdateError(UpdateError::badSignature,
                           QStringLiteral("The update is not signed by the makers of this program, so it was "
-                                         "thrown away. Tell the administrator of the update server."));
+                                         "thrown away. Contact the administrator of the update server."));
     }
 }
 

@@ -5,13 +5,13 @@
 
 namespace platform {
 
-// The public half of the Ed25519 key that the updates of a program are signed with.
+// The public half of the Ed25519 key that signs the updates of a program.
 class UpdateKey {
 public:
-    // From base64. Throws UpdateError for anything that is no key.
+    // Decodes a key from base64. Throws UpdateError if it is not a key.
     explicit UpdateKey(const QString& base64);
 
-    // Throws UpdateError unless `signature` is this key's over the whole of an open file. Any thread.
+    // Throws UpdateError unless `signature` is this key's signature of a whole open file. Any thread.
     void requireSignature(int descriptor, const QByteArray& signature) const;
 
 private:

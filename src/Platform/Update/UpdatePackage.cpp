@@ -26,13 +26,13 @@ std::shared_ptr<UpdatePackage> UpdatePackage::open(const QString& path) {
 QCoro::Task<void> UpdatePackage::verify(std::shared_ptr<UpdatePackage> package, PackageClaim claim,
                                         UpdateKey key) {
     auto checking = inBackground([package, claim, key] {
-        // A length that is not the announced one shows in the signature.
+        // A wrong length also makes the signature invalid.
         key.requireSignature(package->descriptor(), claim.signature);
         const auto held = readDebianPackage(package->descriptor());
         if (upstreamVersion(held.version) != claim.version) {
             throw UpdateError(UpdateError::badPackage,
                               QStringLiteral("The update holds version %1 where version %2 was announced, so "
-                                             "it was thrown away. Tell the administrator of the update "
+                                             "it was thrown away. Contact the administrator of the update "
                                              "server.")
                                   .arg(held.version, claim.version));
         }

@@ -10,7 +10,7 @@
 
 namespace platform {
 
-// What the package of a release has to be.
+// What the feed claims about the package of a release.
 struct PackageClaim {
     qint64 length = 0; // bytes
     QByteArray signature;
@@ -18,23 +18,23 @@ struct PackageClaim {
     QString name;
 };
 
-// A package that was opened once. What is verified, read and handed on is the open file, whatever stands at
-// its path by then.
+// A package that was opened once. The open file is verified, read and handed on, regardless of what its path
+// leads to by then.
 class UpdatePackage {
 public:
     UpdatePackage(std::shared_ptr<QFile> file, QString path)
         : m_file(std::move(file))
         , m_path(std::move(path)) {}
 
-    // The one at `path`; null where there is no plain file of this user's.
+    // Opens the package at `path`. Returns null unless it is a regular file of this user.
     static std::shared_ptr<UpdatePackage> open(const QString& path);
 
     int descriptor() const { return m_file->handle(); }
-    // For people. Nothing may be opened by it.
+    // For display only: do not open the file by its path.
     const QString& path() const { return m_path; }
 
-    // Throws UpdateError unless it is what it is claimed to be and newer than what is installed. Main thread;
-    // the work is done on another.
+    // Throws UpdateError unless the package is what it is claimed to be and newer than what is installed.
+    // Main thread; the work runs on a pool thread.
     static QCoro::Task<void> verify(std::shared_ptr<UpdatePackage> package, PackageClaim claim,
                                     UpdateKey key);
 

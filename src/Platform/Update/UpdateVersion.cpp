@@ -7,7 +7,7 @@ namespace platform {
 namespace {
 
 constexpr qsizetype longestVersion = 64;
-constexpr qsizetype longestEpoch = 9; // digits: a machine's number
+constexpr qsizetype longestEpoch = 9; // digits, so that it fits into an int
 
 bool isDigit(QChar character) {
     return character >= u'0' && character <= u'9';
@@ -30,7 +30,7 @@ QStringView revisionOf(QStringView version) {
     return dash < 0 ? QStringView() : withoutEpoch(version).sliced(dash + 1);
 }
 
-// A tilde comes before the end, and the end before all else; letters come before what is none.
+// A tilde sorts before the end, and the end before everything else; letters sort before other characters.
 int weightAt(QStringView text, qsizetype at) {
     if (at >= text.size() || isDigit(text[at])) {
         return 0;
@@ -39,7 +39,7 @@ int weightAt(QStringView text, qsizetype at) {
     return character == u'~' ? -1 : character.unicode() + (isLetter(character) ? 0 : 0x10000);
 }
 
-// Takes the digits off the start, and gives them without leading zeros.
+// Removes the digits at the start and returns them without leading zeros.
 QStringView takeNumber(QStringView& text) {
     const auto end = std::ranges::find_if_not(text, isDigit) - text.begin();
     auto number = text.first(end);
@@ -48,12 +48,12 @@ QStringView takeNumber(QStringView& text) {
                          number.begin());
 }
 
-// Of any length: a date with a time does not fit into a machine's number.
+// Compares numbers of any length: a date with a time does not fit into an integer.
 std::strong_ordering compareNumbers(QStringView left, QStringView right) {
     return left.size() != right.size() ? left.size() <=> right.size() : left.compare(right) <=> 0;
 }
 
-// Runs of what is no digit, and numbers, in turns.
+// Compares alternating runs of other characters and of digits.
 std::strong_ordering comparePart(QStringView left, QStringView right) {
     while (!left.isEmpty() || !right.isEmpty()) {
         qsizetype at = 0;

@@ -8,13 +8,13 @@ namespace platform {
 
 // Versions of Debian packages, [epoch:]upstream[-revision]: what dpkg calls newer is newer.
 
-// Whether a text has that form, and no more than 64 characters.
+// Returns whether a text has that form and at most 64 characters.
 bool isVersion(QStringView text);
 
-// The order that `dpkg --compare-versions` has, of any texts.
+// Compares any texts in the order of `dpkg --compare-versions`.
 std::strong_ordering compareVersions(QStringView left, QStringView right);
 
-// Without the epoch and the packager's revision.
+// Returns the version without its epoch and the packager's revision.
 QStringView upstreamVersion(QStringView version);
 
 } // namespace platform

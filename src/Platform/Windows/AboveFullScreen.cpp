@@ -15,14 +15,14 @@ namespace platform {
 
 namespace {
 
-constexpr int restackTimeout = 1000; // ms, for the window manager to have restacked
+constexpr int restackTimeout = 1000; // ms that the window manager has to restack
 
 bool isFullScreen(xcb_window_t window) {
     return x11::holds(window, "_NET_WM_STATE", x11::atom("_NET_WM_STATE_FULLSCREEN")) &&
            !x11::holds(window, "_NET_WM_STATE", x11::atom("_NET_WM_STATE_HIDDEN"));
 }
 
-// In pixels of the root.
+// Returns the geometry of a window in pixels of the root window.
 QRect placeOf(xcb_window_t window) {
     auto* x = x11::connection();
     const x11::Answer<xcb_get_geometry_reply_t> size(
@@ -47,7 +47,7 @@ AboveFullScreen::AboveFullScreen(QWindow& window)
     : m_window(window)
     , m_activeWindow(x11::connection() ? x11::atom("_NET_ACTIVE_WINDOW") : 0)
     , m_stacking(x11::connection() ? x11::atom("_NET_CLIENT_LIST_STACKING") : 0) {
-    // Each showing sets the hint anew.
+    // Qt sets the hint again each time the window is shown.
     connect(&window, &QWindow::visibleChanged, this, [this] {
         m_fullScreenWindow = XCB_WINDOW_NONE;
         scheduleUpdate();
@@ -92,8 +92,8 @@ void AboveFullScreen::update() {
     }
 }
 
-// The full-screen window that has to be stood above now. It stays on top for as long as nothing else of its
-// screen is active.
+// Returns the full-screen window that our window must stay above now. Our window stays on top for as long as
+// nothing else on that screen is active.
 quint32 AboveFullScreen::windowToStayAbove() const {
     const auto self = x11::idOf(m_window);
     const auto active = x11::values(x11::rootOf(self), "_NET_ACTIVE_WINDOW");
@@ -119,7 +119,7 @@ void AboveFullScreen::setTransientFor(quint32 fullScreenWindow) {
         QTimer::singleShot(restackTimeout, this, &AboveFullScreen::checkPlace);
     } else {
         xcb_delete_property(x, x11::idOf(m_window), XCB_ATOM_WM_TRANSIENT_FOR);
-        // A window goes where its dialogs' owner goes.
+        // As a dialog, the window has followed its owner to that workspace.
         setOnEveryDesktop(m_window);
     }
     xcb_flush(x);

@@ -7,14 +7,14 @@ class QWindow;
 
 namespace platform {
 
-// Window managers put an active full-screen window above all others, those that stay above included. While
-// that covers `window`, it stands as a dialog of the full-screen one, and so above it. For X11; elsewhere it
+// Window managers put an active full-screen window above all others, including those that stay above. While
+// such a window covers `window`, `window` is made its dialog, which puts it on top. For X11; elsewhere this
 // does nothing. Main thread.
 class AboveFullScreen : public QObject, public QAbstractNativeEventFilter {
     Q_OBJECT
 
 public:
-    // The window must have been created, and outlives this.
+    // The window must have been created, and must outlive this object.
     explicit AboveFullScreen(QWindow& window);
     ~AboveFullScreen() override;
 
@@ -31,7 +31,7 @@ private:
     QWindow& m_window;
     const quint32 m_activeWindow = 0; // atoms of the root's properties
     const quint32 m_stacking = 0;
-    quint32 m_fullScreenWindow = 0; // the full-screen window above which `m_window` stands by the hint
+    quint32 m_fullScreenWindow = 0; // the window that `m_window` is made a dialog of; 0 if none
     bool m_enabled = false;
     bool m_updateScheduled = false;
 };

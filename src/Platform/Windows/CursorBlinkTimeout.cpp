@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto idleTime = 10s; // as GTK has it
+constexpr auto idleTime = 10s; // as in GTK
 
 } // namespace
 

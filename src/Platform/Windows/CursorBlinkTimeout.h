@@ -5,9 +5,9 @@
 
 namespace platform {
 
-// Lets the text cursor stand still once nobody has typed, clicked or come to a window for ten seconds: a
-// cursor that blinks on for ever wakes the machine and draws frames in a program that nobody looks at. Main
-// thread; needs a QGuiApplication.
+// Stops the text cursor from blinking once the user has not typed, clicked or activated a window for ten
+// seconds: a cursor that blinks forever wakes the machine to draw frames that nobody looks at. Main thread;
+// needs a QGuiApplication.
 class CursorBlinkTimeout : public QObject {
     Q_OBJECT
 

@@ -15,9 +15,10 @@ namespace platform {
 namespace {
 
 constexpr uint32_t everyDesktop = 0xFFFFFFFF;
-constexpr uint32_t sourceUser = 2; // of a message: the user's own act, which no other program's act outdates
+constexpr uint32_t sourceUser = 2; // a message's source: the user, whom window managers always obey
 
-// A mapped window's state is the window manager's to change; an unmapped one's stands in its property.
+// The window manager changes the state of a mapped window; the state of an unmapped one is set in its
+// property.
 void setState(const QWindow& window, const char* name, bool on) {
     if (!x11::connection()) {
         return;
@@ -66,9 +67,10 @@ bool canPlaceWindows() {
     return x11::connection() != nullptr;
 }
 
-// KWin keeps the first kind above full-screen windows; others take the next that they know. A utility window
-// floats where windows are tiled. Not by Qt::Tool, which makes a window the dialog of all others here: KWin
-// hides those while another program is active. KWin looks at the kind when the state changes.
+// KWin keeps the first type above full-screen windows; other window managers use the next type that they
+// know. A utility window floats under tiling window managers. Qt::Tool is not used, because it makes the
+// window a dialog of all others here, and KWin hides those while another program is active. KWin reads the
+// type again when the state changes.
 void setStaysAbove(QWindow& window, bool above) {
     if (x11::connection()) {
         std::vector<uint32_t> kinds{x11::atom("_NET_WM_WINDOW_TYPE_UTILITY"),
@@ -83,7 +85,7 @@ void setStaysAbove(QWindow& window, bool above) {
 
 void raiseQuietly(QWindow& window) {
     window.raise();
-    // The plain request is refused to a program that does not have the keyboard.
+    // A plain raise is refused to a program that does not have the keyboard.
     if (x11::connection()) {
         x11::tellManager(x11::idOf(window), "_NET_RESTACK_WINDOW", sourceUser);
     }
@@ -106,7 +108,7 @@ void setOnEveryDesktop(QWindow& window) {
 }
 
 void setShowsQuietly(QWindow& window) {
-    // Qt itself writes _NET_WM_USER_TIME at each showing: 0 for a window with this property.
+    // Qt writes _NET_WM_USER_TIME each time a window is shown: 0 for a window with this property.
     window.setProperty("_q_showWithoutActivating", true);
 }
 
@@ -114,10 +116,10 @@ void setShape(QWindow& window, const QRegion& shape) {
     if (isWaylandSession()) {
         return;
     }
-    // An empty region would lift the shape; this one lies outside the window.
+    // An empty region would remove the shape, so this one lies outside the window.
     window.setMask(shape.isEmpty() ? QRegion(-2, -2, 1, 1) : shape);
     if (x11::connection()) {
-        // Qt would send it with its next request, and a window without a shape has none to make.
+        // Qt would send it with its next request, and a window without a shape makes none.
         xcb_flush(x11::connection());
     }
 }

@@ -5,28 +5,28 @@
 class QRegion;
 class QWindow;
 
-// Manners of a window that floats beside another program's, for X11 by the Extended Window Manager Hints. On
-// another platform each call does nothing. Main thread; the window must have been created.
+// Properties of a window that floats beside another program's, for X11 by the Extended Window Manager Hints.
+// On other platforms each call does nothing. Main thread; the window must have been created.
 namespace platform {
 
-// What this desktop does not let a window do, in words to be said after "does not let the bar"; empty where
-// it lets everything.
+// Returns what this desktop does not let a window do, in words that follow "does not let the bar"; empty if
+// it allows everything.
 QStringList missingWindowFeatures();
-// Whether a program decides where its windows stand.
+// Returns whether a program can position its windows.
 bool canPlaceWindows();
-// Above normal windows, also full-screen ones where the desktop lets it, or among them. A window that was
-// hidden has lost this and what follows.
+// Keeps the window above normal windows, and above full-screen ones if the desktop allows it, or among them.
+// Hiding a window resets this and the properties below.
 void setStaysAbove(QWindow& window, bool above);
-// Above its neighbours, once: the keyboard stays where it is.
+// Raises the window once, without moving the keyboard focus.
 void raiseQuietly(QWindow& window);
-// Left out of the taskbar and the pager.
+// Leaves the window out of the taskbar and the pager.
 void setSkipsTaskbar(QWindow& window, bool skips);
 void setOnEveryDesktop(QWindow& window);
-// For good: its showing leaves the keyboard where it is.
+// Makes the window leave the keyboard focus alone whenever it is shown.
 void setShowsQuietly(QWindow& window);
 
-// What of the window there is: elsewhere the windows beneath are seen and take the clicks. Not under Wayland,
-// where the whole window takes them: it is to be no larger than what is drawn.
+// Restricts the window to `shape`: outside it, the windows beneath are visible and take the clicks. Has no
+// effect under Wayland, where the whole window takes clicks and should be no larger than what is drawn.
 void setShape(QWindow& window, const QRegion& shape);
 
 } // namespace platform

@@ -10,7 +10,8 @@ namespace platform {
 
 namespace {
 
-// From a borrower to the window that lent: one borrower may take the keyboard from another.
+// Maps a window that has taken the keyboard to the window that had it before. One such window may take the
+// keyboard from another.
 std::map<xcb_window_t, xcb_window_t>& borrowedFocus() {
     static std::map<xcb_window_t, xcb_window_t> current;
     return current;
@@ -41,7 +42,7 @@ ScopedKeyboardFocus::~ScopedKeyboardFocus() {
         return;
     }
     auto* x = x11::connection();
-    // The lender may be gone: an answer that says so is no news.
+    // The previous window may be gone, so an error is ignored.
     const x11::Answer<xcb_generic_error_t> error(xcb_request_check(
         x, xcb_set_input_focus_checked(x, XCB_INPUT_FOCUS_POINTER_ROOT, m_previousFocus, XCB_CURRENT_TIME)));
 }

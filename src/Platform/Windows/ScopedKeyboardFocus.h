@@ -6,13 +6,14 @@ class QWindow;
 
 namespace platform {
 
-// The keyboard for a window that no window manager minds, and back to whom it was taken from at the end. For
-// X11; elsewhere the desktop does both. Main thread.
+// Takes the keyboard for a window that the window manager does not manage, and gives it back to its previous
+// owner when destroyed. For X11; elsewhere the desktop does both. Main thread.
 class ScopedKeyboardFocus {
 public:
-    // The window is shown, and outlives this.
+    // The window must be visible, and must outlive this object.
     explicit ScopedKeyboardFocus(QWindow& window);
-    // The keyboard stays where it has gone on its own meanwhile. Before the window is hidden.
+    // Leaves the keyboard alone if it has moved elsewhere meanwhile. Destroy this before the window is
+    // hidden.
     ~ScopedKeyboardFocus();
     ScopedKeyboardFocus(const ScopedKeyboardFocus&) = delete;
     ScopedKeyboardFocus& operator=(const ScopedKeyboardFocus&) = delete;

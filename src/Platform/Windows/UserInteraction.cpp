@@ -11,14 +11,14 @@ namespace {
 constexpr uint32_t sourceApplication = 1;
 
 quint32& lastInteraction() {
-    static quint32 time = 0; // none yet
+    static quint32 time = 0; // 0 if there was none
     return time;
 }
 
 } // namespace
 
 void noteUserInteraction(quint32 time) {
-    // The server's clock starts over after 49 days.
+    // The server's clock wraps around after 49 days.
     if (lastInteraction() == 0 || qint32(time - lastInteraction()) > 0) {
         lastInteraction() = time;
     }
@@ -30,8 +30,7 @@ void noteUserInteractionNow() {
     }
 }
 
-// Qt asks in the name of the last event that it has seen itself, and of none of those that were told to
-// others.
+// Qt names the last event that it has seen itself, and does not know of events that were reported to others.
 void takeKeyboard(QWindow& window) {
     const bool hasInteraction = x11::connection() && lastInteraction() != 0;
     if (!hasInteraction || !window.isExposed()) {

@@ -4,16 +4,16 @@
 
 class QWindow;
 
-// What the user did last with this program. A desktop gives a window the keyboard only in the name of an act
-// that is newer than what the user has done elsewhere. For X11, in ms of its server; on another platform the
-// desktop knows by itself. Main thread.
+// Records the user's last interaction with this program. A desktop gives a window the keyboard only for an
+// interaction that is newer than the user's last one elsewhere. For X11, in ms of its server; on other
+// platforms the desktop keeps track itself. Main thread.
 namespace platform {
 
 void noteUserInteraction(quint32 time);
-// Just now, as told by something that does not go by that clock.
+// Records an interaction that happened just now, reported by a source that does not know the server's time.
 void noteUserInteractionNow();
-// The keyboard for this window, in the name of that act. Each call asks the desktop again, also one that
-// comes while the window is being shown.
+// Requests the keyboard for this window because of that interaction. Each call asks the desktop again, even
+// while the window is being shown.
 void takeKeyboard(QWindow& window);
 
 } // namespace platform

@@ -62,8 +62,8 @@ void setProperty(xcb_window_t window, const char* name, xcb_atom_t type,
     xcb_flush(connection());
 }
 
-// The server tells the time with the change of a property only. On a connection of its own: the answer is an
-// event, and those of the other one are Qt's.
+// The server reports its time only with events, such as the change of a property. This uses a connection of
+// its own, because events on the other one go to Qt.
 uint32_t serverTime() {
     auto* x = xcb_connect(nullptr, nullptr);
     uint32_t time = XCB_CURRENT_TIME;

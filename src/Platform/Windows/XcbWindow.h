@@ -8,7 +8,7 @@
 
 class QWindow;
 
-// Small questions and messages to the X server and its window manager. Main thread.
+// Queries and messages to the X server and its window manager. Main thread.
 namespace platform::x11 {
 
 struct Free {
@@ -17,19 +17,19 @@ struct Free {
 template<typename Reply>
 using Answer = std::unique_ptr<Reply, Free>;
 
-// Null where the desktop is no X11.
+// Returns null if the platform is not X11.
 xcb_connection_t* connection();
 xcb_atom_t atom(const char* name);
 xcb_window_t rootOf(xcb_window_t window);
-// A window that has been made by the platform.
+// The window must have been created by the platform.
 xcb_window_t idOf(const QWindow& window);
-// A list of 32-bit values; empty when the window or its property is not there.
+// Returns the 32-bit values of a property; empty if the window or the property does not exist.
 std::vector<uint32_t> values(xcb_window_t window, const char* property);
 bool holds(xcb_window_t window, const char* property, uint32_t value);
 void setProperty(xcb_window_t window, const char* name, xcb_atom_t type, const std::vector<uint32_t>& values);
-// Of this moment, in ms. Asks the server.
+// Asks the server for its current time, in ms.
 uint32_t serverTime();
-// To the window manager, about `window`.
+// Sends a message about `window` to the window manager.
 void tellManager(xcb_window_t window, const char* message, uint32_t first, uint32_t second = 0);
 
 } // namespace platform::x11

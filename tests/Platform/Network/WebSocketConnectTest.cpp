@@ -126,10 +126,9 @@ private Q_SLOTS:
         row("wrong accept key",
             "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
             "Sec-WebSocket-Accept: s3pPLMBiTxaQ9kYGzzhZRbK+xOo=\r\n\r\n",
-            101, Kind::protocol,
-            "The answer of localhost is not that of a WebSocket server. Check the address.");
+            101, Kind::protocol, "localhost did not answer as a WebSocket server. Check the address.");
         row("not HTTP", "SSH-2.0-OpenSSH_9.2\r\n\r\n", 0, Kind::protocol,
-            "The answer of localhost is not that of a WebSocket server. Check the address.");
+            "localhost did not answer as a WebSocket server. Check the address.");
         row("401 after a hint", "HTTP/1.1 103 Early Hints\r\n\r\nHTTP/1.1 401 Unauthorized\r\n\r\n", 401,
             Kind::upgradeRefused, "The server refused the connection (HTTP 401). Try again later.");
         row("a hint alone", "HTTP/1.1 103 Early Hints\r\n\r\n", 0, Kind::connectionLost,
@@ -221,12 +220,11 @@ private Q_SLOTS:
                                              "backend.example\x01\xbb",
                                              22));
             QCOMPARE(probe.said, QStringList(refuses ? "completed" : "opened"));
-            QCOMPARE(
-                refuses ? QString::fromUtf8(probe.error->what()) : QString(),
-                refuses
-                    ? "The proxy localhost failed: its rules do not allow the way to the server. Check the "
-                      "proxy in the network settings."
-                    : "");
+            QCOMPARE(refuses ? QString::fromUtf8(probe.error->what()) : QString(),
+                     refuses ? "The proxy localhost failed: its rules do not allow a connection to the "
+                               "server. Check the "
+                               "proxy in the network settings."
+                             : "");
         }
     }
 
@@ -280,13 +278,14 @@ private Q_SLOTS:
         row("no such name", "wss://nobody.invalid/", {}, Kind::hostNotFound,
             "The server nobody.invalid was not found. Check the network connection.");
         row("another scheme", "https://localhost/", {}, Kind::cannotConnect,
-            "The address is not that of a WebSocket.");
+            "This is not a WebSocket address.");
         row("proxy wants a password", "ws://backend.example/", "HTTP/1.1 407 Proxy Auth\r\n\r\n",
             Kind::proxyFailed,
             "The proxy localhost failed: it asks for a user name and a password. Check the proxy in the "
             "network settings.");
         row("proxy refuses", "wss://backend.example/", "HTTP/1.1 403 Forbidden\r\n\r\n", Kind::proxyFailed,
-            "The proxy localhost failed: it refused the way to the server, HTTP 403. Check the proxy in the "
+            "The proxy localhost failed: it refused the connection to the server, HTTP 403. Check the proxy "
+            "in the "
             "network settings.");
         row("proxy hangs up", "wss://backend.example/", "", Kind::proxyFailed,
             "The proxy localhost failed: End of file. Check the proxy in the network settings.");
