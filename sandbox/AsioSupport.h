@@ -1,4 +1,4 @@
-// Asio with its sources compiled once, in Asio.cpp.
+// Asio, with its sources compiled once in AsioSupport.cpp.
 #pragma once
 
 #ifndef BOOST_ASIO_SEPARATE_COMPILATION

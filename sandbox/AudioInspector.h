@@ -1,4 +1,4 @@
-// What a stream of received sound amounts to: length, level, and how often and how long somebody spoke.
+// Statistics of a stream of received sound: length, level, and how often and how long somebody spoke.
 #pragma once
 
 #include <cstdint>
@@ -9,14 +9,15 @@
 
 namespace sandbox {
 
-// Energy over windows of 20 ms: speech begins with three loud ones in a row and ends before 800 ms of quiet.
+// Measures energy over windows of 20 ms: speech begins with three loud windows in a row and ends before 800
+// ms of quiet.
 class SpeechMeter {
 public:
     void take(std::span<const std::int16_t> samples, std::uint32_t sampleRate);
 
     bool isSpeaking() const { return m_speaking; }
     int times() const { return m_times; }
-    // Without the quiet behind each speech, with the quiet inside it.
+    // Returns the seconds of speech, without the quiet after each utterance but with the quiet inside it.
     double seconds() const { return m_seconds; }
     double lastSeconds() const { return m_speaking ? m_seconds - m_secondsBefore : m_lastSeconds; }
 
@@ -37,8 +38,8 @@ private:
 // One direction of an interview's sound.
 class StreamStatistics {
 public:
-    // `file` is a frame without its stream byte. False when it is no sound file as it must be; `fault` then
-    // says why, and nothing is counted but the frame.
+    // `file` is a frame without its stream byte. Returns false if it is not a valid sound file; `fault` then
+    // says why, and only the frame itself is counted.
     bool take(std::span<const std::uint8_t> file, std::string& fault);
 
     std::uint64_t frames() const { return m_frames; }
@@ -46,9 +47,9 @@ public:
     std::uint64_t sampleCount() const { return m_sampleCount; }
     double seconds() const { return m_seconds; }
     std::uint32_t sampleRate() const { return m_sampleRate; }
-    // How often the rate differed from the frame before.
+    // Returns how often the rate differed from that of the previous frame.
     int rateChanges() const { return m_rateChanges; }
-    // Root mean square of all samples in dB below full scale; -120 for silence or nothing.
+    // Returns the root mean square of all samples in dB below full scale; -120 for silence or no samples.
     double level() const;
     int peak() const { return m_peak; }
     const SpeechMeter& speech() const { return m_speech; }
@@ -71,7 +72,7 @@ private:
     std::vector<std::int16_t> m_samples;
 };
 
-// One channel, 16 bits, for its owner alone. Throws std::runtime_error.
+// Writes one channel of 16-bit samples to a file that only its owner can read. Throws std::runtime_error.
 void writeWav(const std::filesystem::path& file, std::span<const std::int16_t> samples,
               std::uint32_t sampleRate);
 

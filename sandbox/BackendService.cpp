@@ -24,7 +24,7 @@ HttpReply refusal(int status, std::string_view reason) {
     return HttpReply::json(status, json::serialize(json::object{{"error", reason}}));
 }
 
-// The machine id, or nothing for a body that is not exactly the one that the call must have.
+// Returns the machine id, or nullopt unless the body is exactly the one that the call must have.
 std::optional<std::string> sessionIdIn(const std::string& body) {
     boost::system::error_code error;
     const json::value value = json::parse(body, error);
@@ -63,7 +63,7 @@ HttpReply BackendService::makeSession(const HttpRequest& request) {
         return refusal(405, "POST only");
     }
     if (const int status = m_faults.rest.take(); status != 0) {
-        return refusal(status, "As asked for");
+        return refusal(status, "As requested");
     }
     const auto* authorization = request.header("authorization");
     if (authorization == nullptr || !authorization->starts_with("Bearer ")) {
@@ -98,7 +98,7 @@ void BackendService::noteUnexpectedHeaders(const HttpRequest& request,
 HttpReply BackendService::upgrade(const HttpRequest& request) {
     if (const int status = m_faults.upgrade.take(); status != 0) {
         ++m_upgradesRefused;
-        return refusal(status, "As asked for");
+        return refusal(status, "As requested");
     }
     const auto* upgradeHeader = request.header("upgrade");
     if (request.method != "GET" || upgradeHeader == nullptr) {

@@ -23,16 +23,16 @@ namespace sandbox {
 
 class InterviewLink;
 
-// How the server words that it has lost a session; it has no message type of its own for that.
+// How the server reports that it has lost a session, for which it has no message type.
 enum class LossWording { sessionNotFound, sessionIdNotFound, notFoundSession };
 
 // A session that the REST call made, keyed by the program's machine id.
 struct BackendSession {
     // A link has used it before.
     bool known = false;
-    // Empty when no interview runs.
+    // Empty while no interview runs.
     std::string interviewId;
-    // The server lost the interview; the program may not know yet.
+    // The server lost the interview, and the program may not know yet.
     bool interviewLost = false;
 };
 
@@ -42,25 +42,27 @@ struct FrameCounts {
     std::uint64_t beforeSession = 0;
     // Sent with no interview running.
     std::uint64_t withoutInterview = 0;
-    // On their way when the interview ended, or after the server lost session or interview.
+    // Already on their way when the interview ended, or sent after the server lost the session or the
+    // interview.
     std::uint64_t late = 0;
-    // Not a stream byte and a sound file as they must be.
+    // Without a valid stream byte and sound file.
     std::uint64_t bad = 0;
 };
 
-// The sound of one link, whatever became of it: the binary messages in their order, as they came.
+// The sound of one link, including invalid frames: its binary messages in the order in which they arrived.
 struct LinkSound {
     std::uint64_t frames = 0;
-    // Of their bytes, one after the other.
+    // Checksum of their concatenated bytes.
     boost::crc_32_type checksum;
 };
 
 struct BackendSettings {
-    // Between the messages of a scripted answer.
+    // The pause between the messages of a scripted answer.
     std::chrono::milliseconds pace{120};
-    // An assessment at least after so much sound; 0 for none but after the candidate's answers.
+    // The amount of sound after which an assessment is due at the latest; 0 for assessments only after the
+    // candidate's answers.
     std::chrono::milliseconds assessmentEvery{20'000};
-    // Keep every sample of every interview.
+    // Whether to keep every sample of every interview.
     bool keepSamples = false;
 };
 
@@ -75,31 +77,31 @@ public:
     void closeLinks(std::uint16_t code, const std::string& reason);
     void silenceLinks();
     void stopAnsweringPings();
-    // Open links hear of it at once, or with their next command.
+    // Open links are told at once, or with their next command.
     void forgetSessions(LossWording wording, bool atOnce);
     void forgetInterviews();
-    // To every open link. `kind` is one of "malformed", "unknown_type", "wrong_types", "enormous",
-    // "deeply_nested", "invalid_utf8" and "binary". False for any other.
+    // Sends an invalid message to every open link. `kind` is one of "malformed", "unknown_type",
+    // "wrong_types", "enormous", "deeply_nested", "invalid_utf8" and "binary". Returns false for any other.
     bool misbehave(std::string_view kind);
-    // A text frame of the caller's choice to every open link.
+    // Sends a text frame of the caller's choice to every open link.
     void sendText(const std::string& text);
 
     boost::json::object describe() const;
-    // Null when no such interview has run. An empty id stands for the last one.
+    // Returns null if no such interview has run. An empty id means the last one.
     const InterviewRecord* interview(const std::string& id) const;
 
     BackendSettings settings;
 
-    // What the links use.
+    // Used by the links.
     Scheduler& scheduler() { return m_scheduler; }
     Faults& faults() { return m_faults; }
     Ledger& ledger() { return m_ledger; }
     FrameCounts& frames() { return m_frames; }
-    // Of a link that just opened; the last links of the run are kept.
+    // Starts the record of a link that has just opened. The last links of the run are kept.
     std::shared_ptr<LinkSound> beginSound();
     BackendSession* session(const std::string& id);
     InterviewRecord& record(const std::string& interviewId);
-    // Begins the figures of that interview anew.
+    // Starts that interview's figures from zero.
     InterviewRecord& startRecord(const std::string& interviewId);
     std::string lossText(const std::string& sessionId) const;
     void noteCommand(boost::json::object command);

@@ -113,7 +113,7 @@ Authority makeAuthority() {
     return {std::move(certificate), std::move(key)};
 }
 
-// Null members unless both texts are PEM and the certificate holds for another month.
+// Returns null members unless both texts are PEM and the certificate is valid for another month.
 Authority readAuthority(const std::string& certificate, const std::string& key) {
     const Memory certificateBio = reading(certificate);
     const Memory keyBio = reading(key);

@@ -1,4 +1,4 @@
-// A certificate authority of the stand-in's own and the server certificate it signs.
+// The stand-in's own certificate authority, and the server certificates that it signs.
 #pragma once
 
 #include <filesystem>
@@ -7,9 +7,9 @@
 
 namespace sandbox {
 
-// Keys are EC P-256. The folder is made if missing, for its owner alone; it holds "ca.pem", which the program
-// is pointed at, and "ca-key.pem", readable by the owner alone. An authority found there goes on being used,
-// so that a program which trusts it outlives a restart of the stand-in.
+// Keys are EC P-256. The folder is created if it is missing and is private to its owner. It holds "ca.pem",
+// which the program is pointed to, and "ca-key.pem". An authority found there is used again, so that a
+// program that trusts it keeps doing so after a restart of the stand-in.
 class CertificateAuthority {
 public:
     // Throws std::runtime_error.
@@ -23,7 +23,7 @@ public:
         std::string certificate;
         std::string key;
     };
-    // A certificate for the DNS names and 127.0.0.1; the other kinds each have one fault.
+    // Issues a certificate for the DNS names and 127.0.0.1. Every kind except `sound` has one fault.
     Server issue(const std::vector<std::string>& names, Kind kind = Kind::sound) const;
 
 private:
@@ -34,7 +34,7 @@ private:
 
 // Writes a file that only its owner can read. Throws std::runtime_error.
 void writePrivateFile(const std::filesystem::path& file, const std::string& content);
-// Empty when there is no such file.
+// Returns an empty string if there is no such file.
 std::string readFile(const std::filesystem::path& file);
 
 } // namespace sandbox

@@ -14,14 +14,15 @@ HttpReply providerRefusal(int status, std::string_view reason) {
     return HttpReply::json(status, json::serialize(json::object{{"error", {{"message", reason}}}}));
 }
 
-// Empty when absent or of another kind.
+// Returns an empty string for a missing value or one of another type.
 std::string textIn(const json::object& object, std::string_view key) {
     const auto* value = object.if_contains(key);
     const auto* text = value == nullptr ? nullptr : value->if_string();
     return text == nullptr ? std::string() : std::string(*text);
 }
 
-// The last message, if the body is exactly what such a request holds: no history, a system prompt at most.
+// Returns the last message if the body has exactly the form of such a request: no history, and at most a
+// system prompt.
 std::string questionIn(const json::object& body) {
     const auto* messages = body.if_contains("messages");
     const auto* list = messages == nullptr ? nullptr : messages->if_array();
@@ -56,7 +57,7 @@ HttpReply answerChat(const HttpRequest& request, std::chrono::milliseconds pace,
         ledger.violation("chat completion whose type or body is not as it must be");
         return providerRefusal(422, "Malformed request");
     }
-    const auto answer = "To “" + question + "”: ask for one example, and what came of it.";
+    const auto answer = "To “" + question + "”: ask for one example, and how it turned out.";
     if (!stream->as_bool()) {
         return HttpReply::json(
             200, json::serialize(json::object{{"choices", {{{"message", {{"content", answer}}}}}}}));

@@ -1,4 +1,4 @@
-// A chat-completion endpoint as providers of language models have it: the answer is a stream of server-sent
+// A chat-completion endpoint like those of language-model providers: the answer is a stream of server-sent
 // events.
 #pragma once
 
@@ -11,7 +11,7 @@ namespace sandbox {
 
 inline constexpr std::string_view chatProviderPath = "/v1/chat/completions";
 
-// Network thread only. `pace`: between the words of the answer.
+// `pace` is the pause between the words of the answer. Network thread only.
 HttpReply answerChat(const HttpRequest& request, std::chrono::milliseconds pace, Ledger& ledger);
 
 } // namespace sandbox

@@ -18,7 +18,7 @@ namespace json = boost::json;
 
 namespace {
 
-// Reads the parameters of one action; each that is read is known, the rest is complained about.
+// Reads the parameters of one action. Parameters that were not read are reported as unknown.
 class Parameters {
 public:
     explicit Parameters(const json::object& object)
@@ -38,7 +38,7 @@ public:
     }
     std::chrono::milliseconds milliseconds(const char* key) { return std::chrono::milliseconds(number(key)); }
     Refusal refusal() { return {static_cast<int>(number("status")), static_cast<int>(number("times", 1))}; }
-    void complainAboutRest() const {
+    void rejectUnknown() const {
         for (const auto& member : m_object) {
             if (!m_known.contains(std::string(member.key()))) {
                 throw std::invalid_argument("unknown parameter " + std::string(member.key()));
@@ -191,7 +191,7 @@ json::object applyAction(Core& core, std::string_view action, const json::object
     }
     Parameters reader(parameters);
     found->act(core, reader);
-    reader.complainAboutRest();
+    reader.rejectUnknown();
     core.ledger().request("action " + std::string(action) + ' ' + json::serialize(parameters));
     return {};
 }
@@ -209,7 +209,7 @@ HttpReply control(Core& core, const HttpRequest& request) {
     const json::value body =
         request.body.empty() ? json::value(json::object()) : json::parse(request.body, error);
     if (error || !body.is_object()) {
-        return failure(400, "the body is no JSON object");
+        return failure(400, "the body is not a JSON object");
     }
     try {
         return success(applyAction(core, std::string_view(request.path).substr(1), body.get_object()));

@@ -11,14 +11,14 @@ namespace sandbox {
 
 class Core;
 
-// Does what `action` names. The result may be empty. Throws std::invalid_argument for an unknown action and
-// for a parameter that is unknown, missing or of the wrong type.
+// Carries out `action`. The result may be empty. Throws std::invalid_argument for an unknown action, and for
+// a parameter that is unknown, missing or of the wrong type.
 boost::json::object applyAction(Core& core, std::string_view action, const boost::json::object& parameters);
 
-// GET /state, GET /addresses, and POST /<action> with the parameters as a JSON object.
+// Answers GET /state, GET /addresses, and POST /<action> with the parameters as a JSON object.
 HttpReply control(Core& core, const HttpRequest& request);
 
-// Addresses, keys, account and environment as one JSON object.
+// Returns addresses, keys, account and environment as one JSON object.
 boost::json::object describeAddresses(const Core& core);
 
 } // namespace sandbox

@@ -80,7 +80,7 @@ HttpReply Core::answer(const HttpRequest& request) {
                 : request.path == chatProviderPath ? answerChat(request, m_backend.settings.pace, m_ledger)
                                                    : m_backend.answer(request);
     } catch (const std::exception& problem) {
-        // A full disk, say: the next request may fare better.
+        // For example a full disk: the next request may succeed.
         m_ledger.request(std::string("internal error: ") + problem.what());
         reply = HttpReply::json(500, R"({"error":"internal error"})");
     }
@@ -143,7 +143,7 @@ void Core::comeBack() {
             server->listenAgain();
         }
     } catch (const boost::system::system_error&) {
-        // Somebody took a port in the meantime.
+        // Another program took a port in the meantime.
         goAway(std::chrono::milliseconds(200), false);
     }
 }

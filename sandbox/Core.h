@@ -1,4 +1,4 @@
-// All parts of the stand-in, put together. Everything but the constructor and the destructor runs on the
+// All parts of the stand-in together. Everything except the constructor and the destructor runs on the
 // network thread.
 #pragma once
 
@@ -25,20 +25,20 @@ inline constexpr std::string_view backendHost = "backend.lumetra.test";
 
 class Core {
 public:
-    // Listens on every port when it returns. Throws what hinders it.
+    // Listens on every port when it returns. Throws if that is not possible.
     Core(asio::io_context& context, const Options& options);
 
     const Addresses& addresses() const { return m_addresses; }
     boost::json::object state() const;
-    // Ends everything that would keep the network thread busy.
+    // Ends everything that would keep the network thread running.
     void stop();
 
     void goAway(std::chrono::milliseconds time, bool backendOnly);
     void comeBack();
     void useCertificate(CertificateAuthority::Kind kind);
-    // Ends every standing fault, a going away included.
+    // Ends every lasting fault, including goAway().
     void cure();
-    // Writes both sides of the last interview as WAV files; gives their paths.
+    // Writes both sides of the last interview as WAV files and returns their paths.
     std::vector<std::string> saveSound();
 
     Faults& faults() { return m_faults; }
@@ -68,7 +68,7 @@ private:
     HttpServer m_proxy;
     HttpServer m_control;
     bool m_away = false;
-    // Raised by each going away and coming back, so that an old timer does nothing.
+    // Incremented whenever the stand-in goes away or comes back, so that an old timer does nothing.
     unsigned m_absence = 0;
     Addresses m_addresses;
 };

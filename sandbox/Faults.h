@@ -1,4 +1,4 @@
-// What the stand-in does wrong when it is asked to. Network thread only.
+// The faults that the stand-in simulates on request. Network thread only.
 #pragma once
 
 #include <chrono>
@@ -11,7 +11,7 @@ struct Refusal {
     int status = 0;
     int times = 0;
 
-    // The status if one is due, otherwise 0. Counts down.
+    // Returns the status if a refusal is due, otherwise 0. Counts down.
     int take() {
         if (times <= 0) {
             return 0;
@@ -29,11 +29,11 @@ struct Faults {
     // Sign-in requests fail with this error code.
     std::string signInCode;
     int signInTimes = 0;
-    // Before each HTTP answer and before each answer on a WebSocket.
+    // The delay before each HTTP response and before each answer on a WebSocket.
     std::chrono::milliseconds slowness{0};
-    // Before end_interview_ack, besides the slowness.
+    // The additional delay before end_interview_ack.
     std::chrono::milliseconds endAckDelay{0};
-    // What links opened from now on do.
+    // The behaviour of links that open from now on.
     bool ignorePings = false;
     bool silent = false;
 };

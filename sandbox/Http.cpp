@@ -91,7 +91,7 @@ bool parseHeader(HttpRequest& request, std::string_view line) {
     return true;
 }
 
-// One side of a strict form pair; empty optional when a character should not stand as it does.
+// Decodes the key or the value of a strict form. Returns nullopt if a character is not escaped as it must be.
 std::optional<std::string> strictDecoded(std::string_view text, std::string& complaint) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -158,7 +158,7 @@ std::optional<HttpRequest> parseHead(std::string_view head) {
     if (first == std::string_view::npos || last <= first + 1) {
         return std::nullopt;
     }
-    // Some clients ask a proxy for a tunnel in the older version.
+    // Some clients use the older version to ask a proxy for a tunnel.
     const auto version = line.substr(last + 1);
     if (version != "HTTP/1.1" && (version != "HTTP/1.0" || line.substr(0, first) != "CONNECT")) {
         return std::nullopt;

@@ -1,5 +1,5 @@
-// HTTP/1.1 messages as the stand-in reads and writes them. Its own reading, on purpose: it shares no parser
-// with the program, so that a fault there cannot hide here.
+// HTTP/1.1 messages as the stand-in reads and writes them. It deliberately shares no parser with the program,
+// so that a fault in the program's parser is noticed here.
 #pragma once
 
 #include <chrono>
@@ -18,25 +18,25 @@ using Pairs = std::vector<std::pair<std::string, std::string>>;
 
 struct HttpRequest {
     std::string method;
-    // As it stood in the request line.
+    // As in the request line.
     std::string target;
     // Without the query, not decoded.
     std::string path;
     bool hasQuery = false;
     // Decoded.
     Pairs query;
-    // Names in lower case, in the order of the wire.
+    // Names in lower case, in the order received.
     Pairs headers;
     std::string body;
     // The Host header in lower case, without its port.
     std::string host;
     bool secure = false;
-    // The name asked for in the TLS handshake; empty without one.
+    // The server name requested in the TLS handshake; empty without one.
     std::string serverName;
 
-    // `name` in lower case. Null when absent; the first of several.
+    // Returns the first header with that name, given in lower case, or null.
     const std::string* header(std::string_view name) const;
-    // Null when absent.
+    // Returns null if there is no such item.
     const std::string* queryItem(std::string_view name) const;
 };
 
@@ -45,32 +45,33 @@ struct HttpReply {
     Pairs headers;
     std::string body;
     std::chrono::milliseconds delay{0};
-    // Instead of `body`, if there are any: sent one by one as chunks, with the pace between them.
+    // Replaces `body` if not empty: sent one by one as chunks, with the pace between them.
     std::vector<std::string> pieces;
     std::chrono::milliseconds pace{0};
-    // With status 101: who talks over the WebSocket from then on.
+    // Receives the WebSocket after status 101.
     std::shared_ptr<WebSocketEndpoint> endpoint;
 
     static HttpReply json(int status, std::string body);
-    // Without the pieces.
+    // Returns the message without the pieces.
     std::string serialize() const;
 };
 
-// Reads request line and headers, without the blank line behind them. Nothing when they are no HTTP/1.1.
+// Parses the request line and the headers, without the blank line after them. Returns nullopt if they are not
+// valid HTTP/1.1.
 std::optional<HttpRequest> parseHead(std::string_view head);
 
-// Percent-decoding. Nothing for a broken escape.
+// Decodes percent escapes. Returns nullopt for a broken escape.
 std::optional<std::string> percentDecoded(std::string_view text);
 
-// An application/x-www-form-urlencoded body whose keys and values keep only ASCII letters, digits and "-._~"
-// and escape all else, each byte as "%" and two upper-case hex digits. Nothing for any other text;
-// `complaint` then says why.
+// Parses an application/x-www-form-urlencoded body whose keys and values contain only ASCII letters, digits
+// and "-._~", and escape every other byte as "%" and two upper-case hex digits. Returns nullopt for any other
+// text; `complaint` then says why.
 std::optional<Pairs> parseStrictForm(std::string_view body, std::string& complaint);
 
 std::string lowerCased(std::string_view text);
 
-// Whether the header is one that HTTP stacks add of their own accord: Host, Content-Length, Connection,
-// User-Agent and the Accept family. `name` in lower case.
+// Returns whether HTTP stacks add the header on their own: Host, Content-Length, Connection, User-Agent and
+// the Accept family. `name` is in lower case.
 bool isTransportHeader(std::string_view name);
 
 } // namespace sandbox

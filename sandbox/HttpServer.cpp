@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t maxHeadBytes = 64 * 1024;
 constexpr std::size_t maxBodyBytes = 8 * 1024 * 1024;
 
-// Ends the connection after this answer.
+// Thrown to end the connection after an answer with this status.
 struct Refused {
     int status;
 };
@@ -116,7 +116,7 @@ asio::awaitable<void> HttpServer::serve(std::shared_ptr<Wire> wire) {
             co_await wire->write(HttpReply::json(refused, "{}").serialize());
             co_await wire->finish();
         } catch (const boost::system::system_error&) {
-            // Nobody is left to hear it.
+            // The client is gone.
         }
     }
 }

@@ -17,8 +17,8 @@ public:
     using Answer = std::function<HttpReply(const HttpRequest&)>;
     // Takes a connection over from the server that accepted it.
     using Adopt = std::function<void(std::shared_ptr<Wire>)>;
-    // For a request that asks for a tunnel (CONNECT): the status, and who takes the connection over when it
-    // is 200.
+    // The answer to a request for a tunnel (CONNECT): the status and, if it is 200, the function that takes
+    // over the connection.
     struct Tunnel {
         int status = 405;
         Adopt adopt;
@@ -29,13 +29,13 @@ public:
     ~HttpServer();
 
     OpenTunnel openTunnel;
-    // From now on each connection starts with a handshake. `tls` outlives the server.
+    // Makes every new connection start with a TLS handshake. `tls` must outlive the server.
     void useTls(asio::ssl::context* tls) { m_tls = tls; }
 
     // 0 picks a free port. Throws boost::system::system_error.
     void listen(unsigned short port);
     unsigned short port() const { return m_port; }
-    // Listens again on the port it had.
+    // Listens again on the previous port.
     void listenAgain() { listen(m_port); }
     void stopListening();
     // Resets every connection.

@@ -15,7 +15,7 @@ namespace json = boost::json;
 
 namespace {
 
-// Frames that were on their way when the interview ended are no fault.
+// Frames that were on their way when the interview ended are not violations.
 constexpr std::chrono::seconds lateFrames{1};
 constexpr std::chrono::minutes clockTolerance{2};
 
@@ -105,7 +105,7 @@ void InterviewLink::text(std::string_view message) {
     const auto* type = object != nullptr ? object->if_contains("type") : nullptr;
     const auto* command = type != nullptr && type->is_string() ? findCommand(type->get_string()) : nullptr;
     if (command == nullptr || !isWellFormed(*object, *command)) {
-        violation(command == nullptr ? "a text frame that is no command"
+        violation(command == nullptr ? "a text frame that is not a command"
                                      : "keys of " + std::string(command->type) + " are not as they must be");
         m_sender->sendNow({{"type", "error"}, {"message", "Malformed command"}});
         return;
@@ -204,7 +204,7 @@ InterviewRecord* InterviewLink::runningInterview(const char* forWhat) {
 void InterviewLink::activeQuestion(const json::object& object, std::string_view) {
     const auto question = string(object, "question");
     if (!isInterviewQuestion(question)) {
-        violation("active_question that is no question of the interview");
+        violation("active_question that is not a question of the interview");
     }
     if (auto* record = runningInterview("active_question")) {
         record->activeQuestion = question;

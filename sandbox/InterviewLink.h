@@ -1,4 +1,4 @@
-// One program's link to the backend: its commands, its sound, and what the backend says to it.
+// One program's link to the backend: its commands, its sound, and what the backend sends to it.
 #pragma once
 
 #include "sandbox/BackendService.h"
@@ -28,7 +28,7 @@ public:
 
     // Null once the connection has ended.
     const std::shared_ptr<WebSocketPeer>& peer() const { return m_peer; }
-    // The program hears that its session is lost, if it had one.
+    // Tells the program that its session is lost, if it had one.
     void tellLoss();
     const std::string& sessionId() const { return m_sessionId; }
 
@@ -50,7 +50,8 @@ private:
     void speechStop(const boost::json::object& object, std::string_view text);
 
     void openInterview(const std::string& id);
-    // The interview that this link's session runs; null, and a violation, when there is none.
+    // Returns the running interview of this link's session. If there is none, returns null and records a
+    // violation.
     InterviewRecord* runningInterview(const char* forWhat);
     void takeSound(InterviewRecord& record, std::span<const std::uint8_t> message);
     void followSpeech(const InterviewRecord& record);
@@ -58,7 +59,7 @@ private:
     void assess(const std::string& occasion, std::string_view endType);
 
     void dropPlanned();
-    // Once for each `what` on this link.
+    // Records a violation, once for each `what` on this link.
     void violation(const std::string& what);
 
     BackendService& m_backend;
@@ -66,7 +67,7 @@ private:
     std::shared_ptr<PacedSender> m_sender;
     std::shared_ptr<LinkSound> m_sound;
     std::string m_sessionId;
-    // What the program was told last, and what its sound says.
+    // Whether the candidate speaks: what the program was told last, and what its sound says.
     bool m_candidateSpeaking = false;
     bool m_heardSpeaking = false;
     bool m_assessing = false;

@@ -1,4 +1,4 @@
-// All that the backend has heard of one interview. It outlives connections and sessions.
+// Everything that the backend has received of one interview. It outlives connections and sessions.
 #pragma once
 
 #include "sandbox/AudioInspector.h"
@@ -20,7 +20,7 @@ struct InterviewRecord {
     // Indexed by Speaker.
     std::array<StreamStatistics, 2> streams;
     int speechStarts = 0;
-    // The times that the program gave, in milliseconds since the epoch.
+    // The times that the program sent, in milliseconds since the epoch.
     std::vector<std::int64_t> speechStops;
     int assessments = 0;
     std::string lastAssessment;
@@ -32,14 +32,14 @@ struct InterviewRecord {
     const StreamStatistics& stream(Speaker speaker) const {
         return streams[static_cast<std::size_t>(speaker)];
     }
-    // Of the longer stream.
+    // Returns the length of the longer stream.
     double seconds() const;
 };
 
-// Streamed to the program piece by piece: an overview with the figures of both streams, then the sections
-// "Comment" and "Recommendation", each under a header line of its own.
+// Returns the assessment that is streamed to the program piece by piece: an overview with the figures of both
+// streams, then the sections "Comment" and "Recommendation", each under its own header line.
 std::string writeAssessment(const InterviewRecord& record, std::string_view occasion);
-// The same figures for machines.
+// Returns the same figures as JSON.
 boost::json::object describeInterview(const InterviewRecord& record);
 
 } // namespace sandbox

@@ -9,17 +9,17 @@
 
 namespace sandbox {
 
-// The start of the chat message that opens an interview; the rest of it is the interview's id.
+// The beginning of the chat message that opens an interview; the rest is the interview's id.
 inline constexpr std::string_view openingSentence = "I want to start interview with id ";
 
-// True for 8-4-4-4-12 hex digits that are not all zero: an id with nothing behind it stands for an interview
-// that nobody has planned.
+// Returns true for 8-4-4-4-12 hex digits that are not all zero: an id of zeros means an interview without a
+// plan.
 bool isPlannedInterview(std::string_view id);
 
-// Topic name to array of questions, in the order of the interview, which is not that of the alphabet.
+// Map topic names to arrays of questions, in the order of the interview, which is not alphabetical.
 boost::json::object interviewPlan();
 boost::json::object interviewQuestions();
-// Whether `text` is one of the questions, to the letter.
+// Returns whether `text` is exactly one of the questions.
 bool isInterviewQuestion(std::string_view text);
 
 std::string openingReply(std::string_view interviewId);

@@ -1,4 +1,4 @@
-// What the stand-in has seen, in words, for those who look. Holds no token, code or body.
+// What the stand-in has seen, in words. Contains no token, code or body.
 #pragma once
 
 #include <deque>
@@ -10,7 +10,7 @@ namespace sandbox {
 // Network thread only.
 class Ledger {
 public:
-    // Each new line, for instance to standard error.
+    // Called with each new line, for instance to print it to standard error.
     std::function<void(const std::string&)> print;
 
     void request(std::string line) {
@@ -19,7 +19,7 @@ public:
         }
         keep(m_requests, std::move(line));
     }
-    // The program did what it must not do.
+    // The program did something that it must not do.
     void violation(std::string what) {
         if (print) {
             print("VIOLATION " + what);

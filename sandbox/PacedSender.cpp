@@ -7,7 +7,7 @@ namespace sandbox {
 namespace {
 
 constexpr std::size_t pieceBytes = 24;
-// Pieces of prose come faster than messages.
+// Pieces of prose follow each other faster than messages.
 constexpr int proseSpeed = 4;
 
 } // namespace

@@ -1,4 +1,4 @@
-// What the backend says on one link: in order, at the script's pace.
+// Sends the backend's messages on one link, in order and at the script's pace.
 #pragma once
 
 #include "sandbox/Faults.h"
@@ -15,20 +15,20 @@
 
 namespace sandbox {
 
-// Network thread only. What is planned is forgotten when the voice goes.
+// Network thread only. Planned messages are dropped when the sender is destroyed.
 class PacedSender : public std::enable_shared_from_this<PacedSender> {
 public:
     using Send = std::function<void(const boost::json::object&)>;
 
-    // `pace` lies between two planned messages; it may change.
+    // `pace` is the pause between two planned messages; it may change.
     PacedSender(Scheduler& scheduler, const Faults& faults, const std::chrono::milliseconds& pace, Send send);
 
-    // Past everything that is planned.
+    // Sends a message at once, ahead of the planned ones.
     void sendNow(const boost::json::object& message) { m_send(message); }
-    // `then` runs after the message is said.
+    // `then` runs after the message has been sent.
     void plan(boost::json::object message, std::chrono::milliseconds before, std::function<void()> then = {});
     void plan(std::vector<boost::json::object> messages);
-    // Messages of `type` with pieces of the text under "text".
+    // Plans messages of `type` with the pieces of the text under the key "text".
     void planProse(std::string_view type, std::string_view text);
     void dropPlanned();
 
@@ -47,7 +47,7 @@ private:
     Send m_send;
     std::deque<Planned> m_planned;
     bool m_sending = false;
-    // Raised when what is planned is given up.
+    // Incremented when the planned messages are dropped.
     unsigned m_generation = 0;
 };
 

@@ -15,7 +15,7 @@ namespace sandbox {
 
 namespace {
 
-// The folder of the options, or a new one that goes with this object.
+// The folder of the options, or a temporary one that is removed with this object.
 class Folder {
 public:
     explicit Folder(const std::filesystem::path& wanted)
@@ -68,7 +68,7 @@ struct Sandbox::Impl {
         thread.join();
     }
 
-    // Runs `action` on the network thread and gives what it returns or throws.
+    // Runs `action` on the network thread and returns its result, or throws its exception.
     template<typename Action>
     auto onThread(Action action) {
         std::packaged_task<decltype(action(*core))()> task([&] { return action(*core); });

@@ -1,4 +1,4 @@
-// Things to do later on the network thread; what is left is forgotten when the agenda is cleared.
+// Runs actions later on the network thread. Clearing it drops the actions that are still pending.
 #pragma once
 
 #include "sandbox/AsioSupport.h"

@@ -29,7 +29,7 @@ std::int64_t nowMilliseconds() {
         .count();
 }
 
-// True when `path` is `prefix`, one segment, `suffix`; the segment then stands in `id`.
+// Returns true if `path` consists of `prefix`, one segment and `suffix`, and stores the segment in `id`.
 bool matches(std::string_view path, std::string_view prefix, std::string_view suffix, std::string& id) {
     if (!path.starts_with(prefix) || !path.ends_with(suffix) ||
         path.size() <= prefix.size() + suffix.size()) {
@@ -237,7 +237,7 @@ HttpReply SignInService::createSignIn(Call& call) {
     }
     if (m_faults.signInTimes > 0) {
         --m_faults.signInTimes;
-        return error(400, m_faults.signInCode, "As asked for.");
+        return error(400, m_faults.signInCode, "As requested.");
     }
     const auto identifier = call.field("identifier");
     if (identifier.find('@') == std::string::npos) {
@@ -321,7 +321,7 @@ HttpReply SignInService::createToken(Call& call, const std::string& sessionId) {
         return refused;
     }
     if (const int status = m_faults.token.take(); status != 0) {
-        return error(status, "authentication_invalid", "As asked for.");
+        return error(status, "authentication_invalid", "As requested.");
     }
     if (call.client == nullptr) {
         return error(401, "authentication_invalid", "Invalid authentication");
@@ -352,8 +352,8 @@ HttpReply SignInService::envelope(json::object response, const Client& client) {
                                                              {"client", describeClient(client)}}));
 }
 
-// The real service uses a header for native programs and cookies for browsers. All the forms that a native
-// program may meet take turns here.
+// The real service uses a header for native programs and cookies for browsers. Here all the forms that a
+// native program may receive take turns.
 void SignInService::handClientToken(HttpReply& reply, const Client& client) {
     const std::string activity = "__client_uat=" + std::to_string(nowMilliseconds() / 1000) +
                                  "; Path=/; Expires=Thu, 01 Jan 2032 00:00:00 GMT; SameSite=Lax";

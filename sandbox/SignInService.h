@@ -1,4 +1,4 @@
-// The sign-in service's frontend API, as a native program uses it: a development and a production instance.
+// The sign-in service's frontend API as a native program uses it: a development and a production instance.
 #pragma once
 
 #include "sandbox/Faults.h"
@@ -18,17 +18,17 @@ struct SignInInstance {
     std::string host;
     bool development = false;
 
-    // The prefix of the kind, then the base64 of the host and a dollar sign.
+    // Returns the prefix of the instance's type, followed by the base64 of the host and a dollar sign.
     std::string publishableKey() const;
 };
 
-// Every address at one of these domains has an account, but for those whose local part starts with "nobody";
-// "password" knows no e-mail code and "second" wants a second factor.
+// Every address at one of these domains has an account, except those whose local part starts with "nobody".
+// "password" cannot sign in by e-mail code, and "second" needs a second factor.
 inline constexpr std::array<std::string_view, 3> knownDomains{"example.com", "example.org", "lumetra.test"};
 inline constexpr std::string_view emailCode = "424242";
 
-// Network thread only. Answers strictly: what the program must send is checked to the letter, and what it
-// must not send is noted in the ledger.
+// Answers strictly: what the program must send is checked exactly, and what it must not send is recorded in
+// the ledger. Network thread only.
 class SignInService {
 public:
     SignInService(const std::filesystem::path& folder, Faults& faults, Ledger& ledger,
@@ -42,9 +42,9 @@ public:
 
     TokenMint& mint() { return m_mint; }
     void setTokenLifetime(std::chrono::seconds lifetime) { m_tokenLifetime = lifetime; }
-    // Ends every signed-in session: its token requests then fail.
+    // Ends every session: its token requests then fail.
     void endSessions();
-    // Session tokens handed out.
+    // Returns the number of session tokens issued.
     std::uint64_t tokensIssued() const { return m_mint.issued(); }
 
 private:
@@ -57,7 +57,7 @@ private:
     HttpReply attemptFirstFactor(Call& call, const std::string& signInId);
     HttpReply createToken(Call& call, const std::string& sessionId);
     HttpReply removeSession(Call& call, const std::string& sessionId);
-    // A reply of status 0 means that the request is in order.
+    // These return a reply with status 0 if the request is correct.
     HttpReply checkIdentity(Call& call);
     HttpReply checkForm(Call& call, std::initializer_list<std::string_view> keys);
     HttpReply checkSignIn(Call& call, const std::string& signInId, SignIn*& signIn);

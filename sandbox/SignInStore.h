@@ -30,7 +30,7 @@ struct UserSession {
 struct Client {
     std::string id;
     std::string token;
-    // Host of the instance it belongs to.
+    // The host of its instance.
     std::string host;
     // Empty in a production instance.
     std::string devBrowser;
@@ -44,15 +44,15 @@ struct Client {
 
 class SignInStore {
 public:
-    // Takes up what the file holds; an unreadable file counts as empty.
+    // Loads the file; an unreadable file counts as empty.
     explicit SignInStore(std::filesystem::path file);
 
     std::vector<std::string> devBrowsers;
     std::vector<Client> clients;
-    // Signs session tokens.
+    // The key that signs session tokens.
     std::string mintKey;
 
-    // Null when there is none.
+    // Return null if there is no such client.
     Client* byToken(const std::string& host, const std::string& token);
     Client* byDevBrowser(const std::string& host, const std::string& devBrowser);
     bool knowsDevBrowser(const std::string& devBrowser) const;
@@ -64,7 +64,7 @@ private:
     std::filesystem::path m_file;
 };
 
-// As the service words them on the wire.
+// Return the records as the service sends them.
 boost::json::object describeSignIn(const SignIn& signIn);
 boost::json::object describeSession(const UserSession& session);
 boost::json::object describeClient(const Client& client);

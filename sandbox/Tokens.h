@@ -10,20 +10,20 @@
 namespace sandbox {
 
 std::string base64(std::string_view bytes);
-// Without padding, with "-" and "_".
+// Returns base64 without padding, with "-" and "_".
 std::string base64Url(std::string_view bytes);
-// `prefix` and `bytes` random bytes in hex.
+// Returns `prefix` followed by `bytes` random bytes in hex.
 std::string randomId(std::string_view prefix, std::size_t bytes = 16);
 
 // Issues and checks three-part tokens signed with HMAC-SHA256 (JWT, HS256).
 class TokenMint {
 public:
-    // `key` of any length.
+    // `key` may have any length.
     explicit TokenMint(std::string key)
         : m_key(std::move(key)) {}
 
     std::string issue(const std::string& userId, const std::string& sessionId, std::chrono::seconds lifetime);
-    // From now on every token issued so far is refused.
+    // Refuses every token issued so far.
     void revokeAll() { m_firstValid = m_issued; }
 
     enum class Verdict { good, malformed, badSignature, expired, revoked };

@@ -103,7 +103,7 @@ std::string debianPackage(const std::string& name, const std::string& version, s
            member("data.tar", tar("./corvane-lumetra-filler", std::string(kilobytes * 1024, 'x')));
 }
 
-// The offset of "bytes=<offset>-"; 0 for another range.
+// Returns the offset of "bytes=<offset>-"; 0 for any other range.
 std::size_t offsetOf(const std::string& range) {
     constexpr std::string_view start = "bytes=";
     std::size_t offset = 0;

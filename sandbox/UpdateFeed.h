@@ -1,5 +1,5 @@
-// The update feed, and the packages that it names. A package is a real Debian package of one file without a
-// meaning.
+// The update feed and the packages that it names. A package is a real Debian package with one meaningless
+// file.
 #pragma once
 
 #include "sandbox/Http.h"
@@ -25,7 +25,7 @@ public:
         tooLarge
     };
     struct Offer {
-        // Of the first version: nothing newer than a fresh build.
+        // The defaults describe the first version, which is not newer than a fresh build.
         std::string version = "1";
         std::string displayVersion = "0.1.0";
         std::string notes = "The first version.";
@@ -33,14 +33,14 @@ public:
         Flaw flaw = Flaw::none;
     };
 
-    // The public half of the key that signs, in base64: the same for every stand-in, since a build has it in
-    // it. What it signs is for tries only.
+    // Returns the public half of the signing key in base64. It is the same for every stand-in, since builds
+    // contain it, and it signs nothing but test packages.
     static std::string publicKey();
     static std::string address() { return "https://" + std::string(updateHost) + "/update/appcast.xml"; }
 
-    // Throws std::runtime_error when it cannot be signed.
+    // Throws std::runtime_error if the package cannot be signed.
     void offer(Offer offer);
-    // `pace`: between the pieces of a package.
+    // `pace` is the pause between the pieces of a package.
     HttpReply answer(const HttpRequest& request, std::chrono::milliseconds pace) const;
 
 private:

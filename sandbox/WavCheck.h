@@ -1,4 +1,4 @@
-// Reads the sound file in an audio frame, byte by byte, trusting nothing.
+// Reads the sound file in an audio frame, byte by byte, without trusting any of it.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +11,8 @@ namespace sandbox {
 struct WavContent {
     std::uint32_t sampleRate = 0;
     std::vector<std::int16_t> samples;
-    // Empty when every field of the header is as it must be: canonical RIFF of 44 bytes, PCM, one channel,
-    // 16 bits, sizes that agree with the length of the file.
+    // Empty if every field of the header is valid: canonical RIFF of 44 bytes, PCM, one channel, 16 bits, and
+    // sizes that match the length of the file.
     std::string fault;
 };
 

@@ -69,17 +69,18 @@ asio::awaitable<void> WebSocketPeer::run() {
     } catch (const Misbehaviour& misbehaviour) {
         broken = misbehaviour;
     } catch (const boost::system::system_error&) {
-        // The connection ended without a close frame: 1006 stands.
+        // The connection ended without a close frame, so the code remains 1006.
     }
     if (broken) {
         m_endpoint->misbehaved(broken->what);
         close(broken->closeCode, broken->what);
     }
     if (m_fillerUnderWay) {
-        // The peer did not wait for the end of an enormous frame, and nothing can follow its middle.
+        // The peer did not wait for the end of an enormous frame, after whose middle nothing valid can
+        // follow.
         m_wire->drop();
     }
-    // What is queued, the answer to a close frame above all, still goes out.
+    // Sends what is queued, in particular the answer to a close frame.
     while ((finished || broken) && m_wire->isOpen() && (m_writing || !m_outgoing.empty())) {
         boost::system::error_code ignored;
         m_silence.expires_after(std::chrono::milliseconds(2));

@@ -16,14 +16,14 @@ namespace sandbox {
 
 class WebSocketPeer;
 
-// Who talks over a WebSocket. Called on the network thread.
+// Receives the events of a WebSocket. Called on the network thread.
 class WebSocketEndpoint {
 public:
     virtual ~WebSocketEndpoint() = default;
     virtual void opened(std::shared_ptr<WebSocketPeer> peer) = 0;
     virtual void text(std::string_view message) = 0;
     virtual void binary(std::span<const std::uint8_t> message) = 0;
-    // The close code of the peer; 1006 when the connection broke or was dropped.
+    // The peer closed the connection with this code; 1006 if it broke or was dropped.
     virtual void closed(int code) = 0;
     // The peer broke the protocol.
     virtual void misbehaved(std::string what) = 0;
@@ -34,22 +34,22 @@ class WebSocketPeer : public std::enable_shared_from_this<WebSocketPeer> {
 public:
     WebSocketPeer(std::shared_ptr<Wire> wire, std::shared_ptr<WebSocketEndpoint> endpoint);
 
-    // The value of Sec-WebSocket-Accept.
+    // Returns the value of Sec-WebSocket-Accept.
     static std::string acceptKey(std::string_view key);
 
-    // From the upgrade to the end of the connection.
+    // Runs from the upgrade to the end of the connection.
     asio::awaitable<void> run();
 
     void sendText(std::string message) { send(opText, std::move(message)); }
     void sendBinary(std::string message) { send(opBinary, std::move(message)); }
-    // A text frame that declares `size` bytes and sends as many.
+    // Sends a text frame with `size` bytes of payload.
     void sendEnormous(std::uint64_t size);
     void close(std::uint16_t code, const std::string& reason);
-    // A TCP reset.
+    // Ends the connection with a TCP reset.
     void drop() { m_wire->drop(); }
 
     bool ignoresPings = false;
-    // Neither reads nor writes any more, and leaves the connection open.
+    // Stops reading and writing, but leaves the connection open.
     void fallSilent();
 
 private:
@@ -71,7 +71,7 @@ private:
     asio::awaitable<void> writeFrames();
     void send(std::uint8_t opcode, std::string payload);
     void handleData(Frame frame);
-    // False at the end of the conversation.
+    // Returns false at the end of the conversation.
     bool handleControl(Frame frame);
 
     std::shared_ptr<Wire> m_wire;

@@ -19,16 +19,16 @@ namespace {
 
 constexpr const char* usage =
     "corvane-sandbox: a local stand-in for the sign-in service and the backend\n"
-    "  --folder DIR            certificates and sign-ins, kept from start to start\n"
-    "                          (default: corvane-sandbox in $XDG_RUNTIME_DIR, otherwise a temporary one)\n"
+    "  --folder DIR            holds certificates and sign-ins across restarts\n"
+    "                          (default: corvane-sandbox in $XDG_RUNTIME_DIR, or a temporary folder)\n"
     "  --proxy-port N --https-port N --http-port N --control-port N\n"
     "                          fixed ports (default: free ones)\n"
-    "  --token-lifetime S      of a session token, in seconds (default 60)\n"
-    "  --pace MS               between the messages of an answer (default 120)\n"
-    "  --assessment-every S    an assessment at least after so many seconds of sound (default 20, 0: never)\n"
-    "  --keep-sound            keep what is heard, for the action save-sound\n"
+    "  --token-lifetime S      lifetime of a session token in seconds (default 60)\n"
+    "  --pace MS               pause between the messages of an answer (default 120)\n"
+    "  --assessment-every S    seconds of sound until an assessment is due (default 20, 0: never)\n"
+    "  --keep-sound            keep received sound for the action save-sound\n"
     "  --quiet                 no log\n"
-    "  --run PROGRAM           start it so that it talks to this sandbox, and end with it\n";
+    "  --run PROGRAM           start PROGRAM against this sandbox, and end with it\n";
 
 struct Command {
     sandbox::Options options;
@@ -40,7 +40,7 @@ Number number(const std::string& option, const char* text) {
     Number value = 0;
     const auto [end, error] = std::from_chars(text, text + std::strlen(text), value);
     if (error != std::errc() || *end != '\0' || value < 0) {
-        throw std::invalid_argument(option + " wants a number from 0 to " +
+        throw std::invalid_argument(option + " needs a number from 0 to " +
                                     std::to_string(std::numeric_limits<Number>::max()));
     }
     return value;
@@ -89,7 +89,7 @@ Command readOptions(int count, char** arguments) {
     return command;
 }
 
-// With the environment that points it here. Its signals are its own again.
+// Starts the program with the environment that points it here, and with its signals unblocked.
 pid_t start(const std::string& program, const sandbox::Addresses& addresses) {
     setenv("SSL_CERT_FILE", addresses.certificateFile.c_str(), 1);
     setenv("https_proxy", addresses.proxy.c_str(), 1);
@@ -111,7 +111,7 @@ pid_t start(const std::string& program, const sandbox::Addresses& addresses) {
     return process;
 }
 
-// Waits for a signal to end, or for the program's own end. Gives the exit status.
+// Waits for a signal to end, or for the program to end. Returns the exit status.
 int stay(const sigset_t& ends, pid_t process) {
     int received = 0;
     do {

@@ -15,7 +15,7 @@
 
 namespace {
 
-// A null-terminated array of pointers into `texts`.
+// Returns a null-terminated array of pointers into `texts`.
 std::vector<char*> pointers(QList<QByteArray>& texts) {
     std::vector<char*> result;
     for (auto& text : texts) {
@@ -38,7 +38,7 @@ QList<QByteArray> encoded(const QStringList& texts) {
 void ChildProcess::start(const QString& program, const QStringList& arguments,
                          const QProcessEnvironment& environment, const QString& output) {
     kill();
-    // Whatever becomes of this process, its children do not stay behind.
+    // The children end with this process, however it ends.
     auto command = encoded(QStringList{QStringLiteral("setpriv"), QStringLiteral("--pdeathsig"),
                                        QStringLiteral("KILL"), QStringLiteral("--"), program} +
                            arguments);

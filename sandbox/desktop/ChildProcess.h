@@ -4,8 +4,9 @@
 #include <QString>
 #include <QStringList>
 
-// A program that ends with this process, or earlier. Not QProcess: that one shares its memory with the child
-// for a moment, which leaves the thread sanitizer blind in the parent. Waiting blocks without an event loop.
+// A program that ends with this process, or earlier. QProcess is not used, because it shares its memory with
+// the child for a moment, which blinds the thread sanitizer in the parent. Waiting blocks without an event
+// loop.
 class ChildProcess {
 public:
     ChildProcess() = default;
@@ -13,15 +14,15 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    // What it prints on either channel is added to the file `output`. Throws std::runtime_error.
+    // Appends both output channels to the file `output`. Throws std::runtime_error.
     void start(const QString& program, const QStringList& arguments, const QProcessEnvironment& environment,
                const QString& output);
     bool isRunning();
-    // False after `milliseconds`.
+    // Returns false after `milliseconds`.
     bool waitForEnd(int milliseconds);
-    // It ran, and left with 0.
+    // Returns whether the program ran and exited with 0.
     bool succeeded();
-    // Does nothing to a process that has ended.
+    // Has no effect on a process that has ended.
     void signal(int number);
     void kill();
     qint64 processId() const { return m_process; }

@@ -3,7 +3,7 @@
 #include "sandbox/desktop/PrivateCompositor.h"
 #include "sandbox/desktop/WaylandHands.h"
 
-// KDE Plasma's.
+// The compositor of KDE Plasma.
 class KWinCompositor : public PrivateCompositor {
 public:
     explicit KWinCompositor(QSize size);
@@ -15,13 +15,13 @@ public:
     QImage picture() const override;
 
 private:
-    // Connects when it is first used.
+    // Connects on first use.
     KWinHands& hands() const;
 
     mutable std::unique_ptr<KWinHands> m_hands;
 };
 
-// GNOME Shell, driven by its own scripts.
+// GNOME Shell, controlled by its own scripts.
 class GnomeCompositor : public PrivateCompositor {
 public:
     explicit GnomeCompositor(QSize size);
@@ -34,11 +34,11 @@ public:
 
 private:
     void press(const QList<KeyMove>& moves) const;
-    // What the script gives, as JSON.
+    // Returns the result of the script, as JSON.
     QString evaluate(const QString& script) const;
 };
 
-// Of the wlroots family.
+// Sway, of the wlroots family.
 class SwayCompositor : public PrivateCompositor {
 public:
     explicit SwayCompositor(QSize size);
@@ -50,7 +50,7 @@ public:
     QImage picture() const override;
 
 private:
-    // Connects when it is first used.
+    // Connects on first use.
     WlrootsPointer& pointer() const;
 
     ChildProcess m_keyboard;

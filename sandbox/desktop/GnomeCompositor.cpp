@@ -4,7 +4,7 @@
 
 namespace {
 
-// Nothing that moves, nothing that greets.
+// No animations and no welcome dialogue.
 constexpr const char* settings = R"([org/gnome/desktop/interface]
 enable-animations=false
 
@@ -31,7 +31,7 @@ GnomeCompositor::GnomeCompositor(QSize size)
     environment().insert(QStringLiteral("GSETTINGS_BACKEND"), QStringLiteral("keyfile"));
     environment().insert(QStringLiteral("NO_AT_BRIDGE"), QStringLiteral("1"));
     write(QStringLiteral("home/.config/glib-2.0/settings/keyfile"), settings);
-    // Without the system's services: none of them would be the user's.
+    // Without the system's services, none of which belong to the user of the test.
     startBus(QStringLiteral("system"));
     environment().insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"),
                          QStringLiteral("unix:path=") + runtimePath(QStringLiteral("system")));
@@ -72,7 +72,7 @@ QString GnomeCompositor::evaluate(const QString& script) const {
                    QStringLiteral("org.gnome.Shell"), QStringLiteral("--object-path"),
                    QStringLiteral("/org/gnome/Shell"), QStringLiteral("--method"),
                    QStringLiteral("org.gnome.Shell.Eval"), u'\'' + quoted + u'\''});
-    // (true, 'what it gives')
+    // (true, 'result')
     if (!answer.startsWith(QLatin1String("(true, "))) {
         throw std::runtime_error("GNOME Shell: " + answer.toStdString() + " to " + script.toStdString());
     }

@@ -35,8 +35,8 @@ KWinCompositor::KWinCompositor(QSize size)
           std::pair("KWIN_SCREENSHOT_NO_PERMISSION_CHECKS", "1")}) {
         environment().insert(QLatin1String(name), QLatin1String(value));
     }
-    // A copy without the file capability of the installed one, which a private session cannot have. Its own
-    // platform plugin asks for this name.
+    // Uses a copy without the file capability of the installed program, which a private session cannot have.
+    // KWin's platform plugin requires this name.
     const auto program = QStringLiteral("kwin_wayland");
     write(program, contentsOf(QStandardPaths::findExecutable(program)), true);
     startCompositor(path(program),

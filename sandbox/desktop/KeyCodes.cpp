@@ -25,7 +25,8 @@ constexpr std::array names{Named{"Escape", 1},  Named{"BackSpace", 14}, Named{"T
                            Named{"Down", 108},  Named{"Delete", 111},   Named{"super", 125}};
 constexpr int shift = 42;
 
-// The keys that are down together for one sign, the last one last; empty when there is none.
+// Returns the keys that are pressed together for one character, with the last one last; empty if there are
+// none.
 QList<int> keysFor(QChar sign) {
     for (const auto& row : keyboard) {
         if (const auto at = QLatin1String(row.plain).indexOf(sign); at >= 0) {

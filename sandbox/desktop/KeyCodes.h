@@ -3,13 +3,13 @@
 #include <QList>
 #include <QString>
 
-// A key of a US keyboard that goes down or comes up; `code` as the kernel's input-event-codes.h has it.
+// The press or release of a key on a US keyboard; `code` is from the kernel's input-event-codes.h.
 struct KeyMove {
     int code = 0;
     bool down = false;
 };
 
-// All of these throw std::runtime_error for what such a keyboard does not have.
+// Both throw std::runtime_error for what such a keyboard does not have.
 QList<KeyMove> movesForText(const QString& text);
-// As xdotool names keys: "Return", "ctrl+v".
+// Key names are those of xdotool: "Return", "ctrl+v".
 QList<KeyMove> movesForKeys(const QString& keys);

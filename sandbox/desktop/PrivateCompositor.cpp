@@ -32,7 +32,7 @@ constexpr const char* busConfiguration = R"(<busconfig>
 </busconfig>
 )";
 
-// Clients of another user are let in; then the variables are told.
+// Admits clients of another user, then writes the environment to a file.
 constexpr const char* script = R"(#!/bin/sh
 xhost +local: >/dev/null
 env >"%1.new" && mv "%1.new" "%1"
@@ -64,7 +64,7 @@ QStringList asUser(const QStringList& command) {
         return command;
     }
     const auto& user = userOfCompositor();
-    // The change of the user takes the wish to end with this process away.
+    // Changing the user clears the signal that is sent when the parent ends, so it is set again.
     return QStringList{QStringLiteral("setpriv"),
                        QStringLiteral("--reuid=%1").arg(user.pw_uid),
                        QStringLiteral("--regid=%1").arg(user.pw_gid),
@@ -75,7 +75,8 @@ QStringList asUser(const QStringList& command) {
            command;
 }
 
-// As a system has it that starts a display server; made by one that has no rights it would be no other's.
+// Creates the folder as a system with a display server does; one made by an unprivileged user would be
+// refused by others.
 void prepareSocketFolder() {
     if (isRoot()) {
         ::mkdir("/tmp/.X11-unix", 0777);

@@ -14,20 +14,20 @@
 
 enum class CompositorKind { kwin, gnome, sway };
 
-// "kwin", "gnome" or "sway".
+// Accepts "kwin", "gnome" and "sway"; returns nullopt for any other name.
 std::optional<CompositorKind> compositorNamed(const QString& name);
 
-// One of the Wayland compositors that people have, without a screen to look at, with XWayland, folders and a
-// bus of its own. It runs as a user who has no rights here when this process is root's, since two of them
-// refuse root. It ends with this object, or with this process.
+// A common Wayland compositor without a screen, with XWayland, folders and a bus of its own. If this process
+// is root's, it runs as an unprivileged user, since two of the compositors refuse root. It ends with this
+// object, or with this process.
 class PrivateCompositor : public PrivateDesktop {
 public:
-    // Blocks until clients can come. Needs no application object: a QGuiApplication is made after it.
+    // Blocks until clients can connect. Needs no application object; create a QGuiApplication afterwards.
     static std::unique_ptr<PrivateCompositor> start(CompositorKind kind, QSize size = {1280, 900});
 
     QSize size() const override { return m_size; }
     void useInThisProcess() const override;
-    // What makes a process its client: of XWayland, of Wayland itself and of the bus.
+    // Returns the environment that makes a process a client of XWayland, of Wayland itself and of the bus.
     QProcessEnvironment clientEnvironment() const;
     QString busAddress() const;
 
@@ -36,25 +36,25 @@ protected:
 
     QString path(const QString& name) const { return m_folder.filePath(name); }
     QString runtimePath(const QString& name) const { return path(QStringLiteral("run/") + name); }
-    // A file that the compositor's user owns, as every folder on the way to it.
+    // Writes a file that belongs to the compositor's user, as do the folders on the way to it.
     void write(const QString& name, const QByteArray& text, bool isProgram = false) const;
-    // For the compositor and what belongs to it; nothing of this process's own.
+    // The environment of the compositor and its helpers; nothing in it comes from this process.
     QProcessEnvironment& environment() { return m_environment; }
     void startBus(const QString& socket);
     void startCompositor(const QString& program, const QStringList& arguments);
-    // As the compositor's user, or as this process's, who is a client; what it prints.
+    // Run a program as the compositor's user or, as a client, as this process's user, and return its output.
     QString runInside(const QString& program, const QStringList& arguments) const;
     QString runClient(const QString& program, const QStringList& arguments) const;
-    // To the compositor's Wayland socket, as the compositor's user.
+    // Returns a command that connects to the compositor's Wayland socket as the compositor's user.
     QStringList relay() const;
-    // Throws with the compositor's last words when it does not happen.
+    // Throws with the end of the compositor's log if it does not happen.
     void await(const QString& what, const std::function<bool()>& happens);
-    // What the compositor runs at its start: tells its variables, in which clients find it.
+    // Returns a script for the compositor to run at its start. It writes the variables that clients need.
     QString readyScript() const;
     void awaitReadyScript();
 
-    // DISPLAY and its like. A Wayland socket is given as a whole path, which leaves clients their own runtime
-    // folder.
+    // DISPLAY and similar variables. The Wayland socket is an absolute path, so that clients keep their own
+    // runtime folder.
     QProcessEnvironment m_clientVariables;
 
 private:
@@ -64,7 +64,7 @@ private:
     QString log() const;
 
     const QSize m_size;
-    // The name of the program may hold blanks, which the address of a bus may not.
+    // The program's name may contain spaces, which the address of a bus may not.
     QTemporaryDir m_folder{QDir::tempPath() + QStringLiteral("/desktop-XXXXXX")};
     QProcessEnvironment m_environment;
     std::vector<std::unique_ptr<ChildProcess>> m_buses;

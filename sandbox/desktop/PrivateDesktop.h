@@ -5,9 +5,9 @@
 #include <QSize>
 #include <QString>
 
-// Programs show their windows on it, and nobody looks: it takes what a user's hands do, and gives pictures.
-// Places are in pixels, as X clients count them. Operations block until the desktop has been told and throw
-// std::runtime_error; what they cause arrives when the event loop runs.
+// A desktop without a screen, for programs under test: it takes simulated input and provides screenshots.
+// Places are in pixels, as X clients count them. Operations block until the desktop has been told, and throw
+// std::runtime_error; their effects arrive when the event loop runs.
 class PrivateDesktop {
 public:
     PrivateDesktop() = default;
@@ -16,17 +16,17 @@ public:
     PrivateDesktop& operator=(const PrivateDesktop&) = delete;
 
     virtual QSize size() const = 0;
-    // From now on this process and its children are its clients.
+    // Makes this process and its children clients of the desktop.
     virtual void useInThisProcess() const = 0;
 
     virtual void movePointer(QPoint place) const = 0;
-    // The left one.
+    // Presses or releases the left button.
     virtual void setButton(bool pressed) const = 0;
-    // What a US keyboard has.
+    // Types characters of a US keyboard.
     virtual void type(const QString& text) const = 0;
-    // As xdotool names keys: "Return", "ctrl+v".
+    // Presses keys by their xdotool names: "Return", "ctrl+v".
     virtual void pressKeys(const QString& keys) const = 0;
 
-    // All of it. Needs the application object.
+    // Returns a screenshot of the whole desktop. Needs the application object.
     virtual QImage picture() const = 0;
 };

@@ -88,7 +88,7 @@ void PrivateDisplay::splitIntoScreens(const QList<QRect>& screens) const {
                                .arg(millimetres(screen.height()))
                                .arg(screen.x())
                                .arg(screen.y());
-        // The server's one output belongs to the first.
+        // The server's only output belongs to the first screen.
         const auto output = index == 0 ? QStringLiteral("screen") : QStringLiteral("none");
         run(QStringLiteral("xrandr"),
             {QStringLiteral("--setmonitor"), QStringLiteral("part%1").arg(index), place, output});
@@ -131,7 +131,7 @@ QString PrivateDisplay::xdotool(const QStringList& arguments) const {
     return run(QStringLiteral("xdotool"), arguments);
 }
 
-// Not by the option --sync of xdotool, which waits without an end.
+// Does not use xdotool's --sync, which waits forever.
 QString PrivateDisplay::awaitWindow(const QString& title) const {
     QString window;
     await(QStringLiteral("No window with the title ") + title, [&] {

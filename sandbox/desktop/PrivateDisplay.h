@@ -7,18 +7,17 @@
 #include <QRect>
 #include <QTemporaryDir>
 
-// An X server of its own without a screen to look at, with a window manager and a compositor or without.
-// Operations block until it is done and throw std::runtime_error. It ends with this object, or with this
-// process.
+// A private X server without a screen, optionally with a window manager and a compositor. Operations block
+// until they are done and throw std::runtime_error. It ends with this object, or with this process.
 class PrivateDisplay : public PrivateDesktop {
 public:
-    // openbox comes with the compositor picom.
+    // openbox is accompanied by the compositor picom.
     enum class Manager { openbox, none };
 
-    // Needs no application object: a QGuiApplication is made after it.
+    // Needs no application object; create a QGuiApplication afterwards.
     explicit PrivateDisplay(QSize size = {1280, 900}, Manager manager = Manager::openbox);
 
-    // For DISPLAY, of this process and its children.
+    // Returns the value for DISPLAY.
     QString name() const { return m_name; }
     QSize size() const override { return m_size; }
     void useInThisProcess() const override;
@@ -27,11 +26,11 @@ public:
     void type(const QString& text) const override;
     void pressKeys(const QString& keys) const override;
     QImage picture() const override;
-    // Several screens in place of the one, the main screen first. Before programs ask for them.
+    // Splits the display into several screens, the main screen first. Call it before programs ask for them.
     void splitIntoScreens(const QList<QRect>& screens) const;
-    // What `xdotool` prints with these arguments.
+    // Returns the output of `xdotool` with these arguments.
     QString xdotool(const QStringList& arguments) const;
-    // The id of the window with this title, once it is there.
+    // Waits for a window with this title and returns its id.
     QString awaitWindow(const QString& title) const;
 
 private:

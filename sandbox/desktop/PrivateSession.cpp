@@ -50,7 +50,7 @@ std::unique_ptr<QProcess> start(const QString& program, const QStringList& argum
                                 const QByteArray& input = {}, const QString& log = QProcess::nullDevice()) {
     auto process = std::make_unique<QProcess>();
     process->setStandardErrorFile(log, QIODevice::Append);
-    // Nothing outlives a test that crashed.
+    // Nothing may outlive a test that crashed.
     process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     process->start(program, arguments);
     if (!process->waitForStarted(processTimeout)) {
@@ -76,7 +76,7 @@ void end(std::unique_ptr<QProcess>& process) {
 constexpr const char* secretsInterface = "org.freedesktop.Secret.Service";
 const QString loginCollection = QStringLiteral("/org/freedesktop/secrets/collection/login");
 
-// A connection of its own to the secret service, closed at the end.
+// A separate connection to the secret service, closed at the end.
 class BusClient {
 public:
     explicit BusClient(const QString& address)

@@ -8,10 +8,10 @@
 #include <map>
 #include <memory>
 
-// A session of its own: folders in a temporary place, a bus, a secret service. This process and those it
-// starts live in it until it is destroyed, which ends its processes and restores the environment. Nothing is
-// activated by name, unless a folder of services is given: who is on the bus was started. Operations that
-// start or wait return false on failure.
+// A private session: folders in a temporary place, a bus and a secret service. This process and its children
+// use it until it is destroyed, which ends its processes and restores the environment. No service is
+// activated by name unless a folder of services is given. Operations that start or wait return false on
+// failure.
 class PrivateSession {
 public:
     PrivateSession();
@@ -19,14 +19,14 @@ public:
     PrivateSession(const PrivateSession&) = delete;
     PrivateSession& operator=(const PrivateSession&) = delete;
 
-    // The bus starts what `services` describes; what those print goes to busLog().
+    // The bus activates the services that the folder `services` describes; their output goes to busLog().
     bool startBus(const QString& services = {});
     void stopBus();
-    // The bus of a desktop that is there already, in place of its own.
+    // Uses the bus of an existing desktop instead of its own.
     void joinBus(const QString& address);
 
-    // GNOME Keyring. The first start makes its login collection, a later one unlocks it; without a password
-    // it stays locked.
+    // Starts GNOME Keyring. The first start creates its login collection, and later ones unlock it; without a
+    // password it stays locked.
     bool startKeyring(const QString& password);
     bool lockKeyring();
     bool unlockKeyring(const QString& password);
@@ -41,7 +41,7 @@ private:
     void setVariable(const char* name, const QByteArray& value);
     bool waitForService(const QString& name);
 
-    // The name of the program may hold blanks, which the address of a bus may not.
+    // The program's name may contain spaces, which the address of a bus may not.
     QTemporaryDir m_folder{QDir::tempPath() + QStringLiteral("/session-XXXXXX")};
     QString m_busAddress = QStringLiteral("unix:path=") + m_folder.filePath(QStringLiteral("bus"));
     std::map<QByteArray, QByteArray> m_oldVariables;

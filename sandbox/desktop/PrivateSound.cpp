@@ -137,7 +137,7 @@ void PrivateSound::unloadModule(quint32 number) {
     control({QStringLiteral("unload-module"), QString::number(number)});
 }
 
-// A null sink that rewinds, as it does by default, keeps the first block of whatever starts to play from its
+// A null sink that rewinds, as it does by default, loses the first block of whatever starts to play in its
 // monitor.
 quint32 PrivateSound::addSink(const QString& name, const SoundFormat& format) {
     const auto number =
@@ -216,7 +216,8 @@ SoundPlayback PrivateSound::playFile(const QString& path, const QString& sink) {
 SoundPlayback PrivateSound::playTone(const QString& sink, double frequency, double amplitude, double seconds,
                                      quint32 rate) {
     const auto sounding = static_cast<size_t>(std::llround(seconds * rate));
-    // Silence behind it: the server cuts what is rendered and not yet played when a player leaves.
+    // With silence at the end, because the server drops what is rendered but not yet played when a player
+    // leaves.
     std::vector<float> samples(sounding + rate / 4);
     for (size_t i = 0; i < sounding; ++i) {
         const auto phase = 2.0 * std::numbers::pi * frequency * static_cast<double>(i) / rate;
@@ -233,7 +234,7 @@ SoundPlayback PrivateSound::playTone(const QString& sink, double frequency, doub
                  QStringLiteral("--channels=1"), QStringLiteral("--rate=%1").arg(rate), tone.fileName()});
 }
 
-// A long buffer: a player that is late because the machine is busy would tear holes into the sound.
+// With a long buffer, because a player that is late on a busy machine would tear holes into the sound.
 SoundPlayback PrivateSound::play(const QString& sink, const QStringList& arguments) {
     auto player = std::make_unique<ChildProcess>();
     player->start(QStringLiteral("paplay"),

@@ -7,8 +7,8 @@
 
 namespace {
 
-// No device of the machine. The one is for WirePlumber 0.4, the other for 0.5. No bus is asked for the rights
-// of a client.
+// Keeps the machine's devices out, for WirePlumber 0.4 and for 0.5. Also keeps it from asking a bus about the
+// rights of clients.
 constexpr const char* managerScript = R"(alsa_monitor.enabled = false
 v4l2_monitor.enabled = false
 libcamera_monitor.enabled = false
@@ -32,8 +32,8 @@ void write(const QString& path, const QByteArray& text) {
     }
 }
 
-// The installed configuration, with a socket of ours and without the output that the server invents where
-// there is none.
+// The installed configuration, with our socket and without the output that the server invents if there is
+// none.
 QByteArray pulseConfiguration(const QString& folder) {
     QFile installed(QStringLiteral("/usr/share/pipewire/pipewire-pulse.conf"));
     if (!installed.open(QIODevice::ReadOnly)) {

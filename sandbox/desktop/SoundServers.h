@@ -8,7 +8,8 @@
 
 enum class SoundServerKind { pulseAudio, pipeWire };
 
-// A process of a sound server, and the socket in the server's folder that tells the next one to start.
+// A process of a sound server, and the socket in the server's folder that shows when the next process can
+// start.
 struct SoundProgram {
     enum class Task { server, sessionManager };
 
@@ -18,12 +19,12 @@ struct SoundProgram {
     Task task = Task::server;
 };
 
-// In the order of their starts; the last one answers the clients, on the socket "native" in `folder`. Writes
-// what they read at their start. Throws std::runtime_error.
+// Returns the processes in the order in which they start; the last one answers the clients, on the socket
+// "native" in `folder`. Writes their configuration. Throws std::runtime_error.
 std::vector<SoundProgram> soundPrograms(SoundServerKind kind, const QString& folder);
 
-// The system's environment with what the server's own processes read.
+// Returns the system's environment with the variables that the server's own processes read.
 QProcessEnvironment soundServerEnvironment(const QString& folder);
 
-// A source that is silent, as load-module of this server takes it.
+// Returns the arguments of load-module for a silent source on this server.
 QStringList silentSource(SoundServerKind kind, const QString& name);

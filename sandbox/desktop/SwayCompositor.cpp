@@ -26,8 +26,8 @@ SwayCompositor::SwayCompositor(QSize size)
         QString::fromLatin1(configuration).arg(size.width()).arg(size.height()).arg(readyScript()).toUtf8());
     startCompositor(QStringLiteral("sway"), {QStringLiteral("-c"), path(file)});
     awaitReadyScript();
-    // It does nothing for weeks: while there is a keyboard, the clients listen to it, and miss nothing of the
-    // next one.
+    // This keyboard stays idle: as long as there is one, clients listen to the keyboard and miss nothing of
+    // the next one.
     m_keyboard.start(QStringLiteral("wtype"), {QStringLiteral("-s"), QStringLiteral("2000000000")},
                      clientEnvironment(), path(QStringLiteral("wtype.log")));
 }
@@ -47,7 +47,8 @@ void SwayCompositor::type(const QString& text) const {
 void SwayCompositor::pressKeys(const QString& keys) const {
     auto names = keys.split(u'+');
     const auto last = names.takeLast();
-    // XWayland's clients ask for the layout of each new keyboard, and lose what comes before the answer.
+    // XWayland's clients ask for the layout of each new keyboard, and lose keys that arrive before the
+    // answer.
     const QStringList rest{QStringLiteral("-s"), QStringLiteral("60")};
     auto arguments = rest;
     for (const auto& name : names) {

@@ -86,7 +86,7 @@ QStringList UserHands::names() const {
 
 bool UserHands::canUse(const QString& name) const {
     const auto [control, window] = search(name);
-    // The accessible state does not tell.
+    // The accessible state does not include this.
     return control && control->object()->property("enabled").toBool();
 }
 

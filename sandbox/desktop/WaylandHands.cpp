@@ -10,7 +10,7 @@ QByteArray number(Integer value) {
     return WaylandWire::number(static_cast<quint32>(value));
 }
 
-// Requests by their numbers.
+// Request numbers.
 namespace fakeInput {
 constexpr quint16 authenticate = 0;
 constexpr quint16 button = 2;

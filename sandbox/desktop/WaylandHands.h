@@ -6,9 +6,9 @@
 #include <QPoint>
 #include <QSize>
 
-// Devices that are none, one a protocol. They come with the object and go with it.
+// Virtual input devices, one class for each protocol. They exist as long as the object.
 
-// Of KWin's fake-input protocol: a pointer and a keyboard.
+// A pointer and a keyboard, by KWin's fake-input protocol.
 class KWinHands {
 public:
     explicit KWinHands(const QStringList& relay);
@@ -22,10 +22,10 @@ private:
     quint32 m_input;
 };
 
-// Of the wlroots protocol for virtual pointers.
+// A pointer, by the virtual-pointer protocol of wlroots.
 class WlrootsPointer {
 public:
-    // Places are within `desktop`.
+    // Places are relative to `desktop`.
     WlrootsPointer(const QStringList& relay, QSize desktop);
 
     void movePointer(QPoint place);

@@ -7,14 +7,14 @@
 namespace {
 
 constexpr int replyTimeout = 10000; // ms
-// Objects and what they are asked or say, as the protocol numbers them.
+// Numbers of objects, requests and events, from the protocol.
 constexpr quint32 display = 1;
 constexpr quint16 displaySync = 0;
 constexpr quint16 displayGetRegistry = 1;
 constexpr quint16 displaySaysError = 0;
 constexpr quint16 registryBind = 0;
 
-// The protocol has the byte order of the machine.
+// The protocol uses the byte order of the machine.
 quint32 numberAt(const QByteArray& bytes, qsizetype at) {
     quint32 value = 0;
     if (at + 4 <= bytes.size()) {

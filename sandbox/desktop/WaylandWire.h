@@ -7,26 +7,26 @@
 
 #include <functional>
 
-// A client of a Wayland compositor that speaks the protocol itself: enough for the devices of a user's hands,
-// which no library offers. Operations return when the compositor has taken what was sent and throw
+// A minimal Wayland client that speaks the protocol itself: enough for the virtual input devices, which no
+// library offers. Operations return once the compositor has taken what was sent, and throw
 // std::runtime_error.
 class WaylandWire {
 public:
-    // `relay` is a program that hands its channels on to the compositor's socket: whom the compositor takes
-    // for its client is the relay's user.
+    // `relay` is a command that forwards its channels to the compositor's socket. The compositor sees the
+    // user of the relay as its client.
     explicit WaylandWire(const QStringList& relay);
     ~WaylandWire();
 
-    // A new number for an object, to be named at once in what is sent next.
+    // Returns a new object number, which must be used in the next message.
     quint32 newObject() { return ++m_newest; }
-    // Of the global with this interface.
+    // Binds the global with this interface.
     quint32 bind(const QByteArray& interface, quint32 version);
     void send(quint32 object, quint16 opcode, const QByteArray& arguments);
-    // Returns when all that was sent has been acted on.
+    // Returns once everything that was sent has been processed.
     void roundTrip() { roundTrip({}); }
 
     static QByteArray number(quint32 value);
-    // 24.8 bits.
+    // Encodes a number in 24.8 fixed point.
     static QByteArray fixed(double value);
     static QByteArray text(const QByteArray& value);
 

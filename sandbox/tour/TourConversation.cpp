@@ -1,4 +1,4 @@
-// The interview as it should be: from the bar, by pointer and keyboard.
+// A normal interview: at the bar, by pointer and keyboard.
 #include "sandbox/tour/TourScript.h"
 
 #include "sandbox/tour/TourRoles.h"
@@ -53,7 +53,7 @@ QCoro::Task<void> TourScript::startInterview() {
     }
 }
 
-// The candidate answers until the assessment says that a further answer was heard.
+// Has the candidate answer until the assessment shows that another answer was heard.
 QCoro::Task<void> TourScript::speakUntilHeard(QString question, QString answer) {
     const auto before = completion().assessmentText();
     m_transcript.say(interviewer, QStringLiteral("speaks"));
@@ -67,7 +67,7 @@ QCoro::Task<void> TourScript::speakUntilHeard(QString question, QString answer) 
     if (interview().manualModeActive()) {
         co_return;
     }
-    // Named, since g++ 12 destroys the captures of a lambda twice that stands in an awaited call.
+    // Named, since g++ 12 destroys the captures of a lambda in an awaited call twice.
     const Condition assessed = [this, before] {
         return !completion().assessmentText().isEmpty() && completion().assessmentText() != before &&
                !completion().isAssessmentStreaming();
@@ -121,7 +121,7 @@ QCoro::Task<void> TourScript::workManually() {
     require(!interview().manualMode(), QStringLiteral("manual mode is over"));
 }
 
-// Folding, moving and the question before the end: nothing of it touches the interview.
+// Folding, moving and the quit dialog must not disturb the interview.
 QCoro::Task<void> TourScript::lookAtTheBar() {
     m_transcript.chapter(QStringLiteral("The bar makes way"));
     co_await click(QStringLiteral("Hide panel"));

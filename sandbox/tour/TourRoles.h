@@ -2,7 +2,7 @@
 
 #include <QString>
 
-// Who does and sees things in the tour.
+// The roles of the tour's transcript.
 namespace tourroles {
 
 inline const QString tour = QStringLiteral("tour");
@@ -13,7 +13,7 @@ inline const QString sandbox = QStringLiteral("sandbox");
 
 inline constexpr auto interviewId = "3f2b8c64-9d1e-4a57-b0c3-5e8f7a6d2c19";
 
-// One of the voice recordings that every desktop has for testing its loudspeakers.
+// Returns the path of one of the recordings that ALSA installs for testing loudspeakers.
 inline QString recording(const char* name) {
     return QStringLiteral("/usr/share/sounds/alsa/") + QLatin1String(name);
 }

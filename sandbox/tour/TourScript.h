@@ -16,20 +16,19 @@
 
 namespace corvane {
 
-// What was awaited and did not happen.
+// An expected event that did not happen.
 class TourFailure : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-// One user's way through the program, from the first sign-in to the second start, told as it happens. It
-// drives the program's own classes, by what a user or the desktop would do, and looks at what a user would
-// see.
+// One user's way through the program, from the first sign-in to the second start, reported as it happens. It
+// drives the program only as a user or the desktop would, and checks what a user would see.
 class TourScript {
 public:
     struct Options {
         QString program; // the executable
-        // An action of the sandbox that is applied in the middle of the interview and never cured; empty for
+        // An action of the sandbox that is applied in the middle of the interview and never undone; empty for
         // none.
         QString fault;
         QString pictures; // a folder
@@ -39,9 +38,9 @@ public:
     TourScript(TourDesktop& desktop, const PrivateDesktop& display, Transcript& transcript, Options options);
     ~TourScript();
 
-    // Throws TourFailure, or what the program should never have thrown.
+    // Throws TourFailure, or an exception that the program should never have thrown.
     QCoro::Task<void> run();
-    // What is on the display now, as a picture of that name.
+    // Saves a screenshot under this name.
     void savePicture(const QString& name) const;
 
 private:
@@ -68,15 +67,15 @@ private:
     void checkServer(const QJsonObject& state);
     void checkSecrecy();
 
-    // Waits until the condition holds; throws TourFailure with `what` after `seconds`.
+    // Waits until the condition holds. Throws TourFailure with `what` after `seconds`.
     QCoro::Task<void> until(QString what, Condition condition, int seconds = 15);
     QCoro::Task<void> pause(int milliseconds);
-    // What a user does at the windows.
+    // Simulated user input.
     QCoro::Task<void> click(QString name, QString within = {});
     QCoro::Task<void> type(QString text);
     QCoro::Task<void> press(QString keys);
     QCoro::Task<void> drag(QPoint from, QPoint to);
-    // Of the whole display, once it has come to rest.
+    // Saves a screenshot under this name once the display has settled.
     QCoro::Task<void> picture(QString name);
     QCoro::Task<void> speakUntilHeard(QString question, QString answer);
     QCoro::Task<QJsonObject> control(QString path, QJsonObject parameters, bool isQuery);

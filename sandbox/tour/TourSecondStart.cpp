@@ -1,5 +1,5 @@
-// The end of the tour: the installed program itself, started anew on the same desktop, and what was left
-// behind.
+// The end of the tour: the installed program is started again on the same desktop, and what it leaves behind
+// is checked.
 #include "sandbox/tour/TourScript.h"
 
 #include "Services/ClerkAuthService.h"
@@ -50,7 +50,7 @@ QCoro::Task<void> TourScript::startAgain() {
     m_log += QString::fromUtf8(output).split(u'\n');
 }
 
-// No code, token or key in the log or in a file, and no file that others can read.
+// Checks that no code, token or key is in the log or in a file, and that no file can be read by other users.
 void TourScript::checkSecrecy() {
     m_transcript.chapter(QStringLiteral("What is left behind"));
     const auto log = m_log.join(u'\n');

@@ -71,7 +71,7 @@ QCoro::Task<void> TourScript::visitPages() {
         co_await click(QLatin1String(page), QStringLiteral("Pages"));
         co_await picture(QString(QLatin1String(page)).toLower() + QStringLiteral("-page"));
     }
-    // Out of the way, as in a real interview.
+    // Closed, as in a real interview.
     m_app->appDelegate().toggleDashboard();
     require(!m_hands.sees(QStringLiteral("Quit Corvane Lumetra")), QStringLiteral("the dashboard is closed"));
 }

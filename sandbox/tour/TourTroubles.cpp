@@ -1,4 +1,4 @@
-// What goes wrong under an interview, one after the other, and how it goes on.
+// Everything that can go wrong during an interview, one thing after the other, and how the program recovers.
 #include "sandbox/tour/TourScript.h"
 
 #include "sandbox/tour/TourRoles.h"
@@ -74,7 +74,7 @@ QCoro::Task<void> TourScript::loseTheBackend() {
     m_desktop.stopSandbox();
     co_await until(QStringLiteral("the interview pauses"),
                    [this] { return interview().status() == InterviewStatus::paused; });
-    // No token can be fetched meanwhile: then the user decides when to try again.
+    // Without the sign-in service no token can be fetched, so the user decides when to try again.
     co_await until(QStringLiteral("the sign-in service is missed"),
                    [&link] { return link.authError().has_value(); });
     m_transcript.say(program, *link.authError());

@@ -1,4 +1,4 @@
-// A new version: offered, fetched, verified, and handed to what installs packages.
+// A new version: offered, fetched, verified and handed to the package installer.
 #include "sandbox/tour/TourScript.h"
 
 #include "sandbox/tour/TourRoles.h"

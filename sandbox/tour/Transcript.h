@@ -3,17 +3,17 @@
 #include <QElapsedTimer>
 #include <QString>
 
-// What the tour prints: one line a moment, with the seconds since the start. Main thread.
+// Prints the tour's transcript: one line for each event, with the seconds since the start. Main thread.
 class Transcript {
 public:
     Transcript();
 
     void chapter(const QString& title);
-    // `who` did or saw something.
+    // Prints what `role` did or saw.
     void say(const QString& role, const QString& text);
-    // A longer text, indented under the line before it.
+    // Prints a longer text, indented under the previous line.
     void quote(const QString& text);
-    // A line of the program's own log.
+    // Prints a line of the program's own log.
     void log(const QString& line);
 
     double seconds() const { return static_cast<double>(m_timer.elapsed()) / 1000.0; }

@@ -27,8 +27,8 @@ QCoro::Task<void> runTour(TourScript* script, Transcript* transcript) {
                                 .arg(transcript->seconds(), 0, 'f', 0));
         status = 0;
     } catch (const std::exception& error) {
-        transcript->chapter(
-            QStringLiteral("The tour ends here. What did not happen: %1").arg(platform::errorText(error)));
+        transcript->chapter(QStringLiteral("The tour ends here. Expected, but did not happen: %1")
+                                .arg(platform::errorText(error)));
         script->savePicture(QStringLiteral("failure"));
     }
     QCoreApplication::exit(status);
@@ -40,11 +40,11 @@ struct Options {
     bool dark = false;
     int scale = 1;
     SoundServerKind sound = SoundServerKind::pulseAudio;
-    // Without a compositor a plain X server.
+    // A plain X server is used without one.
     std::optional<CompositorKind> compositor;
 };
 
-// Of what an option takes; anything else ends the tour.
+// Returns the choice that an option names; anything else ends the tour.
 template<typename Value>
 Value choice(const QCommandLineParser& parser, const QCommandLineOption& option,
              const std::map<QString, Value>& choices) {
@@ -56,8 +56,8 @@ Value choice(const QCommandLineParser& parser, const QCommandLineOption& option,
     return found->second;
 }
 
-// Before there is an application object: the end of a first one would take the accessible tree from the
-// second.
+// Parsed before there is an application object: destroying a first one would take the accessibility tree from
+// the second.
 Options parse(int argc, char* argv[]) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
@@ -66,20 +66,20 @@ Options parse(int argc, char* argv[]) {
     parser.addHelpOption();
     const QCommandLineOption fault(
         QStringLiteral("fault"),
-        QStringLiteral("Leave a fault of the sandbox uncured in the middle; the tour then fails."),
+        QStringLiteral("Leave a fault of the sandbox in place in the middle; the tour then fails."),
         QStringLiteral("action"));
     const QCommandLineOption pictures(QStringLiteral("pictures"),
-                                      QStringLiteral("Where the pictures of the windows go."),
+                                      QStringLiteral("The folder for pictures of the windows."),
                                       QStringLiteral("folder"), QStringLiteral("tour-pictures"));
     const QCommandLineOption dark(QStringLiteral("dark"), QStringLiteral("Take the dark theme."));
-    const QCommandLineOption scale(QStringLiteral("scale"), QStringLiteral("Pixels for a point: 1 or 2."),
+    const QCommandLineOption scale(QStringLiteral("scale"), QStringLiteral("Pixels per point: 1 or 2."),
                                    QStringLiteral("factor"), QStringLiteral("1"));
     const QCommandLineOption sound(QStringLiteral("sound"),
                                    QStringLiteral("The sound server: pulseaudio or pipewire."),
                                    QStringLiteral("server"), QStringLiteral("pulseaudio"));
     const QCommandLineOption desktop(
         QStringLiteral("desktop"),
-        QStringLiteral("Where the windows are: x11, or on XWayland kwin, gnome or sway."),
+        QStringLiteral("Where the windows are shown: x11, or XWayland on kwin, gnome or sway."),
         QStringLiteral("desktop"), QStringLiteral("x11"));
     parser.addOptions({fault, pictures, dark, scale, sound, desktop});
     parser.process(QStringList(argv, argv + argc));
@@ -113,7 +113,7 @@ int main(int argc, char* argv[]) {
         const auto& display = compositor ? static_cast<const PrivateDesktop&>(*compositor) : *plain;
         display.useInThisProcess();
         qputenv("QT_QPA_PLATFORM", "xcb");
-        // Until the session has its own.
+        // Used until the session has its own.
         const QTemporaryDir runtime;
         qputenv("XDG_RUNTIME_DIR", runtime.path().toUtf8());
         qputenv("QT_SCALE_FACTOR", QByteArray::number(options.scale));
@@ -121,7 +121,7 @@ int main(int argc, char* argv[]) {
         QGuiApplication application(argc, argv);
         QGuiApplication::setQuitOnLastWindowClosed(false);
         TourDesktop desktop(options.sound);
-        // The session hides the display of the user.
+        // The session has hidden the display.
         display.useInThisProcess();
         const auto folder = QCoreApplication::applicationDirPath();
         desktop.start(folder + QStringLiteral("/corvane-sandbox"),
