@@ -5,7 +5,7 @@
 #include <ctime>
 #include <vector>
 
-// The value below which that share of them lies; 0 of none.
+// Returns the value below which `share` of the values lie; 0 if there are none.
 template<typename Value>
 Value percentile(std::vector<Value> values, double share) {
     if (values.empty()) {
@@ -21,7 +21,7 @@ Value median(std::vector<Value> values) {
     return percentile(std::move(values), 0.5);
 }
 
-// ms of this thread: what others do on the machine does not count.
+// Returns the processor time of this thread in ms, which is not affected by other programs.
 inline double threadTime() {
     timespec time{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);

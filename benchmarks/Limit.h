@@ -2,9 +2,9 @@
 
 #include <benchmark/benchmark.h>
 
-inline constexpr auto iterationLimit = "limit"; // a counter
+inline constexpr auto iterationLimit = "limit"; // name of the counter
 
-// What a turn of the loop may take, in processor time; more fails the program.
+// Sets the limit for the processor time of one iteration; exceeding it makes the program fail.
 inline void limitIteration(benchmark::State& state, double seconds) {
     state.counters[iterationLimit] = seconds;
 }

@@ -1,5 +1,5 @@
-// The main function of benchmarks that have limits: the program fails when one is missed, or when a benchmark
-// says that what it measured was not what it should be.
+// The main function of benchmarks with limits: the program fails if a limit is exceeded or if a benchmark
+// reports that its result is wrong.
 #include "benchmarks/Limit.h"
 
 #include <QCoreApplication>

@@ -19,7 +19,7 @@ public:
         show();
     }
 
-    // In the environment, before there is an application.
+    // Sets the environment. Call it before the application object is created.
     static void chooseRenderer() {
         qputenv("QT_QUICK_BACKEND", "software");
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {

@@ -16,7 +16,7 @@ QByteArray contents(const QString& path) {
     return file.readAll();
 }
 
-// The number behind `name`, which begins a line.
+// Returns the number after `name`, which begins a line.
 double field(const QByteArray& text, const QByteArray& name) {
     const auto start = text.indexOf('\n' + name) + 1 + name.size();
     return text.mid(start).trimmed().split(' ').first().split('\n').first().toDouble();
@@ -31,7 +31,7 @@ ProcessUse ProcessUse::of(qint64 process) {
     const QDir threads(folder + QStringLiteral("task"));
     for (const auto& thread : threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         const auto files = threads.filePath(thread);
-        // Nanoseconds on a processor, nanoseconds waiting for one, turns.
+        // The fields are nanoseconds on a processor, nanoseconds waiting for one, and time slices.
         const auto times = contents(files + QStringLiteral("/schedstat")).split(' ');
         use.processorTime += times.first().toDouble() / 1e6;
         use.switches += field(contents(files + QStringLiteral("/status")), "voluntary_ctxt_switches:");

@@ -2,16 +2,17 @@
 
 #include <QtGlobal>
 
-// What a process has used up since its start, all its threads together, and what memory it has.
+// The resources that a process has used since its start, summed over its threads, and the memory that it has.
 struct ProcessUse {
     double processorTime = 0; // ms
-    double switches = 0;      // voluntary ones: how often a thread of it has waited, and was woken
+    double switches = 0;      // voluntary ones: how often its threads waited and were woken
     double resident = 0;      // MB
 
-    // Of threads that have ended nothing is counted. Throws std::runtime_error when the process has ended.
+    // Reads the current figures. Threads that have ended are not counted. Throws std::runtime_error if the
+    // process has ended.
     static ProcessUse of(qint64 process);
 
-    // Of a stretch of time: the memory is that of its end.
+    // Returns the use between two readings; the memory is that of the later one.
     ProcessUse operator-(const ProcessUse& earlier) const {
         return {processorTime - earlier.processorTime, switches - earlier.switches, resident};
     }
@@ -20,5 +21,6 @@ struct ProcessUse {
     }
 };
 
-// MB of the process, shared pages divided among their users. Costs the system some milliseconds.
+// Returns the memory of the process in MB, with shared pages divided among their users. Takes the system some
+// milliseconds.
 double proportionalMemory(qint64 process);

@@ -20,7 +20,8 @@ void fuzz(const QByteArray& input) {
     if (!best) {
         return;
     }
-    // Never back, and never in a circle: who has the best of a feed is offered nothing more by it.
+    // An update never leads back to an older version, and a feed offers nothing more once its best version is
+    // installed.
     ALWAYS(compareVersions(best->versionString, host.versionString) > 0);
     ALWAYS(compareVersions(best->displayVersionString, host.displayVersionString) > 0);
     ALWAYS(best->itemDescription.size() <= platform::appcast::longestNotes);

@@ -14,13 +14,13 @@ QString withoutBlanks(const QString& text) {
 
 } // namespace
 
-// The first line says how the rest comes apart.
+// The first line of the input determines how the rest is cut into pieces.
 void fuzz(const QByteArray& input) {
     const TwoParts parts(input);
     const auto text = QString::fromUtf8(parts.rest);
     const auto sections = parseAssessmentSections(text);
 
-    // Nothing is lost but the headers.
+    // Only the headers may disappear.
     QString shown;
     for (const auto& section : sections) {
         ALWAYS(!section.text.isEmpty() && section.text == section.text.trimmed());
@@ -33,7 +33,7 @@ void fuzz(const QByteArray& input) {
     ALWAYS(withoutBlanks(shown) == withoutBlanks(expected));
 
     if (text.size() > 8000) {
-        return; // shown in pieces, which leave out blanks between them
+        return; // such a text is shown in several cards, without the blanks between them
     }
     AssistantCardsModel model;
     inPieces(text, parts.first, [&](const QString& piece) { model.append(piece); });

@@ -6,14 +6,14 @@ using namespace corvane;
 
 namespace {
 
-// A record that can be read comes back from its own JSON as it is.
+// A record that can be read must survive a round trip through its own JSON.
 template<typename Record>
 void check(const boost::json::value& document) {
     try {
         const auto record = Record::fromJson(document);
         ALWAYS(Record::fromJson(json::parse(json::serialize(record.toJson()))) == record);
     } catch (const json::DecodingError&) {
-        // The only way to refuse.
+        // No other exception is allowed.
     }
 }
 

@@ -7,7 +7,7 @@ using namespace corvane;
 
 namespace {
 
-// Whether a string of the document is this one.
+// Returns whether the document contains this string.
 bool holds(const boost::json::value& value, const QString& text) {
     if (const auto* string = value.if_string()) {
         return json::toQString(*string) == text;
@@ -22,7 +22,7 @@ bool holds(const boost::json::value& value, const QString& text) {
 
 } // namespace
 
-// A path, and behind it a document.
+// The input is a path, and after it a document.
 void fuzz(const QByteArray& input) {
     const TwoParts parts(input);
     const auto path = QString::fromUtf8(parts.first);
@@ -38,11 +38,11 @@ void fuzz(const QByteArray& input) {
     }
     const auto found = CustomProviderService::extractContent(*object, path);
     ALWAYS(!found || holds(document, *found));
-    // Dots only separate.
+    // Empty parts of a path are ignored.
     auto doubled = path;
     doubled.replace(u'.', QStringLiteral(".."));
     ALWAYS(CustomProviderService::extractContent(*object, u'.' + doubled + u'.') == found);
-    // Each member is found by its own name.
+    // Each member must be found by its own name.
     for (const auto& [key, value] : *object) {
         const auto name = json::toQString(key);
         if (value.is_string() && !name.isEmpty() && !name.contains(u'.')) {

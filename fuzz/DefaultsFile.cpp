@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-// A file that somebody edited: what is written into it afterwards is there, and what was there stays.
+// A file that was edited by hand: values written to it must be there, and its other contents must stay.
 void fuzz(const QByteArray& input) {
     static const QTemporaryDir folder;
     const auto path = folder.filePath(QStringLiteral("defaults.ini"));
@@ -30,7 +30,7 @@ void fuzz(const QByteArray& input) {
         const bool isNew = !store->contains(key);
         store->setString(key, value);
         ALWAYS(store->string(key) == value);
-        // A new entry stands somewhere in what was there, which is whole.
+        // A new entry is inserted somewhere, and leaves the rest intact.
         const auto after = contentOf();
         ALWAYS(!isNew || after.size() > input.size());
         if (isNew) {

@@ -9,9 +9,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-// The entry of a fuzzer: a target includes this once and defines fuzz().
+// The entry point of a fuzzer: a target includes this once and defines fuzz().
 
-// What has to hold for any input; the fuzzer keeps the input where it does not.
+// Checks a condition that must hold for any input; the fuzzer keeps an input that violates it.
 #define ALWAYS(condition)                                                                                    \
     if (!(condition)) {                                                                                      \
         std::fprintf(stderr, "%s:%d: does not hold: %s\n", __FILE__, __LINE__, #condition);                  \
@@ -21,7 +21,7 @@
 
 void fuzz(const QByteArray& input);
 
-// The first line of an input, and the rest.
+// Splits an input into its first line and the rest.
 struct TwoParts {
     QByteArray first;
     QByteArray rest;
@@ -31,7 +31,7 @@ struct TwoParts {
         , rest(input.mid(first.size() + 1)) {}
 };
 
-// Hands `whole` over in pieces whose lengths, from 1, are the bytes of `lengths`, over and over.
+// Passes `whole` to `take` in pieces. The bytes of `lengths`, used over and over, give their lengths, from 1.
 template<typename Text, typename Take>
 void inPieces(const Text& whole, const QByteArray& lengths, Take take) {
     qsizetype piece = 0;
@@ -44,7 +44,7 @@ void inPieces(const Text& whole, const QByteArray& lengths, Take take) {
     }
 }
 
-// The parsers' own log lines say nothing here.
+// Discards the log lines of the parsers.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     platform::setLogHandler([](platform::LogSink, const QString&) {});
     return 0;

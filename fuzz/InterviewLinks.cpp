@@ -13,7 +13,7 @@ void fuzz(const QByteArray& input) {
         ALWAYS(!id->isEmpty() && !id->contains(u'/'));
         ALWAYS(text.startsWith(u"corvane://"));
     }
-    // A plain word goes through a link as it is.
+    // A plain word must survive a round trip through a link.
     const auto encoded = QString::fromLatin1(QUrl::toPercentEncoding(text));
     const auto word = interviewOfLink(QStringLiteral("corvane://interview/") + encoded);
     if (interviewId::isValid(text) && text == text.trimmed()) {

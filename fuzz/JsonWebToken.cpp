@@ -16,13 +16,13 @@ void check(const QString& token) {
         ALWAYS(JWT::needsRefresh(secret, 30, expiry - 29s));
         ALWAYS(JWT::needsRefresh(secret, 0, expiry + 1s));
     } catch (const JWT::Error&) {
-        // The only way to refuse.
+        // No other exception is allowed.
     }
 }
 
 } // namespace
 
-// As a token, and as what a token carries.
+// Uses the input as a token, and as the payload of a token.
 void fuzz(const QByteArray& input) {
     check(QString::fromUtf8(input));
     const auto payload = input.toBase64(QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals);

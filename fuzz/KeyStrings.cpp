@@ -10,7 +10,7 @@ void fuzz(const QByteArray& input) {
     ALWAYS(!key.name.contains(u'+'));
     ALWAYS(shownKey(text).isEmpty() == (key.name.isEmpty() && key.modifierFlags == 0));
 
-    // What is pressed is written so that it matches what was pressed, and stays as it is written.
+    // A pressed key is written so that it matches the key again, and the written form is stable.
     const platform::KeyEvent event{
         .modifierFlags = key.modifierFlags, .charactersIgnoringModifiers = key.name, .keyCode = key.keyCode};
     if (const auto written = KeyString::of(event)) {

@@ -8,7 +8,7 @@ using namespace corvane;
 
 namespace {
 
-// Entities are looked up in a document, which wants an application.
+// Entities are looked up in a text document, which needs an application.
 void needApplication() {
     static int count = 0;
     static const bool isSet = qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -18,7 +18,7 @@ void needApplication() {
 
 } // namespace
 
-// The first line says how the rest comes apart.
+// The first line of the input determines how the rest is cut into pieces.
 void fuzz(const QByteArray& input) {
     needApplication();
     const TwoParts parts(input);
@@ -33,7 +33,7 @@ void fuzz(const QByteArray& input) {
 
     IncrementalMarkdown markdown;
     QString source;
-    QString followed; // by what it tells of its changes
+    QString followed; // updated by the reported changes
     inPieces(text, parts.first, [&](const QString& piece) {
         const auto unchanged = source.size();
         source += piece;

@@ -16,8 +16,9 @@ constexpr std::array texts{"30",         "&amp;",   "&#65;",  "]]>",       "<![C
                            " ",          "\xc3\xa9"};
 constexpr qsizetype longestFeed = 2 * platform::appcast::largestFeed;
 
-// A feed by a grammar, so that inputs are well-formed and deep: each byte opens elements, closes them, or
-// adds a text or an attribute. The high bits say which, the low ones what, and the next byte how often.
+// Generates a feed from a grammar, so that inputs are well-formed and deep: each byte opens elements, closes
+// them, or adds a text or an attribute. Its high bits choose the action, its low bits the argument, and the
+// next byte how often.
 class Feed {
 public:
     explicit Feed(const QByteArray& steps) {
@@ -88,7 +89,7 @@ void fuzz(const QByteArray& input) {
         ALWAYS(error.code() == platform::UpdateError::unreadableFeed);
         ALWAYS(error.localizedDescription().size() < 1000);
     }
-    // The notes' own markup nests as it likes; what comes out is never longer than what went in, but for line
+    // The notes' own markup may nest arbitrarily; the result is never longer than the input, except for line
     // breaks and bullets.
     const auto html = QString::fromUtf8(feed.left(platform::appcast::longestNotes));
     const auto notes = corvane::plainReleaseNotes(html);

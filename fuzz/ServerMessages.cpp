@@ -13,7 +13,7 @@ void checkQuestions(const boost::json::object& object) {
     qsizetype planned = 0;
     for (const auto& topic : InterviewPlanTopic::parse(object)) {
         for (const auto& question : topic.questions) {
-            // Both readings see the same questions in the same order.
+            // Both parsers must see the same questions in the same order.
             ALWAYS(planned < questions.size());
             ALWAYS(questions.at(planned).topic == topic.topic && questions.at(planned).question == question);
             ++planned;
@@ -33,7 +33,7 @@ void fuzz(const QByteArray& input) {
         return;
     }
     ALWAYS(message->type == serverMessageType(message->rawType.toStdString()));
-    // What is read is what stands there, however it is written.
+    // The result must not depend on how the message is written.
     const auto again = parseServerMessage(json::serializeSorted(message->object));
     ALWAYS(again && again->rawType == message->rawType && again->type == message->type);
     ALWAYS(again->object.size() == message->object.size());

@@ -42,7 +42,7 @@ void checkLines(const QByteArray& body, const QByteArray& lengths) {
     ALWAYS(whole.lines == expected);
 }
 
-// An answer that is there at once, in pieces.
+// An HTTP response that arrives at once, in pieces.
 class Answer : public platform::HttpClient {
 public:
     Answer(QByteArray body, QByteArray lengths)
@@ -92,7 +92,7 @@ QString answerTo(const QByteArray& body, const QByteArray& lengths) {
 
 } // namespace
 
-// The first line says how the rest comes apart; what is read does not depend on it.
+// The first line of the input determines how the rest is cut into pieces, which must not affect the result.
 void fuzz(const QByteArray& input) {
     const TwoParts parts(input);
     checkLines(parts.rest, parts.first);

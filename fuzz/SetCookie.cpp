@@ -19,13 +19,13 @@ void fuzz(const QByteArray& input) {
         ALWAYS(input.contains("__client"));
         ALWAYS(!token->contains(u';') && !token->contains(u'\n') && *token == token->trimmed());
     }
-    // Another cookie before it takes nothing away from it, be it in a header of its own or in the same.
+    // Another cookie before it must not affect it, whether in a header of its own or in the same one.
     ALWAYS(tokenOf({{"Set-Cookie", "a=b; Expires=Wed, 21 Oct 2026 07:28:00 GMT"}, {"set-cookie", input}}) ==
            token);
     if (!input.startsWith(' ') && !input.startsWith('\t')) {
         ALWAYS(tokenOf({{"Set-Cookie", "a=b; Path=/\n" + input}}) == token);
     }
-    // The header for it goes first.
+    // An Authorization header takes precedence.
     const auto authorized = tokenOf({{"Set-Cookie", input}, {"authorization", "Bearer abc"}});
     ALWAYS(authorized == QStringLiteral("abc"));
 }

@@ -18,17 +18,17 @@ void checkRoundTrip(const boost::json::value& document) {
         const auto record = Record::fromJson(document);
         ALWAYS(Record::fromJson(json::parse(json::serialize(record.toJson()))) == record);
     } catch (const json::DecodingError&) {
-        // The only way to refuse.
+        // No other exception is allowed.
     }
 }
 
-// Of records that are only read: the same twice.
+// Checks records that are only read: reading twice gives the same result.
 template<typename Record>
 void checkReading(const boost::json::value& document) {
     try {
         ALWAYS(Record::fromJson(document) == Record::fromJson(document));
     } catch (const json::DecodingError&) {
-        // The only way to refuse.
+        // No other exception is allowed.
     }
 }
 
@@ -45,11 +45,11 @@ void checkRecords(const QByteArray& input) {
         checkReading<CustomSTTProvider>(document);
         checkReading<SelectedProvider>(document);
     } catch (const json::DecodingError&) {
-        // No document.
+        // The input is not a document.
     }
 }
 
-// How any value stands in the file.
+// Checks how any value is written in the file.
 void checkText(const QByteArray& input) {
     ALWAYS(text::toData(text::fromData(input)) == input);
     const auto value = QString::fromUtf8(input);
@@ -57,7 +57,7 @@ void checkText(const QByteArray& input) {
     ALWAYS(text::toString(line) == value);
     ALWAYS(!line.contains(u'\n') && !line.contains(u'\r') && line == line.trimmed());
     ALWAYS(!text::toBoolean(line) && !text::toInteger(line) && !text::toReal(line) && !text::toData(line));
-    // A value that was written by hand is of one kind; only a whole number is two.
+    // A value that was written by hand has one type; only a whole number has two.
     const int kinds = text::toString(value).has_value() + text::toBoolean(value).has_value() +
                       text::toReal(value).has_value() + text::toData(value).has_value();
     ALWAYS(kinds <= 1);

@@ -4,7 +4,7 @@
 using platform::compareVersions;
 using platform::isVersion;
 
-// Versions, one a line: a strict weak order among each three of them.
+// The input has one version per line: checks a strict weak order among each three of them.
 void fuzz(const QByteArray& input) {
     QStringList versions = QString::fromUtf8(input).split(u'\n');
     versions.resize(3);

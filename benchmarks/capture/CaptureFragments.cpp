@@ -1,7 +1,7 @@
-// What capture alone costs, both streams together, for sound-server fragments of several lengths: this
-// program's own streams beside bare `parec` processes, and what the server pays for them. Figures are medians
-// of several rounds, for on a shared machine the same work takes very different processor time from one
-// moment to the next. Usage: CaptureFragments [seconds to measure each, 20]
+// The cost of capture alone, with both streams, for several lengths of the sound server's fragments: this
+// program's own streams compared with plain `parec` processes, and the cost in the server. Figures are
+// medians of several rounds, because on a shared machine the processor time of the same work varies widely.
+// Usage: CaptureFragments [seconds for each measurement, 20]
 
 #include "Platform/Audio/PulseSettings.h"
 #include "Platform/Core/Tasks.h"
@@ -40,7 +40,7 @@ struct Result {
     int shortChunks = 0;
 };
 
-// When how much arrived, on the stream's thread; read after its end.
+// Records when how much sound arrived, on the stream's thread; read after the stream has ended.
 struct Meter {
     struct Arrival {
         std::chrono::steady_clock::time_point time;
@@ -62,9 +62,8 @@ struct Meter {
                 [](const QString& reason) { throw std::runtime_error(reason.toStdString()); }};
     }
 
-    // How many chunks would be short or missing if a timer took up to 80 ms of sound every 80 ms, for the
-    // worst of all moments at which that timer may have started. The first second settles how much is in
-    // store.
+    // Returns how many chunks would be short or missing if a timer took up to 80 ms of sound every 80 ms, for
+    // the worst possible phase of the timer. The first second determines how much is buffered.
     int shortChunks() const {
         constexpr std::chrono::milliseconds interval{80};
         constexpr size_t full = 3840;
@@ -149,7 +148,7 @@ double median(std::vector<Result>& results, Value value) {
     return static_cast<double>(value(*middle));
 }
 
-// `seconds`: of one round.
+// `seconds` is the length of one round.
 void print(const char* name, int fragment, std::vector<Result>& results, int seconds) {
     const auto minute = 60.0 / seconds;
     std::printf("| %-5s | %2d ms | %5.0f ms | %5.1f | %5.0f ms | %5.1f |", name, fragment,
@@ -170,7 +169,7 @@ void print(const char* name, int fragment, std::vector<Result>& results, int sec
     }
 }
 
-// Null sinks as the server makes them by itself: those of the tests work in blocks of 50 ms at most.
+// Null sinks with the server's defaults: those of the tests work in blocks of at most 50 ms.
 void addDevices(PrivateSound& sound) {
     sound.loadModule(QStringLiteral("module-null-sink"), {QStringLiteral("sink_name=candidate")});
     sound.loadModule(QStringLiteral("module-null-sink"),
@@ -181,7 +180,7 @@ void addDevices(PrivateSound& sound) {
     sound.setDefaultSource(QStringLiteral("mic"));
 }
 
-// `seconds`: of one round.
+// `seconds` is the length of one round.
 void run(int seconds) {
     PrivateSound sound;
     sound.start();
@@ -200,7 +199,8 @@ void run(int seconds) {
             peer[fragment].push_back(measurePeer(sound, fragment, seconds));
         }
     }
-    std::printf("| who | fragment | processor a minute | wake-ups a s | server a minute | its wake-ups a s | "
+    std::printf("| program | fragment | processor time a minute | wake-ups a s | server a minute | its "
+                "wake-ups a s | "
                 "buffers a s | short chunks a minute |\n|---|---|---|---|---|---|---|---|\n");
     for (const int fragment : {20, 40, 80}) {
         print("ours", fragment, own[fragment], seconds);

@@ -1,4 +1,4 @@
-// The least that a Qt Quick program can be: a window of the bar's size with a text, a field and a button.
+// A minimal Qt Quick program: a window of the bar's size with a text, a field and a button.
 #include <QGuiApplication>
 #include <QQmlComponent>
 #include <QQuickView>

@@ -15,7 +15,7 @@ namespace {
 template<typename T>
 using Reply = std::unique_ptr<T, void (*)(void*)>;
 
-constexpr std::size_t lettering = 8; // colours at least, from the smoothing of letters
+constexpr std::size_t lettering = 8; // minimum number of colours, from the smoothing of letters
 
 } // namespace
 
@@ -45,7 +45,7 @@ std::vector<std::uint32_t> DisplayProbe::pixels() const {
     return result;
 }
 
-// Cheap for the display's server, which is busy with the program that starts.
+// A cheap check first, because the display's server is busy with the starting program.
 bool DisplayProbe::showsWindows() const {
     const auto root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
     const Reply<xcb_query_tree_reply_t> tree(
@@ -70,7 +70,7 @@ bool DisplayProbe::isPainted() const {
     }
     const auto now = pixels();
     std::set<std::uint32_t> colours;
-    std::uint32_t last = 0; // a large ground costs no more looking than a small one
+    std::uint32_t last = 0; // skips runs of one colour
     for (std::size_t i = 0; i < now.size() && i < m_empty.size() && colours.size() < lettering; ++i) {
         if (now[i] != m_empty[i] && now[i] != std::exchange(last, now[i])) {
             colours.insert(now[i]);

@@ -7,7 +7,7 @@
 
 struct xcb_connection_t;
 
-// What an X display shows, looked at from outside of the programs on it.
+// Examines what an X display shows, from outside the programs on it.
 class DisplayProbe {
 public:
     explicit DisplayProbe(const QString& display);
@@ -15,7 +15,7 @@ public:
     DisplayProbe(const DisplayProbe&) = delete;
     DisplayProbe& operator=(const DisplayProbe&) = delete;
 
-    // Whether something has been drawn since the construction: lettering, not only a ground.
+    // Returns whether text has been drawn since construction, and not only a background.
     bool isPainted() const;
 
 private:

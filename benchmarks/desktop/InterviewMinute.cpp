@@ -1,5 +1,6 @@
 // A minute of interview: both streams over TLS to the sandbox while both sides speak, with the windows on a
-// private display; beside a minute of talking with Mumble to a server on loopback, where it is installed.
+// private display. Compared with a minute of talking in Mumble through a server on loopback, if it is
+// installed.
 //   InterviewMinute [rounds]
 #include "App/AppDelegate.h"
 #include "Services/ClerkAuthService.h"
@@ -52,13 +53,13 @@ bool says(const QString& path, const QByteArray& words) {
 void awaitCondition(const char* what, const std::function<bool()>& condition) {
     for (int waited = 0; !condition(); waited += 100) {
         if (waited > eventTimeout) {
-            throw std::runtime_error(std::string("Never came: ") + what);
+            throw std::runtime_error(std::string("Did not happen: ") + what);
         }
         QThread::msleep(100);
     }
 }
 
-// From here on both sides of the call speak, longer than is measured.
+// Lets both sides of the call speak for longer than the measurement takes.
 class Conversation {
 public:
     explicit Conversation(TourDesktop& desktop)
@@ -93,7 +94,7 @@ QProcessEnvironment environmentOn(const PrivateDisplay& display) {
     return environment;
 }
 
-// Leaves the signed-in user in the secret store of the desktop.
+// Stores the sign-in in the secret store of the desktop.
 void signIn() {
     AppDelegate app(PlatformServices::ofThisDesktop());
     app.applicationDidFinishLaunching();
@@ -129,7 +130,7 @@ void writeFile(const QString& path, const QByteArray& text) {
     }
 }
 
-// Its sound goes out without a pause, as ours does.
+// Mumble sends sound without a pause, as our program does.
 Minute mumbleMinute(TourDesktop& desktop, const PrivateDisplay& display, const QString& mumble,
                     const QString& server) {
     const auto folder = desktop.folder() + QStringLiteral("/mumble");
@@ -152,7 +153,7 @@ Minute mumbleMinute(TourDesktop& desktop, const PrivateDisplay& display, const Q
     client.start(mumble, {QStringLiteral("mumble://someone@127.0.0.1:%1/").arg(mumblePort)}, environment,
                  folder + QStringLiteral("/client"));
     QThread::msleep(5000);
-    // Its questions: whether to make a certificate, and whether to trust the server's.
+    // Answers its questions: whether to create a certificate, and whether to trust that of the server.
     display.xdotool({QStringLiteral("key"), QStringLiteral("Escape")});
     awaitCondition("Mumble's connection", [&] {
         display.xdotool({QStringLiteral("key"), QStringLiteral("alt+y")});

@@ -1,5 +1,5 @@
-// Start, memory and idleness of the program, beside a bare Qt Quick window and beside Mumble, a Qt voice
-// client, on a private display, session and sound server each time.
+// Start-up time, memory and idle activity of the program, compared with a bare Qt Quick window and with
+// Mumble, a Qt voice client, each on a private display, session and sound server.
 //   WindowFootprint [rounds]
 #include "benchmarks/Figures.h"
 #include "benchmarks/ProcessUse.h"
@@ -30,7 +30,7 @@ constexpr int settling = 14'000;     // ms after the first paint; a text cursor 
 constexpr int pollInterval = 2;      // ms between looks at the display, which cost its server time
 constexpr int idling = 10'000;       // ms
 
-// What the program may take.
+// The limits of the program.
 constexpr double timesBareStart = 1.6;
 constexpr double shareOfMumbleStart = 1.0 / 6;
 constexpr double memoryLimit = 75; // MB
@@ -41,21 +41,21 @@ struct Peer {
     QString program;
     std::vector<double> firstStart = {}; // ms to the first painted window, as a new user
     std::vector<double> nextStart = {};  // the same user again
-    std::vector<double> coldStart = {};  // nothing of it in the machine's memory
+    std::vector<double> coldStart = {};  // with none of its files cached
     ProcessUse idle = {};                // of `idling`
     double proportional = 0;             // MB
 
     double wakeUps() const { return idle.switches * 1000 / idling; } // a second
 };
 
-// What the machine holds in memory of its files. Only a privileged process may throw it away.
+// Drops the cached files. Only a privileged process may do that.
 bool forgetFiles() {
     ::sync();
     QFile file(QStringLiteral("/proc/sys/vm/drop_caches"));
     return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write("3") == 1;
 }
 
-// A desktop that knows nothing of the program yet.
+// A desktop on which the program has never run.
 struct FreshDesktop {
     PrivateSession session;
     PrivateSound sound;
@@ -70,7 +70,7 @@ struct FreshDesktop {
     }
 };
 
-// Milliseconds until a window is painted.
+// Starts a program and returns the milliseconds until a window is painted.
 double start(ChildProcess& process, const Peer& peer, const FreshDesktop& desktop) {
     auto environment = desktop.sound.environment();
     environment.insert(QStringLiteral("DISPLAY"), desktop.display.name());
@@ -100,8 +100,8 @@ ProcessUse watch(qint64 id) {
 }
 
 void measure(Peer& peer, bool idleToo) {
-    // The peer before has left the files that both share in the machine's memory. A first start has all of
-    // its own there too, or it would be cold in part.
+    // The previous program has left the files that both share in the cache. A first start should also find
+    // its own files there, or it would be partly a cold start.
     start(peer, FreshDesktop());
     const FreshDesktop desktop;
     {
@@ -125,7 +125,8 @@ QString medianText(const std::vector<double>& values) {
 using Starts = std::vector<double> Peer::*;
 constexpr std::array<Starts, 3> kindsOfStart{&Peer::firstStart, &Peer::nextStart, &Peer::coldStart};
 
-// How many times as long the one takes, by pairs of one round: what slows the machine down meets both.
+// Returns how many times as long the first takes, in pairs from the same round, since a slow machine affects
+// both.
 double ratio(const Peer& ours, const Peer& other, Starts starts) {
     std::vector<double> ratios;
     std::ranges::transform(ours.*starts, other.*starts, std::back_inserter(ratios), std::divides());
@@ -156,7 +157,7 @@ int main(int argc, char* argv[]) {
     if (const auto mumble = QStandardPaths::findExecutable(QStringLiteral("mumble")); !mumble.isEmpty()) {
         peers.push_back({"Mumble", mumble});
     }
-    // By turns, so that a busy minute of the machine meets all of them.
+    // Alternating, so that a busy minute of the machine affects all of them.
     for (int round = 0; round < rounds; ++round) {
         for (auto& peer : peers) {
             try {

@@ -1,5 +1,5 @@
-// What the program's work costs as there is more of it: each case at one size and at ten times that. Linear
-// growth is ten times the cost; more than the limit is a fault of the program's.
+// How the cost of the program's work grows: each case at one size and at ten times that size. Linear growth
+// costs ten times as much; exceeding the limit is a fault of the program.
 //   Growth
 #include "Services/DatabaseService.h"
 #include "ViewModels/ChatsViewModel.h"
@@ -26,7 +26,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr double growthLimit =
-    20; // times the cost for ten times the work: sorting and a full cache, no square
+    20; // cost ratio for ten times the work: allows sorting and a full cache, but not a square
 constexpr auto interviewId = "3f2b8c64-9d1e-4a57-b0c3-5e8f7a6d2c19";
 
 struct Cost {
@@ -69,12 +69,12 @@ struct Interview {
         program.settle();
         QEventLoop frame;
         QTimer::singleShot(40ms, Qt::PreciseTimer, &frame,
-                           &QEventLoop::quit); // the presenter's own wait is over
+                           &QEventLoop::quit); // longer than the presenter's own delay
         frame.exec();
         view->grabWindow();
     }
-    // Half of the paragraphs are comments and half recommendations, each with a card of its own, or all are
-    // in one card.
+    // Half of the paragraphs are comments and half are recommendations, each with its own card, or all are in
+    // one card.
     void assess(int paragraphs, bool inOneCard = false) {
         QString text;
         for (int i = 0; i < paragraphs; ++i) {
@@ -92,7 +92,7 @@ struct Interview {
     }
 };
 
-// Written by the database's own tool, as a person's years would have: the program writes one at a time.
+// Written with SQLite directly, like years of use: the program writes one conversation at a time.
 void fill(const QString& folder, int conversations) {
     { const DatabaseService made(folder, FakeClock()); }
     sqlite3* database = nullptr;
@@ -197,7 +197,7 @@ constexpr Case cases[]{
     {"minutes of an interview", 48, minutesOfInterview},
 };
 
-// Of three, where that is no long wait: what else the machine does only adds.
+// Returns the best of three runs, unless they take long: other load only adds to the time.
 Cost best(const Case& each, int size) {
     auto cost = each.run(size);
     for (int again = 0; again < 2 && cost.time < 1000; ++again) {
@@ -213,7 +213,7 @@ int main(int argc, char* argv[]) {
     PopoverWindow::chooseRenderer();
     const QGuiApplication application(argc, argv);
     platform::setLogHandler([](platform::LogSink, const QString&) {});
-    // What is read once, by whoever is first, is no part of the smaller case.
+    // Reads what is loaded only once, so that it does not count for the smaller case.
     Interview().draw();
     bool holds = true;
     std::printf("| Size | Of | Time | Times | Kept in memory |\n|---|---|---|---|---|\n");

@@ -1,5 +1,5 @@
-// One key press of the whole session against the table of shortcuts, beside parsing the table at each press
-// and beside Qt's own key sequences.
+// One key press of the whole session against the table of shortcuts, compared with parsing the table at each
+// press and with Qt's own key sequences.
 
 #include "Platform/Storage/DefaultsStore.h"
 #include "Services/ShortcutService.h"
@@ -25,7 +25,7 @@ struct Press {
     int fires; // shortcuts
 };
 
-// As a typist presses them, none repeated.
+// As a typist presses them, without repetitions.
 const std::array presses{
     Press{"a letter", {.charactersIgnoringModifiers = QStringLiteral("e")}, Qt::Key_E, Qt::NoModifier, 0},
     Press{"the space bar",
@@ -50,7 +50,7 @@ void finish(benchmark::State& state, qint64 fired) {
     const auto& press = presses.at(size_t(state.range(0)));
     state.SetLabel(press.name);
     if (fired != state.iterations() * press.fires) {
-        state.SkipWithError("not what the key fires");
+        state.SkipWithError("the key fired the wrong number of shortcuts");
     }
 }
 

@@ -1,4 +1,4 @@
-// How long a sound chunk takes from WebSocketTask::send to a loopback peer that has it whole, over TLS.
+// The time from WebSocketTask::send until a loopback peer has received the whole sound chunk, over TLS.
 
 #include "Platform/Network/WebSocketTask.h"
 #include "benchmarks/Figures.h"
@@ -23,10 +23,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// 80 ms at 48 kHz as a WAV file, and the stream byte in front.
+// 80 ms at 48 kHz as a WAV file, preceded by the stream byte.
 constexpr qsizetype frameBytes = 7725;
 
-// The server on a thread of its own. What it measured is read after its end.
+// The server, on its own thread. Its figures are read after it has ended.
 class Peer : public QThread {
 public:
     explicit Peer(QSslConfiguration tls)
@@ -75,7 +75,7 @@ private:
     std::atomic<int> m_received = 0;
 };
 
-// One stream: frames at an even pace, each with the time at which it was handed over.
+// Sends one stream: frames at an even pace, each with the time at which it was sent.
 void stream(platform::WebSocketTask& task, Clock::time_point start, nanoseconds interval, int count) {
     for (int i = 0; i < count; ++i) {
         std::this_thread::sleep_until(start + i * interval);
@@ -90,7 +90,7 @@ double milliseconds(nanoseconds time) {
     return std::chrono::duration<double, std::milli>(time).count();
 }
 
-// Whether all of them arrived, and their 99th percentile within the limit.
+// Returns whether all frames arrived and the 99th percentile is within the limit.
 bool report(const char* name, const std::vector<nanoseconds>& latencies, int sent, nanoseconds limit) {
     const auto p99 = percentile(latencies, 0.99);
     std::printf("%-32s %7zu of %d frames  p50 %6.3f ms  p99 %6.3f ms (limit: %.0f)  worst %6.3f ms\n", name,

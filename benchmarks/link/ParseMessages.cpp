@@ -1,4 +1,4 @@
-// From a server message on the socket to its event, beside what parsing the same text costs alone.
+// From a server message on the socket to its event, compared with parsing the same text alone.
 
 #include "tests/Services/Link/LinkFixture.h"
 
@@ -12,7 +12,7 @@ using namespace corvane;
 
 namespace {
 
-// Events are taken in batches: how many messages one turn of the event loop finds waiting.
+// The number of messages that one turn of the event loop finds waiting.
 constexpr int batch = 64;
 
 // A chat_chunk of exactly `size` bytes: prose with a line break every 80 characters.
@@ -39,7 +39,7 @@ void perMessage(benchmark::State& state, int messagesPerIteration) {
 void receivedToEvent(benchmark::State& state) {
     LinkFixture link;
     link.open();
-    // The lines are made, as in the program, and go nowhere.
+    // Log lines are made, as in the program, but discarded.
     platform::setLogHandler([](platform::LogSink, const QString&) {});
     qint64 events = 0;
     qint64 characters = 0;

@@ -1,5 +1,5 @@
-// Both streams of an interview over an uplink that carries less than they need: what waits in memory, how
-// long a speech mark takes to the server, and what becomes of the sound.
+// Both streams of an interview over an uplink that carries less than they need: how much waits in memory, how
+// long a speech mark takes to reach the server, and how much sound is dropped.
 //   SlowUplink [seconds]
 
 #include "benchmarks/Figures.h"
@@ -23,23 +23,23 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// 80 ms at 48 kHz as a WAV file, and the stream byte in front; two streams are 1.55 Mbit/s.
+// 80 ms at 48 kHz as a WAV file, preceded by the stream byte; two streams need 1.55 Mbit/s.
 constexpr qsizetype frameBytes = 7725;
 constexpr auto frameInterval = 80ms;
 constexpr auto markInterval = 2s;
 constexpr qsizetype uplinkBytesASecond = 1'000'000 / 8;
 constexpr auto turn = 20ms;
-// As much as a home router may hold back.
+// The buffer of a home router.
 constexpr qsizetype uplinkBuffer = 16 * 1024;
 
-constexpr double markLimit = 2.0; // s, the second of sound over this uplink and what the network itself holds
+constexpr double markLimit = 2.0;    // s: the second of sound over this uplink, and what the network buffers
 constexpr double memoryLimit = 20.0; // MB more than at the start
 
 double seconds(Clock::duration time) {
     return std::chrono::duration<double>(time).count();
 }
 
-// Passes on what comes from the program at the rate of the uplink, and at once what goes to it.
+// Forwards data from the program at the rate of the uplink, and data to it at once.
 class Uplink : public QTcpServer {
 public:
     explicit Uplink(quint16 serverPort)
@@ -75,7 +75,7 @@ private:
     const quint16 m_serverPort;
 };
 
-// The server and the uplink to it, on a thread of their own.
+// The server and its uplink, on their own thread.
 class FarEnd : public QThread {
 public:
     FarEnd() {

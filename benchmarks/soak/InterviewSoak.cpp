@@ -1,8 +1,8 @@
-// Two hours of an interview at ten times speed, with a fault of every kind at random times: after each the
-// program has to be in the state that it has to be in, and the interview has to go on; every frame that a
-// link was handed before it broke has to have come, in order; and at the end the process has the memory, the
-// descriptors and the threads that it had at the start. Exit status 1 when something is not so.
-//   InterviewSoak [minutes of interview] [seed]     120, and a seed of chance; in any case each kind once
+// Two hours of an interview at ten times speed, with a fault of every kind at random times. After each fault
+// the program must be in the right state and the interview must continue; every frame that a link was given
+// before it broke must arrive, in order; at the end the process must have the memory, descriptors and threads
+// of the start. Exits with status 1 if any of this fails.
+//   InterviewSoak [minutes of interview, 120] [seed, random]     every kind of fault occurs at least once
 #include "benchmarks/soak/SoakFaults.h"
 #include "benchmarks/soak/SoakRig.h"
 
@@ -24,18 +24,18 @@ namespace {
 
 constexpr long allowedGrowth = 1024;         // KiB that are allocated
 constexpr long allowedResidentGrowth = 6144; // KiB; what the allocators of all threads keep, and Qt's caches
-// The link, and connections that HTTP keeps for a while: to the backend, the sign-in service, the control
+// The link, and connections that HTTP keeps for a while: to the backend, the sign-in service and the control
 // address.
 constexpr long allowedSockets = 5;
 
 struct Footprint {
     long resident = 0;  // KiB, of the process's own memory
     long allocated = 0; // KiB
-    long files = 0;     // open descriptors that are no sockets
+    long files = 0;     // open descriptors except sockets
     long sockets = 0;
     long threads = 0;
 
-    // While the interview runs.
+    // Measures while the interview runs.
     static Footprint inCalm(SoakRig& rig) {
         rig.wait(60s);
         rig.log.clear();
@@ -77,7 +77,7 @@ void say(const SoakRig& rig, const char* what) {
     std::fflush(stdout);
 }
 
-// Every kind once in an order of chance, then again in another.
+// Yields every kind once in random order, then again in another order.
 class FaultOrder {
 public:
     explicit FaultOrder(std::mt19937_64& random)
@@ -110,7 +110,7 @@ void tail(const LogCapture& log) {
     }
 }
 
-// What the interviewer does meanwhile.
+// Does something that an interviewer might do meanwhile.
 void actAsInterviewer(SoakRig& rig) {
     auto& interview = rig.interview();
     switch (rig.between(0, 4)) {
@@ -135,7 +135,7 @@ public:
         : m_rig(seed)
         , m_order(m_rig.random) {}
 
-    // False, with the reason printed, when something was not as it has to be.
+    // Returns false, and prints the reason, if something went wrong.
     bool run(SoakRig::Seconds length) {
         try {
             m_rig.begin();
@@ -158,7 +158,7 @@ public:
         }
     }
 
-    // False when the process has grown.
+    // Returns false if the process has grown.
     bool summary() const {
         std::printf(
             "%d faults of %zu kinds over %d links; %llu frames came, in order; %llu were lost with a\n"

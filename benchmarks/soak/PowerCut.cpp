@@ -1,6 +1,6 @@
-// Kills a program that stores a conversation, at random moments, and looks at what it has left: the database
-// opens, is sound, and has every message whose save had returned. Every other round begins with no database,
-// so that its making is killed too.
+// Kills a program that stores a conversation, at random moments, and examines what it leaves: the database
+// must open, be intact and contain every message whose save had returned. Every other round begins without a
+// database, so that its creation is interrupted too.
 //   PowerCut [rounds] [seed]
 #include "Models/ChatModels.h"
 #include "Platform/Core/SystemClock.h"
@@ -35,11 +35,11 @@ ChatMessage makeMessage(const QString& id) {
     return message;
 }
 
-// Until it is killed: saves, and says so once the save has returned.
+// Runs until it is killed: saves messages, and prints each id once its save has returned.
 int save(const QString& folder, const QString& round) {
     const platform::SystemClock clock;
     DatabaseService database(folder, clock);
-    // Made again, it would lose its messages.
+    // Creating it again would remove its messages.
     if (const auto id = QString::fromLatin1(conversationId); !database.getConversation(id)) {
         database.createConversation({id, QStringLiteral("Killed"), 1, 1});
     }
@@ -65,8 +65,8 @@ bool isSound(const QString& folder) {
     return opens && answer == "ok";
 }
 
-// The ids whose save had returned when the program was killed: `after` microseconds past that many saves,
-// however long a busy machine takes for them.
+// Returns the ids whose save had returned when the program was killed, which is `after` microseconds past
+// `awaited` saves, however long a busy machine takes for them.
 QStringList killedSaves(const QString& folder, int round, int awaited, int after) {
     QProcess child;
     child.start(QCoreApplication::applicationFilePath(),
@@ -79,13 +79,13 @@ QStringList killedSaves(const QString& folder, int round, int awaited, int after
     QThread::usleep(static_cast<unsigned long>(after));
     child.kill();
     child.waitForFinished();
-    // A line that was cut off had its save behind it, or had not: only whole ones count.
+    // A truncated line may or may not have its save behind it, so only whole lines count.
     auto lines = QString::fromLatin1(told + child.readAllStandardOutput()).split(u'\n');
     lines.removeLast();
     return lines;
 }
 
-// How many of the saved messages are not as they were saved.
+// Returns how many of the saved messages are missing or different.
 qsizetype lost(const QString& folder, const QStringList& saved) {
     const platform::SystemClock clock;
     DatabaseService database(folder, clock);
@@ -116,7 +116,7 @@ int main(int argc, char* argv[]) {
     int unsound = 0;
     int beforeAnySave = 0;
     auto folder = std::make_unique<QTemporaryDir>();
-    QStringList saved; // in the folder at hand
+    QStringList saved; // in the current folder
     for (int round = 0; round < rounds; ++round) {
         if (round % 2 == 0) {
             folder = std::make_unique<QTemporaryDir>();

@@ -2,8 +2,8 @@
 
 #include "Platform/Core/SystemClock.h"
 
-// A clock on which time passes `speed` times as fast. The time of day stays that of the machine, which is
-// also that of the tokens and of the peer.
+// A clock on which time passes `speed` times as fast. The time of day is the machine's, because the tokens
+// and the peer use it too.
 class ScaledClock : public platform::Clock {
 public:
     explicit ScaledClock(int speed)

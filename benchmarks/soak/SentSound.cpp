@@ -4,14 +4,14 @@
 
 namespace {
 
-// Between a frame's handing over and its arrival, on a machine that is busy.
+// The time from handing over a frame to its arrival, on a busy machine.
 constexpr std::chrono::milliseconds travelTime{1000};
-// A link carries so many in a minute or two; more are appended all the same.
+// The number of frames in a minute or two; a longer list simply grows.
 constexpr size_t usualFrames = 32 * 1024;
 
 } // namespace
 
-// Passes everything on; the frames in the order in which they are noted.
+// Forwards everything, and records the frames in the order in which they are sent.
 class SentSound::Task : public platform::WebSocketTask {
 public:
     Task(std::unique_ptr<platform::WebSocketTask> inner, SentSound& owner)
@@ -83,7 +83,7 @@ SentSound::Verdict SentSound::judge(const std::vector<Received>& links, Time bro
                                     .arg(received.frames);
             return verdict;
         }
-        // Nothing arrived of what the links before it were handed.
+        // Nothing that the links before it were given has arrived.
         for (size_t skipped = 0; skipped < found; ++skipped) {
             loseRest(*m_links.front(), 0, broken, verdict);
             m_links.pop_front();
@@ -99,7 +99,7 @@ SentSound::Verdict SentSound::judge(const std::vector<Received>& links, Time bro
     return verdict;
 }
 
-// The index after the last when none did.
+// Returns the index of the link, or the size of the list if none matches.
 size_t SentSound::linkThatSent(const Received& received) const {
     const auto sent = std::ranges::find_if(m_links, [&](const std::shared_ptr<Link>& link) {
         return link->frames.size() >= received.frames &&

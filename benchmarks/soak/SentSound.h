@@ -10,7 +10,7 @@
 #include <mutex>
 #include <vector>
 
-// What was handed to the connections of a program, to be compared with what their peer says it got. Any
+// Records what was handed to the program's connections, to be compared with what their peer reports. Any
 // thread.
 class SentSound {
 public:
@@ -23,19 +23,19 @@ public:
     struct Verdict {
         quint64 received = 0;
         quint64 lost = 0;  // by links that broke
-        QString complaint; // empty when every frame came that had to
+        QString complaint; // empty if every frame arrived that had to
     };
 
-    // The program's connections, which are noted here while this lives.
+    // Returns a factory for the program's connections, which are recorded here.
     std::unique_ptr<platform::WebSocketFactory> recorded(std::unique_ptr<platform::WebSocketFactory> inner);
 
-    // Compares the next links, in their order. Each is expected to have got the first frames handed to it,
-    // unchanged and in order, and to miss none that was handed over before `broken`. With `isOver` false the
-    // last one is still in use and is not done with.
+    // Compares the next links, in order. Each must have received the first frames handed to it, unchanged and
+    // in order, and every frame that was handed over before `broken`. If `isOver` is false, the last link is
+    // still in use and stays open for the next comparison.
     Verdict judge(const std::vector<Received>& links, Time broken, bool isOver);
-    // The peer that knew what became of the links so far is gone.
+    // Drops all links, because the peer that knew what they received is gone.
     void forget();
-    // Of the newest link that had any.
+    // Returns the number of frames of the newest link that has any.
     quint64 framesOfNewest() const;
 
 private:
@@ -48,7 +48,7 @@ private:
     struct Link {
         std::vector<Frame> frames;
         boost::crc_32_type checksum;
-        // Frames before these were judged already.
+        // The number of frames that have been compared.
         size_t judged = 0;
     };
 

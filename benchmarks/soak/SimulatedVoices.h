@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <thread>
 
-// Two people in turns, each on a thread of its own, as a sound server would deliver them `speed` times as
-// fast. No two pieces of it are alike.
+// Two people who take turns to speak, each on a thread of its own, as a sound server would deliver them
+// `speed` times as fast. No two pieces are alike.
 class SimulatedVoices {
 public:
     SimulatedVoices(FakeAudioHost& host, int speed, std::uint32_t seed)
@@ -42,7 +42,7 @@ private:
                 sample = (static_cast<float>(noise >> 8) / 8388608.0F - 1.0F) * level;
             }
             push(std::span<const float>(samples));
-            // What a standstill of the process has cost is not made up for.
+            // Time lost while the process was stopped is not made up for.
             due = std::max(due + piece / speed, Clock::now());
             std::this_thread::sleep_until(due);
         }

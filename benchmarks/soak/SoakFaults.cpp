@@ -20,7 +20,7 @@ QJsonObject with(const char* name, const QJsonValue& value) {
     return {{QLatin1String(name), value}};
 }
 
-// The link goes, and what came before it with the order makes the way back hard.
+// Drops the link, after a previous command has made recovery hard.
 void drop(SoakRig& rig) {
     rig.order(QStringLiteral("drop"));
     rig.expectPaused();
@@ -34,7 +34,7 @@ QString oneOf(SoakRig& rig, const std::array<const char*, count>& names) {
 void expectAuthError(SoakRig& rig, const char* text) {
     const auto expected = QString::fromUtf8(text);
     rig.expectSoon([&] { return rig.link().authError() == expected; }, expected);
-    // Nothing but the button helps.
+    // Only the button helps.
     rig.wait(20s);
     rig.expect(rig.interview().status() == InterviewStatus::paused,
                QStringLiteral("paused until the button"));
@@ -204,7 +204,7 @@ void lateEndAcknowledgement(SoakRig& rig) {
                QStringLiteral("idle and silent at once"));
     rig.wait(2s);
     rig.startInterview();
-    // The acknowledgement of the interview before comes now.
+    // The acknowledgement of the previous interview arrives now.
     rig.expectUndisturbed(15s);
     rig.order(QStringLiteral("delay-end-ack"), with("milliseconds", 0));
 }
@@ -322,20 +322,20 @@ constexpr std::array faults{
     SoakFault{"the upgrade is refused with 503", refusedUpgrade},
     SoakFault{"the upgrade is refused with 401", refusedToken},
     SoakFault{"tokens are revoked", revokedTokens},
-    SoakFault{"no token to be had", noToken},
+    SoakFault{"no token is available", noToken},
     SoakFault{"the sign-in ends", endedSignIn},
-    SoakFault{"no session to be had", failedSession},
+    SoakFault{"no session is available", failedSession},
     SoakFault{"slow answers", slowAnswers},
     SoakFault{"the session is forgotten", forgottenSession},
     SoakFault{"the interview is forgotten", forgottenInterview},
-    SoakFault{"a message that is no JSON", harmlessMessage<malformed>},
+    SoakFault{"a message that is not JSON", harmlessMessage<malformed>},
     SoakFault{"a message of an unknown type", harmlessMessage<unknownType>},
     SoakFault{"messages with wrong types", harmlessMessage<wrongTypes>},
     SoakFault{"100,000 brackets", harmlessMessage<deeplyNested>},
     SoakFault{"a binary message", harmlessMessage<binary>},
     SoakFault{"a message in broken UTF-8", unbearableMessage<invalidUtf8>},
     SoakFault{"a message of 100 MB", unbearableMessage<enormous>},
-    SoakFault{"the server tells of an error", serverError},
+    SoakFault{"the server reports an error", serverError},
     SoakFault{"the server ends the interview", serverEndsInterview},
     SoakFault{"a new interview before the old one's end is acknowledged", lateEndAcknowledgement},
     SoakFault{"the user pauses", pausedByUser},

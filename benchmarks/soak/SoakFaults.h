@@ -6,8 +6,8 @@
 
 namespace corvane {
 
-// What goes wrong around an interview, and in what state the program has to be afterwards. Each leaves it
-// running again.
+// A fault around an interview, and the state in which the program must be afterwards. Each leaves the
+// interview running again.
 struct SoakFault {
     const char* name;
     // Throws SoakFailure.
@@ -16,8 +16,8 @@ struct SoakFault {
 
 std::span<const SoakFault> soakFaults();
 
-// The soak's program started with this option and a path is another program that holds the database there,
-// until its input ends. Gives its exit status.
+// Started with this option and a path, the soak acts as another program that locks the database there until
+// its input ends. lockStore() returns its exit status.
 constexpr auto lockOption = "--lock";
 int lockStore(const char* path);
 

@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 namespace {
 
 const auto interviewId = QStringLiteral("3f2b8c64-9d1e-4a57-b0c3-5e8f7a6d2c19");
-// Of the machine's time: a control order, a start of the stand-in.
+// In real time: for a control request or a start of the stand-in.
 constexpr int serverTimeout = 20'000; // ms
 
 QString text(const QJsonObject& object, const char* outer, const char* inner) {
@@ -197,7 +197,7 @@ void SoakRig::killServer() {
     m_server.kill();
     expect(waitUntil([this] { return m_server.state() == QProcess::NotRunning; }, serverTimeout),
            QStringLiteral("the stand-in ends"));
-    // What became of the frames after the judgement nobody knows any more.
+    // Nobody knows any more what became of the frames after the comparison.
     m_sent.forget();
     m_judgedLinks = 0;
     ++links;
@@ -221,13 +221,13 @@ void SoakRig::expect(bool holds, const QString& what) const {
 
 void SoakRig::expectSoon(const std::function<bool()>& condition, const QString& what, Seconds within) {
     const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(within / speed);
-    // A busy machine is not the program's fault.
+    // A busy machine is not a fault of the program.
     expect(waitUntil(condition, static_cast<int>(limit.count()) + serverTimeout),
            QStringLiteral("not so: ") + what);
 }
 
 void SoakRig::expectPaused() {
-    // It may be over by now.
+    // The pause may already be over.
     expectSoon([this] { return m_pauses > 0; }, QStringLiteral("paused"));
     m_pauses = 0;
     expect(m_wrongPause.isEmpty(), m_wrongPause);
@@ -250,7 +250,7 @@ void SoakRig::expectStreaming() {
 void SoakRig::reconnectByHand() {
     const auto runs = [this] { return interview().status() == InterviewStatus::streaming; };
     for (int attempt = 0; attempt < 10; ++attempt) {
-        // Longer than the longest wait between two tries of its own.
+        // Longer than the longest delay between two attempts of its own.
         if (waitUntil([&] { return runs() || link().authError(); }, 4000) && runs()) {
             return;
         }
@@ -285,7 +285,7 @@ void SoakRig::expectHealthy() {
     const auto complaints = serverState().value(QLatin1String("violations")).toArray();
     expect(complaints.isEmpty(), complaints.first().toString());
     judge(false);
-    // Until the next fault nothing may be lost.
+    // Until the next fault no frame may be lost.
     m_broken = SentSound::Time::max();
 }
 

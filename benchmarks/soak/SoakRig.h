@@ -14,16 +14,16 @@
 
 namespace corvane {
 
-// Something is not as it has to be.
+// Thrown if something is not as it must be.
 class SoakFailure : public std::runtime_error {
 public:
     explicit SoakFailure(const QString& what)
         : std::runtime_error(what.toStdString()) {}
 };
 
-// The whole program at ten times speed, its windows without a screen: over its real network to the stand-in,
-// which is a process of its own; its sound and its secrets come from fakes. Times are simulated unless said
-// otherwise. Main thread.
+// The whole program at ten times speed, with its windows offscreen. It uses its real network layer and the
+// stand-in in a separate process; its sound and its secrets come from fakes. Times are simulated unless
+// stated otherwise. Main thread.
 class SoakRig {
 public:
     using Seconds = std::chrono::duration<double>;
@@ -32,37 +32,37 @@ public:
     explicit SoakRig(quint64 seed);
     ~SoakRig();
 
-    // Signs in, starts the interview and has both sides speak.
+    // Signs in, starts the interview and lets both sides speak.
     void begin();
-    // The interview pauses, so that all that was sent has to have come.
+    // Pauses the interview, after which everything that was sent must have arrived.
     void end();
 
     Seconds time() const;
     void wait(Seconds time);
     int between(int low, int high) { return std::uniform_int_distribution(low, high)(random); }
 
-    // From now on frames may be lost, as far as the link breaks.
+    // From now on frames may be lost if the link breaks.
     void noteFault();
-    // At the stand-in's control address.
+    // Sends an action to the stand-in's control address.
     void order(const QString& action, const QJsonObject& parameters = {});
     QJsonObject serverState();
     void killServer();
     void startServer();
-    // Nothing of this process runs for so long.
+    // Stops this process for so long.
     void freeze(Seconds time);
 
     void expect(bool holds, const QString& what) const;
     void expectSoon(const std::function<bool()>& condition, const QString& what,
                     Seconds within = Seconds(120));
-    // The link was lost during the interview: it is paused and silent, and the user is told.
+    // Expects that the link was lost during the interview: it is paused and silent, and the user is told.
     void expectPaused();
-    // It stays as it is for so long: on the same link, with both sides.
+    // Expects that nothing changes for so long: the same link, with both sides.
     void expectUndisturbed(Seconds time);
-    // The interview runs again, without the user's doing anything.
+    // Expects that the interview runs again, without any action of the user.
     void expectStreaming();
-    // As a user who sees that nothing moves any more: presses "Reconnect" until it does.
+    // Acts like a user who sees no progress: presses "Reconnect" until the interview runs.
     void reconnectByHand();
-    // All is well, at the server too, and every frame came that had to.
+    // Expects that everything is in order, at the server too, and that every frame arrived that had to.
     void expectHealthy();
 
     InterviewViewModel& interview() { return app->interviewViewModel(); }
@@ -79,10 +79,10 @@ public:
     platform::ConnectivityMonitor* connectivity = nullptr;
     QTemporaryDir folder;
 
-    int links = 0; // that were opened, one after the other
+    int links = 0; // opened one after the other
     quint64 received = 0;
     quint64 lost = 0;
-    int pressed = 0; // times that the user had to reconnect
+    int pressed = 0; // how often the user had to reconnect
 
 private:
     PlatformServices services();
@@ -97,7 +97,7 @@ private:
     SentSound m_sent;
     SentSound::Time m_broken = SentSound::Time::clock::now();
     quint64 m_judgedLinks = 0; // of this run of the server
-    int m_pauses = 0;          // since the fault, and not yet expected
+    int m_pauses = 0;          // since the fault, not yet expected
     QString m_wrongPause;
     std::chrono::steady_clock::time_point m_start;
     std::unique_ptr<SimulatedVoices> m_voices;

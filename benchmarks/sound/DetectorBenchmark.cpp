@@ -1,5 +1,5 @@
-// One hop of 1,024 samples through the detector: ours beside the plain loop and beside the detectors of
-// WebRTC and SpeexDSP for the same stretch of sound.
+// One hop of 1,024 samples through our detector, compared with a plain loop and with the detectors of WebRTC
+// and SpeexDSP for the same length of sound.
 #include "Platform/Core/SystemClock.h"
 #include "Services/VADService.h"
 #include "benchmarks/sound/PlainLevel.h"
@@ -15,7 +15,7 @@ namespace {
 
 constexpr size_t hop = 1024;
 constexpr double hopSeconds = hop / 48000.0;
-constexpr int frame = 480; // 10 ms, what the peers take
+constexpr int frame = 480; // 10 ms, as the other detectors require
 
 void plainHop(benchmark::State& state) {
     const auto samples = voiceLikeSignal(hop);
@@ -52,7 +52,7 @@ void detectorHop(benchmark::State& state) {
 }
 BENCHMARK(detectorHop);
 
-// Time for frames of 10 ms, told for the length of a hop.
+// Reports the time for frames of 10 ms in relation to the length of a hop.
 void reportPerHop(benchmark::State& state) {
     state.counters["per_hop"] =
         benchmark::Counter(static_cast<double>(state.iterations()) * frame / static_cast<double>(hop),

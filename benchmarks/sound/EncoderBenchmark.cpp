@@ -1,5 +1,5 @@
-// A chunk of 80 ms, 3,840 floats, to a WAV file in memory: ours beside libsndfile's and beside a copy of as
-// many bytes as the file has.
+// A chunk of 80 ms, 3,840 floats, to a WAV file in memory: our encoder compared with libsndfile's and with
+// copying as many bytes as the file has.
 #include "Utilities/Pcm16.h"
 #include "Utilities/WAVEncoder.h"
 #include "benchmarks/sound/TestSignal.h"
@@ -25,7 +25,7 @@ void encodeChunk(benchmark::State& state) {
 }
 BENCHMARK(encodeChunk);
 
-// Each form of the conversion that this processor can run, without header and allocation.
+// Each implementation of the conversion that this processor can run, without header and allocation.
 void convertChunk(benchmark::State& state) {
     const auto samples = voiceLikeSignal(chunk);
     std::vector<std::byte> out(2 * chunk);
@@ -85,7 +85,7 @@ void sndfileChunk(benchmark::State& state) {
         sf_close(file);
         benchmark::DoNotOptimize(memory.bytes.data());
         if (memory.bytes.size() != 44 + 2 * chunk) {
-            state.SkipWithError("not the file that was asked for");
+            state.SkipWithError("the file has the wrong size");
         }
     }
 }

@@ -13,7 +13,7 @@ namespace {
 constexpr size_t second = 48000; // samples
 constexpr double limit = 0.0002; // of a second's time, on one core
 
-// Detector and the two encoders alone.
+// The detector and the two encoders alone.
 void detectorAndEncoders(benchmark::State& state) {
     const auto samples = voiceLikeSignal(second);
     const std::span<const float> all(samples);

@@ -4,7 +4,7 @@
 
 namespace corvane {
 
-// The level by one loop over squares and peak.
+// Computes the level with a single loop over squares and peak.
 SignalLevel plainLevel(std::span<const float> samples);
 
 } // namespace corvane

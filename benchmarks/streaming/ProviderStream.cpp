@@ -1,7 +1,6 @@
 // A provider's stream from an aiohttp server on loopback, over a real connection into the popover's window:
-// how long a piece of text takes from the server's write until the model has it and until it is drawn, and
-// how long the main thread is away from its event loop meanwhile. The software renderer draws, as in the
-// program.
+// the time from the server's write until the model has a piece of text and until it is drawn, and how long
+// the main thread is away from its event loop. The software renderer draws, as in the program.
 //   ProviderStream [events a second] [seconds]
 #include "Services/CustomProviderService.h"
 #include "benchmarks/Figures.h"
@@ -35,7 +34,7 @@ void report(const char* name, const std::vector<double>& values) {
                 percentile(values, 0.5), percentile(values, 0.99), percentile(values, 1));
 }
 
-// Its services exist once it runs.
+// A program that has been launched, so that its services exist.
 struct LaunchedProgram : TestProgram {
     LaunchedProgram() { launchToSession(); }
 };
@@ -58,7 +57,7 @@ public:
         });
     }
 
-    // Gives the texts that arrived.
+    // Returns the number of texts that arrived.
     qsizetype run() {
         m_completion.setInput(QStringLiteral("Go"));
         const auto busy = threadTime();

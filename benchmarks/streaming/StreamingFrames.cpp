@@ -1,5 +1,6 @@
-// Frames of the popover while 200 pieces of an assessment a second arrive in a text of 10 KB and of 100 KB:
-// what the main thread does for a frame, and for a piece. The software renderer draws, as in the program.
+// Frames of the popover while 200 pieces of an assessment a second are appended to a text of 10 KB or of 100
+// KB: the work of the main thread for each frame and for each piece. The software renderer draws, as in the
+// program.
 //   StreamingFrames [seconds]
 #include "benchmarks/Figures.h"
 #include "benchmarks/PopoverWindow.h"
@@ -22,7 +23,8 @@ using namespace std::chrono_literals;
 constexpr auto chunkInterval = 5ms;
 constexpr double frameLimit = 16.7; // ms
 
-// Prose with inline markdown, as an assessment is: sentences, line breaks and here and there an empty line.
+// Generates prose with inline markdown like that of an assessment: sentences, line breaks and an occasional
+// empty line.
 class Prose {
 public:
     enum class Layout { lines, oneLine };
@@ -49,8 +51,8 @@ private:
     int m_count = 0;
 };
 
-// The view in a window of its own, and how long the main thread is busy between two frames and in drawing
-// them.
+// The view in its own window. Measures how long the main thread works between two frames, and how long it
+// takes to draw them.
 class Stage : public PopoverWindow {
 public:
     explicit Stage(ResponsePopoverPresenter& presenter)
