@@ -4,7 +4,7 @@ include_guard()
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
-# moc of Qt 6.4 stumbles over <concepts> and <coroutine>; their include guards keep it out.
+# moc of Qt 6.4 fails on <concepts> and <coroutine>; their include guards keep them out.
 set(CORVANE_MOC_OPTIONS -D_GLIBCXX_CONCEPTS -D_GLIBCXX_COROUTINE)
 set(CMAKE_AUTOMOC_MOC_OPTIONS ${CORVANE_MOC_OPTIONS})
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
@@ -23,14 +23,14 @@ find_program(MOLD mold)
 if(MOLD)
     add_link_options(-fuse-ld=mold)
 endif()
-# A layer is one library; a program needs only the shared libraries of what it uses of it.
+# Each layer is one library; a program needs only the shared libraries of the parts that it uses.
 add_link_options(-Wl,--as-needed)
 
 set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers for the whole build: address,undefined or thread")
 option(CORVANE_WERROR "Treat warnings as errors, as CI does" OFF)
 
-# What every target of ours is compiled with. One code model everywhere, so that one precompiled header serves
-# libraries and programs alike.
+# The compile options of all our targets. They share one code model, so that one precompiled header serves libraries and
+# programs alike.
 add_library(CorvaneOptions INTERFACE)
 target_compile_options(CorvaneOptions INTERFACE -fPIC)
 target_compile_definitions(CorvaneOptions INTERFACE QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII QT_NO_FOREACH _REENTRANT)
@@ -40,8 +40,8 @@ add_library(CorvaneWarnings INTERFACE)
 target_compile_options(CorvaneWarnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     $<$<BOOL:${CORVANE_WERROR}>:-Werror>)
 
-# Faults that outsiders' bytes could abuse are caught, or have no fixed address. The sanitizers see more, and these flags do
-# not go with them.
+# Protection against faults that untrusted input could exploit. The sanitizers detect more, and these flags do not work with
+# them.
 add_library(CorvaneHardening INTERFACE)
 if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$" AND NOT CORVANE_SANITIZE)
     target_compile_options(CorvaneHardening INTERFACE -fstack-protector-strong -fstack-clash-protection -Wformat
@@ -54,15 +54,15 @@ target_link_libraries(CorvaneOptions INTERFACE CorvaneHardening)
 if(CORVANE_SANITIZE)
     target_compile_options(CorvaneOptions INTERFACE -fsanitize=${CORVANE_SANITIZE} -fno-omit-frame-pointer)
     target_link_options(CorvaneOptions INTERFACE -fsanitize=${CORVANE_SANITIZE})
-    # The sanitizers' own instrumentation trips flow analysis in library headers.
+    # The sanitizers' instrumentation confuses flow analysis in library headers.
     target_compile_options(CorvaneOptions INTERFACE -Wno-maybe-uninitialized)
     if(CORVANE_SANITIZE STREQUAL "thread")
-        # Boost.Asio and the standard library use fences, which the thread sanitizer warns about.
+        # Boost.Asio and the standard library use fences, about which the thread sanitizer warns.
         target_compile_options(CorvaneOptions INTERFACE -Wno-tsan)
     endif()
 endif()
 
-# Each owner of a precompiled header is an object library whose header the others reuse.
+# A precompiled header belongs to an object library, from which other targets reuse it.
 function(corvane_precompiled_header name header)
     file(CONFIGURE OUTPUT "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp" CONTENT "")
     add_library(${name} OBJECT "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp")
@@ -70,7 +70,7 @@ function(corvane_precompiled_header name header)
     target_link_libraries(${name} PRIVATE CorvaneOptions CorvaneWarnings ${ARGN})
 endfunction()
 
-# corvane_target(NAME [HEADER owner]): our flags, our warnings and a precompiled header, by default the program's.
+# corvane_target(NAME [HEADER owner]): applies our flags, our warnings and a precompiled header, by default the program's.
 function(corvane_target name)
     cmake_parse_arguments(arg "" "HEADER" "" ${ARGN})
     if(NOT arg_HEADER)
@@ -80,7 +80,8 @@ function(corvane_target name)
     target_precompile_headers(${name} REUSE_FROM ${arg_HEADER})
 endfunction()
 
-# Sources of one folder are compiled together, `batch` of them at a time: most of the time goes into headers that they share.
+# Compiles the sources of one folder together, `batch` of them at a time, because most of the time is spent in headers that
+# they share.
 function(corvane_batch_sources target batch)
     get_target_property(sources ${target} SOURCES)
     list(FILTER sources INCLUDE REGEX "\\.cpp$")
@@ -101,11 +102,12 @@ function(corvane_batch_sources target batch)
         endif()
     endforeach()
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP UNITY_BUILD_UNIQUE_ID CORVANE_UNIT)
-    # Private types of a source file are so for the compiler in the batch, too.
+    # In a batch, too, the compiler must accept private types of a source file.
     target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
 endfunction()
 
-# corvane_library(NAME [BATCH n] SOURCES ... PUBLIC libs... PRIVATE libs...): a layer.
+# corvane_library(NAME [BATCH n] SOURCES ... PUBLIC libs... PRIVATE libs...): adds a layer, whose sources are compiled
+# n at a time, 12 by default.
 function(corvane_library name)
     cmake_parse_arguments(arg "" "BATCH" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
     if(NOT arg_BATCH)
@@ -118,8 +120,8 @@ function(corvane_library name)
     corvane_batch_sources(${name} ${arg_BATCH})
 endfunction()
 
-# Compiles the C++ that Qt makes of the QML files of `target` in a few batches instead of one file each: their time goes
-# into Qt's private headers. What Qt generates does not keep to our warnings.
+# Compiles the C++ that Qt generates from the QML files of `target` in a few batches instead of one file each, because most
+# of the time is spent in Qt's private headers. The generated code does not meet our warning level.
 function(corvane_batch_qml_cache target)
     get_target_property(sources ${target} SOURCES)
     set(generated ${sources})
@@ -162,11 +164,11 @@ function(corvane_program name)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 endfunction()
 
-# What the thread sanitizer looks at: the tests with the label "threads".
+# The tests that run with the thread sanitizer: those with the label "threads".
 add_custom_target(thread-tests)
 
 # corvane_test(NAME LABEL unit|integration|desktop [threads] [SOURCES ...] [LIBS ...] [TIMEOUT s])
-# NAME.cpp holds the test, and includes NAME.moc at its end.
+# NAME.cpp contains the test and includes NAME.moc at its end.
 function(corvane_test name)
     cmake_parse_arguments(arg "" "TIMEOUT" "LABEL;SOURCES;LIBS" ${ARGN})
     add_executable(${name} ${name}.cpp ${arg_SOURCES})
@@ -183,7 +185,7 @@ function(corvane_test name)
     if("threads" IN_LIST arg_LABEL)
         add_dependencies(thread-tests ${name})
     endif()
-    # What the graphics libraries hold at the end is theirs; the rest of the address sanitizer looks at windows too.
+    # Graphics libraries leak memory at exit; the other checks of the address sanitizer also apply to windows.
     set(leaks "")
     if("desktop" IN_LIST arg_LABEL)
         set(leaks "ASAN_OPTIONS=detect_leaks=0;")

@@ -1,9 +1,8 @@
-# Reads CORVANE_DEPLOYMENT, a JSON file with what belongs to a deployment, and sets a variable for each of its values. A
-# wrong value ends the configuration with the reason. `cmake -DCORVANE_DEPLOYMENT=file -P cmake/Deployment.cmake` only
-# checks the file.
+# Reads CORVANE_DEPLOYMENT, a JSON file with the values of a deployment, and sets a variable for each of them. A wrong value
+# ends the configuration with the reason. `cmake -DCORVANE_DEPLOYMENT=file -P cmake/Deployment.cmake` only checks the file.
 cmake_minimum_required(VERSION 3.25)
 
-# Name in the file, variable, what it is.
+# The name in the file, the variable and the type of each value.
 set(deployment_values
     endpoint CORVANE_DEFAULT_ENDPOINT endpoint
     publishableKey CORVANE_CLERK_PUBLISHABLE_KEY publishable_key
@@ -16,7 +15,8 @@ function(deployment_refuse name value reason)
     message(FATAL_ERROR "${CORVANE_DEPLOYMENT}: ${name} is \"${value}\": ${reason}")
 endfunction()
 
-# What a pattern does not say of an address: eight groups or fewer with one gap, a port that there is, whole escapes.
+# Checks parts of an address that the pattern does not cover: eight groups or fewer with one gap, a valid port, complete
+# escapes.
 function(deployment_check_address_parts name value)
     if(value MATCHES "^https?://\\[([^]]*)\\]")
         set(groups "${CMAKE_MATCH_1}")
@@ -27,7 +27,7 @@ function(deployment_check_address_parts name value)
         if(groups MATCHES ":::" OR groups MATCHES "[0-9A-Fa-f][0-9A-Fa-f][0-9A-Fa-f][0-9A-Fa-f][0-9A-Fa-f]"
            OR groups MATCHES "^:[^:]" OR groups MATCHES "[^:]:$" OR gap_count GREATER 1
            OR (gap_count EQUAL 0 AND NOT count EQUAL 8) OR (gap_count EQUAL 1 AND count GREATER 7))
-            deployment_refuse(${name} "${value}" "${groups} is no IPv6 address.")
+            deployment_refuse(${name} "${value}" "${groups} is not an IPv6 address.")
         endif()
     endif()
     if(value MATCHES "^https?://([^/?[]*|\\[[^]]*\\]):([0-9]+)")
@@ -38,7 +38,7 @@ function(deployment_check_address_parts name value)
     endif()
     string(REGEX REPLACE "%[0-9A-Fa-f][0-9A-Fa-f]" "" unescaped "${value}")
     if(unescaped MATCHES "%")
-        deployment_refuse(${name} "${value}" "behind a percent sign stand two hexadecimal digits.")
+        deployment_refuse(${name} "${value}" "a percent sign must be followed by two hexadecimal digits.")
     endif()
 endfunction()
 
@@ -50,14 +50,14 @@ function(deployment_check_address name value)
     endif()
     deployment_check_address_parts(${name} "${value}")
     if(value MATCHES "^http:" AND NOT value MATCHES "^http://(localhost|127\\.0\\.0\\.1|\\[::1\\])(:[0-9]+)?(/|$)")
-        deployment_refuse(${name} "${value}" "without TLS only this machine itself may be named.")
+        deployment_refuse(${name} "${value}" "only an address of this machine may do without TLS.")
     endif()
 endfunction()
 
 function(deployment_check_endpoint name value)
     deployment_check_address(${name} "${value}")
     if(value MATCHES "/$" OR value MATCHES "\\?")
-        deployment_refuse(${name} "${value}" "paths are put behind it, so it ends without a slash and has no query.")
+        deployment_refuse(${name} "${value}" "paths are appended to it, so it must not end with a slash or have a query.")
     endif()
 endfunction()
 
@@ -72,9 +72,10 @@ function(deployment_check_feed name value)
     endif()
 endfunction()
 
-# pk_test_ or pk_live_, then in base64 the sign-in service's host, in lower case as the program wants it, and a dollar sign.
+# pk_test_ or pk_live_, followed by the base64 of the sign-in service's host, in lower case as the program requires, and a
+# dollar sign.
 function(deployment_check_publishable_key name value)
-    set(shape "pk_test_ or pk_live_ and, in base64, the sign-in service's host with a dollar sign behind it.")
+    set(shape "pk_test_ or pk_live_ followed by the base64 of the sign-in service's host and a dollar sign.")
     if(NOT value MATCHES "^pk_(test|live)_([A-Za-z0-9+/]+=?=?)$")
         deployment_refuse(${name} "${value}" "a publishable key is ${shape}")
     endif()
@@ -90,7 +91,7 @@ function(deployment_check_publishable_key name value)
     endif()
 endfunction()
 
-# 32 bytes are 43 characters and a padding one.
+# 32 bytes are 43 characters of base64 and one padding character.
 function(deployment_check_update_key name value)
     string(LENGTH "${value}" length)
     if(NOT length EQUAL 44 OR NOT value MATCHES "^[A-Za-z0-9+/]+=$")
@@ -100,12 +101,12 @@ endfunction()
 
 macro(deployment_read)
     if(NOT EXISTS "${CORVANE_DEPLOYMENT}")
-        message(FATAL_ERROR "CORVANE_DEPLOYMENT names \"${CORVANE_DEPLOYMENT}\", and there is no such file.")
+        message(FATAL_ERROR "CORVANE_DEPLOYMENT names \"${CORVANE_DEPLOYMENT}\", but that file does not exist.")
     endif()
     file(READ "${CORVANE_DEPLOYMENT}" deployment_text)
     string(JSON deployment_count ERROR_VARIABLE deployment_error LENGTH "${deployment_text}")
     if(deployment_error)
-        message(FATAL_ERROR "${CORVANE_DEPLOYMENT} is no JSON object: ${deployment_error}")
+        message(FATAL_ERROR "${CORVANE_DEPLOYMENT} is not a JSON object: ${deployment_error}")
     endif()
     set(deployment_left ${deployment_values})
     set(deployment_names "")
@@ -123,17 +124,17 @@ macro(deployment_read)
         string(JSON ${deployment_variable} GET "${deployment_text}" ${deployment_name})
         cmake_language(CALL deployment_check_${deployment_kind} ${deployment_name} "${${deployment_variable}}")
     endwhile()
-    # Without both the program says that new versions come from where this one came from.
+    # Without both values, the program says that new versions come from where this one came from.
     if("${CORVANE_UPDATE_FEED_URL}" STREQUAL "" AND NOT "${CORVANE_UPDATE_PUBLIC_KEY}" STREQUAL ""
        OR "${CORVANE_UPDATE_PUBLIC_KEY}" STREQUAL "" AND NOT "${CORVANE_UPDATE_FEED_URL}" STREQUAL "")
-        message(FATAL_ERROR "${CORVANE_DEPLOYMENT} has one of updateFeed and updateKey: both belong together.")
+        message(FATAL_ERROR "${CORVANE_DEPLOYMENT} has only one of updateFeed and updateKey, which belong together.")
     endif()
     math(EXPR deployment_last "${deployment_count} - 1")
     foreach(deployment_index RANGE ${deployment_last})
         string(JSON deployment_name MEMBER "${deployment_text}" ${deployment_index})
         if(NOT deployment_name IN_LIST deployment_names)
             list(JOIN deployment_names ", " deployment_known)
-            message(FATAL_ERROR "${CORVANE_DEPLOYMENT} has an unknown name, ${deployment_name}. Known are: ${deployment_known}.")
+            message(FATAL_ERROR "${CORVANE_DEPLOYMENT} has an unknown name, ${deployment_name}. The known names are: ${deployment_known}.")
         endif()
     endforeach()
 endmacro()

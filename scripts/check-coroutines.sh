@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Coroutines return what ends with them. QCoro moves from what co_return names, an lvalue too: a member, or what a pointer or
-# reference leads to, would be left empty. Copy it into a local first. Fails on a finding; takes files, or checks the tree.
+# Checks that coroutines return only objects that end with them. QCoro moves from what co_return names, even from an lvalue:
+# a member, or the target of a pointer or reference, would be left empty. Copy it into a local first. Fails on a finding;
+# checks the given files, or the whole tree.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,7 +16,7 @@ awk '
         printf "%s:%d: %s\n", FILENAME, FNR, $0
         found = 1
     }
-    # Whether a parameter or a local of that name is declared by value since the coroutine began.
+    # Returns whether a parameter or a local with that name has been declared by value since the coroutine began.
     function isLocal(name) {
         return body ~ ("[A-Za-z0-9_>] " name " *[=;({,)]")
     }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Whether each file of src/ includes only its own layer and those below, and names each header by its path from src/. Fails and
-# names the lines otherwise.
+# Checks that each file of src/ includes only its own layer and those below, and names each header by its path from src/.
+# Fails and prints the offending lines otherwise.
 #   App over Windows over Views over ViewModels over Services over Models, Utilities and Platform
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -19,7 +19,7 @@ while IFS=: read -r file line header; do
     own=${own%%/*}
     target=${header%%/*}
     if [[ -z ${height[$target]:-} || ! -f src/$header ]]; then
-        echo "$file:$line: $header is not a header's path from src/" >&2
+        echo "$file:$line: $header is not the path of a header from src/" >&2
         wrong=1
     elif ((${height[$target]} > ${height[$own]})); then
         echo "$file:$line: the layer $own includes $header" >&2
@@ -27,7 +27,7 @@ while IFS=: read -r file line header; do
     fi
 done < <(git ls-files 'src/*/*.h' 'src/*/*.cpp' | xargs grep -noP '^#include "\K[^"]+(?<!\.moc)(?=")')
 
-# The platform could serve another program; everything above it is the program's, in its namespace.
+# The platform could serve another program; everything above it belongs to this program and is in its namespace.
 while read -r file; do
     if ! grep -q '^namespace corvane {\|^using namespace corvane;' "$file" && [[ $file != src/App/open.cpp ]]; then
         echo "$file: not in the program's namespace" >&2

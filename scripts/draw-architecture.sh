@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Draws docs/pictures/architecture.svg from what the libraries of the build link. An arrow that a way over others already
-# tells is left out. Needs graphviz.
+# Draws docs/pictures/architecture.svg from the link dependencies of the libraries. Arrows that follow from others are left
+# out. Needs graphviz.
 #   scripts/draw-architecture.sh [BUILD]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 build=${1:-build/release}
 graph=$build/architecture.dot
 cmake --graphviz="$graph" "$build" >/dev/null
-# Without the legend, which is a graph of its own; plain boxes.
+# Removes the legend, which is a separate graph, and makes all boxes plain.
 awk '/subgraph clusterLegend/ { skip = 1 } !skip { print } skip && /^}/ { skip = 0 }' "$graph" |
     sed -E 's/shape = [a-z]+/shape = box/; s/style = [a-z]+/style = solid/' |
     tred 2>/dev/null |

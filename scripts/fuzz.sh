@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Builds the fuzz targets and runs them. Fails on a finding, and keeps the input that leads to it.
-#   scripts/fuzz.sh                     each for 5 seconds
-#   scripts/fuzz.sh 600                 each for 600
-#   scripts/fuzz.sh 600 Markdown ...    only these
-# What a run learns, it leaves in build/fuzz/corpus for the next.
+# Builds and runs the fuzz targets. Fails on a finding and keeps the input that causes it.
+#   scripts/fuzz.sh                     each target for 5 seconds
+#   scripts/fuzz.sh 600                 each target for 600 seconds
+#   scripts/fuzz.sh 600 Markdown ...    only these targets
+# New inputs that a run finds stay in build/fuzz/corpus for the next run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the packages of scripts/packages-LIST.txt that are missing; does nothing when none is.
+# Installs the missing packages of scripts/packages-LIST.txt; does nothing if none is missing.
 #   scripts/install-packages.sh run [check] [ci] [desktops]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -9,8 +9,8 @@ for list in "${@:-run}"; do
     lists+=("scripts/packages-$list.txt")
 done
 if ! command -v dpkg-query >/dev/null; then
-    echo "This script installs by apt-get, so it needs Debian or a relative of it." >&2
-    echo "Elsewhere install what ${lists[*]} name and build by cmake --preset release." >&2
+    echo "This script installs packages with apt-get, so it needs Debian or a derivative." >&2
+    echo "On other systems, install what ${lists[*]} list and build with cmake --preset release." >&2
     exit 1
 fi
 
