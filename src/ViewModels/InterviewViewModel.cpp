@@ -55,7 +55,7 @@ void InterviewViewModel::setSystemAudioViewModel(SystemAudioViewModel* model) {
 
 void InterviewViewModel::setManualMode(bool on) {
     m_manualMode = on;
-    m_defaults.setBoolean(QLatin1String(manualModeKey), on);
+    m_defaults.setBool(QLatin1String(manualModeKey), on);
 }
 
 void InterviewViewModel::setErrorMessage(std::optional<QString> message) {

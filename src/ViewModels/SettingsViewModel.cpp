@@ -101,7 +101,7 @@ void SettingsViewModel::setTheme(AppTheme theme) {
 
 void SettingsViewModel::setTransparency(double percent) {
     if (std::exchange(m_transparency, percent) != percent) {
-        m_desktop.defaults.setReal(name("transparency"), percent);
+        m_desktop.defaults.setDouble(name("transparency"), percent);
         Q_EMIT transparencyChanged();
     }
 }
@@ -120,7 +120,7 @@ void SettingsViewModel::setResponseSettings(const ResponseSettings& settings) {
 
 void SettingsViewModel::setCorvaneApiEnabled(bool enabled) {
     m_corvaneApiEnabled = enabled;
-    m_desktop.defaults.setBoolean(name("corvane_api_enabled"), enabled);
+    m_desktop.defaults.setBool(name("corvane_api_enabled"), enabled);
     Q_EMIT corvaneApiEnabledChanged();
 }
 

@@ -23,7 +23,7 @@ constexpr QPoint backstage(640, 890);
 struct Desk : TestProgram {
     Desk()
         : TestProgram(Start::signedIn, defaultInfo(), makeWindowFactory()) {
-        defaults->setBoolean("hasSeenOnboardingVideo", true);
+        defaults->setBool("hasSeenOnboardingVideo", true);
         launchToSession();
         waitUntil([] { return dashboard() && dashboard()->isExposed(); });
         app->toggleDashboard();

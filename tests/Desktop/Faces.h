@@ -36,7 +36,7 @@ public:
                       makeWindowFactory())
         , m_place(face.place) {
         updates = [](auto&&) { return FakeHttpClient::response(200, updateFeed); };
-        defaults->setBoolean("hasSeenOnboardingVideo", face.name != std::string_view("bar, onboarding"));
+        defaults->setBool("hasSeenOnboardingVideo", face.name != std::string_view("bar, onboarding"));
         face.place == Face::Place::signIn ? launch() : launchToSession();
         app->settingsViewModel().setTheme(dark ? AppTheme::dark : AppTheme::light);
         clearScreen();

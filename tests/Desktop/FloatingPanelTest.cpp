@@ -32,7 +32,7 @@ DashboardWindowController* dashboard() {
 struct Desk : TestProgram {
     explicit Desk(bool hasSeenOnboarding = true)
         : TestProgram(Start::signedIn, defaultInfo(), makeWindowFactory()) {
-        defaults->setBoolean("hasSeenOnboardingVideo", hasSeenOnboarding);
+        defaults->setBool("hasSeenOnboardingVideo", hasSeenOnboarding);
         launchToSession();
         waitUntil([] { return dashboard() && dashboard()->isActive(); });
         app->toggleDashboard();

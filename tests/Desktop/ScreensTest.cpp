@@ -57,7 +57,7 @@ QRect changed(const QImage& before, const QImage& now) {
 struct Desk : TestProgram {
     Desk()
         : TestProgram(Start::signedIn, defaultInfo(), makeWindowFactory()) {
-        defaults->setBoolean("hasSeenOnboardingVideo", true);
+        defaults->setBool("hasSeenOnboardingVideo", true);
         launchToSession();
         waitUntil([this] { return panel().isExposed() && QGuiApplication::focusWindow(); });
         app->toggleDashboard();
@@ -81,7 +81,7 @@ private Q_SLOTS:
 void ScreensTest::theBarStandsWholeOnTheMainScreen() {
     QCOMPARE(QGuiApplication::screens().size(), 2);
     TestProgram program(TestProgram::Start::signedIn, TestProgram::defaultInfo(), makeWindowFactory());
-    program.defaults->setBoolean("hasSeenOnboardingVideo", true);
+    program.defaults->setBool("hasSeenOnboardingVideo", true);
     program.launchToSession();
     auto& panel = dynamic_cast<FloatingPanel&>(*program.app->floatingPanel());
     QVERIFY(waitUntil([&] { return panel.isVisible() && QGuiApplication::focusWindow(); }));

@@ -65,7 +65,7 @@ struct Desk : TestProgram {
     Desk()
         : TestProgram(Start::signedIn, defaultInfo(), makeWindowFactory(),
                       platform::makeDesktopKeyMonitor()) {
-        defaults->setBoolean("hasSeenOnboardingVideo", true);
+        defaults->setBool("hasSeenOnboardingVideo", true);
         launchToSession();
         waitUntil([] { return qobject_cast<DashboardWindowController*>(QGuiApplication::focusWindow()); });
         app->toggleDashboard();

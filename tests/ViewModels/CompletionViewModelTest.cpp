@@ -17,7 +17,7 @@ void submit(TestProgram& program, const char* input) {
 }
 
 void useProvider(TestProgram& program, const QByteArray& key = {}) {
-    program.defaults->setBoolean("corvane_api_enabled", false);
+    program.defaults->setBool("corvane_api_enabled", false);
     program.defaults->setData("selected_ai_provider",
                               R"({"id":"p","name":"P",)" + key + R"("isConfigured":true})");
     program.defaults->setData("custom_ai_providers",
@@ -206,7 +206,7 @@ private Q_SLOTS:
     void aProvidersFailureIsShown() {
         TestProgram program;
         program.launchToSession();
-        program.defaults->setBoolean("corvane_api_enabled", false);
+        program.defaults->setBool("corvane_api_enabled", false);
         submit(program, "Hello");
         QCOMPARE(program.completion().errorText(), "Invalid API configuration");
         QVERIFY(!program.completion().isLoading());

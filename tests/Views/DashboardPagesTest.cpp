@@ -155,7 +155,7 @@ private Q_SLOTS:
     void thePageNamesWhoAnswers() {
         const auto [enabled, selected, source] = currentRow<bool, QByteArray, QString>();
         Fixture fixture;
-        fixture.defaults->setBoolean("corvane_api_enabled", enabled);
+        fixture.defaults->setBool("corvane_api_enabled", enabled);
         fixture.defaults->setData("custom_ai_providers", "[" + provider + "]");
         if (!selected.isEmpty()) {
             fixture.defaults->setData("selected_ai_provider",

@@ -50,13 +50,13 @@ public:
     void setString(const QString& key, const QString& value) override {
         change(key, string(key) == value, defaultstext::fromString(value));
     }
-    void setBoolean(const QString& key, bool value) override {
+    void setBool(const QString& key, bool value) override {
         change(key, boolean(key) == value, defaultstext::fromBoolean(value));
     }
     void setInteger(const QString& key, qint64 value) override {
         change(key, integer(key) == value, defaultstext::fromInteger(value));
     }
-    void setReal(const QString& key, double value) override {
+    void setDouble(const QString& key, double value) override {
         change(key, real(key) == value, defaultstext::fromReal(value));
     }
     void setData(const QString& key, const QByteArray& value) override {

@@ -22,9 +22,9 @@ public:
     virtual std::optional<QByteArray> data(const QString& key) const = 0;
 
     virtual void setString(const QString& key, const QString& value) = 0;
-    virtual void setBoolean(const QString& key, bool value) = 0;
+    virtual void setBool(const QString& key, bool value) = 0;
     virtual void setInteger(const QString& key, qint64 value) = 0;
-    virtual void setReal(const QString& key, double value) = 0;
+    virtual void setDouble(const QString& key, double value) = 0;
     virtual void setData(const QString& key, const QByteArray& value) = 0;
     virtual void remove(const QString& key) = 0;
 };

@@ -234,7 +234,7 @@ void OverlayBarPresenter::dismissOnboarding() {
 
 void OverlayBarPresenter::setHasSeenOnboardingVideo() {
     m_hasSeenOnboardingVideo = true;
-    m_defaults.setBoolean(hasSeenOnboardingVideoKey, true);
+    m_defaults.setBool(hasSeenOnboardingVideoKey, true);
     scheduleUpdate();
 }
 

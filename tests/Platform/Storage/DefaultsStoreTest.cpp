@@ -58,9 +58,9 @@ private Q_SLOTS:
         m_store->setData("bytes", "\xff\x00"_qba);
         m_store->setData("json", json);
         m_store->setData("cut off", json + '\xee');
-        m_store->setReal("real", 100);
+        m_store->setDouble("real", 100);
         m_store->setInteger("integer", std::numeric_limits<qint64>::min());
-        m_store->setBoolean("no", false);
+        m_store->setBool("no", false);
         m_store = platform::makeFileDefaultsStore(m_path);
         for (const auto& text : texts) {
             QCOMPARE(readings("text " + QString::number(texts.indexOf(text))), "string " + text);
@@ -94,7 +94,7 @@ private Q_SLOTS:
         QCOMPARE(m_store->data("broken"), std::nullopt);
         // What says the same already stays as it is.
         m_store->setData("screenshot_config", R"({"mode":"auto"})");
-        m_store->setBoolean("autostart", true);
+        m_store->setBool("autostart", true);
         QCOMPARE(readFile(), before);
         m_store->setString("theme", "light");
         m_store->setInteger("new", 1);

@@ -31,7 +31,7 @@ providerEntries(const QString& baseUrl, const QString& endpoint, const QString& 
     auto defaults = platform::makeMemoryDefaultsStore();
     defaults->setData("selected_ai_provider", json::serialize(selected));
     defaults->setData("custom_ai_providers", json::serialize(boost::json::array{provider}));
-    defaults->setBoolean("corvane_api_enabled", false);
+    defaults->setBool("corvane_api_enabled", false);
     return defaults;
 }
 
