@@ -27,7 +27,8 @@ float requiredFloat(const boost::json::object& object, std::string_view key) {
     return static_cast<float>(number);
 }
 
-// The shortest decimal that reads back as the same float: 0.012, not 0.012000000104308128.
+// Returns the double whose shortest decimal form reads back as the same float: 0.012, not
+// 0.012000000104308128.
 double shortest(float number) {
     std::array<char, 32> text{};
     const auto written = std::to_chars(text.begin(), text.end(), number);

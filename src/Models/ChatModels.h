@@ -18,7 +18,7 @@ struct Conversation {
     qint64 updatedAt = 0;
 
     static QString newID();
-    // Strict: throws DecodingError (Json.h).
+    // Throws json::DecodingError when a key is missing or its value has another type.
     static Conversation fromJson(const boost::json::value& json);
     boost::json::object toJson() const;
     bool operator==(const Conversation&) const = default;
@@ -28,7 +28,7 @@ enum class MessageRole { user, assistant, system };
 QString rawValue(MessageRole role);
 std::optional<MessageRole> messageRole(const QString& rawValue);
 
-// One file handed to a chat message.
+// A file that is attached to a chat message.
 struct AttachedFile {
     QString id;
     QString name;
@@ -50,7 +50,7 @@ struct ChatMessage {
     std::optional<QString> attachedFiles; // a JSON array of AttachedFile
 
     static QString newID();
-    // Empty when there are none or the text is no such array.
+    // Returns an empty list when there are no attachments or the text is not a valid array.
     QList<AttachedFile> decodedAttachments() const;
     static ChatMessage fromJson(const boost::json::value& json);
     boost::json::object toJson() const;

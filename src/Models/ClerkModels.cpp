@@ -14,7 +14,7 @@ constexpr std::array<std::pair<ClerkSignInStatus, std::string_view>, 5> statusNa
     {ClerkSignInStatus::abandoned, "abandoned"},
 }};
 
-ClerkSignInStatus statusFrom(const QString& text) {
+ClerkSignInStatus parseStatus(const QString& text) {
     const auto name = text.toStdString();
     const auto* found = std::ranges::find(statusNames, name, &decltype(statusNames)::value_type::second);
     if (found == statusNames.end()) {
@@ -23,12 +23,12 @@ ClerkSignInStatus statusFrom(const QString& text) {
     return found->first;
 }
 
-std::string_view nameOf(ClerkSignInStatus status) {
+std::string_view statusName(ClerkSignInStatus status) {
     return std::ranges::find(statusNames, status, &decltype(statusNames)::value_type::first)->second;
 }
 
 template<typename T>
-QList<T> listFrom(const boost::json::value& value) {
+QList<T> parseList(const boost::json::value& value) {
     QList<T> list;
     for (const auto& element : json::asArray(value)) {
         list.append(T::fromJson(element));
@@ -39,11 +39,11 @@ QList<T> listFrom(const boost::json::value& value) {
 template<typename T>
 std::optional<QList<T>> optionalList(const boost::json::object& object, std::string_view key) {
     const auto* value = json::optionalValue(object, key);
-    return value ? std::optional(listFrom<T>(*value)) : std::nullopt;
+    return value ? std::optional(parseList<T>(*value)) : std::nullopt;
 }
 
 template<typename T>
-boost::json::array arrayOf(const QList<T>& list) {
+boost::json::array jsonArray(const QList<T>& list) {
     boost::json::array array;
     for (const auto& element : list) {
         array.push_back(element.toJson());
@@ -51,7 +51,7 @@ boost::json::array arrayOf(const QList<T>& list) {
     return array;
 }
 
-void put(boost::json::object& object, std::string_view key, const std::optional<QString>& text) {
+void setIfPresent(boost::json::object& object, std::string_view key, const std::optional<QString>& text) {
     if (text) {
         object[key] = json::toJson(*text);
     }
@@ -66,7 +66,7 @@ ClerkEmailAddress ClerkEmailAddress::fromJson(const boost::json::value& value) {
 
 boost::json::object ClerkEmailAddress::toJson() const {
     boost::json::object object{{"id", json::toJson(id)}};
-    put(object, "email_address", emailAddress);
+    setIfPresent(object, "email_address", emailAddress);
     return object;
 }
 
@@ -77,24 +77,24 @@ ClerkSupportedFirstFactor ClerkSupportedFirstFactor::fromJson(const boost::json:
 
 boost::json::object ClerkSupportedFirstFactor::toJson() const {
     boost::json::object object{{"strategy", json::toJson(strategy)}};
-    put(object, "email_address_id", emailAddressId);
+    setIfPresent(object, "email_address_id", emailAddressId);
     return object;
 }
 
 ClerkSignIn ClerkSignIn::fromJson(const boost::json::value& value) {
     const auto& object = json::asObject(value);
-    return {json::requiredString(object, "id"), statusFrom(json::requiredString(object, "status")),
+    return {json::requiredString(object, "id"), parseStatus(json::requiredString(object, "status")),
             optionalList<ClerkSupportedFirstFactor>(object, "supported_first_factors"),
             json::optionalString(object, "created_session_id"), json::optionalString(object, "identifier")};
 }
 
 boost::json::object ClerkSignIn::toJson() const {
-    boost::json::object object{{"id", json::toJson(id)}, {"status", nameOf(status)}};
+    boost::json::object object{{"id", json::toJson(id)}, {"status", statusName(status)}};
     if (supportedFirstFactors) {
-        object["supported_first_factors"] = arrayOf(*supportedFirstFactors);
+        object["supported_first_factors"] = jsonArray(*supportedFirstFactors);
     }
-    put(object, "created_session_id", createdSessionId);
-    put(object, "identifier", identifier);
+    setIfPresent(object, "created_session_id", createdSessionId);
+    setIfPresent(object, "identifier", identifier);
     return object;
 }
 
@@ -106,7 +106,7 @@ ClerkSession ClerkSession::fromJson(const boost::json::value& value) {
 
 boost::json::object ClerkSession::toJson() const {
     boost::json::object object{{"id", json::toJson(id)}, {"status", json::toJson(status)}};
-    put(object, "user_id", userId);
+    setIfPresent(object, "user_id", userId);
     if (lastActiveAt) {
         object["last_active_at"] = *lastActiveAt;
     }
@@ -124,14 +124,14 @@ ClerkClientResource ClerkClientResource::fromJson(const boost::json::value& valu
 
 boost::json::object ClerkClientResource::toJson() const {
     boost::json::object object;
-    put(object, "id", id);
+    setIfPresent(object, "id", id);
     if (signIn) {
         object["sign_in"] = signIn->toJson();
     }
     if (sessions) {
-        object["sessions"] = arrayOf(*sessions);
+        object["sessions"] = jsonArray(*sessions);
     }
-    put(object, "last_active_session_id", lastActiveSessionId);
+    setIfPresent(object, "last_active_session_id", lastActiveSessionId);
     return object;
 }
 
@@ -142,7 +142,7 @@ ClerkTokenResponse ClerkTokenResponse::fromJson(const boost::json::value& value)
 
 boost::json::object ClerkTokenResponse::toJson() const {
     boost::json::object result{{"jwt", json::toJson(jwt.reveal())}};
-    put(result, "object", object);
+    setIfPresent(result, "object", object);
     return result;
 }
 
@@ -170,7 +170,7 @@ boost::json::object ClerkAPIError::toJson() const {
     for (const auto& item : m_errors) {
         boost::json::object object{{"code", json::toJson(item.code)},
                                    {"message", json::toJson(item.message)}};
-        put(object, "long_message", item.longMessage);
+        setIfPresent(object, "long_message", item.longMessage);
         items.push_back(std::move(object));
     }
     return {{"errors", std::move(items)}};

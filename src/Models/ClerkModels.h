@@ -7,9 +7,9 @@
 
 namespace corvane {
 
-// The records of the sign-in service's frontend API. fromJson() is strict: a missing required key or a value
-// of another type throws json::DecodingError for the whole record; an optional field may be missing or null;
-// unknown keys are ignored. toJson() leaves absent fields out.
+// The records of the sign-in service's frontend API. fromJson() throws json::DecodingError when a required
+// key is missing or a value has another type. Optional fields may be missing or null, and unknown keys are
+// ignored. toJson() leaves absent fields out.
 
 enum class ClerkSignInStatus { needsIdentifier, needsFirstFactor, needsSecondFactor, complete, abandoned };
 
@@ -66,7 +66,7 @@ struct ClerkClientResource {
     boost::json::object toJson() const;
 };
 
-// The wrapper around most answers.
+// The object in which most responses are wrapped.
 template<typename T>
 struct ClerkEnvelope {
     T response;
@@ -90,7 +90,7 @@ struct ClerkEnvelope {
     }
 };
 
-// The answer to a token request; no envelope.
+// The response to a token request, which has no envelope.
 struct ClerkTokenResponse {
     platform::Secret jwt;
     std::optional<QString> object;
@@ -100,7 +100,7 @@ struct ClerkTokenResponse {
     boost::json::object toJson() const;
 };
 
-// The body of a refusal, thrown as it is. what() is the first item's message.
+// The body of an error response. what() is the message of its first item.
 class ClerkAPIError : public std::runtime_error {
 public:
     struct Item {
@@ -114,7 +114,7 @@ public:
     explicit ClerkAPIError(QList<Item> errors);
     const QList<Item>& errors() const { return m_errors; }
     bool hasCode(const QString& code) const;
-    // The HTTP status that it came with; 0 when it did not come by HTTP.
+    // Returns the HTTP status of the response, or 0 when the error did not come by HTTP.
     int status() const { return m_status; }
     void setStatus(int status) { m_status = status; }
 

@@ -13,7 +13,7 @@ namespace {
 constexpr std::array<const char*, 7> interviewStatusNames{
     "idle", "waitingForQuestions", "startingAudio", "connecting", "streaming", "paused", "error"};
 
-// The elements of a topic; nothing unless it is an array of objects throughout.
+// Returns the elements of a topic, or null unless the value is an array of objects throughout.
 const boost::json::array* questionObjects(const boost::json::value& value) {
     const auto* elements = value.if_array();
     const bool usable =
@@ -67,10 +67,10 @@ QList<InterviewPlanTopic> InterviewPlanTopic::parse(const boost::json::object& o
 }
 
 QString InterviewQuestion::cleanDisplayText(const QString& text) {
-    // Unicode properties: the no-break spaces that people paste are white space too.
+    // With Unicode properties, \s also matches the no-break spaces that people paste.
     constexpr auto unicode = QRegularExpression::UseUnicodePropertiesOption;
-    // A run of blanks is tried from its beginning only: where expressions are interpreted, not compiled, the
-    // time for a long one would grow with its square.
+    // The lookbehind lets a match start only at the beginning of a run of blanks. Without it, an expression
+    // that is interpreted and not compiled would take quadratic time on a long run.
     static const QRegularExpression bracketedNote(QStringLiteral(R"((?<!\s)\s*+\[[^\]]*+\])"), unicode);
     static const QRegularExpression emptyParentheses(QStringLiteral(R"((?<!\s)\s*+\(\s*+\))"), unicode);
     static const QRegularExpression blanks(QStringLiteral(R"(\s{2,})"), unicode);

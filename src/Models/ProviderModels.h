@@ -7,9 +7,9 @@
 
 namespace corvane {
 
-// A language model or speech-to-text service of the user's own. The records are written into the defaults
-// store by hand or by another tool, and only read here. fromJson() is strict: a missing key or a value of
-// another kind throws json::DecodingError for the whole record.
+// A language model or speech-to-text service that the user has set up. The records are written to the
+// defaults store by hand or by another tool, and only read here. fromJson() throws json::DecodingError when a
+// key is missing or its value has another type.
 
 struct AIModel {
     QString id;
@@ -20,9 +20,9 @@ struct AIModel {
     static AIModel fromJson(const boost::json::value& value);
 };
 
-// A chat endpoint: the request goes to baseUrl with chatEndpoint behind it, nothing in between.
+// A chat endpoint. Requests go to baseUrl followed directly by chatEndpoint.
 struct CustomAIProvider {
-    QString id; // what SelectedProvider::id names
+    QString id; // SelectedProvider::id refers to it
     QString name;
     QString baseUrl;
     QString chatEndpoint;
@@ -39,7 +39,7 @@ struct CustomAIProvider {
     static CustomAIProvider fromJson(const boost::json::value& value);
 };
 
-// A speech-to-text endpoint. No sound goes there yet.
+// A speech-to-text endpoint. The program does not use it yet.
 struct CustomSTTProvider {
     QString id;
     QString name;
@@ -57,7 +57,7 @@ struct CustomSTTProvider {
     static CustomSTTProvider fromJson(const boost::json::value& value);
 };
 
-// The current choice, of either kind.
+// The provider that is chosen at present, of either kind.
 struct SelectedProvider {
     QString id;
     QString name;

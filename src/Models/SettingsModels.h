@@ -6,8 +6,8 @@
 
 namespace corvane {
 
-// The settings that the defaults store keeps. fromJson() is strict: a missing key or a value of another kind
-// throws json::DecodingError for the whole record.
+// The settings that are kept in the defaults store. fromJson() throws json::DecodingError when a key is
+// missing or its value has another type.
 
 enum class AppTheme { light, dark, system };
 inline constexpr std::array allAppThemes{AppTheme::light, AppTheme::dark, AppTheme::system};
@@ -35,7 +35,7 @@ struct AutostartState {
     bool operator==(const AutostartState&) const = default;
 };
 
-// Kept and compared; nothing acts on it.
+// Stored only: it has no effect at present.
 struct CursorState {
     CursorType type = CursorType::default_;
     bool operator==(const CursorState&) const = default;
@@ -77,7 +77,7 @@ struct ResponseSettings {
     boost::json::object toJson() const;
 };
 
-// What is chosen on the audio page: ids of devices; absent is the default one.
+// The ids of the devices chosen on the audio page; nullopt means the default device.
 struct SelectedAudioDevices {
     std::optional<QString> input;
     std::optional<QString> output;

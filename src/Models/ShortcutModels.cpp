@@ -27,14 +27,14 @@ constexpr std::array<ActionRow, allShortcutActions.size()> actionRows{{
      "When manual mode is on, sends candidate_speech_stop to trigger the assistant response.", "space"},
 }};
 
-const ActionRow& rowOf(ShortcutAction action) {
+const ActionRow& actionRow(ShortcutAction action) {
     return actionRows[static_cast<size_t>(action)];
 }
 
 } // namespace
 
 QString rawValue(ShortcutAction action) {
-    return QLatin1String(rowOf(action).rawValue);
+    return QLatin1String(actionRow(action).rawValue);
 }
 
 std::optional<ShortcutAction> shortcutAction(const QString& rawValue) {
@@ -45,19 +45,19 @@ std::optional<ShortcutAction> shortcutAction(const QString& rawValue) {
 }
 
 QString displayName(ShortcutAction action) {
-    return QLatin1String(rowOf(action).displayName);
+    return QLatin1String(actionRow(action).displayName);
 }
 
 QString description(ShortcutAction action) {
-    return QLatin1String(rowOf(action).description);
+    return QLatin1String(actionRow(action).description);
 }
 
 QString defaultKey(ShortcutAction action) {
-    return QLatin1String(rowOf(action).defaultKey);
+    return QLatin1String(actionRow(action).defaultKey);
 }
 
 QString freeKey(ShortcutAction action) {
-    // With an arrow, Super alone and with one more modifier tiles windows or changes workspaces.
+    // Desktops use Super and an arrow, alone or with one more modifier, to tile windows or change workspaces.
     const auto key = defaultKey(action);
     return isMove(action) ? QString(key).replace(u'+', QStringLiteral("+Ctrl+Alt+")) : key;
 }

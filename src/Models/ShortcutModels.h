@@ -8,7 +8,7 @@
 
 namespace corvane {
 
-// What a key can do to the program, in the order in which the user is shown it.
+// The actions that a shortcut can trigger, in the order in which the user sees them.
 enum class ShortcutAction {
     toggleDashboard,
     toggleWindow,
@@ -32,32 +32,33 @@ std::optional<ShortcutAction> shortcutAction(const QString& rawValue);
 QString displayName(ShortcutAction action);
 QString description(ShortcutAction action);
 QString defaultKey(ShortcutAction action);
-// One that GNOME 43, KDE Plasma 5.27 and Xfce 4.18 leave to programs as they ship; mostly the default.
+// Returns a key that GNOME 43, KDE Plasma 5.27 and Xfce 4.18 leave to programs by default. For most actions
+// it is the default key.
 QString freeKey(ShortcutAction action);
-// Those that go on for as long as their key is held.
+// Returns whether the action repeats for as long as its key is held.
 bool isMove(ShortcutAction action);
 
 struct ShortcutBinding {
     QString action; // the raw value
-    QString key;    // by the grammar of KeyString
+    QString key;    // in the grammar of KeyString
     bool enabled = true;
 
     bool operator==(const ShortcutBinding&) const = default;
-    // Strict: throws json::DecodingError.
+    // Throws json::DecodingError when a key is missing or its value has another type.
     static ShortcutBinding fromJson(const boost::json::value& value);
     boost::json::object toJson() const;
 };
 
 struct ShortcutsConfig {
-    // By the action's raw value. What a stored table has beside the known actions stays in it.
+    // The bindings by the raw value of their action. Unknown actions of a stored table are kept.
     QMap<QString, ShortcutBinding> bindings;
 
     bool operator==(const ShortcutsConfig&) const = default;
-    // All actions, each with its default key.
+    // Returns all actions with their default keys.
     static ShortcutsConfig defaults();
-    // Null when the table has none.
+    // Returns null when the action has no binding.
     const ShortcutBinding* binding(ShortcutAction action) const;
-    // Strict: throws json::DecodingError.
+    // Throws json::DecodingError when a key is missing or its value has another type.
     static ShortcutsConfig fromJson(const boost::json::value& value);
     boost::json::object toJson() const;
 };
