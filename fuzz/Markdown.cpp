@@ -23,7 +23,7 @@ void fuzz(const QByteArray& input) {
     needApplication();
     const TwoParts parts(input);
     const auto text = QString::fromUtf8(parts.rest);
-    const auto whole = parseInlineMarkdown(text);
+    const auto whole = markdownAttributed(text);
     qsizetype end = 0;
     for (const auto& run : whole.runs) {
         ALWAYS(run.start >= end && run.length > 0);
@@ -38,10 +38,10 @@ void fuzz(const QByteArray& input) {
         const auto unchanged = source.size();
         source += piece;
         if (const auto from = markdown.update(source, unchanged)) {
-            ALWAYS(*from <= followed.size() && *from <= markdown.shown().text.size());
-            followed = followed.left(*from) + markdown.shown().text.mid(*from);
+            ALWAYS(*from <= followed.size() && *from <= markdown.attributedContent().text.size());
+            followed = followed.left(*from) + markdown.attributedContent().text.mid(*from);
         }
     });
-    ALWAYS(followed == markdown.shown().text);
-    ALWAYS(markdown.shown() == whole || text.isEmpty());
+    ALWAYS(followed == markdown.attributedContent().text);
+    ALWAYS(markdown.attributedContent() == whole || text.isEmpty());
 }

@@ -16,7 +16,7 @@ using namespace corvane;
 namespace {
 
 // A run as {looks:text}, in the order b, i, c and the address of a link.
-QString shown(const InlineText& inlineText) {
+QString shown(const AttributedString& inlineText) {
     QString result;
     qsizetype at = 0;
     for (const auto& run : inlineText.runs) {
@@ -90,7 +90,7 @@ void MarkdownTest::inlineSyntaxCountsAndNothingElse_data() {
 
 void MarkdownTest::inlineSyntaxCountsAndNothingElse() {
     const auto [source, expected] = currentRow<QString, QString>();
-    QCOMPARE(shown(parseInlineMarkdown(source)), expected);
+    QCOMPARE(shown(markdownAttributed(source)), expected);
 }
 
 void MarkdownTest::aStreamShowsWhatTheWholeTextShows() {
@@ -112,13 +112,13 @@ void MarkdownTest::aStreamShowsWhatTheWholeTextShows() {
             source = source.left(unchanged) + whole.sliced(at, count);
             at += count;
             if (const auto from = markdown.update(source, unchanged)) {
-                copy = copy.left(*from) + markdown.shown().text.sliced(*from);
+                copy = copy.left(*from) + markdown.attributedContent().text.sliced(*from);
             }
-            const auto expected = parseInlineMarkdown(source);
-            QVERIFY2(markdown.shown() == expected,
+            const auto expected = markdownAttributed(source);
+            QVERIFY2(markdown.attributedContent() == expected,
                      qPrintable(QString("seed %1\n%2\n---\n%3\n---\n%4")
                                     .arg(seed)
-                                    .arg(source, shown(markdown.shown()), shown(expected))));
+                                    .arg(source, shown(markdown.attributedContent()), shown(expected))));
             QCOMPARE(copy, expected.text);
         }
     }

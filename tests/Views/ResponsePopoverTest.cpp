@@ -118,10 +118,10 @@ void ResponsePopoverTest::whatIsShown() {
     QStringList says;
     if (presenter.content() == "assistant") {
         const auto* cards = popover.presenter.cards();
-        if (cards->rowCount() > cards->sections().size()) {
+        if (cards->rowCount() > cards->assessmentSections().size()) {
             says.append(cards->note());
         }
-        for (const auto& section : cards->sections()) {
+        for (const auto& section : cards->assessmentSections()) {
             says.append(assessmentCard(section.kind).title + QString(": ") + section.text);
         }
     } else {
@@ -260,7 +260,7 @@ void ResponsePopoverTest::textIsTakenUpOnceAFrameAndFollowed() {
     // A new assessment whose first piece is longer than all of the old one.
     const QString longer = QString("A new one ").repeated(30).trimmed();
     popover.play({R"({"type":"assessment_done"})", said("assessment_chunk", longer)});
-    QCOMPARE(presenter.cards()->sections().first().text, longer);
+    QCOMPARE(presenter.cards()->assessmentSections().first().text, longer);
 
     auto settings = popover.program.app->settingsViewModel().responseSettings();
     settings.autoScroll = false;

@@ -127,7 +127,7 @@ private Q_SLOTS:
         row("lines", binding("toggle_dashboard", R"(cmd+two\nlines)"), "Super+two lines", "");
         row("the same twice",
             binding("toggle_dashboard", "cmd+return") + ',' + binding("toggle_window", "cmd+Enter"),
-            "Super+Enter", "Toggle Window has the same keys: only one of them acts.");
+            "Super+Enter", "Toggle Window has the same keys, so only one of them works.");
         row("nothing twice", binding("toggle_dashboard", "") + ',' + binding("toggle_window", ""), "Not set",
             "");
     }

@@ -8,7 +8,7 @@ namespace corvane {
 
 class ClerkAuthService;
 
-// Who is signed in, and the way out. Main thread.
+// Shows who is signed in, and signs out. Main thread.
 class AccountPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT

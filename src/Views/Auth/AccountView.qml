@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// Who is signed in, and the way out.
+// The account page: shows who is signed in, with a button to sign out.
 Item {
     id: view
 

@@ -7,7 +7,7 @@ T.TextField {
     id: field
 
     property string label
-    // While it is true, the field takes no input. What it waited for leaves the keyboard here.
+    // While this is true, the field takes no input. Afterwards it has the keyboard again.
     property bool busy: false
 
     leftPadding: 14
@@ -22,7 +22,7 @@ T.TextField {
         forceActiveFocus()
     inputMethodHints: Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase
     Accessible.name: label
-    // Return held down submits once.
+    // A Return key that is held down submits only once.
     Keys.onPressed: event => event.accepted = event.isAutoRepeat && (event.key === Qt.Key_Return || event.key === Qt.Key_Enter)
 
     background: Rectangle {
@@ -31,7 +31,7 @@ T.TextField {
         border.width: field.activeFocus ? 2 : 1
         border.color: field.activeFocus ? Qt.alpha(Theme.accent, 0.6) : Qt.alpha(Theme.secondary, 0.25)
 
-        // The border alone is too faint to tell.
+        // The border alone is too faint to show the focus.
         FocusRing {
             shown: field.activeFocus
             anchors.margins: -1

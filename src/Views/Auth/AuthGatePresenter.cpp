@@ -26,7 +26,7 @@ void AuthGatePresenter::followState() {
     if (!isSignedIn()) {
         m_signIn.reset(new SignInPresenter(m_auth, m_systemAccess, m_platformSignUpURL));
     }
-    // The view lets go of the old one before it goes.
+    // The view drops the old presenter before it is deleted.
     Q_EMIT changed();
 }
 

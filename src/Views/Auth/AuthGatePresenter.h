@@ -5,13 +5,13 @@
 
 namespace corvane {
 
-// Keeps the dashboard behind the sign-in card. Main thread.
+// Decides whether the dashboard or the sign-in card is shown. Main thread.
 class AuthGatePresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("handed to the dashboard")
     Q_PROPERTY(bool isSignedIn READ isSignedIn NOTIFY changed)
-    // A new one each time the card appears; nothing while signed in.
+    // A new presenter each time the card appears; null while a user is signed in.
     Q_PROPERTY(corvane::SignInPresenter* signIn READ signIn NOTIFY changed)
     Q_PROPERTY(corvane::AccountPresenter* account READ account CONSTANT)
 
@@ -37,7 +37,7 @@ private:
     platform::SystemAccess& m_systemAccess;
     const QString m_platformSignUpURL;
     AccountPresenter m_account;
-    // Replaced from within its own work.
+    // Deleted later, as it is replaced from within its own work.
     std::unique_ptr<SignInPresenter, DeleteLater> m_signIn;
 };
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// The content while somebody is signed in, the sign-in card otherwise.
+// Shows the content while a user is signed in, and the sign-in card otherwise.
 Item {
     id: gate
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// A button across the whole width, black, with a symbol behind its text.
+// A black button across the whole width, with a symbol after its text.
 BaseButton {
     id: button
 

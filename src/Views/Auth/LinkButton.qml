@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// A quiet button that is only its text.
+// A button that shows only its text.
 BaseButton {
     id: button
 

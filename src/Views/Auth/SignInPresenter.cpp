@@ -15,14 +15,14 @@ const auto noAccount =
     QStringLiteral("We couldn't find a Corvane account for%1. Sign up on the Corvane Platform, "
                    "then come back here to sign in.");
 
-// By ClerkAuthService::StoreState.
+// Indexed by ClerkAuthService::StoreState.
 constexpr std::array keyringNotes{
     "",
-    "Your keyring is locked. If you have signed in before, unlock it to go on without a new code.",
+    "Your keyring is locked. If you have signed in before, unlock it to continue without a new code.",
     "Enter the password of your keyring in the window that the desktop shows.",
 };
 
-// The digits of a text, at most as many as a code has. A keyboard may have those of another script.
+// Returns the digits of a text, at most as many as a code has. Digits of other scripts are converted.
 QString codeDigits(QStringView text) {
     QString digits;
     for (const auto sign : text) {
@@ -67,7 +67,7 @@ void SignInPresenter::setCode(const QString& text) {
     if (digits != m_model.code()) {
         m_model.setCode(digits);
     } else if (digits != text) {
-        // The field shows something else than the model has.
+        // The field shows something other than the model has, so it has to read it again.
         Q_EMIT changed();
     }
 }

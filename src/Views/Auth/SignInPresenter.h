@@ -10,7 +10,7 @@ class SystemAccess;
 
 namespace corvane {
 
-// The sign-in card: what each of its faces says, and what its fields accept. Main thread.
+// The sign-in card: the texts of each of its pages, and what its fields accept. Main thread.
 class SignInPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -38,24 +38,24 @@ public:
     QString email() const { return m_model.email(); }
     void setEmail(const QString& email);
     QString code() const { return m_model.code(); }
-    // Keeps the first six digits of what was typed or pasted.
+    // Sets the code to the first six digits of the text.
     void setCode(const QString& text);
-    // Where the cursor of `text` belongs in what is kept of it.
+    // Returns the position in the accepted digits that corresponds to `cursor` in `text`.
     Q_INVOKABLE int codeCursor(const QString& text, int cursor) const;
-    // With the address that the code went to.
+    // Returns a line with the address that the code was sent to.
     QString sentTo() const;
-    // Styled text, the address in bold.
+    // Returns styled text with the address in bold.
     QString noAccountText() const;
-    // The same without styles.
+    // Returns the same text without styles.
     QString noAccountSpoken() const;
     bool isBusy() const { return m_model.isBusy(); }
-    // What the user should know of a locked keyring; empty when there is nothing to say.
+    // Returns what the user should know about a locked keyring, or an empty text.
     QString keyringNote() const;
     bool isUnlocking() const;
     bool canContinue() const;
     QString errorMessage() const;
 
-    // The button and the Return key of the face on show. Does nothing where it cannot go on.
+    // Submits the page that is shown. Does nothing where that is not possible.
     Q_INVOKABLE void submit();
     Q_INVOKABLE void resetToEmail() { m_model.resetToEmail(); }
     Q_INVOKABLE void openPlatform();

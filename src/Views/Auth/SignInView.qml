@@ -7,8 +7,8 @@ Rectangle {
 
     required property SignInPresenter presenter
     readonly property string phase: presenter ? presenter.phase : ""
-    // How far the card gives up its blanks in a low window, from 0 to 1.
-    readonly property real naturalHeight: 64 + heading.implicitHeight + face.implicitHeight + (failure.visible ? failure.implicitHeight + 28 : 0) + 56 + 88
+    // How much the card reduces its spacing in a low window, from 0 to 1.
+    readonly property real naturalHeight: 64 + heading.implicitHeight + form.implicitHeight + (failure.visible ? failure.implicitHeight + 28 : 0) + 56 + 88
     readonly property real squeeze: Math.max(0, Math.min(1, (naturalHeight + 80 - height) / 160))
 
     function tightened(natural: real, tightest: real): real {
@@ -66,9 +66,9 @@ Rectangle {
                 Accessible.name: text
             }
             Loader {
-                id: face
+                id: form
                 width: parent.width
-                sourceComponent: view.phase === "email" ? emailFace : view.phase === "code" ? codeFace : view.phase === "noAccount" ? noAccountFace : null
+                sourceComponent: view.phase === "email" ? emailForm : view.phase === "code" ? codeForm : view.phase === "noAccount" ? noAccountMessage : null
             }
             Text {
                 id: failure
@@ -86,7 +86,7 @@ Rectangle {
     }
 
     Component {
-        id: emailFace
+        id: emailForm
 
         Column {
             spacing: 10
@@ -142,7 +142,7 @@ Rectangle {
     }
 
     Component {
-        id: codeFace
+        id: codeForm
 
         Column {
             spacing: 10
@@ -203,7 +203,7 @@ Rectangle {
     }
 
     Component {
-        id: noAccountFace
+        id: noAccountMessage
 
         Column {
             spacing: 18

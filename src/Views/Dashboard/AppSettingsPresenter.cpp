@@ -65,8 +65,9 @@ QString AppSettingsPresenter::launchNote() const {
     const auto error = m_settings.autostartError();
     return error.isEmpty()
                ? QString()
-               : QStringLiteral("The desktop was not told. %1 Make that place writable, then turn "
-                                "this off and on again.")
+               : QStringLiteral(
+                     "The desktop’s autostart could not be changed. %1 Make that folder writable, then turn "
+                     "this off and on again.")
                      .arg(error.endsWith(u'.') ? error : error + u'.');
 }
 

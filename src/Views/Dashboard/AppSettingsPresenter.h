@@ -15,7 +15,7 @@ namespace corvane {
 class SettingsViewModel;
 struct CustomAIProvider;
 
-// The page of the program's own settings: theme, transparency and the four switches.
+// The settings page: theme, transparency and the four switches.
 class AppSettingsPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -48,20 +48,21 @@ public:
     bool alwaysOnTop() const;
     bool contentProtection() const;
     bool launchesAtLogin() const;
-    // Why the desktop does not do what the switch says; empty when it does.
+    // Returns why the desktop does not do what the switch says, or an empty text when it does.
     QString launchNote() const;
     Q_INVOKABLE void toggleDockIcon();
     Q_INVOKABLE void toggleAlwaysOnTop();
     Q_INVOKABLE void toggleContentProtection();
     Q_INVOKABLE void toggleLaunchAtLogin();
-    // Who answers a chat message: the backend, or the provider in the user's settings file, by its name.
+    // Returns the name of what answers chat messages: the backend, or the provider in the user's settings
+    // file.
     QString answerSource() const;
-    // What to do when nobody can; empty otherwise.
+    // Returns what to do when there is nothing that can answer, or an empty text.
     QString answerSourceNote() const;
-    // What the switch cannot do on this desktop; empty when it can do all. Nobody may believe to be hidden
-    // who is not.
+    // Returns what the switch cannot do on this desktop, or an empty text when it works in full. Users must
+    // not believe that they are hidden when they are not.
     QString contentProtectionNote() const;
-    // The presenter of the updater's card; null in a build without one.
+    // Returns the presenter of the updater's card, or null in a build without the updater.
     QObject* updater() const { return m_updater.get(); }
     void setUpdater(std::unique_ptr<QObject> presenter) { m_updater = std::move(presenter); }
 

@@ -125,7 +125,7 @@ ScrollPage {
         width: parent.width
         visible: active
         active: page.presenter.updater !== null
-        // By address: a build without the updater does not have it.
+        // Loaded by its address, as a build without the updater does not have the view.
         Component.onCompleted: if (active) setSource("qrc:/qt/qml/Corvane/Updates/UpdaterView.qml", {presenter: page.presenter.updater})
     }
 }

@@ -13,7 +13,7 @@ namespace {
 constexpr auto screenRecordingPage =
     "x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture";
 
-QStringList rowsOf(const QList<AudioDevice>& devices) {
+QStringList pickerRows(const QList<AudioDevice>& devices) {
     QStringList rows{QStringLiteral("Default")};
     for (const auto& device : devices) {
         rows.append(device.name);
@@ -21,7 +21,7 @@ QStringList rowsOf(const QList<AudioDevice>& devices) {
     return rows;
 }
 
-int rowOf(const std::optional<QString>& id, const QList<AudioDevice>& devices) {
+int pickerRow(const std::optional<QString>& id, const QList<AudioDevice>& devices) {
     if (!id) {
         return 0;
     }
@@ -29,7 +29,7 @@ int rowOf(const std::optional<QString>& id, const QList<AudioDevice>& devices) {
     return found == devices.end() ? -1 : static_cast<int>(found - devices.begin()) + 1;
 }
 
-std::optional<QString> idOf(int row, const QList<AudioDevice>& devices) {
+std::optional<QString> deviceId(int row, const QList<AudioDevice>& devices) {
     return row < 1 ? std::nullopt : std::optional(devices.at(row - 1).id);
 }
 
@@ -88,23 +88,23 @@ QCoro::Task<void> AudioSettingsPresenter::loadDevices() {
     }
     setDevicesNotice(
         answers ? QString()
-                : QStringLiteral("No sound server answers. Start PipeWire or PulseAudio and come back."));
+                : QStringLiteral("No sound server is running. Start PipeWire or PulseAudio and come back."));
 }
 
 QStringList AudioSettingsPresenter::inputs() const {
-    return rowsOf(m_inputDevices);
+    return pickerRows(m_inputDevices);
 }
 
 int AudioSettingsPresenter::input() const {
-    return rowOf(m_settings.selectedAudioDevices().input, m_inputDevices);
+    return pickerRow(m_settings.selectedAudioDevices().input, m_inputDevices);
 }
 
 QStringList AudioSettingsPresenter::outputs() const {
-    return rowsOf(m_outputDevices);
+    return pickerRows(m_outputDevices);
 }
 
 int AudioSettingsPresenter::output() const {
-    return rowOf(m_settings.selectedAudioDevices().output, m_outputDevices);
+    return pickerRow(m_settings.selectedAudioDevices().output, m_outputDevices);
 }
 
 QString AudioSettingsPresenter::heardInput() const {
@@ -125,13 +125,13 @@ double AudioSettingsPresenter::outputLevel() const {
 
 void AudioSettingsPresenter::pickInput(int row) {
     auto devices = m_settings.selectedAudioDevices();
-    devices.input = idOf(row, m_inputDevices);
+    devices.input = deviceId(row, m_inputDevices);
     m_settings.setSelectedAudioDevices(devices);
 }
 
 void AudioSettingsPresenter::pickOutput(int row) {
     auto devices = m_settings.selectedAudioDevices();
-    devices.output = idOf(row, m_outputDevices);
+    devices.output = deviceId(row, m_outputDevices);
     m_settings.setSelectedAudioDevices(devices);
 }
 

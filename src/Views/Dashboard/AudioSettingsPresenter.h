@@ -22,8 +22,8 @@ class AudioCaptureService;
 class SettingsViewModel;
 class SoundMeter;
 
-// The page of the audio devices. The lists are those of the page's last appearance; what is heard, and how
-// loud, follows the sound server for as long as the page is in view.
+// The audio page. The lists of devices are loaded each time the page appears; the device that is heard and
+// its level follow the sound server for as long as the page is visible.
 class AudioSettingsPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -44,28 +44,30 @@ public:
                            platform::SystemAccess& access);
     ~AudioSettingsPresenter() override;
 
-    // The page has come into view: loads the lists and listens to the levels.
+    // Called when the page becomes visible: loads the lists and starts the level meters.
     Q_INVOKABLE void appear();
-    // The page is out of view: no device is listened to for it any more.
+    // Called when the page is no longer visible: stops the level meters.
     Q_INVOKABLE void disappear();
 
-    // The rows of a picker, "Default" first, and the chosen one; -1 when what is stored is not there.
+    // These return the rows of a picker, "Default" first, and the selected row, or -1 when the stored device
+    // is not among them.
     QStringList inputs() const;
     int input() const;
     QStringList outputs() const;
     int output() const;
     Q_INVOKABLE void pickInput(int row);
     Q_INVOKABLE void pickOutput(int row);
-    // The devices that are heard, by name, empty for none, and their levels from 0 to 1.
+    // These return the names of the devices that are heard, empty when there is none, and their levels from 0
+    // to 1.
     QString heardInput() const;
     double inputLevel() const;
     QString heardOutput() const;
     double outputLevel() const;
-    // Why there are no devices, and what to do; empty when there are.
+    // Returns why there are no devices and what to do, or an empty text when there are some.
     QString devicesNotice() const { return m_devicesNotice; }
 
     Q_INVOKABLE void openSystemSettings();
-    // Why nothing opened; empty when something did.
+    // Returns why the system settings could not be opened, or an empty text when they were.
     QString setupNotice() const { return m_setupNotice; }
 
 Q_SIGNALS:
@@ -87,7 +89,7 @@ private:
     QList<AudioDevice> m_outputDevices;
     QString m_devicesNotice;
     QString m_setupNotice;
-    // While the page is in view.
+    // Null while the page is not visible.
     std::unique_ptr<SoundMeter> m_inputMeter;
     std::unique_ptr<SoundMeter> m_outputMeter;
     platform::OperationScope m_loading;

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// The state of the link to the backend, and the way to renew it.
+// The state of the connection to the backend, with a button to reconnect.
 Rectangle {
     id: status
 

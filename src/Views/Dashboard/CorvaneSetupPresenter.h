@@ -11,7 +11,7 @@ class CorvaneAPIService;
 class DatabaseService;
 class WebSocketService;
 
-// The page where the backend's address is set and the connection is shown in full.
+// The connection page: sets the address of the backend and shows the state of the connection in full.
 class CorvaneSetupPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -28,32 +28,33 @@ class CorvaneSetupPresenter : public QObject {
     Q_PROPERTY(bool isSavingUrl READ isSavingUrl NOTIFY isSavingUrlChanged)
 
 public:
-    // `defaultApiUrl`: the backend of this deployment, for when none is stored.
+    // `defaultApiUrl` is the backend of this deployment, which is used when no address is stored.
     CorvaneSetupPresenter(WebSocketService& webSocket, CorvaneAPIService& apiService,
                           DatabaseService& database, QString defaultApiUrl);
 
     QString authError() const; // empty when there is none
     bool isConnected() const;
-    QString statusSymbol() const; // empty: a spinner
+    QString statusSymbol() const; // empty when a spinner is shown instead
     QString statusText() const;
-    QString statusColor() const; // a role of the theme
+    QString statusColor() const; // the name of a colour of Theme
     Q_INVOKABLE void manualReconnect();
 
     QString apiUrl() const { return m_apiUrl; }
     void setApiUrl(const QString& url);
     QString defaultApiUrl() const { return m_defaultApiUrl; }
-    // Whether the field has something to save.
+    // Returns whether the field differs from what is stored.
     bool urlDirty() const { return m_apiUrl.trimmed() != m_savedUrl; }
-    // What the stored address lacks; empty when a connection to it can be tried, and while another is being
-    // typed.
+    // Returns what is wrong with the stored address. It is empty when a connection can be attempted, and
+    // while another address is being typed.
     QString urlFault() const;
     bool isSavingUrl() const { return m_isSavingUrl; }
-    // The page has come into view: for the first time since it was left, it shows what is stored.
+    // Called when the page becomes visible. Shows what is stored, unless the page was only hidden with its
+    // window.
     Q_INVOKABLE void appear();
-    // Another page takes its place. A window that is only hidden does not: what is typed stays.
+    // Called when another page is opened. When the window is only hidden, the typed text is kept.
     void leave() { m_isOpen = false; }
     void loadSettings();
-    // Stores the address, clearing the field being the default one, and connects to it.
+    // Stores the address and connects to it. An empty field stands for the default address.
     Q_INVOKABLE void saveUrl();
 
 Q_SIGNALS:

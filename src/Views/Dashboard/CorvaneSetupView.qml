@@ -67,7 +67,7 @@ ScrollPage {
                 prominent: true
                 text: "Save"
                 onClicked: {
-                    // The button goes with what there was to save; the keyboard stays on the page.
+                    // The button disappears with the change that it saves, so the keyboard moves to the field.
                     field.forceActiveFocus();
                     page.presenter.saveUrl();
                 }

@@ -14,7 +14,8 @@ namespace corvane {
 class ApplicationWindows;
 class DashboardViewModel;
 
-// The dashboard: its pages behind the sign-in card, and which of them is open. Main thread.
+// The dashboard: its pages, and which of them is open. The sign-in card is shown instead while nobody is
+// signed in. Main thread.
 class DashboardPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -24,11 +25,12 @@ class DashboardPresenter : public QObject {
     Q_PROPERTY(corvane::AudioSettingsPresenter* audio READ audio CONSTANT)
     Q_PROPERTY(corvane::CorvaneSetupPresenter* setup READ setup CONSTANT)
     Q_PROPERTY(corvane::ShortcutsPresenter* shortcuts READ shortcuts CONSTANT)
-    // {title, symbol, view} of each row of the sidebar.
+    // A map {title, symbol, view} for each row of the sidebar.
     Q_PROPERTY(QVariantList pages READ pages CONSTANT)
     Q_PROPERTY(int selectedPage READ selectedPage WRITE selectPage NOTIFY selectedPageChanged)
     Q_PROPERTY(QString version READ version CONSTANT)
-    // How far the open page is scrolled. The window gives its views back while it is hidden.
+    // The scroll position of the open page, which is kept here because the window destroys its views while it
+    // is hidden.
     Q_PROPERTY(double scrollPosition MEMBER m_scrollPosition)
 
 public:
@@ -40,7 +42,7 @@ public:
         std::unique_ptr<ShortcutsPresenter> shortcuts;
     };
 
-    // `appVersion`: nothing when the installation does not say.
+    // `appVersion` is nullopt when the installation has no version.
     DashboardPresenter(DashboardViewModel& model, Pages pages, ApplicationWindows& windows,
                        const std::optional<QString>& appVersion);
 
@@ -54,12 +56,12 @@ public:
     void selectPage(int row);
     QString version() const { return m_version; }
 
-    // The view of the selected page is made: for a page that has just been chosen, or for one that the window
-    // was hidden with, which is as it was then.
+    // Called when the view of the selected page is created: either the page has just been selected, or the
+    // window was hidden with it and is shown again. In the second case the page keeps its state.
     Q_INVOKABLE void pageOpens();
-    // The page where one signs out, to sign in again.
+    // Opens the page on which the user can sign out and in again.
     Q_INVOKABLE void showAccount();
-    // At once, with no question.
+    // Quits at once, without asking.
     Q_INVOKABLE void quit();
 
 Q_SIGNALS:

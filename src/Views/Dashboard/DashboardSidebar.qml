@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// The pages, the version and the way out.
+// The list of pages, the version and the button to quit.
 Rectangle {
     id: sidebar
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// The dashboard's root: a sidebar and the page that is open, behind the sign-in card.
+// The root view of the dashboard: a sidebar and the page that is open, or the sign-in card.
 Rectangle {
     id: view
 
@@ -38,7 +38,7 @@ Rectangle {
                         shortcuts: view.presenter.shortcuts
                     })
 
-                // By address: a page that nobody opens costs no start its reading.
+                // Loaded by its address, so that pages which are not opened take no time at the start.
                 function open() {
                     view.presenter.pageOpens();
                     const position = view.presenter.scrollPosition;

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// A section of the audio page: one device of one kind.
+// A section of the audio page: the choice of one kind of device.
 Column {
     id: section
 
@@ -9,7 +9,7 @@ Column {
     property string label
     property alias devices: picker.model
     property alias row: picker.row
-    // The device that is heard at present, whatever is chosen here, and its level from 0 to 1.
+    // The device that is heard at present, whichever is chosen here, and its level from 0 to 1.
     property string heard
     property alias level: bar.level
 

@@ -2,7 +2,7 @@ import QtQuick
 import Corvane
 import QtQuick.Templates as T
 
-// The keys of a shortcut; a click or a key on it asks for others by recordingWanted().
+// Shows the keys of a shortcut. A click or a key press on it asks for other keys with recordingWanted().
 T.AbstractButton {
     id: chip
 
@@ -28,7 +28,7 @@ T.AbstractButton {
         recordingWanted();
     }
     onActiveFocusChanged: if (!activeFocus && recording) recordingUnwanted()
-    // A key that was pressed to be recorded still comes up here, and would count as a click.
+    // The release of a key that was recorded arrives here too and would count as a click.
     Keys.onReleased: event => event.accepted = event.key === Qt.Key_Space
     Keys.onPressed: event => {
         if ([Qt.Key_Space, Qt.Key_Return, Qt.Key_Enter].includes(event.key)) {

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// One action of the shortcuts page: what it does, its keys, its switch, and what there is to say about it.
+// A row of the shortcuts page: the name of an action, its keys, its switch, and notes about it.
 Item {
     id: row
 
@@ -95,7 +95,7 @@ Item {
                 anchors.right: parent.right
                 anchors.verticalCenter: parent.verticalCenter
                 text: "Use Anyway"
-                // A click leaves the keyboard with the chip: without it the recording ends.
+                // A click must not move the focus away from the chip, which would end the recording.
                 focusPolicy: Qt.TabFocus
                 onClicked: row.takeWanted()
             }

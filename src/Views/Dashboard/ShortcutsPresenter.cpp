@@ -25,17 +25,18 @@ constexpr std::array cursorRows{
     CursorRow{CursorType::auto_, "Auto"},
 };
 
-// Empty when there is none. Stored text may hold anything; a chip has one line.
-QString shownKeyOf(const ShortcutBinding* binding) {
+// Returns the key of a binding for display, or an empty text when there is none. Stored text may contain
+// anything, and a chip has only one line.
+QString displayedKey(const ShortcutBinding* binding) {
     return binding ? shownKey(binding->key).simplified() : QString();
 }
 
-bool firesAlike(const KeyString& one, const KeyString& other) {
+bool isSameKey(const KeyString& one, const KeyString& other) {
     return one.modifierFlags == other.modifierFlags && one.keyCode == other.keyCode &&
            (one.keyCode != platform::keycode::none || one.name == other.name);
 }
 
-QString namesOf(const QList<ShortcutAction>& actions) {
+QString joinedNames(const QList<ShortcutAction>& actions) {
     QStringList names;
     for (const auto action : actions) {
         names.append(displayName(action));
@@ -56,7 +57,7 @@ ShortcutsPresenter::ShortcutsPresenter(SettingsViewModel& settings, ShortcutServ
     connect(&settings, &SettingsViewModel::customizableChanged, this, &Self::cursorChanged);
     connect(&shortcuts, &ShortcutService::configChanged, this, [this] {
         setResetNote({});
-        lookForTaken();
+        updateTakenByDesktop();
         Q_EMIT rowsChanged();
     });
     connect(&shortcuts, &ShortcutService::reachChanged, this, &Self::rowsChanged);
@@ -87,41 +88,41 @@ void ShortcutsPresenter::pickCursor(int index) {
 QVariantList ShortcutsPresenter::rows() const {
     QVariantList list;
     for (const auto action : allShortcutActions) {
-        list.append(rowOf(action));
+        list.append(shortcutRow(action));
     }
     return list;
 }
 
-QVariant ShortcutsPresenter::rowOf(ShortcutAction action) const {
+QVariant ShortcutsPresenter::shortcutRow(ShortcutAction action) const {
     const auto* binding = m_shortcuts.config().binding(action);
-    const auto key = shownKeyOf(binding);
+    const auto key = displayedKey(binding);
     const bool isRecording = m_recordingAction == action;
     QString warning;
     if (isRecording && !m_recordedKey.isEmpty()) {
         warning = QStringLiteral("%1 is used by %2. Press it again to take it, or Escape.")
-                      .arg(shownKey(m_recordedKey), namesOf(othersWith(m_recordedKey, action)));
+                      .arg(shownKey(m_recordedKey), joinedNames(otherActionsWithKey(m_recordedKey, action)));
     }
     return QVariantMap{{QStringLiteral("name"), displayName(action)},
                        {QStringLiteral("description"), description(action)},
                        {QStringLiteral("key"), key.isEmpty() ? QStringLiteral("Not set") : key},
                        {QStringLiteral("isOn"), !binding || binding->enabled},
                        {QStringLiteral("isRecording"), isRecording},
-                       {QStringLiteral("note"), warning.isEmpty() ? noteOf(action) : QString()},
+                       {QStringLiteral("note"), warning.isEmpty() ? rowNote(action) : QString()},
                        {QStringLiteral("warning"), warning}};
 }
 
-QString ShortcutsPresenter::noteOf(ShortcutAction action) const {
+QString ShortcutsPresenter::rowNote(ShortcutAction action) const {
     if (m_recordingAction == action) {
         return QStringLiteral("Press the new keys. Escape leaves them as they are, Backspace clears them.");
     }
     const auto* binding = m_shortcuts.config().binding(action);
-    if (!binding || !binding->enabled || shownKeyOf(binding).isEmpty()) {
+    if (!binding || !binding->enabled || displayedKey(binding).isEmpty()) {
         return {};
     }
-    if (const auto others = othersWith(binding->key, action); !others.isEmpty()) {
-        return QStringLiteral("%1 has the same keys: only one of them acts.").arg(namesOf(others));
+    if (const auto others = otherActionsWithKey(binding->key, action); !others.isEmpty()) {
+        return QStringLiteral("%1 has the same keys, so only one of them works.").arg(joinedNames(others));
     }
-    if (m_taken.contains(action)) {
+    if (m_takenByDesktop.contains(action)) {
         return QStringLiteral("This desktop keeps these keys for itself.");
     }
     const auto trigger = m_shortcuts.desktopTrigger(action);
@@ -169,27 +170,27 @@ QString ShortcutsPresenter::reachNotice() const {
 
 QString ShortcutsPresenter::takenNotice() const {
     QStringList keys;
-    for (const auto action : m_taken) {
-        keys.append(shownKeyOf(m_shortcuts.config().binding(action)));
+    for (const auto action : m_takenByDesktop) {
+        keys.append(displayedKey(m_shortcuts.config().binding(action)));
     }
     return keys.isEmpty() ? QString()
-                          : QStringLiteral("This desktop keeps these keys for itself: %1. Free ones act "
-                                           "everywhere, with Ctrl and Alt besides.")
+                          : QStringLiteral("This desktop keeps these keys for itself: %1. Free keys "
+                                           "with Ctrl and Alt work everywhere.")
                                 .arg(keys.join(QStringLiteral(", ")));
 }
 
-void ShortcutsPresenter::lookForTaken() {
-    m_taken = m_shortcuts.takenByDesktop();
+void ShortcutsPresenter::updateTakenByDesktop() {
+    m_takenByDesktop = m_shortcuts.takenByDesktop();
 }
 
 void ShortcutsPresenter::appear() {
-    lookForTaken();
+    updateTakenByDesktop();
     Q_EMIT rowsChanged();
 }
 
 void ShortcutsPresenter::useFreeKeys() {
     stopRecording();
-    m_shortcuts.useFreeKeys(m_taken);
+    m_shortcuts.useFreeKeys(m_takenByDesktop);
 }
 
 void ShortcutsPresenter::toggle(int row) {
@@ -198,13 +199,14 @@ void ShortcutsPresenter::toggle(int row) {
     m_shortcuts.updateBinding(action, std::nullopt, binding && !binding->enabled);
 }
 
-QList<ShortcutAction> ShortcutsPresenter::othersWith(const QString& key, ShortcutAction action) const {
+QList<ShortcutAction> ShortcutsPresenter::otherActionsWithKey(const QString& key,
+                                                              ShortcutAction action) const {
     const auto wanted = KeyString::parse(key);
     QList<ShortcutAction> others;
     for (const auto other : allShortcutActions) {
         const auto* binding = m_shortcuts.config().binding(other);
         if (other != action && binding && binding->enabled &&
-            firesAlike(KeyString::parse(binding->key), wanted)) {
+            isSameKey(KeyString::parse(binding->key), wanted)) {
             others.append(other);
         }
     }
@@ -215,21 +217,21 @@ void ShortcutsPresenter::record(int row) {
     stopRecording();
     setResetNote({});
     m_recordingAction = actionAt(row);
-    listen();
+    recordNextKey();
     Q_EMIT rowsChanged();
 }
 
-void ShortcutsPresenter::listen() {
+void ShortcutsPresenter::recordNextKey() {
     m_shortcuts.recordNextKey([this](const std::optional<QString>& key) { take(key); });
 }
 
-// Nothing: given up. Empty: cleared.
+// `key` is nullopt when the recording was given up, and empty when the key is to be cleared.
 void ShortcutsPresenter::take(const std::optional<QString>& key) {
-    const bool isContested =
-        key && !key->isEmpty() && *key != m_recordedKey && !othersWith(*key, *m_recordingAction).isEmpty();
+    const bool isContested = key && !key->isEmpty() && *key != m_recordedKey &&
+                             !otherActionsWithKey(*key, *m_recordingAction).isEmpty();
     if (isContested) {
         m_recordedKey = *key;
-        listen();
+        recordNextKey();
         Q_EMIT rowsChanged();
         return;
     }
@@ -243,7 +245,7 @@ void ShortcutsPresenter::take(const std::optional<QString>& key) {
 
 void ShortcutsPresenter::assign(const QString& key, ShortcutAction action) {
     if (!key.isEmpty()) {
-        for (const auto other : othersWith(key, action)) {
+        for (const auto other : otherActionsWithKey(key, action)) {
             m_shortcuts.updateBinding(other, QString(), std::nullopt);
         }
     }
@@ -273,7 +275,7 @@ void ShortcutsPresenter::leave() {
 void ShortcutsPresenter::resetToDefaults() {
     stopRecording();
     m_shortcuts.resetToDefaults();
-    setResetNote(QStringLiteral("All shortcuts are back at their defaults."));
+    setResetNote(QStringLiteral("All shortcuts have been reset to their defaults."));
     Q_EMIT wasReset();
 }
 

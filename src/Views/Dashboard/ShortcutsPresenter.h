@@ -15,7 +15,7 @@ namespace corvane {
 class SettingsViewModel;
 class ShortcutService;
 
-// The page of the keys: which key each action has, and the recording of another one. Main thread.
+// The shortcuts page: shows the key of each action and records new ones. Main thread.
 class ShortcutsPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -23,10 +23,11 @@ class ShortcutsPresenter : public QObject {
     Q_PROPERTY(QStringList cursors READ cursors CONSTANT)
     Q_PROPERTY(int cursor READ cursor NOTIFY cursorChanged)
     Q_PROPERTY(int rowCount READ rowCount CONSTANT)
-    // {name, description, key, isOn, isRecording, note, warning} of each action; the last two may be empty.
+    // A map {name, description, key, isOn, isRecording, note, warning} for each action; the last two may be
+    // empty.
     Q_PROPERTY(QVariantList rows READ rows NOTIFY rowsChanged)
     Q_PROPERTY(QString reachNotice READ reachNotice NOTIFY rowsChanged)
-    // The shortcuts whose keys the desktop keeps for itself; empty when there are none.
+    // The shortcuts whose keys the desktop uses itself; empty when there are none.
     Q_PROPERTY(QString takenNotice READ takenNotice NOTIFY rowsChanged)
     Q_PROPERTY(QString resetNote READ resetNote NOTIFY resetNoteChanged)
 
@@ -40,55 +41,55 @@ public:
 
     int rowCount() const { return static_cast<int>(allShortcutActions.size()); }
     QVariantList rows() const;
-    // Where shortcuts do not work, and why; empty when they work everywhere.
+    // Returns where shortcuts do not work and why, or an empty text when they work everywhere.
     QString reachNotice() const;
 
     QString takenNotice() const;
-    // The page has come into view: the desktop's settings may have changed.
+    // Called when the page becomes visible, as the settings of the desktop may have changed.
     Q_INVOKABLE void appear();
-    // For the shortcuts of the notice.
+    // Gives free keys to the shortcuts that takenNotice names.
     Q_INVOKABLE void useFreeKeys();
 
     Q_INVOKABLE void toggle(int row);
-    // The next key that is pressed becomes the row's. One that another action uses has to be pressed again,
-    // or taken by takeKey().
+    // Records the next key that is pressed as that of the row. A key that another action uses has to be
+    // pressed a second time, or confirmed by takeKey().
     Q_INVOKABLE void record(int row);
     Q_INVOKABLE void stopRecording();
-    // From the action that the warning names.
+    // Takes the key from the action that the warning names.
     Q_INVOKABLE void takeKey();
 
-    // The page has gone out of view.
+    // Called when the page is no longer visible.
     Q_INVOKABLE void leave();
 
     Q_INVOKABLE void resetToDefaults();
-    // That it was done, until something else is; empty before.
+    // Returns a confirmation of the reset, until something else changes.
     QString resetNote() const { return m_resetNote; }
 
 Q_SIGNALS:
     void cursorChanged();
     void rowsChanged();
     void resetNoteChanged();
-    // Also when nothing was left to reset.
+    // Emitted by every reset, also by one that changes nothing.
     void wasReset();
 
 private:
-    QVariant rowOf(ShortcutAction action) const;
-    QString noteOf(ShortcutAction action) const;
-    // The enabled actions that the key would fire beside `action`.
-    QList<ShortcutAction> othersWith(const QString& key, ShortcutAction action) const;
+    QVariant shortcutRow(ShortcutAction action) const;
+    QString rowNote(ShortcutAction action) const;
+    // Returns the enabled actions, other than `action`, that the key would trigger.
+    QList<ShortcutAction> otherActionsWithKey(const QString& key, ShortcutAction action) const;
     platform::KeyReach pageReach() const;
-    void listen();
+    void recordNextKey();
     void take(const std::optional<QString>& key);
     void assign(const QString& key, ShortcutAction action);
-    void lookForTaken();
+    void updateTakenByDesktop();
     void setResetNote(const QString& note);
 
     SettingsViewModel& m_settings;
     ShortcutService& m_shortcuts;
     std::optional<ShortcutAction> m_recordingAction;
-    QString m_recordedKey; // pressed for m_recordingAction, and in use
+    QString m_recordedKey; // pressed for m_recordingAction, but used by another action
     QString m_resetNote;
-    QList<ShortcutAction> m_taken; // by the desktop
+    QList<ShortcutAction> m_takenByDesktop; // actions whose keys the desktop uses itself
 };
 
 } // namespace corvane

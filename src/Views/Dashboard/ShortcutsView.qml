@@ -39,7 +39,7 @@ ScrollPage {
             horizontalAlignment: Text.AlignRight
             text: page.presenter.resetNote
 
-            // Each reset is seen, also one that finds nothing to change.
+            // Every reset is visible, also one that changes nothing.
             NumberAnimation {
                 id: appearing
                 target: resetNote
@@ -121,7 +121,7 @@ ScrollPage {
             width: parent.width
 
             Repeater {
-                // The rows stay while what they show changes: one of them has the keyboard.
+                // The rows are kept when their data change, as one of them may have the focus.
                 model: page.presenter.rowCount
 
                 ShortcutRow {

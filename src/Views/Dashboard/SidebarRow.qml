@@ -2,7 +2,7 @@ import QtQuick
 import Corvane
 import QtQuick.Templates as T
 
-// A row of the sidebar: a symbol and a title.
+// A row of the sidebar, with a symbol and a title.
 T.ItemDelegate {
     id: row
 

@@ -32,7 +32,7 @@ QString sectionHeaderType(QStringView line) {
         if (character == u'*') {
             continue;
         }
-        // Most lines end here: a long one costs no more than a short one.
+        // Most lines are longer than any header: reading stops here, whatever their length.
         if (letters.size() == longestHeader) {
             return {};
         }

@@ -5,7 +5,7 @@
 
 namespace corvane {
 
-// A titled part of the assessment.
+// A section of the assessment.
 struct AssessmentSection {
     enum Kind { overview, comment, recommendation };
 
@@ -17,17 +17,17 @@ struct AssessmentSection {
 
 enum class AssistantTone { neutral, green, orange };
 
-// How the card of a section looks.
+// The appearance of a section's card.
 struct AssessmentCard {
     const char* title;
     const char* symbol;
     AssistantTone tone;
 };
 const AssessmentCard& assessmentCard(AssessmentSection::Kind kind);
-// A role of the theme.
+// Returns the name of the colour of Theme for a tone.
 QString colorRole(AssistantTone tone);
 
-// "comment" or "recommendation" for a line that is a header, else empty.
+// Returns "comment" or "recommendation" when the line is a header, and an empty text otherwise.
 QString sectionHeaderType(QStringView line);
 AssessmentSection::Kind sectionKind(const QString& headerType);
 

@@ -8,13 +8,13 @@ namespace {
 
 constexpr AssessmentCard noteCard{"Note", "sparkles", AssistantTone::neutral};
 
-// Characters of a piece: some screens of text, laid out within milliseconds. It ends at the first white space
-// after the one, and without any at the other.
+// The length of a piece in characters: a few screens of text, which are laid out within milliseconds. A piece
+// ends at the first white space after pieceLength, and at longestPiece if there is none.
 constexpr qsizetype pieceLength = 8000;
 constexpr qsizetype longestPiece = 10000;
 
-// How many characters of the text still belong to a piece of that length.
-qsizetype shareOf(qsizetype length, QStringView text) {
+// Returns how many characters of the text still fit into a piece of that length.
+qsizetype fittingLength(qsizetype length, QStringView text) {
     if (length + text.size() <= pieceLength) {
         return text.size();
     }
@@ -40,15 +40,15 @@ bool isBlank(QStringView text) {
 } // namespace
 
 int AssistantCardsModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : firstIndexOf(m_rows) + static_cast<int>(m_rows.size());
+    return parent.isValid() ? 0 : firstIndex(m_rows) + static_cast<int>(m_rows.size());
 }
 
-int AssistantCardsModel::firstIndexOf(const Rows& rows) const {
+int AssistantCardsModel::firstIndex(const Rows& rows) const {
     return &rows == &m_rows && m_isNoteVisible ? static_cast<int>(m_note.size()) : 0;
 }
 
 const AssistantCardsModel::Row& AssistantCardsModel::rowAt(int index) const {
-    const auto first = firstIndexOf(m_rows);
+    const auto first = firstIndex(m_rows);
     return index < first ? m_note.at(static_cast<size_t>(index))
                          : m_rows.at(static_cast<size_t>(index - first));
 }
@@ -70,7 +70,7 @@ QVariant AssistantCardsModel::data(const QModelIndex& index, int role) const {
     case startsCardRole:
         return row.startsCard;
     case isAssessmentRole:
-        return index.row() >= firstIndexOf(m_rows);
+        return index.row() >= firstIndex(m_rows);
     default:
         return {};
     }
@@ -89,7 +89,7 @@ QString AssistantCardsModel::note() const {
     return note;
 }
 
-QList<AssessmentSection> AssistantCardsModel::sections() const {
+QList<AssessmentSection> AssistantCardsModel::assessmentSections() const {
     QList<AssessmentSection> sections;
     for (const auto& row : m_rows) {
         if (row.startsCard) {
@@ -163,13 +163,13 @@ void AssistantCardsModel::publish() {
     }
 }
 
-// The row appears with the text in it; what is too much for it goes to further ones.
+// Inserts a row together with its text. Text that does not fit goes to further rows.
 void AssistantCardsModel::insertRow(Rows& rows, Row row, QStringView text) {
     text = withoutLeadingBlanks(text);
-    const auto share = shareOf(0, text);
+    const auto share = fittingLength(0, text);
     row.text->append(text.first(share));
     row.text->publish();
-    const auto index = firstIndexOf(rows) + static_cast<int>(rows.size());
+    const auto index = firstIndex(rows) + static_cast<int>(rows.size());
     const bool isSeen = &rows == &m_rows || m_isNoteVisible;
     if (isSeen) {
         beginInsertRows({}, index, index);
@@ -186,7 +186,7 @@ void AssistantCardsModel::removeRows(Rows& rows, size_t from) {
         return;
     }
     const bool isSeen = &rows == &m_rows || m_isNoteVisible;
-    const auto first = firstIndexOf(rows);
+    const auto first = firstIndex(rows);
     if (isSeen) {
         beginRemoveRows({}, first + static_cast<int>(from), first + static_cast<int>(rows.size()) - 1);
     }
@@ -196,16 +196,16 @@ void AssistantCardsModel::removeRows(Rows& rows, size_t from) {
     }
 }
 
-// To the last row, and to further ones where it gets too long.
+// Appends to the last row, and to further rows when it gets too long.
 void AssistantCardsModel::appendPieces(Rows& rows, QStringView text) {
     while (!text.isEmpty()) {
         const auto& last = rows.back();
-        const auto share = isBlank(text) ? text.size() : shareOf(last.text->text().size(), text);
+        const auto share = isBlank(text) ? text.size() : fittingLength(last.text->text().size(), text);
         last.text->append(text.first(share));
         text = text.sliced(share);
         if (!isBlank(text)) {
             text = withoutLeadingBlanks(text);
-            const auto next = shareOf(0, text);
+            const auto next = fittingLength(0, text);
             insertRow(rows, {.card = last.card, .kind = last.kind, .startsCard = false}, text.first(next));
             text = text.sliced(next);
         }

@@ -11,10 +11,10 @@
 
 namespace corvane {
 
-// The cards of the assistant's words: a reply, when it is to be seen, and behind it the sections of an
-// assessment, at every moment what parseAssessmentSections gives for the text so far. A chunk touches the
-// rows that it changes and no others. A long text is a row for each of its pieces, so that a view lays out
-// what is near and no more.
+// The cards in which the assistant's text is shown: the reply, where it is visible, and after it the sections
+// of the assessment. The sections are at all times those that parseAssessmentSections() returns for the text
+// so far. A chunk changes only the rows that it affects. A long text has a row for each of its pieces, so
+// that a view lays out only those nearby.
 class AssistantCardsModel : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
@@ -36,42 +36,42 @@ public:
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
-    // The reply.
+    // The text of the reply.
     void appendNote(QStringView text);
     void clearNote();
     bool hasNote() const { return !m_note.empty(); }
     void setNoteVisible(bool visible);
 
-    // The assessment.
+    // The text of the assessment.
     void append(QStringView text);
     void clear();
-    // There is more than white space, be it a header alone.
+    // Returns whether the assessment has more than white space; a header counts.
     bool hasText() const { return m_hasText; }
 
-    // Tells the views of rows that were there before what has been appended since the last call.
+    // Tells the views what has been appended to existing rows since the last call.
     void publish();
 
     QString note() const;
-    QList<AssessmentSection> sections() const;
+    QList<AssessmentSection> assessmentSections() const;
 
 private:
     struct Row {
         AssessmentCard card;
         AssessmentSection::Kind kind = AssessmentSection::overview;
-        bool startsCard = true; // false: a further piece of the text above
+        bool startsCard = true; // false for a further piece of the text above
         std::unique_ptr<CardText> text = std::make_unique<CardText>();
     };
     using Rows = std::vector<Row>;
-    // Which section text goes to. It has a row, the last one, once it has text.
+    // The section that text is appended to. Its row, the last one, is created with its first text.
     struct State {
         AssessmentSection::Kind kind = AssessmentSection::overview;
         bool hasRow = false;
-        size_t rows = 0;     // in all
-        CardText::Mark mark; // of the last one
+        size_t rows = 0;     // total number
+        CardText::Mark mark; // of the last row
     };
 
     const Row& rowAt(int index) const;
-    int firstIndexOf(const Rows& rows) const;
+    int firstIndex(const Rows& rows) const;
     void insertRow(Rows& rows, Row row, QStringView text);
     void removeRows(Rows& rows, size_t from);
     void appendPieces(Rows& rows, QStringView text);
@@ -84,7 +84,8 @@ private:
     bool m_isNoteVisible = true;
     Rows m_rows;
     State m_state;
-    // The last line counts as it stands, and what it turns out to be may be something else.
+    // The state before the last line, to which the model returns when the line turns out to be a header, or
+    // not to be one.
     State m_lineStart;
     QString m_line;
     bool m_lineIsHeader = false;

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// A titled text of the assistant, in its tone: a colour role, "secondary" for a neutral one.
+// A titled text of the assistant. `tone` is the name of a colour of Theme, "secondary" for a neutral card.
 CardSurface {
     id: card
 
@@ -10,18 +10,18 @@ CardSurface {
     property string tone: "secondary"
     property alias content: words.content
     property CardText stream: null
-    // False for a further piece of a text that is too long for one card.
+    // False for a further piece of a text that is too long for a single card.
     property bool headed: true
-    // Whether the Tab key stops at the text, which it leaves as onTabPressed says.
+    // Whether the Tab key stops at the text. It leaves the text as onTabPressed says.
     property alias tabStop: words.activeFocusOnTab
-    // Of a focus scope around the card, the text's place in it.
+    // Whether the text has the focus within the focus scope around the card.
     property alias textFocus: words.focus
     readonly property alias textFocused: words.activeFocus
     readonly property bool neutral: tone === "secondary"
     readonly property color ink: Theme[tone]
 
     signal linkActivated(string link)
-    // Leaves event.accepted false where the key does what it does everywhere.
+    // A handler leaves event.accepted false to let the key do what it usually does.
     signal tabPressed(int direction, var event)
 
     implicitHeight: words.y + words.height + 12
@@ -29,7 +29,7 @@ CardSurface {
     Accessible.role: Accessible.Grouping
     Accessible.name: title
 
-    // The card's left edge, cut from a rounded rectangle so that it keeps within the corners.
+    // The left edge of the card, cut from a rounded rectangle so that it stays within the corners.
     Item {
         visible: !card.neutral
         width: 3

@@ -10,8 +10,8 @@ class CompletionViewModel;
 class InterviewViewModel;
 class SettingsViewModel;
 
-// The start control: starts, pauses, resumes and retries an interview, or, without the backend, toggles
-// recording.
+// The start control: starts, pauses, resumes and retries an interview. When the backend is switched off, it
+// starts and stops a recording instead.
 class AudioControlPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -21,16 +21,16 @@ class AudioControlPresenter : public QObject {
     Q_PROPERTY(QString tint READ tint NOTIFY changed)
     Q_PROPERTY(QString tip READ tip NOTIFY changed)
     Q_PROPERTY(bool enabled READ enabled NOTIFY changed)
-    // The interview could not be started; the tip says why.
+    // True when the interview could not be started; the tip says why.
     Q_PROPERTY(bool failed READ failed NOTIFY changed)
 
 public:
     AudioControlPresenter(InterviewViewModel& interview, CompletionViewModel& completion,
                           SettingsViewModel& settings);
 
-    QString symbol() const { return m_state.symbol; } // empty: a spinner
+    QString symbol() const { return m_state.symbol; } // empty when a spinner is shown instead
     QString text() const { return m_state.text; }
-    QString tint() const { return m_state.tint; } // a role of the theme
+    QString tint() const { return m_state.tint; } // the name of a colour of Theme
     QString tip() const { return m_state.tip; }
     bool enabled() const { return m_state.enabled; }
     bool failed() const { return m_state.failed; }

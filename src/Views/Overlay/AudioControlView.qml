@@ -7,7 +7,7 @@ Item {
 
     required property AudioControlPresenter presenter
 
-    // The bar has no room to give away.
+    // The bar has no space to spare.
     implicitWidth: button.implicitWidth - 4
     implicitHeight: button.implicitHeight
 
@@ -28,12 +28,12 @@ Item {
         }
     }
 
-    // Over the button and not in it: it has to speak when the button is disabled, too.
+    // It lies over the button and not in it, because it has to work while the button is disabled, too.
     NativeToolTipView {
         text: control.presenter.tip
     }
 
-    // Why a start failed is said without being asked for.
+    // The reason for a failed start is shown without the user asking for it.
     Timer {
         id: notice
         interval: 10000
@@ -42,7 +42,7 @@ Item {
 
     Loader {
         active: notice.running && control.visible && control.Window.visibility !== Window.Hidden
-        sourceComponent: TipWindow {
+        sourceComponent: NativeToolTip {
             text: control.presenter.tip
             target: button
         }

@@ -2,12 +2,12 @@ import QtQuick
 import Corvane
 import QtQuick.Layouts
 
-// The bar itself: everything needed during a call, in one row.
+// The bar: everything that is needed during a call, in one row.
 Material {
     id: bar
 
     required property OverlayBarPresenter presenter
-    // Under which the status explains itself.
+    // The place under which the popover of the connection's state is centred.
     readonly property real statusCentre: row.x + status.x + status.width / 2
     readonly property Item statusIcon: status
 

@@ -32,7 +32,7 @@ void CompletionInputPresenter::setInterviewId(const QString& id) {
 
 void CompletionInputPresenter::followInterviewId() {
     if (const auto id = interviewId::extractUUID(m_interview.interviewId())) {
-        m_interview.setInterviewId(*id); // comes back here with the bare id
+        m_interview.setInterviewId(*id); // calls this function again with the bare id
         return;
     }
     Q_EMIT interviewIdChanged();
@@ -40,8 +40,8 @@ void CompletionInputPresenter::followInterviewId() {
 }
 
 QString CompletionInputPresenter::tip() const {
-    return m_face.showError ? QStringLiteral("Enter a valid interview ID")
-                            : QStringLiteral("Paste the interview ID to start");
+    return m_viewState.showError ? QStringLiteral("Enter a valid interview ID")
+                                 : QStringLiteral("Paste the interview ID to start");
 }
 
 void CompletionInputPresenter::setIsFocused(bool focused) {
@@ -51,9 +51,9 @@ void CompletionInputPresenter::setIsFocused(bool focused) {
     }
 }
 
-// A request made while there is no field stays set, and nobody takes it up.
+// A request that is made while there is no field stays set and has no effect.
 void CompletionInputPresenter::takeFocusRequest() {
-    if (m_overlay.shouldFocusInput() && m_face.showsField) {
+    if (m_overlay.shouldFocusInput() && m_viewState.showsField) {
         setIsFocused(true);
         Q_EMIT focusWanted();
         m_overlay.setShouldFocusInput(false);
@@ -64,15 +64,15 @@ void CompletionInputPresenter::update() {
     const auto& line = statusLine(m_interview.status());
     const auto& stage = m_completion.processingStatusText();
     const auto id = m_interview.interviewId();
-    Face face{
+    ViewState viewState{
         .showsField = !line.running,
         .showError = !id.trimmed().isEmpty() && !interviewId::isValid(id),
         .isProcessing = stage || m_completion.isLoading(),
         .contextText = stage.value_or(QLatin1String(line.statusLabelText)),
         .statusDotColor = QLatin1String(line.statusDotColor),
     };
-    if (face != m_face) {
-        m_face = std::move(face);
+    if (viewState != m_viewState) {
+        m_viewState = std::move(viewState);
         Q_EMIT changed();
     }
 }

@@ -10,7 +10,7 @@ class CompletionViewModel;
 class InterviewViewModel;
 class OverlayViewModel;
 
-// The left part of the bar: the field for the interview's id, and the state of a running interview.
+// The left part of the bar: the field for the interview id, or the state of the running interview.
 class CompletionInputPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -19,7 +19,7 @@ class CompletionInputPresenter : public QObject {
     Q_PROPERTY(QString interviewId READ interviewId WRITE setInterviewId NOTIFY interviewIdChanged)
     Q_PROPERTY(bool showError READ showError NOTIFY changed)
     Q_PROPERTY(QString tip READ tip NOTIFY changed)
-    // The field has the keyboard, or is to get it.
+    // True when the field has the keyboard or is about to get it.
     Q_PROPERTY(bool isFocused READ isFocused WRITE setIsFocused NOTIFY isFocusedChanged)
     Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY changed)
     Q_PROPERTY(QString contextText READ contextText NOTIFY changed)
@@ -29,35 +29,35 @@ public:
     CompletionInputPresenter(InterviewViewModel& interview, CompletionViewModel& completion,
                              OverlayViewModel& overlay);
 
-    bool showsField() const { return m_face.showsField; }
+    bool showsField() const { return m_viewState.showsField; }
     QString interviewId() const;
     void setInterviewId(const QString& id);
-    bool showError() const { return m_face.showError; }
+    bool showError() const { return m_viewState.showError; }
     QString tip() const;
     bool isFocused() const { return m_isFocused; }
     void setIsFocused(bool focused);
-    bool isProcessing() const { return m_face.isProcessing; }
-    QString contextText() const { return m_face.contextText; }
-    QString statusDotColor() const { return m_face.statusDotColor; } // a role of the theme
+    bool isProcessing() const { return m_viewState.isProcessing; }
+    QString contextText() const { return m_viewState.contextText; }
+    QString statusDotColor() const { return m_viewState.statusDotColor; } // the name of a colour of Theme
 
-    // The Return key in the field.
+    // Called when Return is pressed in the field.
     Q_INVOKABLE void submit();
 
 Q_SIGNALS:
     void changed();
     void interviewIdChanged();
     void isFocusedChanged();
-    // The field takes the keyboard: also when it has asked before and was refused.
+    // Asks the field to take the keyboard, also when an earlier request was refused.
     void focusWanted();
 
 private:
-    struct Face {
+    struct ViewState {
         bool showsField = false;
         bool showError = false;
         bool isProcessing = false;
         QString contextText;
         QString statusDotColor;
-        bool operator==(const Face&) const = default;
+        bool operator==(const ViewState&) const = default;
     };
 
     void followInterviewId();
@@ -67,7 +67,7 @@ private:
     InterviewViewModel& m_interview;
     CompletionViewModel& m_completion;
     OverlayViewModel& m_overlay;
-    Face m_face;
+    ViewState m_viewState;
     bool m_isFocused = false;
 };
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// The id field before an interview, the interview's state during one.
+// Shows the id field before an interview, and the state of the interview during one.
 Item {
     id: view
 

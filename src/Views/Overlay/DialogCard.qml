@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// A question of the bar and its answers. The first answer cancels and has the keyboard.
+// A dialog of the bar. The first button cancels and has the focus.
 Material {
     id: card
 

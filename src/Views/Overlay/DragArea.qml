@@ -1,12 +1,12 @@
 import QtQuick
 
-// Lies under the bar's controls: what none of them takes moves the window.
+// Lies under the controls of the bar: a drag that none of them takes moves the window.
 MouseArea {
     id: area
 
     property bool isMoving: false
 
-    // Not on the press: a desktop that hears of it after a quick click would not let go again.
+    // Not emitted on the press: a desktop that starts a move after a quick click would not end it.
     signal moveWanted
 
     onPressed: isMoving = false

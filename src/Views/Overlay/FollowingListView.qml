@@ -2,17 +2,19 @@ import QtQuick
 import QtQuick.Templates as T
 import Corvane
 
-// A list that follows its end when it is asked to. What is far out of sight costs nothing.
+// A list that scrolls to its end on request. Rows that are far out of sight cost nothing.
 ListView {
     id: view
 
     readonly property real topY: originY
     readonly property real bottomY: Math.max(topY, topY + contentHeight - height)
-    // The user has the text in hand: it does not move under a selection, a drag or the scroll bar.
+    // True while the user is working with the text: it does not move during a selection, a drag or the use of the
+    // scroll bar.
     readonly property bool held: dragging || pointer.active || bar.pressed
     readonly property Item focusItem: Window.activeFocusItem
-    // Rows come into being as they are scrolled to, and Qt's own order of focus is that of their making. So one of them is
-    // the Tab key's stop, and the key goes on by rows. A row is a focus scope, and tells of its focus by noteFocus().
+    // Rows are created when they are scrolled to, and Qt's own order of focus is the order of their creation. So the
+    // Tab key stops at one row, and moves from there row by row. Each row is a focus scope and reports its focus with
+    // noteFocus().
     property int tabRow: 0
     property Item focusedRow: null
 
@@ -32,7 +34,7 @@ ListView {
             return false;
         if (!itemAtIndex(row))
             positionViewAtIndex(row, ListView.Contain);
-        itemAtIndex(row).forceActiveFocus(reason); // and that row becomes the stop
+        itemAtIndex(row).forceActiveFocus(reason); // which makes it the row where Tab stops
         return true;
     }
     function noteFocus(row: Item, index: int, focused: bool) {
@@ -43,7 +45,7 @@ ListView {
             focusedRow = null;
         }
     }
-    // Who comes by Tab comes to what is seen.
+    // The Tab key leads to a row that is visible.
     function chooseTabRow() {
         if (focusedRow)
             return;
@@ -64,9 +66,9 @@ ListView {
             scrollBy(top - 40 - contentY);
     }
 
-    // So much above and below: an assessment of usual length is there as a whole.
+    // Rows within this distance are kept, so that an assessment of usual length exists as a whole.
     cacheBuffer: 3000
-    // Nothing is current in a text.
+    // There is no current row.
     currentIndex: -1
     highlightFollowsCurrentItem: false
     keyNavigationEnabled: false
@@ -76,7 +78,7 @@ ListView {
     onContentYChanged: chooseTabRow()
     onCountChanged: chooseTabRow()
     onBottomYChanged: {
-        // Of what was far away only a guess was known; it comes closer as the list gets there.
+        // The height of rows that are far away is only estimated. The estimate improves as the list gets there.
         if (follow.running) {
             follow.restart();
             contentY = bottomY;

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// Two lines in the place of something that is not there yet.
+// Two lines in place of content that is not there yet.
 CardSurface {
     id: card
 

@@ -7,17 +7,17 @@
 
 namespace corvane {
 
-// The form of an interview id: a UUID of version 4, in either case.
+// An interview id is a UUID of version 4, in upper or lower case.
 namespace interviewId {
 
-// Anchored at both ends.
+// Returns the expression, which is anchored at both ends.
 const QRegularExpression& uuidRegex();
 
-// The text without blanks and line breaks at its ends is an id, all of it.
+// Returns whether the text, without white space at its ends, is an id.
 bool isValid(const QString& text);
 
-// The id to put in the place of a pasted text: the first that it holds. Nothing when there is none, or when
-// the text is the bare id already.
+// Returns the first id in a pasted text, which is to replace that text. Returns nullopt when there is none,
+// and when the text is already a bare id.
 std::optional<QString> extractUUID(const QString& text);
 
 } // namespace interviewId

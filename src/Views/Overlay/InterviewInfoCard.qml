@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// The topic of the plan or the question to ask next, with the way to the ones before and after it.
+// The topic of the plan or the question to ask next, with buttons for the ones before and after it.
 CardSurface {
     id: card
 

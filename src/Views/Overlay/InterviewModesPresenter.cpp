@@ -32,7 +32,7 @@ bool never(const InterviewViewModel& /*interview*/) {
     return false;
 }
 
-// What a mode leaves is told to the backend before what it enters.
+// The flag that is cleared is sent to the backend before the one that is set.
 constexpr std::array segments{
     Segment{"Transcript",
             [](const InterviewViewModel& interview) {
@@ -71,7 +71,7 @@ const auto manualModeText = QStringLiteral(
 
 InterviewModesPresenter::InterviewModesPresenter(InterviewViewModel& interview)
     : m_interview(interview)
-    , m_face(face()) {
+    , m_viewState(viewState()) {
     using Self = InterviewModesPresenter;
     connect(&interview, &InterviewViewModel::statusChanged, this, &Self::update);
     connect(&interview, &InterviewViewModel::questionsChanged, this, &Self::update);
@@ -89,12 +89,12 @@ QStringList InterviewModesPresenter::labels() const {
 }
 
 QString InterviewModesPresenter::manualModeTooltip() const {
-    return manualModeText + (m_face.manualMode ? QStringLiteral("Currently ON. Click to disable.")
-                                               : QStringLiteral("Currently OFF. Click to enable."));
+    return manualModeText + (m_viewState.manualMode ? QStringLiteral("Currently ON. Click to disable.")
+                                                    : QStringLiteral("Currently OFF. Click to enable."));
 }
 
-InterviewModesPresenter::Face InterviewModesPresenter::face() const {
-    Face result{
+InterviewModesPresenter::ViewState InterviewModesPresenter::viewState() const {
+    ViewState result{
         .visible = statusLine(m_interview.status()).running,
         .active = {},
         .disabled = {},
@@ -109,14 +109,14 @@ InterviewModesPresenter::Face InterviewModesPresenter::face() const {
 }
 
 void InterviewModesPresenter::update() {
-    if (auto now = face(); now != m_face) {
-        m_face = std::move(now);
+    if (auto now = viewState(); now != m_viewState) {
+        m_viewState = std::move(now);
         Q_EMIT changed();
     }
 }
 
 void InterviewModesPresenter::select(int segment) {
-    if (segment >= 0 && segment < m_face.disabled.size() && !m_face.disabled.at(segment)) {
+    if (segment >= 0 && segment < m_viewState.disabled.size() && !m_viewState.disabled.at(segment)) {
         segments.at(static_cast<size_t>(segment)).select(m_interview);
     }
 }

@@ -9,15 +9,15 @@ namespace corvane {
 
 class InterviewViewModel;
 
-// The three exclusive modes of a running interview, laid over the two flags that the backend knows, and the
-// switch of manual mode.
+// The three exclusive modes of a running interview, which stand for the two flags that the backend knows, and
+// the switch of manual mode.
 class InterviewModesPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("handed out by the bar")
     Q_PROPERTY(bool visible READ visible NOTIFY changed)
     Q_PROPERTY(QStringList labels READ labels CONSTANT)
-    // For each label.
+    // One value for each label.
     Q_PROPERTY(QList<bool> active READ active NOTIFY changed)
     Q_PROPERTY(QList<bool> disabled READ disabled NOTIFY changed)
     Q_PROPERTY(bool manualMode READ manualMode NOTIFY changed)
@@ -27,15 +27,15 @@ class InterviewModesPresenter : public QObject {
 public:
     explicit InterviewModesPresenter(InterviewViewModel& interview);
 
-    bool visible() const { return m_face.visible; }
+    bool visible() const { return m_viewState.visible; }
     QStringList labels() const;
-    QList<bool> active() const { return m_face.active; }
-    QList<bool> disabled() const { return m_face.disabled; }
-    bool manualMode() const { return m_face.manualMode; }
-    bool manualModeAvailable() const { return m_face.manualModeAvailable; }
+    QList<bool> active() const { return m_viewState.active; }
+    QList<bool> disabled() const { return m_viewState.disabled; }
+    bool manualMode() const { return m_viewState.manualMode; }
+    bool manualModeAvailable() const { return m_viewState.manualModeAvailable; }
     QString manualModeTooltip() const;
 
-    // The segment with that place among the labels was clicked.
+    // Selects the mode with that index among the labels.
     Q_INVOKABLE void select(int segment);
     Q_INVOKABLE void toggleManualMode();
 
@@ -43,20 +43,20 @@ Q_SIGNALS:
     void changed();
 
 private:
-    struct Face {
+    struct ViewState {
         bool visible = false;
         QList<bool> active;
         QList<bool> disabled;
         bool manualMode = false;
         bool manualModeAvailable = false;
-        bool operator==(const Face&) const = default;
+        bool operator==(const ViewState&) const = default;
     };
 
-    Face face() const;
+    ViewState viewState() const;
     void update();
 
     InterviewViewModel& m_interview;
-    Face m_face;
+    ViewState m_viewState;
 };
 
 } // namespace corvane

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// Marks the end of the candidate's answer. Moves in from the bottom edge and back out.
+// Marks the end of the candidate's answer. It slides in from the bottom edge and out again.
 BaseButton {
     id: button
 
@@ -31,7 +31,7 @@ BaseButton {
             strength: 0.3
             blur: 8
         }
-        // What the shadow's ring leaves open under the shifted edge.
+        // Fills the area that the rings of the shadow leave open under the shifted edge.
         Rectangle {
             y: 3
             width: parent.width

@@ -2,7 +2,7 @@ import QtQuick
 import Corvane
 import QtQuick.Templates as T
 
-// One of several modes, of which one is active.
+// One of several modes, only one of which is active.
 T.RadioButton {
     id: segment
 

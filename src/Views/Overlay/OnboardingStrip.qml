@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// Invites to the onboarding video, until it has been seen or dismissed.
+// Offers the onboarding video, until it has been watched or dismissed.
 Material {
     id: strip
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// The video's picture: the bar over a conversation.
+// The thumbnail of the video: the bar over a conversation.
 Rectangle {
     implicitWidth: 64
     implicitHeight: 64

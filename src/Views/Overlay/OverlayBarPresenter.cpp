@@ -54,7 +54,7 @@ OverlayBarPresenter::OverlayBarPresenter(CompletionViewModel& completion, Overla
     , m_status(webSocket, settings, windows, clock)
     , m_response(completion, interview, settings, systemAccess)
     , m_hasSeenOnboardingVideo(defaults.boolean(hasSeenOnboardingVideoKey).value_or(false)) {
-    m_face = face();
+    m_viewState = viewState();
     subscribe();
 }
 
@@ -97,7 +97,7 @@ double OverlayBarPresenter::panelHeight() const {
     return m_overlay.panelHeight();
 }
 
-OverlayBarPresenter::Face OverlayBarPresenter::face() const {
+OverlayBarPresenter::ViewState OverlayBarPresenter::viewState() const {
     const auto dialog = m_interview.showStopDialog() ? Dialog::stop
                         : m_showCloseConfirm         ? Dialog::close
                                                      : Dialog::none;
@@ -113,10 +113,10 @@ OverlayBarPresenter::Face OverlayBarPresenter::face() const {
     };
 }
 
-// The models change several fields at a time; what they come to counts once they are done. The window would
-// shrink and grow again otherwise.
+// The models change several fields at a time, so the update is queued until they are done. Otherwise the
+// window would shrink and grow again.
 void OverlayBarPresenter::scheduleUpdate() {
-    if (!m_updateScheduled && face() != m_face) {
+    if (!m_updateScheduled && viewState() != m_viewState) {
         m_updateScheduled = true;
         QMetaObject::invokeMethod(this, &OverlayBarPresenter::update, Qt::QueuedConnection);
     }
@@ -124,20 +124,20 @@ void OverlayBarPresenter::scheduleUpdate() {
 
 void OverlayBarPresenter::update() {
     m_updateScheduled = false;
-    const auto before = std::exchange(m_face, face());
-    if (m_face != before) {
+    const auto before = std::exchange(m_viewState, viewState());
+    if (m_viewState != before) {
         applyHeightRules(before);
         Q_EMIT changed();
     }
 }
 
-void OverlayBarPresenter::applyHeightRules(const Face& before) {
-    if (m_face.dialog != Dialog::none) {
+void OverlayBarPresenter::applyHeightRules(const ViewState& before) {
+    if (m_viewState.dialog != Dialog::none) {
         if (before.dialog == Dialog::none) {
             m_overlay.expandPanel();
         }
-    } else if (m_face.hasContent != before.hasContent) {
-        if (m_face.hasContent) {
+    } else if (m_viewState.hasContent != before.hasContent) {
+        if (m_viewState.hasContent) {
             m_overlay.expandPanel();
         } else {
             m_overlay.collapsePanel();
@@ -174,7 +174,7 @@ const OverlayBarPresenter::DialogText& OverlayBarPresenter::dialogText() const {
          {"Quit", [](Bar& bar) { bar.m_windows.terminate(); }}},
     };
     static const DialogText none{"", "", {}};
-    switch (m_face.dialog) {
+    switch (m_viewState.dialog) {
     case Dialog::stop:
         return stopDialog;
     case Dialog::close:
@@ -190,7 +190,7 @@ QString OverlayBarPresenter::dialogTitle() const {
 }
 
 QString OverlayBarPresenter::dialogBody() const {
-    const bool silent = m_face.dialog == Dialog::close && !m_face.closeStopsInterview;
+    const bool silent = m_viewState.dialog == Dialog::close && !m_viewState.closeStopsInterview;
     return silent ? QString() : QString(QLatin1String(dialogText().body));
 }
 

@@ -19,7 +19,7 @@ namespace corvane {
 class ApplicationWindows;
 class OverlayViewModel;
 
-// The floating bar and what hangs under it: a dialog, the response or the onboarding strip. Main thread.
+// The floating bar and what is shown under it: a dialog, the response or the onboarding strip. Main thread.
 class OverlayBarPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -57,15 +57,15 @@ public:
     ResponsePopoverPresenter* response() { return &m_response; }
 
     bool isHidden() const;
-    // 0..1, of the material behind every card.
+    // Returns the opacity of the background of every card, from 0 to 1.
     double materialStrength() const;
     double panelHeight() const;
-    // The user has folded the content away.
+    // Returns whether the user has collapsed the content.
     bool manuallyDismissed() const { return m_manuallyDismissed; }
-    bool hasContent() const { return m_face.hasContent; }
-    bool showsResponse() const { return m_face.showsResponse; }
-    bool showingDialog() const { return m_face.dialog != Dialog::none; }
-    bool onboardingStripVisible() const { return m_face.onboardingStripVisible; }
+    bool hasContent() const { return m_viewState.hasContent; }
+    bool showsResponse() const { return m_viewState.showsResponse; }
+    bool showingDialog() const { return m_viewState.dialog != Dialog::none; }
+    bool onboardingStripVisible() const { return m_viewState.onboardingStripVisible; }
     QString dialogTitle() const;
     QString dialogBody() const; // may be empty
     QStringList dialogButtons() const;
@@ -73,14 +73,14 @@ public:
     Q_INVOKABLE void toggleContent();
     Q_INVOKABLE void showDashboard();
     Q_INVOKABLE void askToQuit();
-    // The button with that place in the dialog on show; 0 cancels.
+    // Presses the button with that index in the dialog; 0 cancels.
     Q_INVOKABLE void pressDialogButton(int button);
     Q_INVOKABLE void watchOnboardingVideo();
     Q_INVOKABLE void dismissOnboarding();
 
-    // The pointer drags the bar along until it lets go.
+    // Lets the pointer drag the bar until it is released.
     Q_INVOKABLE void startMove() { Q_EMIT moveWanted(); }
-    // What the view paints, as rectangles of the panel: outside them clicks belong to the windows beneath.
+    // Sets what the view paints, as rectangles of the panel. Clicks outside them go to the windows beneath.
     Q_INVOKABLE void reportDrawn(const QVariantList& rects);
     const QRegion& drawnRegion() const { return m_drawnRegion; }
 
@@ -94,23 +94,23 @@ Q_SIGNALS:
 
 private:
     enum class Dialog { none, stop, close };
-    struct Face {
+    struct ViewState {
         bool hasContent = false;
         bool showsResponse = false;
         bool onboardingStripVisible = false;
         bool manuallyDismissed = false;
         bool closeStopsInterview = false;
         Dialog dialog = Dialog::none;
-        bool operator==(const Face&) const = default;
+        bool operator==(const ViewState&) const = default;
     };
     struct DialogText;
 
     void subscribe();
     void showContentAgain(bool when);
-    Face face() const;
+    ViewState viewState() const;
     void scheduleUpdate();
     void update();
-    void applyHeightRules(const Face& before);
+    void applyHeightRules(const ViewState& before);
     void setHasSeenOnboardingVideo();
     const DialogText& dialogText() const;
 
@@ -133,7 +133,7 @@ private:
     bool m_showCloseConfirm = false;
     bool m_hasSeenOnboardingVideo = false;
     bool m_updateScheduled = false;
-    Face m_face;
+    ViewState m_viewState;
     QRegion m_drawnRegion;
 };
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// Root of the floating panel: the bar, and under it a dialog, the response or the onboarding strip.
+// The root view of the floating panel: the bar, and under it a dialog, the response or the onboarding strip.
 FocusScope {
     id: root
 
@@ -58,7 +58,7 @@ FocusScope {
         }
     }
 
-    // A click beside the popover closes it, and does what it was meant for.
+    // A click outside the popover closes it and then takes its usual effect.
     MouseArea {
         anchors.fill: parent
         visible: popover.visible

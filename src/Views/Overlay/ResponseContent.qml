@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// What the assistant has to say, or why it says nothing yet.
+// The assistant's text, or the reason why there is none yet.
 FollowingListView {
     objectName: "assistantList"
     id: view

@@ -25,13 +25,13 @@ constexpr auto captureSettings =
     "x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture";
 constexpr std::array openableSchemes{"http", "https", "mailto"};
 
-// The place that is shown for an index that may be past the end.
-int limited(int index, qsizetype count) {
+// Limits an index that may be past the end.
+int clampedIndex(int index, qsizetype count) {
     return std::max(0, std::min(index, static_cast<int>(count) - 1));
 }
 
-// The text of a place that is laid out as a whole. Nothing that is meant to be read there is longer.
-QString bounded(const QString& text, qsizetype length = 2000) {
+// Shortens a text that is laid out as a whole. Texts that are meant to be read there are shorter.
+QString shortened(const QString& text, qsizetype length = 2000) {
     return text.size() <= length ? text : text.first(length) + QStringLiteral("…");
 }
 
@@ -53,48 +53,49 @@ ResponsePopoverPresenter::ResponsePopoverPresenter(CompletionViewModel& completi
     m_frame.setInterval(frameTime);
     connect(&m_frame, &QTimer::timeout, this, &ResponsePopoverPresenter::refresh);
     subscribe();
-    m_face = face();
-    m_cards.setNoteVisible(m_face.noteVisible);
+    m_viewState = viewState();
+    m_cards.setNoteVisible(m_viewState.noteVisible);
 }
 
 void ResponsePopoverPresenter::subscribe() {
-    const auto watchFace = [this](auto* source, auto... notifications) {
+    const auto watchViewState = [this](auto* source, auto... notifications) {
         (connect(source, notifications, this,
                  [this] {
-                     m_faceOutdated = true;
+                     m_viewStateOutdated = true;
                      schedule();
                  }),
          ...);
     };
     using Completion = CompletionViewModel;
     using Interview = InterviewViewModel;
-    watchFace(&m_completion, &Completion::isLoadingChanged, &Completion::errorChanged,
-              &Completion::processingStatusTextChanged, &Completion::isAssessmentStreamingChanged,
-              &Completion::assessmentIsStaleChanged);
-    watchFace(&m_interview, &Interview::statusChanged, &Interview::questionsChanged,
-              &Interview::activeQuestionIndexChanged, &Interview::interviewPlanChanged,
-              &Interview::activePlanTopicIndexChanged, &Interview::errorMessageChanged,
-              &Interview::audioUnavailableChanged, &Interview::microphoneFallbackActiveChanged,
-              &Interview::microphoneMissingChanged, &Interview::disconnectedDuringInterviewChanged,
-              &Interview::followUpsEnabledChanged, &Interview::englishAssessmentEnabledChanged,
-              &Interview::manualModeChanged);
+    watchViewState(&m_completion, &Completion::isLoadingChanged, &Completion::errorChanged,
+                   &Completion::processingStatusTextChanged, &Completion::isAssessmentStreamingChanged,
+                   &Completion::assessmentIsStaleChanged);
+    watchViewState(&m_interview, &Interview::statusChanged, &Interview::questionsChanged,
+                   &Interview::activeQuestionIndexChanged, &Interview::interviewPlanChanged,
+                   &Interview::activePlanTopicIndexChanged, &Interview::errorMessageChanged,
+                   &Interview::audioUnavailableChanged, &Interview::microphoneFallbackActiveChanged,
+                   &Interview::microphoneMissingChanged, &Interview::disconnectedDuringInterviewChanged,
+                   &Interview::followUpsEnabledChanged, &Interview::englishAssessmentEnabledChanged,
+                   &Interview::manualModeChanged);
     connect(&m_settings, &SettingsViewModel::transparencyChanged, this,
             &ResponsePopoverPresenter::materialStrengthChanged);
 
-    takeText(m_completion.streamedResponse(), &AssistantCardsModel::appendNote,
-             &AssistantCardsModel::clearNote);
-    takeText(m_completion.streamedAssessment(), &AssistantCardsModel::append, &AssistantCardsModel::clear);
+    followText(m_completion.streamedResponse(), &AssistantCardsModel::appendNote,
+               &AssistantCardsModel::clearNote);
+    followText(m_completion.streamedAssessment(), &AssistantCardsModel::append, &AssistantCardsModel::clear);
 }
 
-// What there is, and every piece as it comes; views hear of it once a frame.
-void ResponsePopoverPresenter::takeText(const StreamedText& text,
-                                        void (AssistantCardsModel::*append)(QStringView),
-                                        void (AssistantCardsModel::*clear)()) {
+// Takes the text so far and every further piece; the views are told once a frame.
+void ResponsePopoverPresenter::followText(const StreamedText& text,
+                                          void (AssistantCardsModel::*append)(QStringView),
+                                          void (AssistantCardsModel::*clear)()) {
     (m_cards.*append)(text.text());
     const auto take = [this](auto change) {
         const auto before = std::tuple(m_cards.hasNote(), m_cards.hasText());
         change();
-        m_faceOutdated = m_faceOutdated || before != std::tuple(m_cards.hasNote(), m_cards.hasText());
+        m_viewStateOutdated =
+            m_viewStateOutdated || before != std::tuple(m_cards.hasNote(), m_cards.hasText());
         m_textOutdated = true;
         schedule();
     };
@@ -111,11 +112,11 @@ void ResponsePopoverPresenter::schedule() {
 
 void ResponsePopoverPresenter::refresh() {
     m_cards.publish();
-    if (std::exchange(m_faceOutdated, false)) {
-        auto now = face();
-        if (now != m_face) {
-            m_face = std::move(now);
-            m_cards.setNoteVisible(m_face.noteVisible);
+    if (std::exchange(m_viewStateOutdated, false)) {
+        auto now = viewState();
+        if (now != m_viewState) {
+            m_viewState = std::move(now);
+            m_cards.setNoteVisible(m_viewState.noteVisible);
             Q_EMIT changed();
         }
     }
@@ -148,44 +149,45 @@ bool ResponsePopoverPresenter::isStarting() const {
            status == InterviewStatus::connecting;
 }
 
-ResponsePopoverPresenter::Face ResponsePopoverPresenter::face() const {
-    Face face;
+ResponsePopoverPresenter::ViewState ResponsePopoverPresenter::viewState() const {
+    ViewState viewState;
     const bool hasQuestions = !m_interview.questions().isEmpty();
     const auto& stage = m_completion.processingStatusText();
-    face.noteVisible = m_cards.hasNote() && !hasQuestions;
-    face.hasAssistantContent = face.noteVisible || m_cards.hasText();
-    face.isAssistantWorking =
-        !face.hasAssistantContent && (m_completion.isLoading() || stage || isStarting());
+    viewState.noteVisible = m_cards.hasNote() && !hasQuestions;
+    viewState.hasAssistantContent = viewState.noteVisible || m_cards.hasText();
+    viewState.isAssistantWorking =
+        !viewState.hasAssistantContent && (m_completion.isLoading() || stage || isStarting());
 
-    face.microphoneFallback = m_interview.microphoneFallbackActive();
-    if (!face.microphoneFallback && m_interview.audioUnavailable()) {
-        face.audioWarning = bounded(m_interview.errorMessageText());
+    viewState.microphoneFallback = m_interview.microphoneFallbackActive();
+    if (!viewState.microphoneFallback && m_interview.audioUnavailable()) {
+        viewState.audioWarning = shortened(m_interview.errorMessageText());
     }
-    face.notice = notice();
-    face.canGiveUp =
+    viewState.notice = notice();
+    viewState.canGiveUp =
         m_interview.status() == InterviewStatus::waitingForQuestions && m_completion.error().has_value();
-    face.manualSendVisible = m_interview.manualModeActive();
-    face.info = info();
-    face.hasError = m_completion.error().has_value();
-    face.errorText = bounded(m_completion.errorText());
+    viewState.manualSendVisible = m_interview.manualModeActive();
+    viewState.info = info();
+    viewState.hasError = m_completion.error().has_value();
+    viewState.errorText = shortened(m_completion.errorText());
 
     if (showsTranscript() && !m_interview.interviewPlan().isEmpty()) {
-        face.content = QStringLiteral("planQuestions");
-        face.planQuestions = planQuestionsText();
-    } else if (face.hasAssistantContent) {
-        face.content = QStringLiteral("assistant");
+        viewState.content = QStringLiteral("planQuestions");
+        viewState.planQuestions = planQuestionsText();
+    } else if (viewState.hasAssistantContent) {
+        viewState.content = QStringLiteral("assistant");
     } else {
-        face.content = face.isAssistantWorking ? QStringLiteral("working") : QStringLiteral("empty");
+        viewState.content =
+            viewState.isAssistantWorking ? QStringLiteral("working") : QStringLiteral("empty");
     }
-    face.workingText =
+    viewState.workingText =
         isStarting() ? QStringLiteral("Connecting...") : stage.value_or(QStringLiteral("Processing..."));
-    face.emptyTitle = hasQuestions ? QStringLiteral("Assessment will appear here")
-                                   : QStringLiteral("Waiting for interview");
-    face.emptyLine = hasQuestions ? QStringLiteral("Notes update after the candidate answers.")
-                                  : QStringLiteral("Start the interview to load questions.");
-    face.assessmentOpacity = m_completion.assessmentIsStale() ? staleOpacity : 1;
-    face.updating = m_completion.isAssessmentStreaming();
-    return face;
+    viewState.emptyTitle = hasQuestions ? QStringLiteral("Assessment will appear here")
+                                        : QStringLiteral("Waiting for interview");
+    viewState.emptyLine = hasQuestions ? QStringLiteral("Notes update after the candidate answers.")
+                                       : QStringLiteral("Start the interview to load questions.");
+    viewState.assessmentOpacity = m_completion.assessmentIsStale() ? staleOpacity : 1;
+    viewState.updating = m_completion.isAssessmentStreaming();
+    return viewState;
 }
 
 ResponsePopoverPresenter::Notice ResponsePopoverPresenter::notice() const {
@@ -219,8 +221,8 @@ ResponsePopoverPresenter::Info ResponsePopoverPresenter::info() const {
 
 ResponsePopoverPresenter::Info ResponsePopoverPresenter::planInfo() const {
     const auto& plan = m_interview.interviewPlan();
-    const auto index = limited(m_interview.activePlanTopicIndex(), plan.size());
-    const InterviewPlanTopic topic{.topic = bounded(plan.at(index).topic), .questions = {}};
+    const auto index = clampedIndex(m_interview.activePlanTopicIndex(), plan.size());
+    const InterviewPlanTopic topic{.topic = shortened(plan.at(index).topic), .questions = {}};
     return {.section = QStringLiteral("plan"),
             .chip = QStringLiteral("Interview Plan"),
             .position = positionText("Topic", index, plan.size()),
@@ -233,13 +235,13 @@ ResponsePopoverPresenter::Info ResponsePopoverPresenter::planInfo() const {
 
 ResponsePopoverPresenter::Info ResponsePopoverPresenter::questionInfo() const {
     const auto& questions = m_interview.questions();
-    const auto index = limited(m_interview.activeQuestionIndex(), questions.size());
+    const auto index = clampedIndex(m_interview.activeQuestionIndex(), questions.size());
     const auto& question = questions.at(index);
     return {.section = QStringLiteral("questions"),
-            .chip = InterviewQuestion::cleanDisplayText(bounded(question.topic)),
+            .chip = InterviewQuestion::cleanDisplayText(shortened(question.topic)),
             .position = positionText("Question", index, questions.size()),
-            .headline = InterviewQuestion::cleanDisplayText(bounded(question.question)),
-            .justification = InterviewQuestion::cleanDisplayText(bounded(question.justification)),
+            .headline = InterviewQuestion::cleanDisplayText(shortened(question.question)),
+            .justification = InterviewQuestion::cleanDisplayText(shortened(question.justification)),
             .navigable = true,
             .canGoBack = index > 0,
             .canGoForward = index < questions.size() - 1};
@@ -248,10 +250,11 @@ ResponsePopoverPresenter::Info ResponsePopoverPresenter::questionInfo() const {
 QString ResponsePopoverPresenter::planQuestionsText() const {
     const auto& plan = m_interview.interviewPlan();
     QStringList entries;
-    for (const auto& question : plan.at(limited(m_interview.activePlanTopicIndex(), plan.size())).questions) {
+    for (const auto& question :
+         plan.at(clampedIndex(m_interview.activePlanTopicIndex(), plan.size())).questions) {
         entries.append(QString::number(entries.size() + 1) + QStringLiteral(". ") + question);
     }
-    return bounded(entries.join(QStringLiteral("\n\n")), 20'000);
+    return shortened(entries.join(QStringLiteral("\n\n")), 20'000);
 }
 
 void ResponsePopoverPresenter::retryAudio() {
@@ -270,7 +273,7 @@ void ResponsePopoverPresenter::goBack() {
     if (showsTranscript()) {
         const auto count = m_interview.interviewPlan().size();
         m_interview.setActivePlanTopicIndex(
-            std::max(0, limited(m_interview.activePlanTopicIndex(), count) - 1));
+            std::max(0, clampedIndex(m_interview.activePlanTopicIndex(), count) - 1));
     } else if (m_interview.activeQuestionIndex() >= 1) {
         m_interview.setActiveQuestionIndex(m_interview.activeQuestionIndex() - 1);
         m_interview.sendActiveQuestion();
@@ -281,7 +284,7 @@ void ResponsePopoverPresenter::goForward() {
     if (showsTranscript()) {
         const auto count = m_interview.interviewPlan().size();
         m_interview.setActivePlanTopicIndex(
-            limited(limited(m_interview.activePlanTopicIndex(), count) + 1, count));
+            clampedIndex(clampedIndex(m_interview.activePlanTopicIndex(), count) + 1, count));
     } else {
         m_interview.nextQuestion();
     }

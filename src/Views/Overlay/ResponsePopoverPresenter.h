@@ -19,8 +19,8 @@ class SettingsViewModel;
 class SilenceWatch;
 class StreamedText;
 
-// What the card under the bar shows: banners, the plan or the question to ask next, and the running
-// assessment. Takes up changes at most once a frame. Main thread.
+// The card under the bar: banners, the plan or the question to ask next, and the assessment as it is written.
+// It updates at most once a frame. Main thread.
 class ResponsePopoverPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -29,7 +29,7 @@ class ResponsePopoverPresenter : public QObject {
     Q_PROPERTY(bool microphoneFallback READ microphoneFallback NOTIFY changed)
     Q_PROPERTY(QString audioWarning READ audioWarning NOTIFY changed)
     Q_PROPERTY(QString silenceNotice READ silenceNotice NOTIFY silenceNoticeChanged)
-    // What has gone wrong with the interview and needs no answer; an empty title for nothing.
+    // A problem of the interview that needs no answer; the title is empty when there is none.
     Q_PROPERTY(QString noticeSymbol READ noticeSymbol NOTIFY changed)
     Q_PROPERTY(QString noticeTitle READ noticeTitle NOTIFY changed)
     Q_PROPERTY(QString noticeText READ noticeText NOTIFY changed)
@@ -58,54 +58,54 @@ public:
     ResponsePopoverPresenter(CompletionViewModel& completion, InterviewViewModel& interview,
                              SettingsViewModel& settings, platform::SystemAccess& systemAccess);
 
-    // Shows what the watch finds, from now on.
+    // Shows from now on what the watch finds.
     void follow(const SilenceWatch& watch);
 
-    // There is a reply or an assessment to show.
-    bool hasAssistantContent() const { return m_face.hasAssistantContent; }
-    // Nothing to show yet, and something is on its way.
-    bool isAssistantWorking() const { return m_face.isAssistantWorking; }
+    // Returns whether there is a reply or an assessment to show.
+    bool hasAssistantContent() const { return m_viewState.hasAssistantContent; }
+    // Returns whether there is nothing to show yet but something is expected.
+    bool isAssistantWorking() const { return m_viewState.isAssistantWorking; }
 
     double materialStrength() const; // 0..1
-    bool microphoneFallback() const { return m_face.microphoneFallback; }
-    QString audioWarning() const { return m_face.audioWarning; } // empty for none
-    // Why the candidate is not heard; empty while there is nothing to say.
+    bool microphoneFallback() const { return m_viewState.microphoneFallback; }
+    QString audioWarning() const { return m_viewState.audioWarning; } // empty when there is none
+    // Returns why the candidate is not heard, or an empty text.
     const QString& silenceNotice() const { return m_silenceNotice; }
-    QString noticeSymbol() const { return QLatin1String(m_face.notice.symbol); }
-    QString noticeTitle() const { return QLatin1String(m_face.notice.title); }
-    QString noticeText() const { return QLatin1String(m_face.notice.text); }
-    // The start of the interview has failed, and nothing else ends it.
-    bool canGiveUp() const { return m_face.canGiveUp; }
-    bool manualSendVisible() const { return m_face.manualSendVisible; }
-    // "questions", "plan", "gathering", or empty for nothing.
-    QString infoSection() const { return m_face.info.section; }
-    QString chip() const { return m_face.info.chip; }
-    QString position() const { return m_face.info.position; }
-    QString headline() const { return m_face.info.headline; } // of a question, with inline markdown
-    QString justification() const { return m_face.info.justification; }
-    bool navigable() const { return m_face.info.navigable; }
-    bool canGoBack() const { return m_face.info.canGoBack; }
-    bool canGoForward() const { return m_face.info.canGoForward; }
-    bool hasError() const { return m_face.hasError; }
-    QString errorText() const { return m_face.errorText; }
-    // "planQuestions", "working", "empty" or "assistant".
-    QString content() const { return m_face.content; }
-    QString planQuestions() const { return m_face.planQuestions; } // empty: the topic has none
-    QString workingText() const { return m_face.workingText; }
-    QString emptyTitle() const { return m_face.emptyTitle; }
-    QString emptyLine() const { return m_face.emptyLine; }
-    double assessmentOpacity() const { return m_face.assessmentOpacity; }
-    bool updating() const { return m_face.updating; }
+    QString noticeSymbol() const { return QLatin1String(m_viewState.notice.symbol); }
+    QString noticeTitle() const { return QLatin1String(m_viewState.notice.title); }
+    QString noticeText() const { return QLatin1String(m_viewState.notice.text); }
+    // Returns whether the start of the interview has failed and the user has to give it up.
+    bool canGiveUp() const { return m_viewState.canGiveUp; }
+    bool manualSendVisible() const { return m_viewState.manualSendVisible; }
+    // Returns "questions", "plan", "gathering", or an empty text.
+    QString infoSection() const { return m_viewState.info.section; }
+    QString chip() const { return m_viewState.info.chip; }
+    QString position() const { return m_viewState.info.position; }
+    QString headline() const { return m_viewState.info.headline; } // of a question, with inline markdown
+    QString justification() const { return m_viewState.info.justification; }
+    bool navigable() const { return m_viewState.info.navigable; }
+    bool canGoBack() const { return m_viewState.info.canGoBack; }
+    bool canGoForward() const { return m_viewState.info.canGoForward; }
+    bool hasError() const { return m_viewState.hasError; }
+    QString errorText() const { return m_viewState.errorText; }
+    // Returns "planQuestions", "working", "empty" or "assistant".
+    QString content() const { return m_viewState.content; }
+    QString planQuestions() const { return m_viewState.planQuestions; } // empty when the topic has none
+    QString workingText() const { return m_viewState.workingText; }
+    QString emptyTitle() const { return m_viewState.emptyTitle; }
+    QString emptyLine() const { return m_viewState.emptyLine; }
+    double assessmentOpacity() const { return m_viewState.assessmentOpacity; }
+    bool updating() const { return m_viewState.updating; }
     AssistantCardsModel* cards() { return &m_cards; }
 
     Q_INVOKABLE void retryAudio();
     Q_INVOKABLE void openCaptureSettings();
     Q_INVOKABLE void giveUp();
-    // To the topic or the question before or after the one on show.
+    // Move to the topic or question before or after the one that is shown.
     Q_INVOKABLE void goBack();
     Q_INVOKABLE void goForward();
     Q_INVOKABLE void sendManualStop();
-    // Opens addresses of the web and of mail, and nothing else: the text comes from outside.
+    // Opens web and mail addresses only, because the text comes from outside.
     Q_INVOKABLE void openLink(const QString& address);
 
 Q_SIGNALS:
@@ -131,9 +131,9 @@ private:
         const char* symbol = "";
         const char* title = "";
         const char* text = "";
-        bool operator==(const Notice&) const = default; // of literals
+        bool operator==(const Notice&) const = default; // the literals are compared by address
     };
-    struct Face {
+    struct ViewState {
         bool hasAssistantContent = false;
         bool isAssistantWorking = false;
         bool microphoneFallback = false;
@@ -152,17 +152,17 @@ private:
         bool noteVisible = false;
         double assessmentOpacity = 1;
         bool updating = false;
-        bool operator==(const Face&) const = default;
+        bool operator==(const ViewState&) const = default;
     };
 
     void subscribe();
     void schedule();
     void refresh();
-    void takeText(const StreamedText& text, void (AssistantCardsModel::*append)(QStringView),
-                  void (AssistantCardsModel::*clear)());
+    void followText(const StreamedText& text, void (AssistantCardsModel::*append)(QStringView),
+                    void (AssistantCardsModel::*clear)());
     bool showsTranscript() const;
     bool isStarting() const;
-    Face face() const;
+    ViewState viewState() const;
     Notice notice() const;
     Info info() const;
     Info planInfo() const;
@@ -176,10 +176,10 @@ private:
 
     QString m_silenceNotice;
     QTimer m_frame;
-    bool m_faceOutdated = false;
+    bool m_viewStateOutdated = false;
     bool m_textOutdated = false;
     AssistantCardsModel m_cards;
-    Face m_face;
+    ViewState m_viewState;
 };
 
 } // namespace corvane

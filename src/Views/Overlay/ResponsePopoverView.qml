@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// The card under the bar: banners, the plan or the question to ask next, and the running assessment.
+// The card under the bar: banners, the plan or the question to ask next, and the assessment as it is written.
 Item {
     id: view
 

@@ -6,12 +6,12 @@
 
 namespace corvane {
 
-// What the bar says about the interview's status.
+// What the bar shows about the status of the interview.
 struct StatusLine {
     InterviewStatus status;
-    bool running; // an interview is under way, so the bar shows its state and modes instead of the id field
+    bool running; // true during an interview, when the bar shows its state and modes instead of the id field
     const char* statusLabelText;
-    const char* statusDotColor; // a role of the theme
+    const char* statusDotColor; // the name of a colour of Theme
 };
 
 inline constexpr std::array statusLines{

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// Says what is wrong with the link, and offers the way out.
+// Says what is wrong with the connection, with a button that helps.
 Rectangle {
     id: popover
 

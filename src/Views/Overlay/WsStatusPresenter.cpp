@@ -10,8 +10,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// A drop shorter than this is nobody's concern.
-constexpr auto patience = 2000ms;
+// A shorter interruption is not reported.
+constexpr auto issueDelay = 2000ms;
 
 } // namespace
 
@@ -63,9 +63,9 @@ void WsStatusPresenter::update() {
     }
     m_hadIssue = issue;
     if (m_hadIssue) {
-        m_wait = m_clock.once(patience, [this] { setShowIcon(true); });
+        m_issueTimer = m_clock.once(issueDelay, [this] { setShowIcon(true); });
     } else {
-        m_wait.reset();
+        m_issueTimer.reset();
         setShowIcon(false);
     }
 }

@@ -12,7 +12,8 @@ class ApplicationWindows;
 class SettingsViewModel;
 class WebSocketService;
 
-// Says that the link to the backend is in trouble, once it has been for a while, and offers the way out.
+// Reports trouble with the connection to the backend once it has lasted for a while, and offers help. Main
+// thread.
 class WsStatusPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -34,7 +35,7 @@ public:
     bool showPopover() const { return m_showPopover; }
     void setShowPopover(bool show);
     QString symbol() const { return m_presentation.symbol; }
-    QString color() const { return m_presentation.color; } // a role of the theme
+    QString color() const { return m_presentation.color; } // the name of a colour of Theme
     QString statusText() const { return m_presentation.statusText; }
     QString statusMessage() const { return m_presentation.statusMessage; }
     QString actionText() const { return m_presentation.actionText; }
@@ -68,8 +69,8 @@ private:
     bool m_hadIssue = false;
     bool m_showIcon = false;
     bool m_showPopover = false;
-    // Runs from the beginning of an issue until the icon appears, or the issue is gone.
-    std::unique_ptr<platform::Timer> m_wait;
+    // Runs from the beginning of the trouble until the icon appears or the trouble ends.
+    std::unique_ptr<platform::Timer> m_issueTimer;
 };
 
 } // namespace corvane

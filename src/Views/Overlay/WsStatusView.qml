@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// The sign of a link in trouble; its explanation is WsStatusPopover.
+// The icon for trouble with the connection, which opens WsStatusPopover.
 IconButton {
     required property WsStatusPresenter presenter
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// A notice across the width: a symbol, a title, a line and buttons behind them.
+// A notice across the whole width: a symbol, a title, a line of text, and buttons after them.
 Rectangle {
     id: banner
 

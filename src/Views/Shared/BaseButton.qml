@@ -2,8 +2,8 @@ import QtQuick
 import QtQuick.Templates as T
 import Corvane
 
-// What the buttons do alike: Return and Enter press them as the space bar does, once however long they are held, and so does
-// assistive technology, to which their text is their name.
+// The common behaviour of buttons: Return and Enter press them as the space bar does, only once even when the key is
+// held down. Assistive technology can press them, too, and reads their text as their name.
 T.AbstractButton {
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// The plain background of a card.
+// The background of a card.
 Rectangle {
     property color fill: Qt.alpha(Theme.control, 0.4)
 

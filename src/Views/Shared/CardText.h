@@ -6,15 +6,15 @@
 
 namespace corvane {
 
-// The text of a card, or a piece of it, that grows at its end. White space at its ends is left out until
-// something follows it. A view that shows it is told from where on it is new. Main thread.
+// The text of a card, or a piece of it, to which more is appended. White space at its ends is left out until
+// other text follows. The views are told which part has changed. Main thread.
 class CardText : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("handed out by presenters")
 
 public:
-    // A state to go back to.
+    // A state of the text to return to.
     struct Mark {
         qsizetype length = 0;
         QString blanks;
@@ -22,7 +22,7 @@ public:
 
     using QObject::QObject;
 
-    // Do not keep a copy: the next append would have to copy the whole text.
+    // Callers must not keep a copy: the next append would have to copy the whole text.
     const QString& text() const { return m_text; }
     bool isEmpty() const { return m_text.isEmpty(); }
 
@@ -30,16 +30,16 @@ public:
     void clear() { returnTo({}); }
     Mark mark() const { return {m_text.size(), m_blanks}; }
     void returnTo(const Mark& mark);
-    // Tells what has changed since the last call.
+    // Emits changed() for the changes since the last call.
     void publish();
 
 Q_SIGNALS:
-    // The first `unchanged` characters are what they were.
+    // The first `unchanged` characters are the same as before.
     void changed(qsizetype unchanged);
 
 private:
     QString m_text;
-    QString m_blanks; // behind the text, shown once something follows
+    QString m_blanks; // white space after the text, appended when other text follows
     qsizetype m_unchanged = 0;
     bool m_isChanged = false;
 };

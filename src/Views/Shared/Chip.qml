@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// A short label on a small rounded ground.
+// A short label on a small rounded background.
 Rectangle {
     id: chip
 

@@ -2,7 +2,7 @@ import QtQuick
 import Corvane
 import QtQuick.Templates as T
 
-// A row of a FormComboBox's list.
+// A row in the list of a FormComboBox.
 T.ItemDelegate {
     id: row
 

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Corvane
 
-// What an empty field says in the place of its text.
+// The text that an empty field shows.
 Text {
     required property T.TextField control
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// Shows where the keyboard is. Fill the control with it.
+// Shows the keyboard focus. It fills its parent, the control.
 Rectangle {
     property bool shown: false
 

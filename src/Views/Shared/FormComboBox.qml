@@ -2,8 +2,8 @@ import QtQuick
 import Corvane
 import QtQuick.Templates as T
 
-// One choice of a list that opens under it. It shows `row`, nothing for -1, and only asks for a change by
-// picked().
+// A choice from a list that opens under it. It shows `row`, nothing for -1, and does not change it: it emits picked()
+// instead.
 T.ComboBox {
     id: box
 
@@ -27,7 +27,7 @@ T.ComboBox {
     Accessible.name: label
     Accessible.description: displayText
     Accessible.onPressAction: if (enabled) popup.open()
-    // The control keeps a row of its own and resets it with each new list.
+    // The control has a current row of its own, which it resets when the list changes.
     onRowChanged: showRow()
     onModelChanged: showRow()
     onActivated: index => {

@@ -2,7 +2,7 @@ import QtQuick
 import Corvane
 import QtQuick.Templates as T
 
-// A value on a line, in steps. The arrows step too.
+// A slider with steps, which the arrow keys move, too.
 T.Slider {
     id: slider
 

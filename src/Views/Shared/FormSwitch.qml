@@ -1,8 +1,8 @@
 import QtQuick
 import Corvane
 
-// A switch with its label, and an optional line under it. It shows `on` and only asks for a change: clicked()
-// has to bring the new value.
+// A switch with a label and an optional line under it. It shows `on` and does not change it: the handler of clicked()
+// does.
 BaseButton {
     id: control
 

@@ -2,7 +2,7 @@ import QtQuick
 import Corvane
 import QtQuick.Templates as T
 
-// A field for one line of text. `label` is its name for those who do not see it.
+// A field for one line of text. `label` is its name for assistive technology.
 T.TextField {
     id: field
 

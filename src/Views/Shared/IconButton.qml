@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// A button that is only a symbol. Its tip is its name.
+// A button that shows only a symbol. The tip is its name, too.
 BaseButton {
     id: button
 

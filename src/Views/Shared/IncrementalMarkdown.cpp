@@ -25,7 +25,7 @@ std::optional<qsizetype> IncrementalMarkdown::update(QStringView source, qsizety
     return changed;
 }
 
-std::optional<qsizetype> IncrementalMarkdown::replaceTail(qsizetype at, InlineText tail) {
+std::optional<qsizetype> IncrementalMarkdown::replaceTail(qsizetype at, AttributedString tail) {
     for (auto& run : tail.runs) {
         run.start += at;
     }

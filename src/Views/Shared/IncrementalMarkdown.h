@@ -6,22 +6,22 @@
 
 namespace corvane {
 
-// Inline markdown of a text that grows. Parses the part that later text can still change, and no more, as
-// long as nothing long ago was left open that new text could close.
+// Parses the inline markdown of a growing text. It parses only the part that later text can still change, as
+// long as new text cannot close something that was opened long before.
 class IncrementalMarkdown {
 public:
-    // Takes the whole source, of which the first `unchanged` characters are as before. Returns from where on
-    // what is shown has changed; nothing when all of it is the same.
+    // Takes the whole source, whose first `unchanged` characters are the same as before. Returns the position
+    // from which the attributed content has changed, or nullopt when it has not.
     std::optional<qsizetype> update(QStringView source, qsizetype unchanged);
 
-    const InlineText& shown() const { return m_shown; }
+    const AttributedString& attributedContent() const { return m_shown; }
 
 private:
-    std::optional<qsizetype> replaceTail(qsizetype at, InlineText tail);
+    std::optional<qsizetype> replaceTail(qsizetype at, AttributedString tail);
 
-    MarkdownCut m_settled; // nothing before it is open: no later text can change it
-    MarkdownCut m_next;    // where parsing goes on; what is open before it may still be closed
-    InlineText m_shown;
+    MarkdownCut m_settled; // nothing is open before it, so later text cannot change what precedes it
+    MarkdownCut m_next;    // where parsing continues; later text may still close what is open before it
+    AttributedString m_shown;
 };
 
 } // namespace corvane

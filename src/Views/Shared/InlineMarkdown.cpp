@@ -15,16 +15,16 @@ namespace corvane {
 
 namespace {
 
-// Stands at both ends of every line in what the parser gets, so that no line is blank or looks like a block
-// and the whole text is one paragraph. A blank to the rules of emphasis, as a line's end is, but none that
-// the parser strips: MEDIUM MATHEMATICAL SPACE.
+// The parser receives every line with this at both ends, so that no line is blank or looks like a block and
+// the whole text is one paragraph. The rules of emphasis treat it as a blank, as they do the end of a line,
+// but the parser does not strip it: MEDIUM MATHEMATICAL SPACE.
 constexpr std::string_view sentinel = "\u205F";
 
-// A cut leaves this much behind it, because a stream takes back a line that turns out to be a header.
+// At least this much text follows a cut, because a stream takes back a line that turns out to be a header.
 constexpr size_t uncutBytes = 512;
 
 struct Line {
-    size_t start;     // in the buffer, behind the sentinel
+    size_t start;     // in the buffer, after the sentinel
     qsizetype source; // in UTF-16 units
 };
 
@@ -35,7 +35,7 @@ struct Buffer {
     explicit Buffer(QStringView source) {
         bytes.reserve(static_cast<size_t>(source.size()) * 2 + 16);
         qsizetype start = 0;
-        qsizetype carriageReturn = -1; // the next one, looked for once: most texts have none
+        qsizetype carriageReturn = -1; // position of the next one, searched once as most texts have none
         while (true) {
             if (carriageReturn < start) {
                 carriageReturn = indexOf(source, u'\r', start);
@@ -66,7 +66,7 @@ struct Buffer {
         return sentinelAt(at) && (next == bytes.size() || bytes[next] == '\n');
     }
 
-    qsizetype sourceOf(size_t at) const {
+    qsizetype sourcePosition(size_t at) const {
         auto line = std::upper_bound(lines.begin(), lines.end(), at,
                                      [](size_t place, const Line& other) { return place < other.start; });
         if (line == lines.begin()) {
@@ -76,7 +76,7 @@ struct Buffer {
         auto source = line->source;
         for (auto place = line->start; place < at; ++place) {
             const auto byte = static_cast<unsigned char>(bytes[place]);
-            // Four bytes are a pair of units.
+            // Four bytes encode a pair of UTF-16 units.
             source += isContinuation(bytes[place]) ? 0 : byte >= 0xF0 ? 2 : 1;
         }
         return source;
@@ -103,7 +103,7 @@ struct Buffer {
     }
 };
 
-// The parser tells where an entity is and leaves its meaning to the caller.
+// The parser finds entities but does not decode them.
 QString decodeEntity(const QString& entity) {
     if (entity.startsWith(QLatin1String("&#"))) {
         const bool hexadecimal = entity.at(2).toLower() == u'x';
@@ -118,7 +118,7 @@ QString decodeEntity(const QString& entity) {
     return document.firstBlock().text();
 }
 
-// Receives the parser's events in the order of the text.
+// Receives the events of the parser in the order of the text.
 class Reader {
 public:
     explicit Reader(QStringView source)
@@ -131,7 +131,7 @@ private:
     void enterSpan(MD_SPANTYPE type, void* detail);
     void leaveSpan(MD_SPANTYPE type);
     void receive(MD_TEXTTYPE type, const char* text, size_t size);
-    void receiveStretch(MD_TEXTTYPE type, size_t start, size_t end);
+    void receiveRange(MD_TEXTTYPE type, size_t start, size_t end);
     void append(const QString& text);
     void noteDelimiter(size_t at);
     void noteBrackets(size_t at);
@@ -142,15 +142,15 @@ private:
 
     Buffer m_buffer;
     MarkdownParts m_parts;
-    std::vector<MD_SPANTYPE> m_spans;             // those that are open
-    std::vector<InlineRun> m_styles{InlineRun{}}; // outside of all, and within each
-    size_t m_end = 0;                             // of the last stretch
+    std::vector<MD_SPANTYPE> m_spans;             // the open spans
+    std::vector<InlineRun> m_styles{InlineRun{}}; // the style outside of all spans, and that within each
+    size_t m_end = 0;                             // end of the last range
     bool m_entered = false;
     bool m_leftLink = false;
 
-    MarkdownDelimiters m_open; // so far, brackets and parentheses left out
+    MarkdownDelimiters m_open; // so far, without brackets and parentheses
     int m_brackets = 0;
-    // Behind "](" in this line, and whether a title could begin there that goes on in the next.
+    // Whether the line has had "](", and whether a title could begin there that continues on the next line.
     bool m_inParentheses = false;
     bool m_inTitle = false;
 };
@@ -174,11 +174,11 @@ MarkdownParts Reader::read() {
         return 0;
     };
     md_parse(m_buffer.bytes.data(), static_cast<MD_SIZE>(m_buffer.bytes.size()), &parser, this);
-    m_parts.cut.source = m_buffer.sourceOf(static_cast<size_t>(m_parts.cut.source));
+    m_parts.cut.source = m_buffer.sourcePosition(static_cast<size_t>(m_parts.cut.source));
     return std::move(m_parts);
 }
 
-QString addressOf(const MD_ATTRIBUTE& attribute) {
+QString linkAddress(const MD_ATTRIBUTE& attribute) {
     QString address;
     for (int i = 0; attribute.substr_offsets[i] < attribute.size; ++i) {
         const auto start = attribute.substr_offsets[i];
@@ -205,7 +205,7 @@ void Reader::enterSpan(MD_SPANTYPE type, void* detail) {
         m_parts.closable |= MarkdownDelimiter::backtick;
         break;
     case MD_SPAN_A:
-        style.link = addressOf(static_cast<const MD_SPAN_A_DETAIL*>(detail)->href);
+        style.link = linkAddress(static_cast<const MD_SPAN_A_DETAIL*>(detail)->href);
         break;
     default:
         break;
@@ -214,8 +214,8 @@ void Reader::enterSpan(MD_SPANTYPE type, void* detail) {
     m_spans.push_back(type);
 }
 
-// The parser also tells of the end of a span that it has not told of: "[a](*)**" has its opener in the
-// address.
+// The parser may report the end of a span whose beginning it has not reported: the opener in "[a](*)**" is in
+// the address.
 void Reader::leaveSpan(MD_SPANTYPE type) {
     m_leftLink = m_leftLink || type == MD_SPAN_A || type == MD_SPAN_IMG;
     const auto found = std::find(m_spans.rbegin(), m_spans.rend(), type);
@@ -232,7 +232,7 @@ void Reader::receive(MD_TEXTTYPE type, const char* text, size_t size) {
         return;
     }
     const auto* begin = m_buffer.bytes.data();
-    // Line breaks come as text of the parser's own; the sentinels tell them better.
+    // Line breaks are reported as text outside of the buffer. They are found by the sentinels instead.
     if (std::less<>()(text, begin) || !std::less<>()(text, begin + m_buffer.bytes.size())) {
         return;
     }
@@ -248,12 +248,12 @@ void Reader::receive(MD_TEXTTYPE type, const char* text, size_t size) {
     if (type == MD_TEXT_ENTITY) {
         append(decodeEntity(QString::fromUtf8(text, static_cast<qsizetype>(size))));
     } else {
-        receiveStretch(type, start, start + size);
+        receiveRange(type, start, start + size);
     }
     m_end = start + size;
 }
 
-void Reader::receiveStretch(MD_TEXTTYPE type, size_t start, size_t end) {
+void Reader::receiveRange(MD_TEXTTYPE type, size_t start, size_t end) {
     auto pending = start;
     const auto flush = [&](size_t to) {
         if (to > pending) {
@@ -310,8 +310,8 @@ void Reader::append(const QString& text) {
     whole.text += text;
 }
 
-// A delimiter that has stayed text: later text may still match it, or it may match earlier text. When in
-// doubt it counts as one, which costs time and nothing else.
+// Notes a delimiter that has remained text: later text may still match it, or it may match earlier text. In
+// doubt it is counted, which costs only time.
 void Reader::noteDelimiter(size_t at) {
     switch (m_buffer.bytes[at]) {
     case '*':
@@ -358,7 +358,7 @@ void Reader::noteOpeners(size_t from, size_t to) {
     }
 }
 
-// The parser lets what stands in an address close a span that was opened before the link, and open one.
+// The parser lets characters in an address close a span that was opened before the link, or open one.
 void Reader::noteAddress(size_t from, size_t to) {
     for (auto at = from; at < to; ++at) {
         if (std::string_view("*_`").find(m_buffer.bytes[at]) != std::string_view::npos) {
@@ -402,7 +402,7 @@ void Reader::offerCut(size_t at) {
 
 } // namespace
 
-InlineText parseInlineMarkdown(QStringView source) {
+AttributedString markdownAttributed(QStringView source) {
     return parseMarkdownParts(source).whole;
 }
 

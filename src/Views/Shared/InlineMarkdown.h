@@ -5,14 +5,14 @@
 
 namespace corvane {
 
-// A stretch of text with one appearance. Text between runs is plain.
+// A range of text with one appearance. Text outside of all runs is plain.
 struct InlineRun {
     qsizetype start = 0;
     qsizetype length = 0;
     bool bold = false;
     bool italic = false;
     bool code = false;
-    QString link; // an address; empty for none
+    QString link; // an address; empty when there is none
 
     qsizetype end() const { return start + length; }
     bool looksLike(const InlineRun& other) const {
@@ -21,19 +21,19 @@ struct InlineRun {
     bool operator==(const InlineRun&) const = default;
 };
 
-// Text whose inline markdown has been taken out and noted as runs, in order and without overlap.
-struct InlineText {
+// A text and the attributes that its inline markdown gives it: runs in ascending order that do not overlap.
+struct AttributedString {
     QString text;
     QList<InlineRun> runs;
 
-    bool operator==(const InlineText&) const = default;
+    bool operator==(const AttributedString&) const = default;
 };
 
-// Reads emphasis, code spans, links, escapes and entities as CommonMark does. Everything else, also headings,
-// lists and HTML, stays as it is written; so do blanks and line breaks.
-InlineText parseInlineMarkdown(QStringView source);
+// Parses emphasis, code spans, links, escapes and entities as CommonMark does. Everything else, including
+// headings, lists and HTML, stays as it is written, as do blanks and line breaks.
+AttributedString markdownAttributed(QStringView source);
 
-// The characters that open and close spans, as bits: what is left of them decides whether a text can be
+// The characters that open and close spans, as bits. Those that are left open decide whether a text can be
 // parsed in parts.
 enum class MarkdownDelimiter {
     none = 0,
@@ -46,8 +46,8 @@ enum class MarkdownDelimiter {
 Q_DECLARE_FLAGS(MarkdownDelimiters, MarkdownDelimiter)
 Q_DECLARE_OPERATORS_FOR_FLAGS(MarkdownDelimiters)
 
-// A place that no span crosses: the text before it and the text behind it can be parsed one by one, as long
-// as the latter has nothing that closes what the former has left open.
+// A position that no span crosses: the text before it and the text after it can be parsed separately, unless
+// the latter closes something that the former has left open.
 struct MarkdownCut {
     qsizetype source = 0;
     qsizetype text = 0;
@@ -55,9 +55,9 @@ struct MarkdownCut {
 };
 
 struct MarkdownParts {
-    InlineText whole;
-    MarkdownCut cut;             // the last one that leaves some text behind it; at 0 if there is none
-    MarkdownDelimiters closable; // what in the text would close something open before it
+    AttributedString whole;
+    MarkdownCut cut;             // the last one that has enough text after it; 0 if there is none
+    MarkdownDelimiters closable; // the delimiters in the text that could close something before it
 };
 
 MarkdownParts parseMarkdownParts(QStringView source);

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// How loud something is, from 0 to 1, without a number.
+// Shows a level from 0 to 1, without a number.
 Rectangle {
     id: bar
 

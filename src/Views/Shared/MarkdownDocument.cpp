@@ -15,7 +15,7 @@ namespace corvane {
 
 namespace {
 
-// Characters of a line that are laid out in one go; each change lays out that many again.
+// The number of characters of a line that are laid out at a time: each change lays that many out again.
 constexpr int longLine = 1000;
 
 } // namespace
@@ -27,7 +27,7 @@ void MarkdownDocument::setTextDocument(QQuickTextDocument* document) {
     m_textDocument = document;
     if (document) {
         document->textDocument()->setUndoRedoEnabled(false);
-        // A long text is drawn only where it is seen.
+        // A long text is painted only where it is visible.
         if (auto* item = qobject_cast<QQuickItem*>(document->parent())) {
             item->setFlag(QQuickItem::ItemObservesViewport);
         }
@@ -65,7 +65,7 @@ void MarkdownDocument::setStream(CardText* stream) {
 void MarkdownDocument::setLinkColor(const QColor& color) {
     if (color != m_linkColor) {
         m_linkColor = color;
-        const auto& runs = m_markdown.shown().runs;
+        const auto& runs = m_markdown.attributedContent().runs;
         if (std::ranges::any_of(runs, [](const InlineRun& run) { return !run.link.isEmpty(); })) {
             write(0);
         }
@@ -75,7 +75,7 @@ void MarkdownDocument::setLinkColor(const QColor& color) {
 
 QString MarkdownDocument::linkAt(int position) const {
     const auto at = textPosition(position);
-    for (const auto& run : m_markdown.shown().runs) {
+    for (const auto& run : m_markdown.attributedContent().runs) {
         if (run.start <= at && at < run.end()) {
             return run.link;
         }
@@ -85,7 +85,8 @@ QString MarkdownDocument::linkAt(int position) const {
 
 void MarkdownDocument::copy(int start, int end) const {
     const auto from = textPosition(start);
-    QGuiApplication::clipboard()->setText(m_markdown.shown().text.mid(from, textPosition(end) - from));
+    QGuiApplication::clipboard()->setText(
+        m_markdown.attributedContent().text.mid(from, textPosition(end) - from));
 }
 
 qsizetype MarkdownDocument::textPosition(int documentPosition) const {
@@ -107,7 +108,7 @@ void MarkdownDocument::write(qsizetype from) {
     }
     Q_EMIT aboutToEdit();
     m_breaks.erase(std::ranges::lower_bound(m_breaks, from), m_breaks.end());
-    const auto& [text, runs] = m_markdown.shown();
+    const auto& [text, runs] = m_markdown.attributedContent();
     QTextCursor cursor(m_textDocument->textDocument());
     cursor.beginEditBlock();
     cursor.setPosition(static_cast<int>(from + m_breaks.size()));
@@ -117,7 +118,7 @@ void MarkdownDocument::write(qsizetype from) {
     for (auto run = std::ranges::upper_bound(runs, from, {}, &InlineRun::end); run != runs.end(); ++run) {
         const auto start = std::max(at, run->start);
         insert(cursor, QStringView(text).sliced(at, start - at), {});
-        insert(cursor, QStringView(text).sliced(start, run->end() - start), formatOf(*run));
+        insert(cursor, QStringView(text).sliced(start, run->end() - start), charFormat(*run));
         at = run->end();
     }
     insert(cursor, QStringView(text).sliced(at), {});
@@ -134,12 +135,12 @@ void MarkdownDocument::insert(QTextCursor& cursor, QStringView text, const QText
     }
 }
 
-// Where the line wraps anyway, so that nothing of it is seen.
+// Breaks the line where it wraps anyway, so that the break is not visible.
 void MarkdownDocument::breakLongLine(QTextCursor& cursor) {
     if (cursor.positionInBlock() <= longLine) {
         return;
     }
-    // The layout follows when an edit ends.
+    // The document is laid out when an edit block ends.
     cursor.endEditBlock();
     const auto block = cursor.block();
     cursor.document()->documentLayout()->blockBoundingRect(block);
@@ -154,7 +155,7 @@ void MarkdownDocument::breakLongLine(QTextCursor& cursor) {
     cursor.beginEditBlock();
 }
 
-QTextCharFormat MarkdownDocument::formatOf(const InlineRun& run) const {
+QTextCharFormat MarkdownDocument::charFormat(const InlineRun& run) const {
     QTextCharFormat format;
     if (run.bold) {
         format.setFontWeight(QFont::Bold);

@@ -12,8 +12,8 @@
 
 namespace corvane {
 
-// Fills the document of a TextEdit with inline markdown, either of a fixed `content` or of a `stream`. Only
-// what has changed is replaced, so the rest keeps its layout and its selection.
+// Fills the document of a TextEdit with inline markdown, either a fixed `content` or a growing `stream`. Only
+// what has changed is replaced, so that the rest keeps its layout and selection.
 class MarkdownDocument : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -35,9 +35,9 @@ public:
     QColor linkColor() const { return m_linkColor; }
     void setLinkColor(const QColor& color);
 
-    // The address under a position of the document; empty for none.
+    // Returns the address of the link at a position of the document, or an empty text.
     Q_INVOKABLE QString linkAt(int position) const;
-    // The text between two positions of the document, to the clipboard.
+    // Copies the text between two positions of the document to the clipboard.
     Q_INVOKABLE void copy(int start, int end) const;
 
 Q_SIGNALS:
@@ -45,7 +45,7 @@ Q_SIGNALS:
     void contentChanged();
     void streamChanged();
     void linkColorChanged();
-    // Around each change of the document.
+    // Emitted before and after each change of the document.
     void aboutToEdit();
     void edited();
 
@@ -55,14 +55,15 @@ private:
     void insert(QTextCursor& cursor, QStringView text, const QTextCharFormat& format);
     void breakLongLine(QTextCursor& cursor);
     qsizetype textPosition(int documentPosition) const;
-    QTextCharFormat formatOf(const InlineRun& run) const;
+    QTextCharFormat charFormat(const InlineRun& run) const;
 
     QPointer<QQuickTextDocument> m_textDocument;
     QPointer<CardText> m_stream;
     QString m_content;
     QColor m_linkColor;
     IncrementalMarkdown m_markdown;
-    // Where in the text the document has a block's end of its own: a long line is laid out in parts.
+    // The positions in the text at which the document ends a block of its own, because a long line is laid
+    // out in parts.
     QList<qsizetype> m_breaks;
 };
 

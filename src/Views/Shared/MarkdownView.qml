@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// A text with inline markdown that can be selected and copied. Give it a `content`, or a `stream` that grows.
+// A text with inline markdown that can be selected and copied. It shows a fixed `content`, or a `stream` that grows.
 TextEdit {
     id: edit
 
@@ -35,7 +35,7 @@ TextEdit {
             linkActivated(link);
     }
 
-    // Not before the width is known: a long line is broken where it wraps.
+    // The document is attached once the width is known, because a long line is broken where it wraps.
     property bool complete: false
     function attach() {
         if (complete && width > 0)
@@ -51,7 +51,7 @@ TextEdit {
         id: markdown
         linkColor: Theme.dark ? Theme.focus : Theme.accent
 
-        // A selection that reaches the end would grow with the text.
+        // A selection that reaches the end of the text would grow with it.
         onAboutToEdit: edit.keptSelection = edit.selectionEnd > edit.selectionStart && edit.selectionEnd === edit.length
                        ? [edit.selectionStart, edit.selectionEnd] : null
         onEdited: {

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// The translucent surface that everything of the bar is drawn on. `strength` from 0 to 1.
+// The translucent background of everything on the bar. `strength` is its opacity, from 0 to 1.
 Rectangle {
     property real strength: 1
 

@@ -2,12 +2,12 @@ import QtQuick
 import QtQuick.Templates as T
 import Corvane
 
-// A tooltip for the item it stands in: shown beside the pointer's control after it has rested there.
+// Shows a tooltip for its parent after the pointer has rested there.
 Item {
     id: tip
 
     property string text
-    // A control knows when the pointer leaves its window; a handler is not told.
+    // A control notices when the pointer leaves its window; a hover handler is not told.
     readonly property bool hovered: parent instanceof T.Control ? parent.hovered : hover.hovered
 
     anchors.fill: parent
@@ -21,24 +21,24 @@ Item {
         id: rest
         interval: 700
         running: tip.hovered && tip.visible && tip.text !== ""
-        onTriggered: bubble.active = true
+        onTriggered: toolTip.active = true
     }
 
-    // Only looks on: a tap handler here would keep the press from the control.
+    // Passive: a tap handler here would keep the press from the control.
     PointHandler {
         acceptedButtons: Qt.AllButtons
-        onActiveChanged: bubble.active = false
+        onActiveChanged: toolTip.active = false
     }
 
     Loader {
-        id: bubble
+        id: toolTip
         active: false
-        sourceComponent: TipWindow {
+        sourceComponent: NativeToolTip {
             text: tip.text
             target: tip
         }
     }
 
-    onHoveredChanged: if (!hovered) bubble.active = false
-    onVisibleChanged: if (!visible) bubble.active = false
+    onHoveredChanged: if (!hovered) toolTip.active = false
+    onVisibleChanged: if (!visible) toolTip.active = false
 }

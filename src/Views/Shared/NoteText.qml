@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// A line of explanation; takes no room while it is empty.
+// A line of explanation, which takes no space while it is empty.
 SpokenText {
     visible: text !== ""
     wrapMode: Text.Wrap

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// The top of a page: its title, and a line on what it is for.
+// The heading of a page: its title and a line that explains its purpose.
 Column {
     id: heading
 

@@ -2,7 +2,8 @@ import QtQuick
 import Corvane
 import QtQuick.Templates as T
 
-// A page of the dashboard: a column that scrolls when it does not fit, and keeps what has the keyboard in view.
+// A page of the dashboard: a column that scrolls when it does not fit, and that keeps the item with the focus
+// visible.
 Flickable {
     id: page
     objectName: "page"
@@ -12,13 +13,13 @@ Flickable {
     readonly property bool shown: visible && Window.window !== null && Window.window.visible
     readonly property Item focusItem: Window.activeFocusItem
 
-    // The page has come into view, with its window or within it.
+    // The page has become visible, with its window or within it.
     signal appeared
     signal scrolled(position: real)
 
     property real start: 0
 
-    // Once there is that much of it.
+    // Scrolls to the position as soon as the content is high enough.
     function startAt(position: real) {
         start = position;
     }
@@ -59,7 +60,7 @@ Flickable {
         }
     }
 
-    // Once the layout has taken up what has changed.
+    // Waits until the layout has followed the change.
     Timer {
         id: settling
         interval: 0

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// The heading of a section of a page.
+// The heading of a section.
 Text {
     textFormat: Text.PlainText
     color: Theme.primary

@@ -2,8 +2,8 @@ import QtQuick
 import Corvane
 import QtQuick.Templates as T
 
-// One choice of a few, side by side. It shows `currentIndex` and only asks for a change by picked(). One stop
-// for the keyboard; the arrows pick.
+// A choice of a few values, side by side. It shows `currentIndex` and does not change it: it emits picked() instead.
+// It is one stop for the Tab key; the arrow keys pick.
 Rectangle {
     id: picker
 

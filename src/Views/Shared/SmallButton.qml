@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// A small bordered button with an optional symbol or spinner before its text.
+// A small button with a border and an optional symbol or spinner before its text.
 BaseButton {
     id: button
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// A soft shadow under a rounded rectangle, drawn as rings: `strength` is its opacity, `blur` how far it reaches.
+// A soft shadow under a rounded rectangle, drawn as rings. `strength` is its opacity and `blur` its width.
 Item {
     id: shadow
 

@@ -9,7 +9,7 @@ namespace corvane {
 namespace {
 
 constexpr int dots = 8;
-constexpr int stepInterval = 125; // ms: one turn a second
+constexpr int stepInterval = 125; // ms, which gives one turn a second
 
 } // namespace
 

@@ -6,8 +6,8 @@
 
 namespace corvane {
 
-// A turning ring of dots for work without a known end. It turns in few steps, and only while it is seen: a
-// smooth one costs as much processor time as a voice call.
+// A turning ring of dots for work of unknown duration. It turns in few steps and only while it is visible: a
+// smooth one takes as much processor time as a voice call.
 class Spinner : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT

@@ -1,10 +1,10 @@
 import QtQuick
 import Corvane
 
-// A text that assistive technology reads too, without a stop of the keyboard at it.
+// A text that assistive technology reads although the keyboard does not stop at it.
 Text {
     textFormat: Text.PlainText
-    // A static text would count as focusable.
+    // With the role of a static text it would count as focusable.
     Accessible.role: Accessible.Paragraph
     Accessible.name: text
 }

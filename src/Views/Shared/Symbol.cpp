@@ -8,7 +8,7 @@ namespace corvane {
 
 namespace {
 
-constexpr double pictureScale = 1.15; // of the letter's size
+constexpr double pictureScale = 1.15; // relative to the size of the text
 
 }
 
@@ -46,11 +46,11 @@ void Symbol::paint(QPainter* painter) {
         return;
     }
     if (!file.open(QIODevice::ReadOnly)) {
-        qWarning("No picture for the symbol \"%s\"", qUtf8Printable(m_name));
+        qWarning("There is no picture for the symbol \"%s\"", qUtf8Printable(m_name));
         return;
     }
     auto picture = file.readAll();
-    // SVG has no notation for a colour's opacity here: the painter has it.
+    // The colour in the SVG has no opacity, so the painter applies it.
     picture.replace("currentColor", m_color.name(QColor::HexRgb).toLatin1());
     painter->setOpacity(m_color.alphaF());
     QSvgRenderer(picture).render(painter, boundingRect());

@@ -5,7 +5,7 @@
 
 namespace corvane {
 
-// A small picture by its name, in one colour.
+// A symbol, drawn in one colour. Its name is one of those in Symbols.cmake.
 class Symbol : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
@@ -18,7 +18,7 @@ public:
 
     QString name() const { return m_name; }
     void setName(const QString& name);
-    // The size of a letter that it stands beside; the picture is a little larger.
+    // The size of the text that it is used with; the picture is a little larger.
     double size() const { return m_size; }
     void setSize(double size);
     QColor color() const { return m_color; }

@@ -1,4 +1,4 @@
-# The pictures behind the symbols' names: <name>=<file of Bootstrap Icons>. Only these are compiled in.
+# The pictures of the symbols: <name>=<file of Bootstrap Icons>. Only these are compiled in.
 set(CORVANE_SYMBOLS
     arrow.clockwise=arrow-clockwise
     arrow.down.circle=arrow-down-circle
@@ -37,7 +37,7 @@ set(CORVANE_SYMBOLS
     wifi.slash=wifi-off
     xmark=x-lg)
 
-# corvane_symbols(target): the pictures as :/symbols/<name>.svg.
+# corvane_symbols(target) adds the pictures as :/symbols/<name>.svg.
 function(corvane_symbols target)
     find_path(BOOTSTRAP_ICONS_DIR gear.svg PATHS /usr/share/bootstrap-icons/svg /usr/share/icons/bootstrap-icons REQUIRED)
     set(files)

@@ -13,7 +13,7 @@ class Appearance;
 
 namespace corvane {
 
-// The colours of every view, by role. One instance for all windows, so that they change together. Main
+// The colours of every view, by role. All windows share one instance, so that they change together. Main
 // thread.
 class Theme : public QObject {
     Q_OBJECT
@@ -29,7 +29,7 @@ class Theme : public QObject {
     Q_PROPERTY(QColor tertiary READ tertiary NOTIFY changed)
     Q_PROPERTY(QColor accent READ accent NOTIFY changed)
     Q_PROPERTY(QColor onAccent READ onAccent NOTIFY changed)
-    // The full-width button, and a button that takes something away.
+    // The button across the whole width, and a button that removes something.
     Q_PROPERTY(QColor bar READ bar NOTIFY changed)
     Q_PROPERTY(QColor barDisabled READ barDisabled NOTIFY changed)
     Q_PROPERTY(QColor destructive READ destructive NOTIFY changed)
@@ -47,10 +47,11 @@ public:
     static Theme& shared();
     static Theme* create(QQmlEngine* engine, QJSEngine* scripts);
 
-    // Nothing: light. The appearance has to outlive the theme's use.
+    // Follows the appearance, or is light when it is null. The appearance has to outlive the theme's use of
+    // it.
     void follow(platform::Appearance* appearance);
 
-    // A colour of text stands out by 4.5 to 1 at least from the window, a control and the material.
+    // Text colours have a contrast of at least 4.5 to 1 to the window, a control and the material.
     bool isDark() const { return m_dark; }
     QColor window() const { return pick(0xFFECECEE, 0xFF1E1E20); }
     QColor control() const { return pick(0xFFFFFFFF, 0xFF3A3A3D); }
@@ -70,7 +71,7 @@ public:
     QColor green() const { return pick(0xFF187733, 0xFF4CD964); }
     QColor blue() const { return pick(0xFF0A63D1, 0xFF6AA8FF); }
     QColor gray() const { return pick(0xFF77777C, 0xFF96969C); }
-    // What a window's surface is drawn with, at the strength that the settings give.
+    // The background of a window, used with the opacity that the settings give.
     QColor material() const { return pick(0xFFF4F4F6, 0xFF262629); }
     QColor shadow() const { return QColor(Qt::black); }
     QColor focus() const { return pick(0xFF1F74E8, 0xFF6AA8FF); }
@@ -79,7 +80,8 @@ Q_SIGNALS:
     void changed();
 
 private:
-    // With a public one the engine would make an instance of its own and leave create() alone.
+    // Private: with a public constructor the engine would create an instance of its own and not call
+    // create().
     Theme() = default;
 
     QColor pick(QRgb light, QRgb dark) const { return QColor::fromRgba(m_dark ? dark : light); }

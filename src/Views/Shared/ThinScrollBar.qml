@@ -2,7 +2,7 @@ import QtQuick
 import Corvane
 import QtQuick.Templates as T
 
-// Shows where one is in what scrolls, and lets it be dragged; gone when everything is in view.
+// A scroll bar that shows the position and can be dragged. It is hidden when everything is in view.
 T.ScrollBar {
     implicitWidth: 10
     padding: 2

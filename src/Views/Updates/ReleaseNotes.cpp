@@ -9,7 +9,7 @@ namespace corvane {
 
 namespace {
 
-// What a tag means to a plain text. All others mean nothing.
+// What a tag adds to the plain text. Other tags are ignored.
 struct Tag {
     QStringView name;
     int lineBreaks;
@@ -42,7 +42,7 @@ constexpr std::array entities{
 };
 constexpr qsizetype longestEntity = 10; // characters
 
-// Blanks count once, as in HTML, and breaks only between words.
+// White space counts once, as in HTML, and line breaks are added only between words.
 class Words {
 public:
     void add(QStringView text) {
@@ -98,18 +98,18 @@ public:
     }
 
 private:
-    // Where the text stands next, or the end of it all.
-    qsizetype behind(QStringView text) const {
+    // Returns the position after the next occurrence of the text, or the end.
+    qsizetype endOf(QStringView text) const {
         const auto found = m_html.indexOf(text, m_at, Qt::CaseInsensitive);
         return found < 0 ? m_html.size() : found + text.size();
     }
 
     void readTag() {
         if (m_html.sliced(m_at).startsWith(u"<!--")) {
-            m_at = behind(u"-->");
+            m_at = endOf(u"-->");
             return;
         }
-        const auto end = behind(u">");
+        const auto end = endOf(u">");
         auto name = m_html.sliced(m_at + 1, end - m_at - 1);
         const bool closes = name.startsWith(u'/');
         name = name.sliced(closes ? 1 : 0);
@@ -126,8 +126,8 @@ private:
             m_words.bullet(tag->text);
         }
         if (!closes && tag->hidesContent) {
-            m_at = behind(QStringLiteral("</") + tag->name.toString());
-            m_at = behind(u">");
+            m_at = endOf(QStringLiteral("</") + tag->name.toString());
+            m_at = endOf(u">");
         }
     }
 
@@ -135,7 +135,7 @@ private:
         const auto rest = m_html.sliced(m_at + 1, std::min(longestEntity, m_html.size() - m_at - 1));
         const auto length = rest.indexOf(u';');
         const auto name = rest.first(std::max<qsizetype>(length, 0));
-        const auto character = meaningOf(name);
+        const auto character = entityText(name);
         m_at += 1;
         if (character.isEmpty()) {
             m_words.add(u"&");
@@ -145,7 +145,7 @@ private:
         m_at += length + 1;
     }
 
-    static QString meaningOf(QStringView name) {
+    static QString entityText(QStringView name) {
         if (name.startsWith(u'#')) {
             const bool isHex = name.sliced(1).startsWith(u'x', Qt::CaseInsensitive);
             bool isNumber = false;

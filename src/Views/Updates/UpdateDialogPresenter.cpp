@@ -15,7 +15,7 @@ using Stage = platform::SPUStandardUserDriver::Stage;
 
 namespace {
 
-// %1 the program, %2 the new version, %3 the installed one, %4 what the driver says.
+// %1 is the program, %2 the new version, %3 the installed one, %4 the text of the driver.
 struct Page {
     Stage stage;
     const char* title;
@@ -40,12 +40,12 @@ constexpr std::array pages{
     Page{Stage::verifying, "Checking %1 %2", "The download is checked once more before it is installed.",
          "Later", ""},
     Page{Stage::installing, "Installing %1 %2",
-         "Your desktop asks for an administrator’s password. You can go on working meanwhile.", "", ""},
+         "Your desktop asks for an administrator’s password. You can keep working in the meantime.", "", ""},
     Page{Stage::installed, "%1 %2 is installed", "Restart the app to use it. %4", "Later", "Restart Now"},
     Page{Stage::failed, "The update did not succeed", "%4", "Close", "Try Again"},
 };
 
-const Page& pageOf(const platform::SPUStandardUserDriver& driver) {
+const Page& currentPage(const platform::SPUStandardUserDriver& driver) {
     return *std::ranges::find(pages, driver.stage(), &Page::stage);
 }
 
@@ -81,11 +81,11 @@ bool UpdateDialogPresenter::isAutomatic() const {
 }
 
 QString UpdateDialogPresenter::title() const {
-    return filledIn(pageOf(m_driver).title);
+    return filledIn(currentPage(m_driver).title);
 }
 
 QString UpdateDialogPresenter::text() const {
-    return filledIn(pageOf(m_driver).text);
+    return filledIn(currentPage(m_driver).text);
 }
 
 QString UpdateDialogPresenter::notes() const {
@@ -119,11 +119,11 @@ QString UpdateDialogPresenter::progressText() const {
 }
 
 QString UpdateDialogPresenter::dismissText() const {
-    return QString::fromUtf8(pageOf(m_driver).dismiss);
+    return QString::fromUtf8(currentPage(m_driver).dismiss);
 }
 
 QString UpdateDialogPresenter::chooseText() const {
-    return QString::fromUtf8(pageOf(m_driver).choose);
+    return QString::fromUtf8(currentPage(m_driver).choose);
 }
 
 void UpdateDialogPresenter::dismiss() {

@@ -10,7 +10,8 @@ class SPUStandardUserDriver;
 
 namespace corvane {
 
-// The window of one update: found, its notes, the download, the installation, or what went wrong.
+// The window of an update: the update that was found with its notes, the download, the installation, or what
+// went wrong.
 class UpdateDialogPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -27,22 +28,22 @@ class UpdateDialogPresenter : public QObject {
     Q_PROPERTY(QString chooseText READ chooseText NOTIFY stageChanged)
 
 public:
-    // `programName`, `installedVersion`: as the user knows them.
+    // `programName` and `installedVersion` are shown to the user.
     UpdateDialogPresenter(platform::SPUStandardUserDriver& driver, QString programName,
                           QString installedVersion);
 
     bool isShown() const;
-    // It must not take the keyboard.
+    // Returns whether the user has not asked for the window, so that it must not take the keyboard.
     bool isAutomatic() const;
     QString title() const;
     QString text() const;
-    // Of the version that was found; plain text or inline markdown. Empty without any.
+    // Returns the notes of the version that was found, as plain text or inline markdown, or an empty text.
     QString notes() const;
     bool isDownloading() const;
-    bool isBusy() const;     // without a known end
+    bool isBusy() const;     // true while something of unknown duration is going on
     double progress() const; // from 0 to 1
     QString progressText() const;
-    // Empty: nothing to dismiss, or to choose.
+    // These return an empty text when there is no such button.
     QString dismissText() const;
     QString chooseText() const;
 

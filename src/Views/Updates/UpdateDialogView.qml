@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Corvane
 
-// What the user is told and asked about an update.
+// The content of the update window: what the user is told and asked about an update.
 Rectangle {
     id: view
 
@@ -14,7 +14,7 @@ Rectangle {
     Accessible.description: presenter.text
     Keys.onEscapePressed: presenter.dismiss()
 
-    // The keyboard is on the button that goes on, or on the only one.
+    // Focuses the button that goes on, or the only one.
     function takeKeyboard() {
         (choose.visible ? choose : dismiss).forceActiveFocus(Qt.TabFocusReason);
     }

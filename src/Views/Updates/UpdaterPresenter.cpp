@@ -20,58 +20,58 @@ struct Button {
 constexpr Button noButton;
 constexpr Button checkNow{.text = "Check Now", .symbol = "arrow.clockwise"};
 
-struct Face {
+struct CardState {
     Case kind;
-    const char* symbol; // empty: a spinner
+    const char* symbol; // empty when a spinner is shown instead
     const char* symbolColor;
-    const char* title; // %1: the version or the error
+    const char* title; // %1 is the version or the error
     const char* titleColor;
     const char* subtitle;
     const char* stateColor;
     Button button;
 };
 
-constexpr std::array faces{
-    Face{Case::available,
-         "arrow.down.circle",
-         "blue",
-         "Update Available — %1",
-         "blue",
-         "A new version is ready to download.",
-         "blue",
-         {.text = "Download & Install", .prominent = true}},
-    Face{Case::downloading, "", "gray", "Downloading Update…", "primary",
-         "Please wait while the update downloads.", "gray", noButton},
-    Face{Case::error, "exclamationmark.triangle", "red", "Update Error: %1", "red",
-         "Could not check for updates.", "red", checkNow},
-    Face{Case::checking, "", "gray", "Checking for Updates…", "primary", "Looking for a newer version…",
-         "gray", noButton},
-    Face{Case::readyToInstall,
-         "checkmark.circle",
-         "green",
-         "Ready to Install",
-         "green",
-         "The app will restart to complete the update.",
-         "green",
-         {.text = "Restart Now", .prominent = true}},
-    Face{Case::idle, "arrow.clockwise", "secondary", "App Updates", "primary",
-         "Check for the latest version.", "gray", checkNow},
-    Face{Case::upToDate, "arrow.clockwise", "secondary", "App Updates", "primary",
-         "Check for the latest version.", "gray", checkNow},
+constexpr std::array cardStates{
+    CardState{Case::available,
+              "arrow.down.circle",
+              "blue",
+              "Update Available — %1",
+              "blue",
+              "A new version is ready to download.",
+              "blue",
+              {.text = "Download & Install", .prominent = true}},
+    CardState{Case::downloading, "", "gray", "Downloading Update…", "primary",
+              "Please wait while the update downloads.", "gray", noButton},
+    CardState{Case::error, "exclamationmark.triangle", "red", "Update Error: %1", "red",
+              "Could not check for updates.", "red", checkNow},
+    CardState{Case::checking, "", "gray", "Checking for Updates…", "primary", "Looking for a newer version…",
+              "gray", noButton},
+    CardState{Case::readyToInstall,
+              "checkmark.circle",
+              "green",
+              "Ready to Install",
+              "green",
+              "The app will restart to complete the update.",
+              "green",
+              {.text = "Restart Now", .prominent = true}},
+    CardState{Case::idle, "arrow.clockwise", "secondary", "App Updates", "primary",
+              "Check for the latest version.", "gray", checkNow},
+    CardState{Case::upToDate, "arrow.clockwise", "secondary", "App Updates", "primary",
+              "Check for the latest version.", "gray", checkNow},
 };
 
-// A card of an installation without a feed.
-constexpr Face withoutFeed{
+// The card of an installation without an update feed.
+constexpr CardState withoutFeed{
     Case::idle,  "arrow.clockwise",
     "secondary", "App Updates",
     "primary",   "This copy does not look for updates. Get new versions from where you got it.",
     "gray",      noButton};
 
-const Face& faceOf(const UpdaterService& service) {
+const CardState& cardState(const UpdaterService& service) {
     if (!service.hasFeed()) {
         return withoutFeed;
     }
-    return *std::ranges::find(faces, service.state().kind, &Face::kind);
+    return *std::ranges::find(cardStates, service.state().kind, &CardState::kind);
 }
 
 } // namespace
@@ -82,41 +82,41 @@ UpdaterPresenter::UpdaterPresenter(UpdaterService& service)
 }
 
 QString UpdaterPresenter::symbol() const {
-    return QString::fromUtf8(faceOf(m_service).symbol);
+    return QString::fromUtf8(cardState(m_service).symbol);
 }
 
 QString UpdaterPresenter::symbolColor() const {
-    return QString::fromUtf8(faceOf(m_service).symbolColor);
+    return QString::fromUtf8(cardState(m_service).symbolColor);
 }
 
 QString UpdaterPresenter::title() const {
     const auto& state = m_service.state();
-    auto title = QString::fromUtf8(faceOf(m_service).title);
+    auto title = QString::fromUtf8(cardState(m_service).title);
     return title.replace(QStringLiteral("%1"), state.kind == Case::error ? state.error : state.version);
 }
 
 QString UpdaterPresenter::titleColor() const {
-    return QString::fromUtf8(faceOf(m_service).titleColor);
+    return QString::fromUtf8(cardState(m_service).titleColor);
 }
 
 QString UpdaterPresenter::subtitle() const {
-    return QString::fromUtf8(faceOf(m_service).subtitle);
+    return QString::fromUtf8(cardState(m_service).subtitle);
 }
 
 QString UpdaterPresenter::stateColor() const {
-    return QString::fromUtf8(faceOf(m_service).stateColor);
+    return QString::fromUtf8(cardState(m_service).stateColor);
 }
 
 QString UpdaterPresenter::buttonText() const {
-    return QString::fromUtf8(faceOf(m_service).button.text);
+    return QString::fromUtf8(cardState(m_service).button.text);
 }
 
 QString UpdaterPresenter::buttonSymbol() const {
-    return QString::fromUtf8(faceOf(m_service).button.symbol);
+    return QString::fromUtf8(cardState(m_service).button.symbol);
 }
 
 bool UpdaterPresenter::isButtonProminent() const {
-    return faceOf(m_service).button.prominent;
+    return cardState(m_service).button.prominent;
 }
 
 void UpdaterPresenter::checkForUpdates() {

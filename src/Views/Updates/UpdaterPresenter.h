@@ -8,7 +8,7 @@ namespace corvane {
 
 class UpdaterService;
 
-// The card that says how the program stands with its updates, and offers the next step.
+// The card on the settings page that shows the state of updates and offers the next step.
 class UpdaterPresenter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -26,18 +26,18 @@ class UpdaterPresenter : public QObject {
 public:
     explicit UpdaterPresenter(UpdaterService& service);
 
-    QString symbol() const; // empty: a spinner
+    QString symbol() const; // empty when a spinner is shown instead
     QString title() const;
     QString subtitle() const;
-    // Roles of the theme.
+    // These return the names of colours of Theme.
     QString symbolColor() const;
     QString titleColor() const;
     QString stateColor() const;
-    QString buttonText() const; // empty: no button
+    QString buttonText() const; // empty when there is no button
     QString buttonSymbol() const;
     bool isButtonProminent() const;
 
-    // What every button of the card does.
+    // The action of every button of the card.
     Q_INVOKABLE void checkForUpdates();
 
 Q_SIGNALS:

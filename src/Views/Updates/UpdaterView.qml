@@ -1,7 +1,7 @@
 import QtQuick
 import Corvane
 
-// How the program stands with its updates.
+// The card that shows the state of updates.
 Rectangle {
     id: card
 

@@ -2,16 +2,17 @@ import QtQuick
 import Corvane
 import QtQuick.Window
 
-// The tooltip's own window: the bar is too low for one inside. It takes no clicks and no keyboard.
+// The window of a tooltip, which is needed because the bar is too low to show one inside. It takes no clicks and no
+// keyboard.
 Window {
-    id: bubble
+    id: toolTip
 
     required property string text
     required property Item target
 
     readonly property int margin: 6
     readonly property point place: target.mapToGlobal(0, target.height + margin)
-    // Of the control's screen: a new window's own is the first one.
+    // Taken from the control's screen: a new window is on the first screen until it is moved.
     readonly property int left: target.Screen.virtualX
 
     flags: Qt.ToolTip | Qt.FramelessWindowHint | Qt.WindowTransparentForInput | Qt.WindowDoesNotAcceptFocus
@@ -37,7 +38,7 @@ Window {
         x: 8
         y: 5
         width: Math.min(implicitWidth, 320)
-        text: bubble.text
+        text: toolTip.text
         textFormat: Text.PlainText
         wrapMode: Text.Wrap
         color: Theme.primary
