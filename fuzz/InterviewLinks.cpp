@@ -9,13 +9,13 @@ using namespace corvane;
 
 void fuzz(const QByteArray& input) {
     const auto text = QString::fromUtf8(input);
-    if (const auto id = interviewOfLink(text)) {
+    if (const auto id = interviewIdFromLink(text)) {
         ALWAYS(!id->isEmpty() && !id->contains(u'/'));
         ALWAYS(text.startsWith(u"corvane://"));
     }
     // A plain word must survive a round trip through a link.
     const auto encoded = QString::fromLatin1(QUrl::toPercentEncoding(text));
-    const auto word = interviewOfLink(QStringLiteral("corvane://interview/") + encoded);
+    const auto word = interviewIdFromLink(QStringLiteral("corvane://interview/") + encoded);
     if (interviewId::isValid(text) && text == text.trimmed()) {
         ALWAYS(word == text);
     }

@@ -15,7 +15,7 @@ void fuzz(const QByteArray& input) {
         .modifierFlags = key.modifierFlags, .charactersIgnoringModifiers = key.name, .keyCode = key.keyCode};
     if (const auto written = KeyString::of(event)) {
         const auto again = KeyString::parse(*written);
-        ALWAYS(again.matches(event, key.name.toLower()));
+        ALWAYS(again.matchesEvent(event, key.name.toLower()));
         ALWAYS(again.modifierFlags == key.modifierFlags && again.keyCode == key.keyCode);
         ALWAYS(KeyString::of({.modifierFlags = again.modifierFlags,
                               .charactersIgnoringModifiers = again.name,

@@ -76,7 +76,7 @@ void parsedEachTime(benchmark::State& state) {
     for (auto _ : state) {
         const auto lowered = event.charactersIgnoringModifiers.toLower();
         for (const auto& binding : config.bindings) {
-            if (binding.enabled && KeyString::parse(binding.key).matches(event, lowered)) {
+            if (binding.enabled && KeyString::parse(binding.key).matchesEvent(event, lowered)) {
                 ++fired;
                 break;
             }

@@ -48,7 +48,7 @@ constexpr auto ONBOARDING_VIDEO_URL = "CORVANE_ONBOARDING_VIDEO_URL";
 constexpr auto platformSignUpKey = "CORVANE_PLATFORM_SIGN_UP_URL";
 constexpr auto analyticsVariable = "POSTHOG_API_KEY";
 
-ClerkConfig clerkConfigOf(const platform::ApplicationInfo& info) {
+ClerkConfig loadClerkConfig(const platform::ApplicationInfo& info) {
     try {
         return ClerkConfig::fromBundle(info);
     } catch (const std::exception& error) {
@@ -57,7 +57,7 @@ ClerkConfig clerkConfigOf(const platform::ApplicationInfo& info) {
     }
 }
 
-ClerkClient::DevBrowserStorage storageOn(KeychainService& keychain) {
+ClerkClient::DevBrowserStorage devBrowserStorage(KeychainService& keychain) {
     const auto item = QString::fromLatin1(devBrowserItem);
     return {
         .load = [&keychain, item] { return keychain.get(item); },
@@ -74,7 +74,7 @@ AppDelegate::AppDelegate(PlatformServices platform)
 AppDelegate::~AppDelegate() {
     QObject::disconnect(m_authCancellable);
     Theme::shared().follow(nullptr);
-    // Capture ends before the models that its threads report to.
+    // The capture threads report to the models, so the capture has to stop first.
     if (m_audioCaptureService) {
         m_audioCaptureService->stopMicrophoneCapture();
         m_audioCaptureService->stopSystemCapture();
@@ -112,7 +112,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     }
     m_authCancellable = connect(m_clerkAuthService.get(), &ClerkAuthService::stateChanged, this,
                                 &AppDelegate::followSignedInState);
-    // The subscription delivers the current value first, from the main queue.
+    // A subscription delivers the current value first, from the event loop.
     QMetaObject::invokeMethod(this, &AppDelegate::followSignedInState, Qt::QueuedConnection);
 }
 
@@ -121,13 +121,14 @@ void AppDelegate::initializeServices() {
     m_databaseService = std::make_unique<DatabaseService>(m_platform.dataFolder, clock);
     m_keychainService =
         std::make_unique<KeychainService>(QString::fromLatin1(secretServiceName), *m_platform.secrets);
-    const auto config = clerkConfigOf(m_platform.applicationInfo);
+    const auto config = loadClerkConfig(m_platform.applicationInfo);
     m_clerkExecutor = std::make_unique<URLSessionClerkExecutor>(*m_platform.identityHttp);
-    m_clerkClient = std::make_unique<ClerkClient>(config, *m_clerkExecutor, storageOn(*m_keychainService));
+    m_clerkClient =
+        std::make_unique<ClerkClient>(config, *m_clerkExecutor, devBrowserStorage(*m_keychainService));
     m_clerkAuthService = std::make_unique<ClerkAuthService>(*m_clerkClient, *m_keychainService, clock);
     m_apiService =
         std::make_unique<CorvaneAPIService>(storedBackendUrl(), m_clerkAuthService.get(),
-                                            *m_platform.backendHttp, machineIdOf(*m_platform.defaults));
+                                            *m_platform.backendHttp, loadMachineId(*m_platform.defaults));
     m_customProviderService =
         std::make_unique<CustomProviderService>(*m_platform.defaults, *m_platform.backendHttp);
     m_webSocketService =
@@ -149,7 +150,7 @@ void AppDelegate::initializeServices() {
 std::unique_ptr<ScreenCaptureService> AppDelegate::makeScreenCaptureService() {
     return std::make_unique<ScreenCaptureService>(
         *m_platform.screens, *m_platform.clock,
-        ScreenCaptureService::Surroundings{
+        ScreenCaptureService::Dependencies{
             .mode =
                 [this] {
                     return m_settingsViewModel ? std::optional(m_settingsViewModel->screenshotConfig().mode)
@@ -166,7 +167,7 @@ void AppDelegate::initializeViewModels() {
     auto& defaults = *m_platform.defaults;
     m_settingsViewModel = std::make_unique<SettingsViewModel>(
         *m_databaseService, *m_keychainService,
-        SettingsViewModel::Desktop{defaults, *m_platform.appearance, *m_platform.loginItem, *this});
+        SettingsViewModel::Dependencies{defaults, *m_platform.appearance, *m_platform.loginItem, *this});
     m_completionViewModel = std::make_unique<CompletionViewModel>(
         *m_webSocketService, *m_apiService, *m_databaseService, *m_customProviderService, defaults, clock);
     m_chatsViewModel = std::make_unique<ChatsViewModel>(*m_databaseService);
@@ -194,7 +195,7 @@ void AppDelegate::initializeViewModels() {
     m_dashboardViewModel = std::make_unique<DashboardViewModel>();
     m_screenshotConsumer = std::make_unique<ScreenshotConsumer>(
         *m_screenCaptureService, *m_settingsViewModel, *m_interviewViewModel, *m_completionViewModel,
-        ScreenshotConsumer::Desktop{*m_platform.clipboard, *m_platform.notifications}, clock);
+        ScreenshotConsumer::Dependencies{*m_platform.clipboard, *m_platform.notifications}, clock);
 }
 
 void AppDelegate::setupFloatingPanel() {
@@ -222,7 +223,7 @@ ActivationPolicy AppDelegate::storedActivationPolicy() const {
                                                                  : ActivationPolicy::accessory;
 }
 
-// The bar is what the user waits for: it is there first, and in front at the end.
+// The user is waiting for the bar, so it is painted first, and it is raised again at the end.
 void AppDelegate::showFirstWindows() {
     if (!m_floatingPanel->isVisible()) {
         showDashboard();
@@ -298,7 +299,7 @@ void AppDelegate::setActivationPolicy(ActivationPolicy policy) {
 }
 
 void AppDelegate::terminate() {
-    // Not quit(), which a window that hides when it is closed would refuse.
+    // quit() would be refused by a window that only hides when it is closed.
     QCoreApplication::exit();
 }
 
@@ -326,7 +327,7 @@ void AppDelegate::autoConnectWebSocket() {
         return;
     }
     m_apiService->setBaseURL(baseURL);
-    // A launch asks twice, and the second time may find the link up.
+    // A launch gets here twice; by the second time the link may be up.
     const bool isUp = m_webSocketService->isConnected() && !m_webSocketService->authError();
     if (!m_clerkAuthService->isSignedIn() || isUp) {
         return;
@@ -352,7 +353,7 @@ void AppDelegate::open(const QStringList& links) {
     if (links.isEmpty()) {
         return;
     }
-    const auto id = interviewOfLink(links.first());
+    const auto id = interviewIdFromLink(links.first());
     if (!id) {
         return;
     }
@@ -382,11 +383,11 @@ void AppDelegate::waitForSession(const QString& id) {
     m_deepLinkCancellable = std::make_unique<QObject>();
     auto* context = m_deepLinkCancellable.get();
     const auto proceed = [this, id, context] {
-        // Only the first event counts: disconnecting does not take back another that is queued.
+        // Only the first event counts. Disconnecting does not remove one that is already queued.
         if (m_deepLinkCancellable.get() != context) {
             return;
         }
-        // This runs in an event of the context, which must outlive it.
+        // The context is delivering this event and must outlive it.
         auto* wait = m_deepLinkCancellable.release();
         m_webSocketService->QObject::disconnect(wait);
         wait->deleteLater();
@@ -401,22 +402,22 @@ void AppDelegate::waitForSession(const QString& id) {
             Qt::QueuedConnection);
 }
 
-void AppDelegate::tellOfHungInstance() {
+void AppDelegate::reportHungInstance() {
     const auto advice =
-        QStringLiteral("It runs already and does not answer. End its process, then start it again.");
+        QStringLiteral("It is already running but does not respond. End its process, then start it again.");
     logLine(QStringLiteral("[App] ") + advice);
     m_platform.notifications->show(QStringLiteral("Corvane Lumetra"), advice);
 }
 
 bool AppDelegate::applicationShouldHandleReopen() {
-    // Started again while launch still runs: the panel shows by itself.
+    // During the launch there is no panel yet; the launch shows it by itself.
     if (m_floatingPanel) {
         showPanel();
     }
     return true;
 }
 
-// The database, the link and capture end with the process.
+// The database, the link and the capture end with the process.
 void AppDelegate::applicationWillTerminate() {
     if (m_shortcutService) {
         m_shortcutService->unregisterAll();

@@ -41,7 +41,7 @@ class UpdateDialogPresenter;
 class UpdaterService;
 class WebSocketService;
 
-// The package is broken: the program cannot start. The text says what is wrong.
+// Thrown when the installation is broken and the program cannot start. what() says what is wrong.
 class LaunchError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -56,30 +56,30 @@ public:
     explicit AppDelegate(PlatformServices platform);
     ~AppDelegate() override;
 
-    // Begins to read what the launch will ask of the secret store.
+    // Starts reading the items that the launch needs from the secret store.
     static void readAhead(platform::SecretStore& secrets);
-    // The launch sequence. Throws LaunchError.
+    // Runs the launch sequence. Throws LaunchError.
     void applicationDidFinishLaunching();
-    // Only the first address is looked at: corvane://interview/<id>.
+    // Opens the interview that the first link (corvane://interview/<id>) names. Ignores any further links.
     void open(const QStringList& links);
-    // Another instance runs and does not answer; this one is about to end.
-    void tellOfHungInstance();
-    // The program was started or activated again. True: it has come forward.
+    // Tells the user that another instance is running but does not respond. This one is about to end.
+    void reportHungInstance();
+    // Brings the bar forward when the program is started or activated again. Always returns true.
     bool applicationShouldHandleReopen();
     void applicationWillTerminate();
 
-    PanelWindow* floatingPanel() const override { return m_floatingPanel.get(); }
+    FloatingPanelController* floatingPanel() const override { return m_floatingPanel.get(); }
     void showDashboard() override;
     void setContentProtected(bool isProtected) override;
     void setActivationPolicy(ActivationPolicy policy) override;
     void terminate() override;
-    // The program ends and is to be started anew.
+    // Returns whether the program is to be started again once it has ended.
     bool wantsRestart() const { return m_wantsRestart; }
     void toggleDashboard();
     void toggleFloatingPanel();
-    // The bar comes forward and its id field takes the keyboard.
+    // Brings the bar forward and gives the keyboard to its id field.
     void focusInput();
-    // Returns at once: what the shortcut does is queued.
+    // Queues the action of the shortcut and returns at once.
     void shortcutTriggered(ShortcutAction action) override;
 
     DatabaseService& databaseService() const { return *m_databaseService; }
@@ -98,7 +98,7 @@ public:
     ChatsViewModel& chatsViewModel() const { return *m_chatsViewModel; }
     InterviewViewModel& interviewViewModel() const { return *m_interviewViewModel; }
     SystemAudioViewModel& systemAudioViewModel() const { return *m_systemAudioViewModel; }
-    // Not to be had in a build without the updater.
+    // Must not be called in a build without the updater.
     UpdaterService& updaterService() const;
 
 private:
@@ -159,16 +159,16 @@ private:
     std::unique_ptr<ScreenshotConsumer> m_screenshotConsumer;
 
     std::unique_ptr<OverlayBarPresenter> m_overlayBarPresenter;
-    std::unique_ptr<PanelWindow> m_floatingPanel;
+    std::unique_ptr<FloatingPanelController> m_floatingPanel;
     std::unique_ptr<DashboardPresenter> m_dashboardPresenter;
-    // Made the first time it shows.
+    // Created when the dashboard is shown for the first time.
     std::unique_ptr<DashboardWindow> m_dashboardController;
 #ifdef CORVANE_UPDATER
     std::unique_ptr<UpdateDialogPresenter> m_updateDialogPresenter;
     std::unique_ptr<AuxiliaryWindow> m_updateWindow;
 #endif
 
-    // The wait of a deep link for a session, as the context of its connections: replacing it cancels the
+    // The context of the connections with which a deep link waits for a session: replacing it cancels the
     // wait.
     std::unique_ptr<QObject> m_deepLinkCancellable;
     QMetaObject::Connection m_authCancellable;

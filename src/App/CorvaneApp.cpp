@@ -22,11 +22,11 @@ bool CorvaneApp::launch() {
     const auto start = m_sessionApplication->start();
     if (start == Start::handedOver) {
         platform::logLine(
-            QStringLiteral("[App] Corvane Lumetra is already running: it has been brought forward"));
+            QStringLiteral("[App] Corvane Lumetra is already running and has been brought forward"));
         return false;
     }
     if (start == Start::hung) {
-        m_appDelegate.tellOfHungInstance();
+        m_appDelegate.reportHungInstance();
         m_exitStatus = 1;
         return false;
     }
@@ -48,11 +48,11 @@ int CorvaneApp::run() {
     }
     const int status = QCoreApplication::exec();
     if (m_appDelegate.wantsRestart()) {
-        // The name on the bus goes first, or the new one would hand over to this one and end.
+        // The bus name is released first. Otherwise the new process would hand over to this one and end.
         m_sessionApplication.reset();
         if (!platform::startUserProgram(QCoreApplication::applicationFilePath(), {})) {
             platform::logLine(
-                QStringLiteral("[App] The new version could not be started: start Corvane Lumetra by hand"));
+                QStringLiteral("[App] The new version could not be started. Start Corvane Lumetra by hand."));
         }
     }
     return status;

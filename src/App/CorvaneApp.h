@@ -7,15 +7,16 @@
 
 namespace corvane {
 
-// The entry object: installs AppDelegate and connects it with the session bus and the end of the process.
+// The program's entry object: owns AppDelegate and connects it to the session bus and to the end of the
+// process.
 class CorvaneApp {
 public:
     CorvaneApp(PlatformServices platform, std::unique_ptr<platform::SessionApplication> sessionApplication);
 
-    // Runs until the program quits; the process's exit status.
+    // Runs until the program quits. Returns the exit status of the process.
     int run();
-    // The beginning of run(): true when this process is the program now, false when it should end, with
-    // exitStatus().
+    // The first part of run(). Returns true when this process goes on as the running program, and false when
+    // it has to end with exitStatus().
     bool launch();
     int exitStatus() const { return m_exitStatus; }
 

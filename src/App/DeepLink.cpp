@@ -7,7 +7,7 @@ namespace corvane {
 
 namespace {
 
-// Between the slashes, without a user's name and a port. A QUrl gives it in lower case.
+// Returns the host as it is written, without a user name or a port. QUrl would return it in lower case.
 QString writtenHost(const QString& link) {
     static const QRegularExpression host(QStringLiteral("^[^:/?#]*://(?:[^/?#@]*@)?([^/?#:]*)"));
     return host.match(link).captured(1);
@@ -15,7 +15,7 @@ QString writtenHost(const QString& link) {
 
 } // namespace
 
-std::optional<QString> interviewOfLink(const QString& link) {
+std::optional<QString> interviewIdFromLink(const QString& link) {
     const QUrl url(link, QUrl::StrictMode);
     if (!url.isValid() || !link.startsWith(QLatin1String("corvane:")) ||
         writtenHost(link) != QLatin1String("interview")) {

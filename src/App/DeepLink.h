@@ -6,8 +6,8 @@
 
 namespace corvane {
 
-// The interview that corvane://interview/<id> names: the last piece of the path. Nothing for any other
-// address; the scheme and the host are compared as they are written.
-std::optional<QString> interviewOfLink(const QString& link);
+// Returns the interview id in a link of the form corvane://interview/<id>: the last segment of its path.
+// Returns nullopt for any other link. The scheme and the host are case-sensitive.
+std::optional<QString> interviewIdFromLink(const QString& link);
 
 } // namespace corvane

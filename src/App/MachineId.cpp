@@ -9,18 +9,18 @@ namespace corvane {
 namespace {
 
 constexpr auto fallbackKey = "machine_id";
-// Names this program to the keyed hash.
+// Identifies this program in the keyed hash.
 constexpr auto applicationUuid = "5b0c9d6e3f2a4e71a8c4d1f09e7b6a35";
 
 } // namespace
 
-QString machineIdOf(platform::DefaultsStore& defaults) {
-    return machineIdOf(defaults, platform::machineIdentifier(applicationUuid));
+QString loadMachineId(platform::DefaultsStore& defaults) {
+    return loadMachineId(defaults, platform::machineIdentifier(applicationUuid));
 }
 
-QString machineIdOf(platform::DefaultsStore& defaults, const std::optional<QString>& systemId) {
-    // A kept random id goes on even if the machine has got an id of its own since: the backend knows the old
-    // one.
+QString loadMachineId(platform::DefaultsStore& defaults, const std::optional<QString>& systemId) {
+    // A stored random id stays in use even if the machine has an id of its own by now: the backend knows the
+    // old one.
     const auto kept = defaults.string(QLatin1String(fallbackKey));
     if (kept && !kept->isEmpty()) {
         return *kept;

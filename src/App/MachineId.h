@@ -6,10 +6,10 @@
 
 namespace corvane {
 
-// The id under which the backend knows this machine: the system's, derived for this program, or on a machine
-// without one a random id, made once and kept. One string for the life of the installation.
-QString machineIdOf(platform::DefaultsStore& defaults);
-// For tests: with the system's id given.
-QString machineIdOf(platform::DefaultsStore& defaults, const std::optional<QString>& systemId);
+// Returns the id under which the backend knows this machine. It is derived from the system's id, or, on a
+// machine without one, generated at random and stored. It stays the same for the life of the installation.
+QString loadMachineId(platform::DefaultsStore& defaults);
+// For tests: takes the system's id as an argument.
+QString loadMachineId(platform::DefaultsStore& defaults, const std::optional<QString>& systemId);
 
 } // namespace corvane

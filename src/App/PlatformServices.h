@@ -25,13 +25,13 @@
 
 namespace corvane {
 
-// What the program needs of the desktop it runs on, in one bag that only the composition root opens. A test
-// or the guided tour hands in its own.
+// Everything that the program needs from the desktop it runs on. Only the composition root uses the whole
+// struct. Tests and the guided tour pass in their own.
 struct PlatformServices {
     platform::ApplicationInfo applicationInfo;
     QProcessEnvironment environment;
-    QString dataFolder;  // the user's data folder; the program makes its own below it
-    QString cacheFolder; // the same for what can be fetched again
+    QString dataFolder;  // the user's data folder; the program makes its own folder in it
+    QString cacheFolder; // the same for data that can be fetched again
     std::unique_ptr<platform::Clock> clock;
     std::unique_ptr<platform::DefaultsStore> defaults;
     std::unique_ptr<platform::SecretStore> secrets;
@@ -44,14 +44,15 @@ struct PlatformServices {
     std::unique_ptr<platform::SystemAccess> systemAccess;
     std::unique_ptr<platform::Appearance> appearance;
     std::unique_ptr<platform::LoginItem> loginItem;
-    // This one has no keys.
+    // The default monitor reports no keys.
     std::unique_ptr<platform::KeyMonitor> keys = std::make_unique<platform::KeyMonitor>();
     std::unique_ptr<platform::ScreenGrabber> screens;
     std::unique_ptr<platform::Clipboard> clipboard;
     std::unique_ptr<platform::Notifications> notifications;
     std::unique_ptr<WindowFactory> windows;
 
-    // The real desktop, with the user's own folders. The secrets may have been opened before anything else.
+    // Returns the services of the real desktop, with the user's own folders. Takes the secret store as an
+    // argument because it may have been opened earlier.
     static PlatformServices
     ofThisDesktop(std::unique_ptr<platform::SecretStore> secrets = platform::makeSecretServiceStore());
 };

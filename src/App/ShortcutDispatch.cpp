@@ -24,7 +24,7 @@ void AppDelegate::shortcutTriggered(ShortcutAction action) {
 
 void AppDelegate::perform(ShortcutAction action) {
     using Work = void (*)(AppDelegate&);
-    // The screen's y grows downwards.
+    // Screen coordinates grow downwards.
     static const std::map<ShortcutAction, Work> table{
         {ShortcutAction::toggleDashboard, [](AppDelegate& app) { app.toggleDashboard(); }},
         {ShortcutAction::toggleWindow, [](AppDelegate& app) { app.toggleFloatingPanel(); }},

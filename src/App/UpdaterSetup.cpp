@@ -17,7 +17,8 @@ constexpr auto updatesFolder = "/com.corvane.interview-assistant/updates";
 const auto programName = QStringLiteral("Corvane Lumetra");
 const auto packageName = QStringLiteral("corvane-lumetra");
 
-// Beside the program where it was built, and out of the way of people's commands where it is installed.
+// Returns the path of the installing program: beside this one in a build folder, in libexec once it is
+// installed.
 QString installerProgram() {
     const auto name = QStringLiteral("/corvane-lumetra-install");
     const auto folder = QCoreApplication::applicationDirPath();
@@ -63,7 +64,7 @@ void AppDelegate::addUpdaterCard(AppSettingsPresenter& page) {
     page.setUpdater(std::make_unique<UpdaterPresenter>(*m_updaterService));
 }
 
-// An interview is worth more than a new version.
+// Refuses while an interview is running, which a restart would end.
 void AppDelegate::restart() {
     const auto status = m_interviewViewModel->status();
     if (status == InterviewStatus::idle || status == InterviewStatus::error) {
@@ -72,8 +73,8 @@ void AppDelegate::restart() {
         return;
     }
     m_updaterService->updater()->refuseRestart(QStringLiteral(
-        "An interview is running: end it first, or the new version waits until you start the app "
-        "the next time."));
+        "An interview is running. End it first; otherwise the new version is used the next time you start "
+        "the app."));
 }
 
 } // namespace corvane

@@ -2,7 +2,7 @@
 
 namespace corvane {
 
-// A distribution updates the program by itself.
+// For distributions, which update the program themselves.
 
 void AppDelegate::makeUpdater() {}
 

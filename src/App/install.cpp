@@ -21,12 +21,13 @@ namespace {
 using namespace platform;
 
 UpdateError noPlace(const QString& reason) {
-    return {UpdateError::installationFailed,
-            QStringLiteral("The update could not be kept on the disk (%1). Make room, then try again.")
-                .arg(reason)};
+    return {
+        UpdateError::installationFailed,
+        QStringLiteral("The update could not be stored on the disk (%1). Free some space, then try again.")
+            .arg(reason)};
 }
 
-// The standard input may change under whoever reads it: only this copy counts.
+// The file behind the standard input may be changed while it is read, so only this copy is used.
 void copyInput(QFile& to) {
     QFile input;
     ::lseek(STDIN_FILENO, 0, SEEK_SET);
@@ -75,9 +76,9 @@ int install(const QString& path) {
 
 using namespace corvane;
 
-// Runs as the administrator, once the user has consented to it: installs an update, which is the standard
-// input and whose signature, in base64, is the argument. It trusts neither before it has the bytes in a
-// folder that only it writes.
+// Runs as root, after the user has authorised it, and installs an update. The package comes on the standard
+// input, its signature in base64 as the argument. Neither is trusted before the bytes are in a folder that
+// only root can write to.
 int main(int argc, char* argv[]) {
     const QCoreApplication application(argc, argv);
     ::umask(S_IRWXG | S_IRWXO);

@@ -22,9 +22,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// The bar joins every workspace and stays where it is put, which X11 (XWayland on a Wayland desktop) lets a
-// window do. Without any display the interviews still run, by links. The first that works of the list is
-// taken. As arguments, not in the environment: that is handed on to the browser and whatever else is started.
+// Returns the arguments with a choice of platform plugins, of which Qt takes the first that works. The bar
+// shows on every workspace and stays where it is put, which X11 (XWayland on a Wayland desktop) allows.
+// Without any display, interviews can still be started by links. The choice is an argument and not an
+// environment variable, because the browser and other programs that are started inherit the environment.
 std::vector<char*> argumentsWithPlatform(int argc, char* argv[]) {
     std::vector<char*> arguments(argv, argv + argc);
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
@@ -38,8 +39,8 @@ std::vector<char*> argumentsWithPlatform(int argc, char* argv[]) {
     return arguments;
 }
 
-// A desktop that has not what the windows need is said once, and what to do about it.
-void tellOfPlatform() {
+// Logs, once, what this desktop lacks for the windows and what to do about it.
+void logMissingPlatform() {
     const auto name = QGuiApplication::platformName();
     if (name.startsWith(QLatin1String("wayland"))) {
         platform::logLine(
@@ -54,8 +55,8 @@ void tellOfPlatform() {
     }
 }
 
-// The software scene graph starts faster, takes a third of the memory and a quarter of the processor time for
-// windows as small as these, unless the user's own settings ask for another.
+// The software scene graph starts faster than the others and, for windows as small as these, takes a third of
+// the memory and a quarter of the processor time. The user's own settings take precedence.
 void chooseSceneGraph() {
     if (!qEnvironmentVariableIsSet("QT_QUICK_BACKEND") && !qEnvironmentVariableIsSet("QSG_RHI_BACKEND")) {
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
@@ -70,16 +71,16 @@ int main(int argc, char* argv[]) {
     auto count = static_cast<int>(arguments.size()) - 1;
     chooseSceneGraph();
     QCoreApplication::setApplicationName(QStringLiteral("Corvane Lumetra"));
-    // First: the desktop's service answers while the display is opened.
+    // This comes first, so that the secret service answers while the display is being opened.
     auto secrets = platform::makeSecretServiceStore();
     AppDelegate::readAhead(*secrets);
-    // So is the catalogue of the fonts read, which Qt asks for at its first text.
+    // The font catalogue, which Qt needs for its first text, is read at the same time.
     const std::jthread fonts([] { FcInit(); });
     QGuiApplication application(count, arguments.data());
-    tellOfPlatform();
+    logMissingPlatform();
     QGuiApplication::setDesktopFileName(QLatin1String(applicationId));
-    // Not before the first window is seen: all its sizes are drawn for it. A desktop has it from the entry
-    // too.
+    // The icon is set after the first window is visible, because it is rendered in all its sizes. Desktops
+    // also take it from the desktop entry.
     QTimer::singleShot(1s, &application, [] {
         QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/symbols/com.corvane.Lumetra.svg")));
     });

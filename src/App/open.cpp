@@ -3,8 +3,8 @@
 
 #include <QCoreApplication>
 
-// The command of the desktop entry, for launchers that do not call the bus themselves: the links that it is
-// given reach the program where it runs, or start it.
+// The command in the desktop entry, for launchers that do not use D-Bus activation: passes the links that it
+// is given to the running program, or starts the program with them.
 int main(int argc, char* argv[]) {
     const QCoreApplication application(argc, argv);
     auto links = QCoreApplication::arguments().mid(1);

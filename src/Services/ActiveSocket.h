@@ -7,15 +7,16 @@
 
 namespace corvane {
 
-// The connection in use, and whether audio may pass through it. Written on the main thread, read on any:
-// audio frames come from the sound threads.
+// The WebSocket in use and whether audio may be sent over it. It is written on the main thread and read on
+// any, since audio frames come from the sound threads.
 class ActiveSocket {
 public:
     struct Snapshot {
         std::shared_ptr<platform::WebSocketTask> webSocketTask;
-        // Of the last task that was started; stays after its end, so that its late callbacks are recognised.
+        // The identifier of the last task that was started. It stays after the end of the task, so that late
+        // callbacks are recognised.
         int activeTaskIdentifier = 0;
-        // The server has confirmed the session.
+        // True once the server has confirmed the session.
         bool binarySendAllowed = false;
 
         bool isUsable() const { return webSocketTask && webSocketTask->identifier() == activeTaskIdentifier; }
@@ -25,12 +26,12 @@ public:
         const std::lock_guard lock(m_mutex);
         return m_current;
     }
-    // Audio is blocked until the new connection's session is confirmed.
+    // Blocks audio until the session of the new connection is confirmed.
     void replace(std::shared_ptr<platform::WebSocketTask> task) {
         const auto identifier = task->identifier();
         const auto old = exchange({std::move(task), identifier, false});
     }
-    // Gives the task that was in use, if any.
+    // Returns the task that was in use, or null.
     std::shared_ptr<platform::WebSocketTask> drop() {
         return exchange({nullptr, snapshot().activeTaskIdentifier, false}).webSocketTask;
     }

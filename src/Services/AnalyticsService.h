@@ -6,7 +6,7 @@
 
 namespace corvane {
 
-// Holds the analytics key of the environment. Nothing is sent anywhere.
+// Holds the analytics key from the environment. The program sends no analytics.
 struct AnalyticsService {
     std::optional<platform::Secret> apiKey;
 };

@@ -36,7 +36,7 @@ QCoro::Task<QList<AudioDevice>> toDevices(QCoro::Task<QList<platform::AudioEndpo
             devices.append({endpoint.id, endpoint.name, false});
         }
     } catch (const AudioError& error) {
-        logLine(QStringLiteral("[Audio] No device list: %1").arg(platform::errorText(error)));
+        logLine(QStringLiteral("[Audio] Could not list the devices: %1").arg(platform::errorText(error)));
     }
     co_return devices;
 }
@@ -55,8 +55,8 @@ public:
         , m_host(host)
         , m_clock(clock) {}
 
-    // The captures outlive this object only while their starts are under way, and then are stopped: after
-    // every wait these check their capture's ticket before they touch anything else.
+    // A capture outlives this object only while it is being started, and it has been stopped by then. So
+    // these check the capture's ticket after every wait, before they touch anything else.
     QCoro::Task<void> openSystemStream(std::shared_ptr<SystemCapture> capture, AudioCaptureMode mode,
                                        VadConfig vadConfig);
     QCoro::Task<void> openMicrophoneStream(std::shared_ptr<MicrophoneCapture> capture);
@@ -71,7 +71,8 @@ public:
 
     // Shared with the starts under way.
     const CaptureSlot<SystemCapture> system = std::make_shared<std::shared_ptr<SystemCapture>>();
-    const CaptureSlot<MicrophoneCapture> microphone = std::make_shared<std::shared_ptr<MicrophoneCapture>>();
+    const CaptureSlot<MicrophoneCapture> micCaptureSession =
+        std::make_shared<std::shared_ptr<MicrophoneCapture>>();
     bool isCapturing = false;
     bool isMicCapturing = false;
     uint32_t sampleRate = 48000;
@@ -79,15 +80,16 @@ public:
 private:
     std::shared_ptr<SystemAudioPipeline> makeSystemPipeline(AudioCaptureMode mode, VadConfig vadConfig) const;
     std::shared_ptr<MicrophonePipeline> makeMicrophonePipeline();
+    void startRawStreamingTimer(SystemCapture& capture);
     template<typename Capture>
-    platform::AudioStreamHandlers handlersOf(const std::shared_ptr<Capture>& capture,
-                                             void (Private::*ended)(const std::shared_ptr<Capture>&,
-                                                                    const QString&));
+    platform::AudioStreamHandlers makeHandlers(const std::shared_ptr<Capture>& capture,
+                                               void (Private::*ended)(const std::shared_ptr<Capture>&,
+                                                                      const QString&));
 
     AudioCaptureService* q;
     platform::AudioHost& m_host;
     platform::Clock& m_clock;
-    // The device's rate as last seen, also by an earlier capture. Written by the microphone's thread.
+    // The device's rate in Hz as last seen, also by an earlier capture. Written on the microphone's thread.
     std::atomic<uint32_t> m_micSampleRate = 48000;
 };
 
@@ -118,10 +120,11 @@ std::shared_ptr<MicrophonePipeline> AudioCaptureService::Private::makeMicrophone
         });
 }
 
-// The stream's end is handled in a turn of its own, since it destroys the stream that reports it. A stream
-// that is still being opened may report after this object's end: the ticket is not current any more then.
+// The end of a stream is handled in a queued call, since that destroys the stream that reports it. A stream
+// that is still being opened may report its end after this object is gone; its ticket is no longer current
+// then.
 template<typename Capture>
-platform::AudioStreamHandlers AudioCaptureService::Private::handlersOf(
+platform::AudioStreamHandlers AudioCaptureService::Private::makeHandlers(
     const std::shared_ptr<Capture>& capture,
     void (Private::*ended)(const std::shared_ptr<Capture>&, const QString&)) {
     return {
@@ -150,7 +153,7 @@ QCoro::Task<void> AudioCaptureService::Private::openSystemStream(std::shared_ptr
     if (survey.outputs < 1) {
         throw CaptureError(CaptureError::noDisplay);
     }
-    // Stays the rate of this capture, whatever a microphone announces later.
+    // This capture keeps the rate, even if a microphone announces another one later.
     const auto rate = sampleRate;
     capture->setPipeline(makeSystemPipeline(mode, vadConfig));
     logLine(QStringLiteral("[Audio] Creating SCStream (mode: %1, sampleRate: %2)...")
@@ -159,7 +162,7 @@ QCoro::Task<void> AudioCaptureService::Private::openSystemStream(std::shared_ptr
     platform::SystemStreamConfiguration configuration;
     configuration.sampleRate = rate;
     logLine(QStringLiteral("[Audio] Starting capture..."));
-    auto handlers = handlersOf(capture, &Private::systemStreamEnded);
+    auto handlers = makeHandlers(capture, &Private::systemStreamEnded);
     auto stream = co_await m_host.startSystemStream(configuration, std::move(handlers));
     ticket.ensureCurrent();
     capture->setStream(std::move(stream));
@@ -169,9 +172,12 @@ QCoro::Task<void> AudioCaptureService::Private::openSystemStream(std::shared_ptr
         Q_EMIT q->captureStarted(rate);
     });
     if (mode == AudioCaptureMode::rawStreaming) {
-        capture->setTimer(
-            m_clock.repeat(drainInterval, [pipeline = capture->pipeline()] { pipeline->drain(); }));
+        startRawStreamingTimer(*capture);
     }
+}
+
+void AudioCaptureService::Private::startRawStreamingTimer(SystemCapture& capture) {
+    capture.setTimer(m_clock.repeat(drainInterval, [pipeline = capture.pipeline()] { pipeline->drain(); }));
 }
 
 QCoro::Task<void>
@@ -185,7 +191,7 @@ AudioCaptureService::Private::openMicrophoneStream(std::shared_ptr<MicrophoneCap
     }
     logLine(QStringLiteral("[Audio] Using mic device: '%1' (uniqueID=%2)").arg(device->name, device->id));
     capture->setPipeline(makeMicrophonePipeline());
-    auto handlers = handlersOf(capture, &Private::microphoneStreamEnded);
+    auto handlers = makeHandlers(capture, &Private::microphoneStreamEnded);
     std::unique_ptr<platform::AudioStream> stream;
     try {
         stream = co_await m_host.startMicrophoneStream(std::move(handlers));
@@ -193,7 +199,7 @@ AudioCaptureService::Private::openMicrophoneStream(std::shared_ptr<MicrophoneCap
         if (error.kind() != AudioError::Kind::noDevice) {
             throw;
         }
-        // The device that was just there has gone, or is none to record from.
+        // The device has gone in the meantime, or cannot be recorded from.
         logLine(QStringLiteral("[Audio] Cannot add microphone input to capture session"));
         throw CaptureError(CaptureError::noMicrophone);
     }
@@ -245,7 +251,7 @@ AudioCaptureService::~AudioCaptureService() {
     if (const auto capture = std::exchange(*d->system, nullptr)) {
         capture->stop();
     }
-    if (const auto capture = std::exchange(*d->microphone, nullptr)) {
+    if (const auto capture = std::exchange(*d->micCaptureSession, nullptr)) {
         capture->stop();
     }
 }
@@ -280,14 +286,14 @@ void AudioCaptureService::stopSystemCapture() {
 }
 
 QCoro::Task<void> AudioCaptureService::startMicrophoneCapture() {
-    return startOnce(d->microphone, QStringLiteral("[Audio] Mic already capturing — skipping"),
+    return startOnce(d->micCaptureSession, QStringLiteral("[Audio] Mic already capturing — skipping"),
                      [p = d.get()](std::shared_ptr<MicrophoneCapture> capture) {
                          return p->openMicrophoneStream(std::move(capture));
                      });
 }
 
 void AudioCaptureService::stopMicrophoneCapture() {
-    if (const auto capture = std::exchange(*d->microphone, nullptr)) {
+    if (const auto capture = std::exchange(*d->micCaptureSession, nullptr)) {
         const bool wasRunning = !capture->isStarting();
         capture->stop();
         if (wasRunning) {
@@ -319,7 +325,7 @@ QCoro::Task<AudioCaptureService::Sources> AudioCaptureService::lookForSources() 
         const auto input = co_await host.defaultInput();
         sources.microphone = input.has_value();
     } catch (const AudioError&) {
-        // Nothing can be captured: that is the answer.
+        // Nothing can be captured, which is what the result says.
     }
     co_return sources;
 }

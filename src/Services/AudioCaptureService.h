@@ -15,7 +15,7 @@ namespace corvane {
 
 class SoundMeter;
 
-// There is nothing to capture, a screen's picture included. what() is the text for the user.
+// Thrown when there is nothing to capture, by the screen capture too. what() is the text for the user.
 class CaptureError : public std::runtime_error {
 public:
     enum Kind { noDisplay, noPermission, noMicrophone };
@@ -26,8 +26,8 @@ private:
     Kind m_kind;
 };
 
-// Brings system audio (the candidate) and the microphone (the interviewer) in, as WAV chunks and speech
-// events. Operations on the main thread; each signal says where it is emitted.
+// Captures system audio (the candidate) and the microphone (the interviewer) and emits them as WAV chunks and
+// speech events. Operations run on the main thread. Each signal says where it is emitted.
 class AudioCaptureService : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isCapturing READ isCapturing NOTIFY isCapturingChanged)
@@ -42,27 +42,28 @@ public:
     bool isMicCapturing() const;
     quint32 sampleRate() const; // Hz
 
-    // Throws CaptureError or platform::AudioError. A start while running, in any mode, is skipped and
-    // succeeds; while another start is under way it is skipped and ends as that one does. A stop meanwhile
-    // wins: the start throws platform::OperationCancelled.
+    // Throws CaptureError or platform::AudioError. While a capture is running, in any mode, it does nothing;
+    // while another start is under way, it waits and ends as that one does. A stop in the meantime makes it
+    // throw platform::OperationCancelled.
     QCoro::Task<void> startCapture(AudioCaptureMode mode, VadConfig vadConfig);
-    // Every sample of the capture that is not yet delivered is lost, an open utterance too.
+    // Stops the capture and drops the samples that have not been delivered, including an open utterance.
     void stopSystemCapture();
-    // As startCapture. The system's default input, whatever the settings name.
+    // Like startCapture(). It captures the system's default input, whatever the settings name.
     QCoro::Task<void> startMicrophoneCapture();
     void stopMicrophoneCapture();
 
-    // Whether system audio can be captured.
+    // Returns whether system audio can be captured.
     QCoro::Task<bool> checkPermission();
-    // What there is to capture right now; neither, when no sound server answers. Logs nothing.
+    // Which sources there are at present; neither when no sound server answers.
     struct Sources {
         bool system = false;
         bool microphone = false;
     };
+    // Logs nothing.
     QCoro::Task<Sources> lookForSources();
-    // Tells how loud a source is, whether it is captured or not, for as long as the meter lives.
+    // Returns a meter that shows how loud a source is, captured or not, for as long as the meter lives.
     std::unique_ptr<SoundMeter> makeMeter(platform::AudioSourceKind source);
-    // Empty, with a log line, when no sound server answers.
+    // These return an empty list, after a log line, when no sound server answers.
     QCoro::Task<QList<AudioDevice>> getInputDevices();
     QCoro::Task<QList<AudioDevice>> getOutputDevices();
 
@@ -71,21 +72,22 @@ Q_SIGNALS:
     void isMicCapturingChanged();
     void sampleRateChanged();
 
-    // A WAV file of system audio. Main thread in mode rawStreaming, the system audio thread in mode vad.
+    // Carries a WAV file of system audio. Emitted on the main thread in mode rawStreaming and on the system
+    // audio thread in mode vad.
     void speechDetected(const QByteArray& wav);
-    // A WAV file of 80 ms of the microphone, on the microphone's thread.
+    // Carries a WAV file of 80 ms from the microphone. Emitted on the microphone's thread.
     void micAudioDetected(const QByteArray& wav);
-    // Of system audio, on the main thread, after isCapturing has changed.
+    // About system audio. Emitted on the main thread, after isCapturing has changed.
     void captureStarted(quint32 sampleRate); // Hz
     void captureStopped();
-    // Not emitted yet.
+    // Never emitted at present.
     void recordingProgress(int seconds);
-    // On the system audio thread. `at` is in milliseconds since the Unix epoch.
+    // Emitted on the system audio thread. `at` is in milliseconds since the Unix epoch.
     void candidateSpeechStarted();
     void candidateSpeechStopped(qint64 at);
 
-    // A stream ended by itself. Main thread, when what belongs to it has been stopped: the end of the system
-    // stream stops the microphone too, that of the microphone nothing else.
+    // A stream has ended by itself. Emitted on the main thread after the capture has been stopped. The end of
+    // the system stream stops the microphone as well; the end of the microphone stops nothing else.
     void systemStreamFailed(const QString& reason);
     void microphoneFailed(const QString& reason);
 

@@ -44,7 +44,7 @@ std::optional<QString> addressFault(const QString& baseURL) {
         return QStringLiteral("The address cannot be read. Check it for blanks and typing errors.");
     }
     if (url.scheme() != QLatin1String("wss") && url.scheme() != QLatin1String("ws")) {
-        return QStringLiteral("The address must begin with https:// or http://, in small letters.");
+        return QStringLiteral("The address must begin with https:// or http://, in lower case.");
     }
     if (url.host().isEmpty()) {
         return QStringLiteral("The address names no server after https://.");

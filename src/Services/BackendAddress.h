@@ -9,11 +9,13 @@
 
 namespace corvane {
 
-// The socket's address on the backend, the token in its query. Invalid, after a log line, when the text
-// cannot be parsed; what else addressFault() finds is left to the attempt to open it.
+// Returns the address of the backend's socket, with the token in its query. When the text cannot be parsed,
+// it logs that and returns an invalid address. Other faults that addressFault() reports show up when the
+// address is opened.
 QUrl webSocketUrl(const QString& baseURL, const platform::Secret& token);
 
-// Why no socket can be opened there, as a sentence for the user. Returns nullopt when one can.
+// Returns the reason why no socket can be opened at that address, as a sentence for the user, or nullopt when
+// one can.
 std::optional<QString> addressFault(const QString& baseURL);
 
 } // namespace corvane

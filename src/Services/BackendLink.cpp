@@ -16,13 +16,13 @@ using platform::logLine;
 
 namespace {
 
-// Bounds one message of the server.
+// The longest message that is accepted from the server.
 constexpr qint64 maxMessageBytes = 16 * 1024 * 1024;
 
 constexpr int goingAway = 1001;
 constexpr int unauthorized = 401;
 
-// The last holder may be a sound thread in the middle of a send.
+// The last owner may be a sound thread in the middle of a send, so the task is deleted later.
 std::shared_ptr<platform::WebSocketTask> sharedTask(std::unique_ptr<platform::WebSocketTask> task) {
     return {task.release(), [](platform::WebSocketTask* last) { last->deleteLater(); }};
 }
@@ -107,8 +107,9 @@ void BackendLink::clearStop() {
     m_fields.setAuthError(std::nullopt);
 }
 
-// A stop that was nobody's refusal ends with what caused it, as by the user's button. A request for a token
-// that is under way may hang on a network that is gone.
+// A stop for want of a token, as opposed to a refusal, ends when a token may be available again, as it does
+// by the user's button. A request for a token that is under way is made again, as it may be waiting for a
+// network that is gone.
 void BackendLink::retryToken(const QString& event) {
     const bool isFetching = m_state == LinkState::fetchingToken || m_state == LinkState::replacing;
     if (isFetching) {
@@ -151,7 +152,7 @@ QCoro::Task<void> BackendLink::openWithToken() {
         giveUpWithoutToken(failure);
         co_return;
     }
-    // The address as it is now: one saved during the wait counts.
+    // The address may have changed during the wait; the present one counts.
     openSocket(webSocketUrl(m_currentBaseURL, *token));
 }
 
@@ -167,7 +168,7 @@ void BackendLink::openSocket(const QUrl& url) {
     enter(LinkEvent::tokenCame);
     cleanupConnection();
     if (m_countdown.cancel()) {
-        // Somebody was quicker than the countdown.
+        // Another request came before the countdown had ended.
         m_fields.setReconnectCountdown(0);
     }
     if (url.isValid()) {
@@ -175,7 +176,7 @@ void BackendLink::openSocket(const QUrl& url) {
         logLine(QStringLiteral("[WS] Opening connection to %1")
                     .arg(host.isEmpty() ? QStringLiteral("unknown") : host));
     }
-    // An address that cannot be opened fails as a server that cannot be reached does.
+    // An invalid address fails in the same way as a server that cannot be reached.
     startTask(url);
 }
 
@@ -256,7 +257,7 @@ void BackendLink::startPingTimer(int identifier) {
         });
 }
 
-// A running countdown is left alone: it leads to a try in any case.
+// A running countdown is left alone, as it leads to an attempt in any case.
 void BackendLink::followDisturbance() {
     if (m_pingTimer) {
         m_pingTimer->checkNow();
@@ -343,7 +344,7 @@ void BackendLink::attemptReconnect() {
                 .arg(plan->attempt)
                 .arg(reconnectPolicy::maxReconnectAttempts));
     dispatchToMain(&q, [this, plan = *plan] {
-        // Nothing is planned any more when the user side closed the link in between.
+        // The link may have been closed in the meantime, which ends the countdown.
         if (m_countdown.isRunning()) {
             m_fields.setReconnecting(true);
             m_fields.setCurrentAttempt(plan.attempt);
@@ -385,7 +386,7 @@ void BackendLink::handleTextMessage(int identifier, const QByteArray& text) {
     }
     logLine(QStringLiteral("[WS] Received: %1").arg(message->rawType));
     dispatchToMain(&q, [this, identifier, message = std::move(*message)] {
-        // What a lost connection still says must not pass for the word of a live one.
+        // A message of a lost connection must not be taken for one of a live connection.
         if (isInUse(identifier) && hasLiveSocket(m_state)) {
             m_dispatch.dispatch(message);
         }

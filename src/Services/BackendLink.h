@@ -12,10 +12,10 @@
 
 namespace corvane {
 
-// The course of the link behind WebSocketService: when a socket is opened, what its end means and what
-// follows. Every callback of a socket carries its task's identifier; one that is no longer the active one is
-// stale. Work that a callback queues looks at the state once more, because the socket may have been lost or
-// replaced in between. Main thread.
+// The connection behind WebSocketService: when a socket is opened, what its end means, and what follows.
+// Every callback of a socket carries the identifier of its task; a callback of a task that is no longer
+// active is ignored. Work that a callback queues checks the state again, because the socket may have been
+// lost or replaced in the meantime. Main thread.
 class BackendLink {
 public:
     BackendLink(WebSocketService& service, platform::WebSocketFactory& factory, platform::Clock& clock);
@@ -26,8 +26,8 @@ public:
     QCoro::Task<void> connect(QString baseURL);
     void disconnect();
     void manualReconnect();
-    // The network has changed, or the machine has slept: an open connection may be dead without a word, and a
-    // token may be within reach again.
+    // Checks the connection after the network has changed or the machine has slept: it may be dead without
+    // notice. A token that could not be fetched may be available now.
     void followDisturbance();
 
     const LinkFields& fields() const { return m_fields; }
@@ -67,11 +67,11 @@ private:
     void handleTextMessage(int identifier, const QByteArray& text);
     void confirmSession();
 
-    // False, without a change, when the event means nothing now.
+    // Returns false and changes nothing when the event has no meaning in this state.
     bool enter(LinkEvent event);
-    // The task of this identifier is the latest one.
+    // Returns whether this is the identifier of the latest task.
     bool isActive(int identifier) const { return m_socket.snapshot().activeTaskIdentifier == identifier; }
-    // It is also still in use.
+    // Returns whether that task is also still in use.
     bool isInUse(int identifier) const;
 
     WebSocketService& q;
@@ -86,12 +86,12 @@ private:
     MessageDispatch m_dispatch;
     ReconnectCountdown m_countdown;
     std::optional<Heartbeat> m_pingTimer;
-    // Of the field authError: whether an event may end what it says.
+    // Why authError is set, which decides whether an event clears it.
     StopCause m_stopCause = StopCause::none;
     QString m_currentBaseURL;
-    // What the latest task was opened with.
+    // The base URL that the latest task was opened with.
     QString m_openedBaseURL;
-    // Monotonic. When a socket last opened; never cleared.
+    // The monotonic time at which a socket last opened. It is never cleared.
     std::optional<std::chrono::nanoseconds> m_connectionTime;
     // The request for a token that is under way.
     platform::OperationScope m_tokenRequest;

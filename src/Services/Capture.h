@@ -12,8 +12,8 @@
 
 namespace corvane {
 
-// One start of a source and what came of it. It is starting until it has a stream; a stop or a failure ends
-// it, and the operations that hold a ticket of it. Main thread.
+// One capture of a source, from its start to its end. It is starting until it has a stream. A stop or a
+// failure ends it, together with the operations that hold a ticket of it. Main thread.
 template<typename Pipeline>
 class Capture {
 public:
@@ -27,7 +27,7 @@ public:
     void setStream(std::unique_ptr<platform::AudioStream> stream) { m_stream = std::move(stream); }
     void setTimer(std::unique_ptr<platform::Timer> timer) { m_rawStreamingTimer = std::move(timer); }
 
-    // Waits for the handler under way, also while the stream is still being opened.
+    // Waits for a handler that is running, also while the stream is still being opened.
     void stop() {
         m_scope.cancel();
         if (m_pipeline) {
@@ -37,13 +37,14 @@ public:
         m_rawStreamingTimer.reset();
     }
 
-    // The platform ended the stream: a start under way fails with this.
+    // Notes that the platform has ended the stream. A start that is under way fails with this error.
     void setFailure(const platform::AudioError& failure) { m_failure = failure; }
 
-    // How this start ends, for another one that came meanwhile.
+    // Returns the outcome of this start, for another one that came in the meantime to wait for.
     platform::Completion<void> outcome() { return m_followers.emplace_back(); }
 
-    // Tells the other starts. `error` is what ended this one, or null. Returns what it is for the callers.
+    // Reports the outcome to the other starts. `error` is what ended this one, or null. Returns the error to
+    // report to the callers.
     std::exception_ptr settle(std::exception_ptr error) {
         if (error && m_failure) {
             error = std::make_exception_ptr(platform::AudioError(*m_failure));
@@ -67,13 +68,12 @@ private:
     std::vector<platform::Completion<void>> m_followers;
 };
 
-// The place of the running capture of a source. Shared with the starts under way, which may outlive its
-// owner.
+// Holds the running capture of a source. The starts under way share it, as they may outlive its owner.
 template<typename Capture>
 using CaptureSlot = std::shared_ptr<std::shared_ptr<Capture>>;
 
-// Runs `open` unless a capture runs or is starting in the slot; then logs `skipLine`, and ends as that start
-// does.
+// Runs `open`, unless a capture is running or starting in the slot. In that case it logs `skipLine` and ends
+// as that capture's start does.
 template<typename Capture, typename Open>
 QCoro::Task<void> startOnce(CaptureSlot<Capture> slot, QString skipLine, Open open) {
     if (const auto running = *slot) {

@@ -23,7 +23,7 @@ constexpr std::array kindTexts{
     "The sign-in did not complete. Go back to the address and ask for a new code.",
 };
 
-// Refusals that mean that the service still knows this device as somebody's.
+// Error codes that mean that the service still takes this device for another user's.
 constexpr std::array staleIdentityCodes{
     QLatin1String("session_exists"),
     QLatin1String("identifier_already_signed_in"),
@@ -38,7 +38,7 @@ constexpr int tooManyRequestsStatus = 429;
 constexpr int firstClientErrorStatus = 400;
 constexpr int firstServerErrorStatus = 500;
 
-// A JWT with less time left is replaced.
+// A JWT that is valid for less than this is replaced.
 constexpr double safetyMarginSeconds = 15;
 
 const QString clientTokenItem = QStringLiteral("clerk_client_token");
@@ -56,7 +56,7 @@ bool offersEmailCode(const ClerkSignIn& signIn) {
            });
 }
 
-// Whether the service meant the request when it answered so, as opposed to its own trouble.
+// Returns whether the service refused the request, as opposed to having trouble of its own.
 bool isRefusal(int status) {
     return status >= firstClientErrorStatus && status < firstServerErrorStatus &&
            status != requestTimeoutStatus && status != tooManyRequestsStatus;
@@ -130,7 +130,7 @@ void ClerkAuthService::restoreFromKeychain() {
     const auto token = m_keychain.get(clientTokenItem);
     if (token && sessionId && email) {
         m_clientToken = token;
-        setIdentity(SignedIn{email->reveal(), sessionId->reveal()}, std::nullopt, std::nullopt);
+        setIdentity(signedIn(email->reveal(), sessionId->reveal()), std::nullopt, std::nullopt);
     }
     const bool isLocked = !m_state && m_keychain.isLocked(sessionIdItem);
     setStoreState(isLocked ? StoreState::locked : StoreState::readable);
@@ -180,11 +180,11 @@ void ClerkAuthService::forgetIdentity() {
     m_clientToken.reset();
     m_cachedJWT.reset();
     setStoreState(StoreState::readable);
-    setIdentity(std::nullopt, std::nullopt, std::nullopt);
+    setIdentity(signedOut, std::nullopt, std::nullopt);
 }
 
 QCoro::Task<void> ClerkAuthService::startSignIn(QString email) {
-    // Of two the later one counts, and a code of the earlier one does not any more.
+    // The later of two sign-ins counts: a code of the earlier one is no longer accepted.
     m_signIn.cancel();
     m_starting = Starting::yes;
     auto ticket = m_signIn.ticket();
@@ -216,7 +216,7 @@ QCoro::Task<void> ClerkAuthService::startSignIn(QString email) {
         throw Error(Error::emailCodeNotSupported);
     }
     if (m_keychain.mayHide(sessionIdItem)) {
-        // The session of an identity that nobody could read must not come back beside the new client token.
+        // A session that could not be read must not come back beside the new client token.
         m_keychain.remove(sessionIdItem);
         m_keychain.remove(userEmailItem);
         setStoreState(StoreState::readable);
@@ -243,19 +243,19 @@ QCoro::Task<void> ClerkAuthService::verifyCode(Secret code) {
     }
     m_keychain.save(sessionIdItem, Secret(*sessionId));
     m_keychain.save(userEmailItem, Secret(email));
-    // A JWT of an identity before this one, cached or on its way, must not serve it.
+    // A JWT of an earlier identity, cached or on its way, must not be used for this one.
     m_identity.cancel();
     m_signIn.cancel();
     m_cachedJWT.reset();
     const auto identity = m_identity.ticket();
-    setIdentity(SignedIn{email, *sessionId}, std::nullopt, std::nullopt);
+    setIdentity(signedIn(email, *sessionId), std::nullopt, std::nullopt);
     identity.ensureCurrent();
     try {
         auto jwt = co_await m_client.createSessionToken(*sessionId, m_clientToken);
         identity.ensureCurrent();
         m_cachedJWT = std::move(jwt);
     } catch (const std::exception&) {
-        // Signed in all the same: the next getFreshJWT() tries again.
+        // The user is signed in all the same; the next getFreshJWT() tries again.
     }
 }
 
@@ -288,7 +288,7 @@ QCoro::Task<void> ClerkAuthService::signOut() {
         }
     }
     if (!ticket.isCurrent()) {
-        // Another sign-out came first, or the service is gone.
+        // Another sign-out came first, or this object is gone.
         co_return;
     }
     m_client.clearDevBrowserToken();

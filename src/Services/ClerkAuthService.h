@@ -16,20 +16,24 @@ namespace corvane {
 class ClerkClient;
 class KeychainService;
 
-// Who is signed in: the flow of e-mail address and code, the stored identity, and the only source of bearer
-// tokens. Main thread.
+// Signs the user in by e-mail address and code, stores the identity, and is the only source of bearer tokens.
+// Main thread.
 class ClerkAuthService : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isSignedIn READ isSignedIn NOTIFY stateChanged)
 
 public:
-    // signedOut is the empty value.
+    // The identity of a signed-in user.
     struct SignedIn {
         QString email;
         QString sessionId;
         bool operator==(const SignedIn&) const = default;
     };
     using State = std::optional<SignedIn>;
+    static constexpr auto signedOut = std::nullopt;
+    static State signedIn(QString email, QString sessionId) {
+        return SignedIn{std::move(email), std::move(sessionId)};
+    }
 
     class Error : public std::runtime_error {
     public:
@@ -41,25 +45,25 @@ public:
         Kind m_kind;
     };
 
-    // Whether asking for a token again can help.
+    // Whether it makes sense to ask for a token again.
     enum class TokenFailure {
-        refused,     // nobody is signed in, or the service said no
+        refused,     // nobody is signed in, or the service refused
         unavailable, // the network or the service failed
     };
-    // What keeps the stored identity from being read.
+    // Whether the stored identity can be read.
     enum class StoreState {
         readable,
         locked,
-        unlocking, // the desktop asks the user
+        unlocking, // the desktop is asking the user
     };
 
-    // Of what getFreshJWT() threw.
+    // Returns the kind of an exception that getFreshJWT() threw.
     static TokenFailure tokenFailure(const std::exception_ptr& error);
 
     // Restores the signed-in state from the secret store, and once more when a locked store is unlocked.
     ClerkAuthService(ClerkClient& client, KeychainService& keychain, const platform::Clock& clock);
 
-    // The stored identity, as the secret store's items.
+    // Returns the names of the secret store's items that hold the identity.
     static QStringList storedItems();
 
     const State& state() const { return m_state; }
@@ -67,31 +71,32 @@ public:
     const std::optional<QString>& pendingSignInId() const { return m_pendingSignInId; }
     const std::optional<QString>& pendingEmail() const { return m_pendingEmail; }
 
-    // Each throws Error, ClerkAPIError, ClerkClient::Error or platform::HttpError.
+    // Both throw Error, ClerkAPIError, ClerkClient::Error or platform::HttpError.
     QCoro::Task<void> startSignIn(QString email);
     QCoro::Task<void> verifyCode(platform::Secret code);
-    // A session JWT with at least 15 s left. Needs the service only when the last one is older.
+    // Returns a session JWT that is valid for at least another 15 s. It asks the service only when the cached
+    // one is not. Throws what startSignIn() throws.
     QCoro::Task<platform::Secret> getFreshJWT();
-    // Ends signed out in every case; never throws.
+    // Signs out in every case, also without a network. Never throws.
     QCoro::Task<void> signOut();
     void invalidateCachedJWT();
 
-    // While signed out: whether an identity may lie in a locked store.
+    // Returns, while signed out, whether an identity may be in a locked store.
     StoreState storeState() const { return m_storeState; }
-    // Has the desktop ask the user to unlock it, once.
+    // Makes the desktop ask the user, once, to unlock the store.
     void unlockStore();
 
 Q_SIGNALS:
     void stateChanged();
     void pendingSignInIdChanged();
     void pendingEmailChanged();
-    // The secret store can be read again, and what it holds has been restored.
+    // The secret store can be read again, and the identity in it has been restored.
     void storeUnlocked();
     void storeStateChanged();
 
 private:
-    // Whether a sign-in waits for the service's first answer. An unlocked store must not restore the identity
-    // that it is about to replace, unless it fails.
+    // Whether a sign-in is waiting for the service's first answer. If the store is unlocked in the meantime,
+    // the identity that the sign-in is about to replace must not be restored, unless the sign-in fails.
     enum class Starting { no, yes, unlockedMeanwhile };
 
     void followUnlocking();
@@ -99,8 +104,8 @@ private:
     void restoreFromKeychain();
     void setStoreState(StoreState state);
     void keepClientToken(const platform::Secret& token);
-    // Deletes the stored identity and forgets the tokens. Operations that began before do not take effect any
-    // more.
+    // Deletes the stored identity and forgets the tokens. Operations that began earlier no longer take
+    // effect.
     void forgetIdentity();
     void setIdentity(State state, std::optional<QString> pendingSignInId,
                      std::optional<QString> pendingEmail);
@@ -111,13 +116,13 @@ private:
     State m_state;
     std::optional<QString> m_pendingSignInId;
     std::optional<QString> m_pendingEmail;
-    // As it is stored, or will be: a store that locks later must not end the session.
+    // The token as it is stored or is going to be: a store that is locked later must not end the session.
     std::optional<platform::Secret> m_clientToken;
-    // In memory only.
+    // It is never stored.
     std::optional<platform::Secret> m_cachedJWT;
     Starting m_starting = Starting::no;
     StoreState m_storeState = StoreState::readable;
-    // The operations of the sign-in under way, and those of the identity.
+    // The operations of the sign-in under way and those of the present identity.
     platform::OperationScope m_signIn;
     platform::OperationScope m_identity;
 };

@@ -13,12 +13,13 @@ namespace {
 
 constexpr auto timeout = std::chrono::seconds(60);
 
-// Everything but ASCII alphanumerics and "-._~" as upper-case escapes of its UTF-8 bytes.
+// Escapes everything but ASCII alphanumerics and "-._~", as upper-case hexadecimal UTF-8 bytes.
 QByteArray percentEncoded(const QString& text) {
     return QUrl::toPercentEncoding(text);
 }
 
-// An id of the service as one path segment. Dots alone would climb in the path, escaped or not.
+// Encodes an id of the service as one path segment. A segment of one or two dots would change the path,
+// escaped or not.
 QByteArray pathSegment(const QString& id) {
     if (id == QLatin1String(".") || id == QLatin1String("..")) {
         throw ClerkClient::Error(ClerkClient::Error::invalidResponse);
@@ -61,8 +62,8 @@ Record decode(const QByteArray& body) {
     }
 }
 
-// A top-level token wins, even one of a wrong type.
-Secret devBrowserTokenOf(const QByteArray& body) {
+// A top-level token takes precedence, even one of a wrong type.
+Secret parseDevBrowserToken(const QByteArray& body) {
     const auto document = json::parse(body);
     const auto* object = document.if_object();
     const auto* nested =
@@ -77,7 +78,7 @@ Secret devBrowserTokenOf(const QByteArray& body) {
 } // namespace
 
 ClerkClient::Error::Error(std::exception_ptr underlying)
-    : std::runtime_error("The sign-in service's answer could not be read (" +
+    : std::runtime_error("The sign-in service's response could not be read (" +
                          platform::errorText(underlying).toStdString() + "). Try again in a moment.")
     , m_kind(decoding)
     , m_underlying(std::move(underlying)) {}
@@ -90,7 +91,7 @@ ClerkClient::Error::Error(int status, QByteArray body)
     , m_body(std::move(body)) {}
 
 ClerkClient::Error::Error(Kind kind)
-    : std::runtime_error("The sign-in service gave an invalid answer. Try again in a moment.")
+    : std::runtime_error("The sign-in service sent an invalid response. Try again in a moment.")
     , m_kind(kind) {}
 
 ClerkClient::DevBrowserStorage ClerkClient::DevBrowserStorage::inMemory() {
@@ -164,7 +165,7 @@ QCoro::Task<void> ClerkClient::ensureDevBrowser() {
         co_return;
     }
     if (!m_devBrowserToken) {
-        // What the constructor could not read from a locked store may be readable by now.
+        // The constructor may have found the store locked; it may be readable by now.
         m_devBrowserToken = m_storage.load();
     }
     if (m_devBrowserToken) {
@@ -180,7 +181,7 @@ QCoro::Task<void> ClerkClient::ensureDevBrowser() {
     const auto response = co_await m_executor.execute(std::move(request));
     ticket.ensureCurrent();
     throwIfError(response);
-    m_devBrowserToken = devBrowserTokenOf(response.body);
+    m_devBrowserToken = parseDevBrowserToken(response.body);
     m_storage.save(*m_devBrowserToken);
 }
 

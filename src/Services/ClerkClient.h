@@ -10,7 +10,7 @@
 
 namespace corvane {
 
-// The client's only contact with the network.
+// The network access of ClerkClient.
 class ClerkHTTPExecutor {
 public:
     virtual ~ClerkHTTPExecutor() = default;
@@ -21,7 +21,8 @@ public:
 
 class URLSessionClerkExecutor : public ClerkHTTPExecutor {
 public:
-    // `session` of the ephemeral kind: the Cookie header is what the client wrote, and nothing is kept.
+    // `session` has to be of the ephemeral kind, which sends the Cookie header as the client wrote it and
+    // keeps no cookies.
     explicit URLSessionClerkExecutor(platform::HttpClient& session)
         : m_session(session) {}
 
@@ -36,19 +37,19 @@ struct ClerkSignInResult {
     std::optional<platform::Secret> clientToken;
 };
 
-// HTTP client of the sign-in service's frontend API. It holds the dev-browser token; the client token is the
-// caller's. It retries nothing and logs nothing. Main thread.
+// The HTTP client of the sign-in service's frontend API. It holds the dev-browser token; the caller holds the
+// client token. It neither retries nor logs anything. Main thread.
 class ClerkClient {
 public:
     class Error : public std::runtime_error {
     public:
         enum Kind { decoding, http, invalidResponse };
 
-        // Of decoding.
+        // An error of the kind decoding.
         explicit Error(std::exception_ptr underlying);
-        // Of http: an error answer that is no ClerkAPIError.
+        // An error of the kind http: an error response whose body is not a ClerkAPIError.
         Error(int status, QByteArray body);
-        // Of invalidResponse: no HTTP answer, or no dev-browser token in it.
+        // An error of the kind invalidResponse: the answer is not HTTP, or has no dev-browser token.
         explicit Error(Kind kind);
 
         Kind kind() const { return m_kind; }
@@ -63,29 +64,31 @@ public:
         QByteArray m_body;
     };
 
-    // Where the dev-browser token survives restarts.
+    // Stores the dev-browser token across restarts of the program.
     struct DevBrowserStorage {
         std::function<std::optional<platform::Secret>()> load;
         std::function<void(const platform::Secret&)> save;
         std::function<void()> clear;
 
-        // Keeps nothing.
+        // Returns a storage that keeps nothing.
         static DevBrowserStorage inMemory();
     };
 
     ClerkClient(ClerkConfig config, ClerkHTTPExecutor& executor, DevBrowserStorage devBrowserStorage);
 
-    // Each obtains a dev-browser token first where the instance needs one. Each throws ClerkAPIError, Error,
-    // platform::HttpError, or json::DecodingError for a dev-browser answer that is no JSON.
+    // These operations first obtain a dev-browser token where the instance needs one. They throw
+    // ClerkAPIError, Error, platform::HttpError, or json::DecodingError when the answer to a dev-browser
+    // request is not JSON.
 
-    // Sends the code's e-mail. The result has the token of this answer, if it has one.
+    // Makes the service send the code by e-mail. The result has the client token of the answer, if there is
+    // one.
     QCoro::Task<ClerkSignInResult> createSignIn(QString email);
-    // The result has the token of the answer, or else the one passed in.
+    // The result has the client token of the answer, or else the one that was passed in.
     QCoro::Task<ClerkSignInResult> prepareFirstFactor(QString signInId, QString emailAddressId,
                                                       std::optional<platform::Secret> clientToken);
     QCoro::Task<ClerkSignInResult> attemptFirstFactor(QString signInId, platform::Secret code,
                                                       std::optional<platform::Secret> clientToken);
-    // A session JWT.
+    // Returns a session JWT.
     QCoro::Task<platform::Secret> createSessionToken(QString sessionId,
                                                      std::optional<platform::Secret> clientToken);
     QCoro::Task<void> signOut(QString sessionId, std::optional<platform::Secret> clientToken);
@@ -99,7 +102,7 @@ private:
     platform::HttpRequest makeRequest(const QByteArray& encodedPath, const QByteArray& method,
                                       const QByteArray& body,
                                       const std::optional<platform::Secret>& clientToken) const;
-    // The answer's body and headers, once its status is a success.
+    // Returns the response if its status is a success, and throws otherwise.
     QCoro::Task<platform::HttpResponse> post(QByteArray encodedPath, FormFields form,
                                              std::optional<platform::Secret> clientToken);
     QCoro::Task<ClerkSignInResult> postFactor(QString signInId, QByteArray action, FormFields form,

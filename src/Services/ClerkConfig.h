@@ -11,10 +11,10 @@ class ApplicationInfo;
 
 namespace corvane {
 
-// The sign-in service's instance, as its publishable key names it.
+// The instance of the sign-in service that the publishable key names.
 class ClerkConfig {
 public:
-    // what() is the name of the case.
+    // what() is the name of the kind.
     class Error : public std::runtime_error {
     public:
         enum Kind { missingPrefix, invalidBase64, missingTrailingDollar, invalidHost, missingBundleKey };
@@ -25,15 +25,15 @@ public:
         Kind m_kind;
     };
 
-    // A prefix, then the base64 of the frontend host and a dollar sign. Throws Error.
+    // Parses a key: a prefix, then the base64 of the frontend host and a dollar sign. Throws Error.
     explicit ClerkConfig(const QString& publishableKey);
-    // From CLERK_PUBLISHABLE_KEY of the application's information. Throws Error.
+    // Reads CLERK_PUBLISHABLE_KEY from the application's information. Throws Error.
     static ClerkConfig fromBundle(const platform::ApplicationInfo& bundle);
 
     const QString& publishableKey() const { return m_publishableKey; }
-    // https and the host, without a path.
+    // Returns an https address that has only a host.
     const QUrl& frontendAPIURL() const { return m_frontendAPIURL; }
-    // Development instances need a dev-browser token.
+    // Returns whether this is a development instance, which needs a dev-browser token.
     bool isDevelopment() const { return m_isDevelopment; }
 
     bool operator==(const ClerkConfig&) const = default;

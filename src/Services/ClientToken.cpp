@@ -13,7 +13,8 @@ bool isTokenCharacter(char c) {
            QByteArrayView("!#$%&'*+-.^_`|~").contains(c);
 }
 
-// Whether a cookie's "name=" stands here, as opposed to the rest of a date or of a value.
+// Returns whether the text begins with the "name=" of a cookie, as opposed to the rest of a date or of a
+// value.
 bool startsCookie(QByteArrayView text) {
     const auto* end = std::ranges::find_if_not(text, isTokenCharacter);
     return end != text.begin() && end != text.end() && *end == '=';
@@ -23,7 +24,7 @@ bool startsCookie(QByteArrayView text) {
 // dates contain commas too) or by line breaks; a line break before a blank only continues its line (RFC
 // 9112, 5.2).
 QList<QByteArray> splitCookies(QByteArray header) {
-    // Without blanks at its end: each look behind a comma would cross them all.
+    // Blanks at the end are removed, as each look beyond a comma would cross all of them.
     header = header.trimmed().replace("\r\n", "\n").replace("\n ", "  ").replace("\n\t", "  ");
     QList<QByteArray> cookies;
     qsizetype start = 0;
@@ -38,7 +39,7 @@ QList<QByteArray> splitCookies(QByteArray header) {
     return cookies;
 }
 
-// The value of a cookie of that name, without its attributes.
+// Returns the value of the cookie of that name, without its attributes.
 std::optional<QByteArray> cookieValue(const QByteArray& cookie, QByteArrayView name) {
     const auto pair = cookie.split(';').first();
     const auto separator = pair.indexOf('=');

@@ -7,8 +7,8 @@
 
 namespace corvane {
 
-// The client token of a sign-in service's answer: the Authorization header, with or without "Bearer ", or
-// else the first cookie named __client. Nothing when the answer has neither.
+// Returns the client token in an answer of the sign-in service: the Authorization header, with or without
+// "Bearer ", or else the first cookie named __client. Returns nullopt when the answer has neither.
 std::optional<platform::Secret> extractClientToken(const platform::HttpResponse& response);
 
 } // namespace corvane

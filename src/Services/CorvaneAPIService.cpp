@@ -12,7 +12,7 @@ constexpr int unauthorizedStatus = 401;
 constexpr int conflictStatus = 409;
 constexpr int noHttpStatus = -1;
 
-std::string textOf(APIError::Kind kind, int status) {
+std::string apiErrorText(APIError::Kind kind, int status) {
     switch (kind) {
     case APIError::httpError:
         return "HTTP error " + std::to_string(status);
@@ -25,14 +25,14 @@ std::string textOf(APIError::Kind kind, int status) {
 }
 
 bool isSuccess(int status) {
-    // A conflict says that this machine's session exists already.
+    // A conflict means that the session of this machine exists already.
     return (status >= 200 && status <= 299) || status == conflictStatus;
 }
 
 } // namespace
 
 APIError::APIError(Kind kind, int status)
-    : std::runtime_error(textOf(kind, status))
+    : std::runtime_error(apiErrorText(kind, status))
     , m_kind(kind)
     , m_status(status) {}
 

@@ -16,7 +16,7 @@ class APIError : public std::runtime_error {
 public:
     enum Kind { httpError, invalidConfiguration, unauthorized };
 
-    // `status` only for httpError.
+    // `status` is used by httpError only.
     explicit APIError(Kind kind, int status = 0);
     Kind kind() const { return m_kind; }
     int status() const { return m_status; }
@@ -29,22 +29,23 @@ private:
     int m_status;
 };
 
-// The backend's REST side: makes sure that a session exists there for this machine. Main thread.
+// The backend's REST interface: makes sure that a session for this machine exists there. Main thread.
 class CorvaneAPIService : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString baseURL READ baseURL WRITE setBaseURL NOTIFY baseURLChanged)
 
 public:
-    // `machineId`: this machine's identifier, the same for the life of the installation (see App).
+    // `machineId` identifies this machine and is the same for the life of the installation (see
+    // App/MachineId.h).
     CorvaneAPIService(QString baseURL, ClerkAuthService* auth, platform::HttpClient& http, QString machineId);
 
     const QString& baseURL() const { return m_baseURL; }
     void setBaseURL(const QString& baseURL);
 
     QString getMachineId() const { return m_machineId; }
-    // Throws APIError, platform::HttpError, or what getFreshJWT() throws.
+    // Throws APIError, platform::HttpError, or whatever ClerkAuthService::getFreshJWT() throws.
     QCoro::Task<void> ensureMachineSession() { return ensureMachineSession(m_baseURL); }
-    // The same on another backend than that of `baseURL`, for a link that leads there still.
+    // Does the same on a backend other than baseURL(), for a connection that still leads there.
     QCoro::Task<void> ensureMachineSession(QString baseURL);
 
 Q_SIGNALS:

@@ -37,7 +37,8 @@ boost::json::value entry(const platform::DefaultsStore& defaults, const char* ke
 Choice currentChoice(const platform::DefaultsStore& defaults) {
     try {
         const auto selected = SelectedProvider::fromJson(entry(defaults, "selected_ai_provider"));
-        // All are read before one is taken: a bad record spoils the list, as it does for the settings.
+        // Every record is read before one is chosen: a bad record makes the whole list unusable, as it does
+        // for the settings.
         const auto list = entry(defaults, "custom_ai_providers");
         std::optional<CustomAIProvider> found;
         for (const auto& element : json::asArray(list)) {
@@ -50,7 +51,7 @@ Choice currentChoice(const platform::DefaultsStore& defaults) {
             return {std::move(*found), selected.apiKey};
         }
     } catch (const json::DecodingError&) {
-        // The same for the user as no choice.
+        // To the user this is the same as having chosen no provider.
     }
     throw APIError(APIError::invalidConfiguration);
 }
@@ -81,14 +82,14 @@ platform::HttpRequest makeRequest(const Choice& choice, const QString& systemPro
     return request;
 }
 
-// What became of the body so far.
+// The state of reading a body.
 struct Reading {
     QString path;
-    QString text; // of the lines that were cut from the piece at hand
+    QString text; // of the lines in the latest piece of the body
     bool anyText = false;
     bool isWanted = true; // the sink has not refused more
 
-    // False at the end mark.
+    // Returns false at the end mark.
     bool take(QByteArrayView line) {
         if (!line.startsWith(dataPrefix)) {
             return true;
@@ -98,19 +99,20 @@ struct Reading {
             return false;
         }
         try {
-            // A byte that is no UTF-8 costs one character, not the event.
+            // Invalid UTF-8 is replaced by characters, so that the rest of the event is kept.
             const auto value = json::parse(QString::fromUtf8(payload).toUtf8());
             if (const auto* object = value.if_object()) {
                 text += CustomProviderService::extractContent(*object, path).value_or(QString());
             }
         } catch (const json::DecodingError&) {
-            // A comment or a keep-alive of the provider's.
+            // The provider has sent a comment or a keep-alive.
         }
         return true;
     }
 };
 
-// Within an array of `size` elements; nothing for any other piece of a path.
+// Returns the index into an array of `size` elements that a piece of a path names, or nullopt when it names
+// none.
 std::optional<std::size_t> indexIn(std::string_view piece, std::size_t size) {
     if (piece.starts_with('+') && piece.find('-') == std::string_view::npos) {
         piece.remove_prefix(1);

@@ -17,23 +17,24 @@ class DefaultsStore;
 
 namespace corvane {
 
-// A chat-completion endpoint of the user's own, as the defaults store describes it: one question, answered by
-// a stream of server-sent events. Main thread; the network has threads of its own.
+// Sends a question to the user's own chat-completion endpoint, which the defaults store describes, and
+// streams the answer from its server-sent events. Main thread; the network has threads of its own.
 class CustomProviderService {
 public:
-    // Gets new text, not empty: that of all events which arrived together. False: no more is wanted.
+    // Receives new text, never empty: that of all events that arrived together. Returns false to end the
+    // stream.
     using TextSink = std::function<bool(const QString& text)>;
 
     CustomProviderService(const platform::DefaultsStore& defaults, platform::HttpClient& http);
 
-    // Done at the end of the stream. Reads the store anew each time. The files stay here: a message to a
-    // provider is text only. Throws APIError::invalidConfiguration without a usable provider, or
-    // platform::HttpError, also for an event of more than 8 MB.
+    // Completes at the end of the stream. Reads the provider from the store each time. The files are not
+    // sent: a message to a provider is text only. Throws APIError::invalidConfiguration when there is no
+    // usable provider, and platform::HttpError, also for an event of more than 8 MB.
     QCoro::Task<void> fetchAIResponseStream(QString message, QList<AttachedFile> attachedFiles,
                                             TextSink sink);
 
-    // The string at a dotted path: a whole number picks an element of an array, anything else, and a number
-    // too, a member of an object.
+    // Returns the string at a dotted path, or nullopt when there is none. Within an array, a whole number
+    // selects an element; within an object, every piece of the path, a number too, names a member.
     static std::optional<QString> extractContent(const boost::json::object& from, const QString& path);
 
 private:

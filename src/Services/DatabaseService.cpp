@@ -57,8 +57,8 @@ constexpr std::array migrations{
 );)",
 };
 
-// A prepared statement, finalised at the end of the call that prepared it. It keeps the bytes of its bound
-// texts, which SQLite reads in place.
+// A prepared statement, finalised by the destructor. It owns the bytes of its bound texts, which SQLite reads
+// in place.
 class Statement {
 public:
     explicit Statement(sqlite3_stmt* handle)
@@ -88,7 +88,7 @@ public:
     }
 
     bool nextRow() { return m_handle && sqlite3_step(m_handle) == SQLITE_ROW; }
-    // A write that fails at its step is lost without a word.
+    // Ignores a failure of the write.
     void run() { nextRow(); }
 
     QString text(int column) const { return optionalText(column).value_or(QString()); }
@@ -127,7 +127,7 @@ auto allRows(Statement& statement, Read read) {
     return rows;
 }
 
-// A NUL would end the statement.
+// Removes NUL characters, which would end the statement.
 std::string quoted(QString text) {
     return '\'' + text.remove(QChar(u'\0')).replace(u'\'', QStringLiteral("''")).toStdString() + '\'';
 }
@@ -173,7 +173,7 @@ bool DatabaseService::exec(const std::string& sql) {
     if (result == SQLITE_OK) {
         return true;
     }
-    // A connection that did not open gives its message by the other way only.
+    // A connection that could not be opened reports its error only through sqlite3_errmsg().
     platform::printLine(QStringLiteral("[DB] Error: ") +
                         QString::fromUtf8(message ? message : sqlite3_errmsg(m_db)));
     sqlite3_free(message);
@@ -225,7 +225,8 @@ std::optional<Conversation> DatabaseService::getConversation(const QString& id) 
                                                      : std::nullopt;
 }
 
-// Ids go into these statements as they are: Conversation::newID() gives letters, digits and an underscore.
+// These statements contain ids unescaped: Conversation::newID() consists of letters, digits and an
+// underscore.
 
 void DatabaseService::updateConversation(const QString& id, const std::optional<QString>& title) {
     const auto now = std::to_string(m_clock.nowMilliseconds());

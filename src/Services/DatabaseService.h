@@ -14,8 +14,8 @@ struct sqlite3_stmt;
 
 namespace corvane {
 
-// The program's one SQLite store: conversations, messages, system prompts and a key-value table. Main thread.
-// Failures go to standard output; operations then give their empty result.
+// The program's SQLite database: conversations, messages, system prompts and a key-value table. Main thread.
+// Failures are printed to standard output, and the operations then return an empty result.
 class DatabaseService {
 public:
     // Opens <dataFolder>/com.corvane.interview-assistant/corvane.db, creating folders and tables as needed.
@@ -30,7 +30,7 @@ public:
     void createConversation(const Conversation& conversation);
     QList<Conversation> getAllConversations();
     std::optional<Conversation> getConversation(const QString& id);
-    // Sets updated_at to now, and the title if one is given.
+    // Sets updated_at to the present time, and the title if one is given.
     void updateConversation(const QString& id, const std::optional<QString>& title);
     void deleteConversation(const QString& id);
     void deleteAllConversations();
@@ -50,7 +50,7 @@ public:
 private:
     void openDatabase();
     void runMigrations();
-    // True unless SQLite reports an error, which is logged.
+    // Returns false when SQLite reports an error, which is printed.
     bool exec(const std::string& sql);
     sqlite3_stmt* prepare(const char* sql);
 

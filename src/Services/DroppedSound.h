@@ -7,7 +7,8 @@
 
 namespace corvane {
 
-// Counts the chunks of sound that a slow uplink did not take in time, and says so now and then. Any thread.
+// Counts the chunks of sound that were dropped because the uplink was too slow, and logs the number at most
+// every 10 s. Any thread.
 class DroppedSound {
 public:
     explicit DroppedSound(const platform::Clock& clock)

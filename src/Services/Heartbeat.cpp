@@ -14,14 +14,14 @@ constexpr auto checkDeadline = 5s;
 
 } // namespace
 
-// Pongs and health readings hold it weakly: one that comes after the heartbeat's end finds nothing.
+// The callbacks hold the state weakly, so that one which comes after the end of the heartbeat does nothing.
 struct Heartbeat::State : std::enable_shared_from_this<Heartbeat::State> {
-    // A doubt that waits for its answer.
+    // A check that is waiting for its answer.
     struct Check {
         quint64 ping;
         quint64 bytesThrough = 0; // when the wait began
         bool hadNoRoute = false;  // at some time since then
-        bool again = false;       // somebody has doubted the connection since then
+        bool again = false;       // another check was asked for since then
         std::unique_ptr<platform::Timer> deadline{};
     };
 
@@ -40,7 +40,7 @@ struct Heartbeat::State : std::enable_shared_from_this<Heartbeat::State> {
         , readHealth(std::move(health))
         , failed(std::move(failure)) {}
 
-    // By value: the handler may destroy the heartbeat.
+    // Copies the handler, which may destroy the heartbeat.
     void fail(const QString& reason) const {
         const auto handler = failed;
         handler(reason);
@@ -51,7 +51,7 @@ struct Heartbeat::State : std::enable_shared_from_this<Heartbeat::State> {
     void beginCheck();
     void waitForAnswer();
     void judge(const ConnectionHealth& health);
-    // `take` runs only if the same check still waits.
+    // Calls `take` only if the same check is still waiting.
     void readForCheck(void (State::*take)(const ConnectionHealth&));
     void noteStart(const ConnectionHealth& health) {
         check->bytesThrough = health.bytesThrough;
@@ -108,12 +108,12 @@ void Heartbeat::State::readForCheck(void (State::*take)(const ConnectionHealth&)
 
 void Heartbeat::State::judge(const ConnectionHealth& health) {
     if (!health.hasRoute) {
-        // Nobody could answer. The network's return is the next doubt.
+        // No answer could have come. The return of the network leads to another check.
         check.reset();
     } else if (check->hadNoRoute) {
         beginCheck();
     } else if (health.bytesThrough > check->bytesThrough) {
-        // Slow, but alive: the pong waits behind the sound.
+        // The connection is slow but alive: the pong is queued behind the sound.
         noteStart(health);
         waitForAnswer();
     } else {

@@ -10,21 +10,21 @@
 
 namespace corvane {
 
-// Watches one open connection: a ping every 30 s that must be answered by the next, and one at once, with 5 s
-// to answer, when somebody doubts the connection. A doubt that gets no pong is a loss only if nothing else
-// got through in that time either, and if packets had a way out of this machine. Main thread.
+// Watches one open connection. It sends a ping every 30 s, which must be answered before the next one, and
+// checkNow() sends one that must be answered within 5 s. An unanswered check counts as a loss only if nothing
+// else got through in that time and packets had a route out of this machine. Main thread.
 class Heartbeat {
 public:
-    // Null: the peer answered.
+    // Receives null when the peer has answered.
     using PongHandler = std::function<void(std::exception_ptr)>;
     using PingSender = std::function<void(PongHandler)>;
     using HealthReader = std::function<void(platform::WebSocketTask::HealthHandler)>;
-    // Gets the reason. May destroy the heartbeat; may come more than once.
+    // Receives the reason. It may destroy the heartbeat, and may be called more than once.
     using FailureHandler = std::function<void(QString)>;
 
     Heartbeat(platform::Clock& clock, PingSender sendPing, HealthReader readHealth, FailureHandler failed);
 
-    // While one check waits for its answer, another is made right after it.
+    // Checks the connection. If a check is already waiting for its answer, another follows right after it.
     void checkNow();
 
 private:

@@ -5,10 +5,10 @@
 
 namespace corvane {
 
-// Which application, by its bundle identifier, hosts the calls of which meeting service.
+// The applications that host the calls of a meeting service, by bundle identifier.
 class InterviewDetectorService {
 public:
-    // A browser stands for the service that has no application of its own: it may host a meeting, no more.
+    // A browser is listed for the service that has no application of its own; it may host a meeting, no more.
     const QMap<QString, QString> meetingApps{
         {QStringLiteral("us.zoom.xos"), QStringLiteral("Zoom")},
         {QStringLiteral("com.microsoft.teams"), QStringLiteral("Microsoft Teams")},

@@ -53,13 +53,13 @@ constexpr std::array namedKeys{
 
 const auto backslash = QStringLiteral("\\");
 
-QStringList partsOf(const QString& text) {
+QStringList keyParts(const QString& text) {
     return text.toLower()
         .replace(QLatin1String("cmdorctrl"), QLatin1String("cmd"))
         .split(u'+', Qt::SkipEmptyParts);
 }
 
-// Not every letter comes back from its capital.
+// The capital is used only if lower-casing it gives the letter back.
 QString capital(const QString& name) {
     const auto upper = name.toUpper();
     return name.size() == 1 && upper.toLower() == name ? upper : name;
@@ -79,7 +79,7 @@ QString join(quint32 modifierFlags, const QString& key, const char* ModifierWord
 
 KeyString KeyString::parse(const QString& text) {
     KeyString key;
-    const auto parts = partsOf(text);
+    const auto parts = keyParts(text);
     for (const auto& word : modifierWords) {
         if (parts.contains(QLatin1String(word.word))) {
             key.modifierFlags |= word.flag;
@@ -97,7 +97,7 @@ KeyString KeyString::parse(const QString& text) {
 
 std::optional<QString> KeyString::of(const platform::KeyEvent& event) {
     const auto lowered = event.charactersIgnoringModifiers.toLower();
-    // The row that is written is the first of its key.
+    // The first row of a key is the one that is written.
     const auto named =
         std::ranges::find_if(namedKeys, [&](const NamedKey& row) { return event.keyCode == row.keyCode; });
     auto name = capital(lowered);
@@ -107,7 +107,7 @@ std::optional<QString> KeyString::of(const platform::KeyEvent& event) {
         name = event.charactersIgnoringModifiers; // "F5"
     }
     const auto text = join(event.modifierFlags, name, &ModifierWord::written);
-    if (name.isEmpty() || !parse(text).matches(event, lowered)) {
+    if (name.isEmpty() || !parse(text).matchesEvent(event, lowered)) {
         return std::nullopt;
     }
     return text;
@@ -121,7 +121,7 @@ QString shownKey(const QString& text) {
     if (named != namedKeys.end()) {
         name = QString::fromUtf8(named->shown);
     } else if (key.name.size() > 1 && key.name != backslash) {
-        // As the user has it.
+        // The name as the user wrote it.
         name = text.split(u'+', Qt::SkipEmptyParts).last();
     } else {
         name = capital(key.name);

@@ -8,24 +8,26 @@
 
 namespace corvane {
 
-// The program's secrets, scoped by the service name. Main thread. No operation reports a cause.
+// The program's secrets, scoped by the service name. Main thread. Operations do not report the cause of a
+// failure.
 class KeychainService : public QObject {
     Q_OBJECT
 
 public:
     KeychainService(QString serviceName, platform::SecretStore& store);
 
-    // Nothing when there is no item, it cannot be read now, or it is no valid UTF-8.
+    // Returns nullopt when there is no such item, when it cannot be read at present, or when it is not valid
+    // UTF-8.
     std::optional<platform::Secret> get(const QString& key) const;
-    // Whether what get() does not give may still be there: the store is locked, or no secret service runs
-    // now.
+    // Returns whether an item that get() does not return may exist all the same: the store is locked, or no
+    // secret service is running at present.
     bool mayHide(const QString& key) const;
-    // Whether the store is locked, and what get() does not give may be readable after unlock().
+    // Returns whether the store is locked, so that the item may be readable after unlock().
     bool isLocked(const QString& key) const;
     void save(const QString& key, const platform::Secret& value);
-    // True when an item was deleted. ("delete" is a keyword.)
+    // Returns true when an item was deleted. ("delete" is a C++ keyword.)
     bool remove(const QString& key);
-    // Has the desktop ask the user, once; unlockingEnded() follows.
+    // Makes the desktop ask the user once. unlockingEnded() follows.
     void unlock();
 
     const QString& serviceName() const { return m_serviceName; }

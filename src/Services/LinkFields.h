@@ -4,7 +4,7 @@
 
 namespace corvane {
 
-// What can be observed of the link. Writing a field says so if it changed. Main thread.
+// The observable fields of the link. Changing one emits its signal. Main thread.
 class LinkFields {
 public:
     explicit LinkFields(WebSocketService& service)

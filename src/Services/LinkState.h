@@ -4,20 +4,20 @@
 
 namespace corvane {
 
-// How far the link has come. What the user sees of it are the service's observable fields.
+// The state of the link. What the user sees of it are the observable fields of WebSocketService.
 enum class LinkState {
-    closed,        // no connection is wanted
-    fetchingToken, // no socket is open, and a token for the next one is on its way
+    closed,        // nobody wants a connection
+    fetchingToken, // no socket is open, and a token for the next one is being fetched
     opening,       // a socket is opening
     open,
-    replacing, // a socket is open, and a token for its successor is on its way
-    lost,      // the last socket was lost or did not open; a countdown may lead on
-    stopped,   // no token could be had, or the server refused it
+    replacing, // a socket is open, and a token for its successor is being fetched
+    lost,      // the last socket was lost or did not open; a countdown may be running
+    stopped,   // no token could be fetched, or the server refused it
 };
 
 enum class LinkEvent {
-    wanted,   // somebody asks for a connection
-    insisted, // somebody does not want to wait for what is under way
+    wanted,   // a connection is asked for
+    insisted, // the user or an event does not want to wait for what is under way
     tokenCame,
     tokenFailed,
     opened,
@@ -26,10 +26,10 @@ enum class LinkEvent {
     disconnected,
 };
 
-// Where the event leads. Returns nullopt when the event means nothing in that state.
+// Returns the state that the event leads to, or nullopt when the event has no meaning in that state.
 std::optional<LinkState> follow(LinkState state, LinkEvent event);
 
-// A socket is open, or about to be, and has not been lost.
+// Returns whether a socket is open, or being opened, and has not been lost.
 constexpr bool hasLiveSocket(LinkState state) {
     return state == LinkState::opening || state == LinkState::open || state == LinkState::replacing;
 }

@@ -8,7 +8,7 @@ namespace corvane {
 class MessageDispatch {
 public:
     struct Handlers {
-        std::function<void()> sessionConfirmed; // before the signal that says so
+        std::function<void()> sessionConfirmed; // called before the signal is emitted
         std::function<void()> sessionLost;
     };
 
@@ -17,7 +17,7 @@ public:
     void dispatch(const WSServerMessage& message);
 
 private:
-    // Emit nothing when the key is missing or has another type.
+    // Both emit nothing when the key is missing or has another type.
     void emitText(const boost::json::object& content, std::string_view key,
                   void (WebSocketService::*signal)(const QString&));
     void emitObject(const boost::json::object& content, std::string_view key,

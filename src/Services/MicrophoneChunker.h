@@ -8,14 +8,15 @@
 
 namespace corvane {
 
-// Cuts mono samples into WAV files of 80 ms. One thread at a time.
+// Cuts mono samples into WAV files of 80 ms. Not thread-safe.
 class MicrophoneChunker {
 public:
     MicrophoneChunker(uint32_t sampleRate, std::function<void(const QByteArray& wav)> emitChunk);
 
-    // Emits what is waiting at the old rate as a shorter file: no file mixes rates. The number of files.
+    // Emits the pending samples at the old rate as a shorter file, so that no file mixes rates. Returns the
+    // number of files emitted.
     int setSampleRate(uint32_t sampleRate);
-    // Emits as many whole chunks as there are. The number of files.
+    // Emits as many whole chunks as there are. Returns the number of files emitted.
     int append(std::span<const float> samples);
 
     uint32_t sampleRate() const { return m_micSampleRate; } // Hz
@@ -30,7 +31,7 @@ private:
     WAVEncoder m_wavEncoder;
 };
 
-// The samples in 80 ms, rounded down.
+// Returns the number of samples in 80 ms, rounded down.
 constexpr size_t chunkLength(uint32_t sampleRate) {
     return static_cast<size_t>(sampleRate) * 80 / 1000;
 }

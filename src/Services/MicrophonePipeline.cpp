@@ -11,7 +11,7 @@ namespace corvane {
 namespace {
 
 struct LogState {
-    // Of all microphone captures of the process.
+    // Counted over all microphone captures of the process.
     static inline std::atomic<qint64> totalChunks = 0;
 };
 

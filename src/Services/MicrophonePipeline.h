@@ -9,8 +9,8 @@
 
 namespace corvane {
 
-// What happens to the buffers of one microphone capture: conversion from the device's own format to mono, and
-// chunks of 80 ms. One object for each capture.
+// Processes the buffers of one microphone capture: converts them from the device's own format to mono and
+// cuts them into chunks of 80 ms. There is one object for each capture.
 class MicrophonePipeline {
 public:
     // Called on the stream's thread.
@@ -19,23 +19,23 @@ public:
         std::function<void(uint32_t sampleRate)> rateChanged;
     };
 
-    // `lastSampleRate`: the rate that was last seen, in Hz; another one is announced.
+    // `lastSampleRate` is the rate that was last seen, in Hz. A different rate is reported by rateChanged.
     MicrophonePipeline(uint32_t lastSampleRate, Events events);
 
-    // On the stream's thread, one buffer at a time.
+    // Called on the stream's thread, one buffer at a time.
     void handle(const platform::AudioBuffer& buffer);
-    // From now on buffers do nothing, and no event comes: waits for a buffer that is being handled on another
-    // thread.
+    // Makes further buffers do nothing, so that no event follows. Waits for a buffer that another thread is
+    // handling.
     void stop();
 
 private:
-    // The number of files that the change flushed.
+    // Returns the number of files that the change flushed.
     int takeRate(const platform::AudioStreamDescription& description);
     void countChunks(int emitted, std::span<const float> mono) const;
 
     Events m_events;
-    // Held while a buffer is handled. A stream that is still being opened has no owner yet that waits for its
-    // handler.
+    // Held while a buffer is handled: a stream that is still being opened has no owner yet that could wait
+    // for its handler.
     std::recursive_mutex m_handling;
     std::atomic<bool> m_micStopFlag = false;
     MicrophoneChunker m_chunker;

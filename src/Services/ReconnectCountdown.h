@@ -8,7 +8,7 @@
 
 namespace corvane {
 
-// The wait before the next try of a lost connection, and how many tries there were. Main thread.
+// Counts down the seconds before the next attempt to connect, and counts the attempts. Main thread.
 class ReconnectCountdown {
 public:
     struct Plan {
@@ -16,12 +16,13 @@ public:
         int attempt; // 1 for the first
     };
 
-    // `tick` gets the seconds that are left, from one below the wait down to 0; `due` comes right after 0.
+    // `tick` receives the seconds that are left, from one below the wait down to 0. `due` is called right
+    // after 0.
     ReconnectCountdown(platform::Clock& clock, std::function<void(int)> tick, std::function<void()> due);
 
-    // Starts the next wait. Returns nullopt when the tries are used up.
+    // Starts the next countdown. Returns nullopt when all attempts have been used.
     std::optional<Plan> start();
-    // True when one was running.
+    // Returns true when a countdown was running.
     bool cancel();
     bool isRunning() const { return m_timer != nullptr; }
     int attempts() const { return m_attempts; }

@@ -5,15 +5,16 @@
 
 namespace corvane {
 
-// When a lost connection is tried again.
+// The rules for reconnecting after a lost connection.
 namespace reconnectPolicy {
 
 constexpr int maxReconnectAttempts = 10;
 constexpr double maxBackoffSecs = 30.0;
-// A connection that lived this long clears the count of attempts.
+// A connection that lasted this long resets the number of attempts.
 constexpr std::chrono::duration<double> minStableConnectionSecs{5.0};
 
-// Seconds before a try, after `attempts` (0 to maxReconnectAttempts - 1) tries without success.
+// Returns the seconds to wait before the next attempt, after `attempts` (0 to maxReconnectAttempts - 1)
+// failed ones.
 constexpr int backoffSecs(int attempts) {
     return static_cast<int>(std::min(static_cast<double>(1 << attempts), maxBackoffSecs));
 }

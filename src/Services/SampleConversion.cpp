@@ -24,7 +24,7 @@ float toFloat(int16_t value) {
     return static_cast<float>(value) * scale;
 }
 
-// The block may start at any address.
+// The block may start at any address, so the sample is copied.
 template<typename Sample>
 float sampleAt(std::span<const std::byte> block, size_t index) {
     Sample value;

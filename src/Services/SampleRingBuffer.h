@@ -7,14 +7,14 @@
 
 namespace corvane {
 
-// Keeps the newest samples of a stream until they are drained. Any thread; the lock is held only to copy.
+// Keeps the newest samples of a stream until they are drained. Thread-safe; the lock is held only to copy.
 class SampleRingBuffer {
 public:
     explicit SampleRingBuffer(size_t capacity);
 
-    // What exceeds the capacity pushes the oldest samples out.
+    // Drops the oldest samples when the capacity is exceeded.
     void append(std::span<const float> samples);
-    // Replaces the content of `samples` with up to `count` of the oldest.
+    // Replaces the content of `samples` with the oldest ones, at most `count` of them, and removes them here.
     void drain(size_t count, std::vector<float>& samples);
     size_t size() const;
     void clear();

@@ -18,7 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Until a desktop has drawn what was beneath a window, its fading included.
+// The time within which a desktop has redrawn what was beneath a window, including its fading out.
 constexpr auto redrawing = 250ms;
 
 QByteArray toPng(const QImage& image) {
@@ -27,8 +27,8 @@ QByteArray toPng(const QImage& image) {
     return buffer.open(QIODevice::WriteOnly) && image.save(&buffer, "PNG") ? png : QByteArray();
 }
 
-// The whole points of the selection, each way with twice as many pixels, whatever the screen's real scale.
-// What lies beyond the screen's edges, to which a drag may go on, is left out.
+// Returns the whole points of the selection with two pixels for each in both directions, whatever the scale
+// of the screen. The part of a drag beyond the edges of the screen is left out.
 QImage cut(const ScreenPicture& picture, const QRectF& rect) {
     const auto seen = rect & QRectF(QPointF(), QSizeF(picture.size));
     const QSize points(std::max(1, static_cast<int>(seen.width())),
@@ -39,7 +39,7 @@ QImage cut(const ScreenPicture& picture, const QRectF& rect) {
     if (source.isNull()) {
         return source;
     }
-    // Pixels that are repeated a whole number of times stay sharp.
+    // Pixels that are repeated a whole number of times stay sharp, so they are not smoothed.
     const auto doubled = 2 * points;
     const bool isMultiple = doubled == source.size() * (doubled.width() / source.width());
     return source.scaled(doubled, Qt::IgnoreAspectRatio,
@@ -55,22 +55,22 @@ struct ScreenCaptureService::Selection {
 };
 
 ScreenCaptureService::ScreenCaptureService(platform::ScreenGrabber& grabber, platform::Clock& clock,
-                                           Surroundings surroundings)
+                                           Dependencies dependencies)
     : m_grabber(grabber)
     , m_clock(clock)
-    , m_surroundings(std::move(surroundings)) {}
+    , m_dependencies(std::move(dependencies)) {}
 
 ScreenCaptureService::~ScreenCaptureService() = default;
 
 void ScreenCaptureService::triggerScreenshot() {
-    if (m_surroundings.mode() == ScreenshotMode::auto_) {
+    if (m_dependencies.mode() == ScreenshotMode::auto_) {
         platform::startTask(captureScreen(), "screenshot");
     } else {
         startRegionSelection();
     }
 }
 
-// The screens as they are now: windows of ours that were just taken down are off them.
+// Grabs the screens, once windows of ours that have just been closed are no longer on them.
 QCoro::Task<QList<ScreenPicture>> ScreenCaptureService::grab() {
     const QPointer self(this);
     const auto past = m_closedAt ? m_clock.monotonic() - *m_closedAt : redrawing;
@@ -123,9 +123,8 @@ void ScreenCaptureService::startRegionSelection() {
 }
 
 // The pictures are taken before the screens are dimmed, and the windows show them. So the user selects from
-// the very pixels that the picture will have, however long that takes and whatever changes beneath, a menu or
-// a tooltip that was open included; and neither the dimming nor a flash of taking it away for the capture is
-// ever seen, with a compositor or without.
+// the very pixels of the final picture, however long that takes and whatever changes beneath, including a
+// menu or a tooltip that was open. The dimming is never in the picture, with a compositor or without.
 QCoro::Task<void> ScreenCaptureService::openSelection(std::shared_ptr<Selection> selection) {
     const QPointer self(this);
     try {
@@ -145,7 +144,7 @@ QCoro::Task<void> ScreenCaptureService::openSelection(std::shared_ptr<Selection>
         co_return;
     }
     for (int index = 0; index < selection->pictures.size(); ++index) {
-        auto window = m_surroundings.makeOverlay(index, selection->pictures.at(index));
+        auto window = m_dependencies.makeOverlay(index, selection->pictures.at(index));
         if (!window) {
             continue;
         }
@@ -165,7 +164,7 @@ QCoro::Task<void> ScreenCaptureService::openSelection(std::shared_ptr<Selection>
 }
 
 void ScreenCaptureService::handleSelection(const QRectF& rect, int screenIndex) {
-    // The first rectangle counts.
+    // Only the first rectangle counts.
     if (m_selection && !m_selection->isFinished && screenIndex >= 0 &&
         screenIndex < m_selection->pictures.size()) {
         m_selection->isFinished = true;

@@ -16,36 +16,37 @@
 
 namespace corvane {
 
-// Takes a picture of the first screen, or of a rectangle that the user draws on any screen. Main thread,
-// except that pictures are cut and compressed beside it.
+// Takes a picture of the first screen, or of a rectangle that the user draws on any screen. Main thread;
+// pictures are cropped and compressed on the thread pool.
 class ScreenCaptureService : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isCapturing READ isCapturing NOTIFY isCapturingChanged)
 
 public:
-    // What the service is given instead of the settings and the windows, which stand above it.
-    struct Surroundings {
-        // Nothing while there are no settings.
+    // What the service needs from the layers above it, the settings and the windows.
+    struct Dependencies {
+        // Returns nullopt while there are no settings.
         std::function<std::optional<ScreenshotMode>()> mode;
-        // The window over the screen with that index; null when the screen is gone.
+        // Returns the window over the screen with that index, or null when the screen is gone.
         std::function<std::unique_ptr<SelectionOverlay>(int screenIndex, const platform::ScreenPicture&)>
             makeOverlay;
     };
 
-    ScreenCaptureService(platform::ScreenGrabber& grabber, platform::Clock& clock, Surroundings surroundings);
+    ScreenCaptureService(platform::ScreenGrabber& grabber, platform::Clock& clock, Dependencies dependencies);
     ~ScreenCaptureService() override;
 
     bool isCapturing() const { return m_isCapturing; }
     const std::vector<std::unique_ptr<SelectionOverlay>>& overlayWindows() const { return m_overlayWindows; }
 
-    // For the screenshot shortcut: goes the way that the settings name.
+    // Takes a screenshot in the mode that the settings name.
     void triggerScreenshot();
-    // Dims all screens. A selection under way starts anew.
+    // Dims all screens and lets the user draw a rectangle. A selection that is under way starts again.
     void startRegionSelection();
-    // The first screen as PNG, a pixel for a pixel. Throws CaptureError or platform::ScreenGrabError.
+    // Returns the first screen as a PNG, pixel for pixel. Throws CaptureError or platform::ScreenGrabError.
     QCoro::Task<QByteArray> captureFullScreen();
-    // Ends the selection with a picture of `rect` (points from the screen's top left corner), twice as many
-    // pixels each way as whole points. Does nothing for an index without a screen.
+    // Ends the selection with a picture of `rect` (in points from the top left corner of the screen) that has
+    // two pixels for each whole point in both directions. Does nothing when there is no screen with that
+    // index.
     void handleSelection(const QRectF& rect, int screenIndex);
 
 Q_SIGNALS:
@@ -53,7 +54,7 @@ Q_SIGNALS:
     void screenshotCaptured(const QByteArray& png);
     void selectionCaptured(const QByteArray& png);
     void captureCancelled();
-    // Nothing was captured, after the log has said so.
+    // No picture was taken. The reason has been printed.
     void captureFailed(const QString& reason);
 
 private:
@@ -69,12 +70,13 @@ private:
 
     platform::ScreenGrabber& m_grabber;
     platform::Clock& m_clock;
-    const Surroundings m_surroundings;
+    const Dependencies m_dependencies;
     const bool m_isCapturing = false;
 
-    std::shared_ptr<Selection> m_selection; // while its windows are up, and before
+    std::shared_ptr<Selection> m_selection; // from its start until its windows are closed
     std::vector<std::unique_ptr<SelectionOverlay>> m_overlayWindows;
-    // They may be taken down from within an event of theirs.
+    // Windows that have been closed. They are destroyed later, since one of their own events may be closing
+    // them.
     std::vector<std::unique_ptr<SelectionOverlay>> m_closedWindows;
     std::optional<std::chrono::nanoseconds> m_closedAt;
 };

@@ -11,12 +11,12 @@ class SelectionOverlay {
 public:
     virtual ~SelectionOverlay() = default;
 
-    // A finished rectangle, in points from the screen's top left corner, and the screen's place among the
-    // screens. May be called again.
+    // Receives a finished rectangle, in points from the top left corner of the screen, and the index of the
+    // screen. It may be called more than once.
     std::function<void(const QRectF&, int)> onSelectionComplete;
     std::function<void()> onCancel;
 
-    // Shows it above everything and leaves the keyboard where it is.
+    // Shows the window above everything else without taking the keyboard.
     virtual void orderFrontRegardless() = 0;
     virtual void orderOut() = 0;
 };

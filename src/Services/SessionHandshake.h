@@ -11,20 +11,20 @@ namespace corvane {
 class CorvaneAPIService;
 class WebSocketService;
 
-// Makes this machine's session known to the backend, over REST and then over the open socket: after each
-// open, and again when the server has lost it. Main thread.
+// Announces this machine's session to the backend, over REST and then over the open socket: after each
+// opening, and again when the server has lost the session. Main thread.
 class SessionHandshake {
 public:
     explicit SessionHandshake(WebSocketService& service)
         : q(service) {}
 
-    // Weak. Without it there is no session.
+    // Holds the service weakly. Without it no session is opened.
     void setApiService(CorvaneAPIService* apiService);
 
-    // `baseURL`: of the backend behind the open socket.
+    // `baseURL` is that of the backend behind the open socket.
     void open(const QString& baseURL);
     void recover(const QString& baseURL);
-    // The connection has been lost or left. Its successor has a handshake of its own.
+    // Called when the connection has been lost or closed. Its successor does a handshake of its own.
     void abandon() { m_scope.cancel(); }
 
 private:

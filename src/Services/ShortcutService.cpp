@@ -46,7 +46,7 @@ void ShortcutService::load() {
         try {
             m_config = ShortcutsConfig::fromJson(json::parse(*stored));
         } catch (const json::DecodingError&) {
-            // It stays as it is until it is saved over.
+            // The entry is left as it is until the table is saved.
         }
     }
 }
@@ -151,7 +151,7 @@ QList<ShortcutAction> ShortcutService::takenByDesktop() const {
     return actions;
 }
 
-// By value: each change makes the list of the page new.
+// By value: each change rebuilds the page's list.
 void ShortcutService::useFreeKeys(QList<ShortcutAction> actions) {
     for (const auto action : std::as_const(actions)) {
         updateBinding(action, freeKey(action), std::nullopt);
@@ -163,12 +163,12 @@ bool ShortcutService::handleLocalKeyDown(const KeyEvent& event) {
         record(event);
         return true;
     }
-    // The key that was recorded fires when it is pressed anew.
+    // The recorded key fires only when it is pressed again.
     if (m_isRecordedHeld && event.isARepeat) {
         return true;
     }
     m_isRecordedHeld = false;
-    // What is typed into a field is text, and a button that has the keyboard is pressed.
+    // A key typed into a field is text, and a button that has the focus is pressed by it.
     if ((event.isInTextField || event.isForControl) && !(event.modifierFlags & modifier::all)) {
         return false;
     }
@@ -178,7 +178,7 @@ bool ShortcutService::handleLocalKeyDown(const KeyEvent& event) {
 bool ShortcutService::handleKeyDown(const KeyEvent& event) {
     const auto lowered = event.charactersIgnoringModifiers.toLower();
     const auto found =
-        std::ranges::find_if(m_parsed, [&](const Key& row) { return row.key.matches(event, lowered); });
+        std::ranges::find_if(m_parsed, [&](const Key& row) { return row.key.matchesEvent(event, lowered); });
     if (found == m_parsed.end()) {
         return false;
     }

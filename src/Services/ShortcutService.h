@@ -19,7 +19,7 @@ class DefaultsStore;
 
 namespace corvane {
 
-// Told of every shortcut that fires. Main thread.
+// Called for every shortcut that fires. Main thread.
 class ShortcutServiceDelegate {
 public:
     virtual void shortcutTriggered(ShortcutAction action) = 0;
@@ -28,55 +28,56 @@ protected:
     ~ShortcutServiceDelegate() = default;
 };
 
-// Watches the keyboard, in this program and in all others, for the keys of the user's table. Main thread.
+// Watches the keyboard, in this program and in all others, for the keys of the shortcuts table. Main thread.
 class ShortcutService : public QObject {
     Q_OBJECT
 
 public:
-    // Loads the table; watches nothing yet. The delegate outlives this.
+    // Loads the table without watching any key yet. The delegate has to outlive this object.
     ShortcutService(ShortcutServiceDelegate& delegate, platform::KeyMonitor& keys,
                     platform::DefaultsStore& defaults, platform::Clock& clock);
     ~ShortcutService() override;
 
-    // A change acts at the next key.
+    // A change of the table takes effect with the next key.
     const ShortcutsConfig& config() const { return m_config; }
     void setConfig(const ShortcutsConfig& config);
     void saveConfig();
-    // Changes what is given, and saves. An action that has no binding gets one.
+    // Changes the values that are given and saves the table. An action without a binding gets one.
     void updateBinding(ShortcutAction action, const std::optional<QString>& key,
                        const std::optional<bool>& enabled);
-    // The defaults of all actions, saved.
+    // Sets all actions to their defaults and saves the table.
     void resetToDefaults();
 
     void registerAll();
     void unregisterAll();
 
-    // Where the action's key is seen now.
+    // Returns where the key of the action is seen at present.
     platform::KeyReach reach(ShortcutAction action) const;
-    // The enabled actions whose keys the desktop acts on itself, as it is set now.
+    // Returns the enabled actions whose keys the desktop uses itself, by its present settings.
     QList<ShortcutAction> takenByDesktop() const;
-    // These get keys that desktops leave to programs, saved.
+    // Gives these actions keys that desktops leave to programs, and saves the table.
     void useFreeKeys(QList<ShortcutAction> actions);
-    // The desktop was asked to watch the keys in other programs, and does not allow it.
+    // Returns whether the desktop was asked to watch the keys in other programs and does not allow it.
     bool isRefusedByDesktop() const { return m_keys.isRefusedByDesktop(); }
-    // The desktop's own words for the key that it watches for the action; empty where it watches none.
+    // Returns the desktop's description of the key that it watches for the action, or an empty text.
     QString desktopTrigger(ShortcutAction action) const;
 
-    // The next key that is pressed in one of this program's windows: as the table writes it, empty for
-    // Backspace alone, nothing for Escape alone, or when the focus goes elsewhere. A modifier alone, a repeat
-    // and a key that the table cannot name are passed over. No shortcut fires before `done` was called.
+    // Records the next key that is pressed in one of this program's windows. `done` receives it as the table
+    // writes it; an empty text for Backspace alone; and nullopt for Escape alone or when the focus moves to
+    // another window. A modifier alone, a repeat, and a key that the table cannot name are ignored. No
+    // shortcut fires until `done` has been called.
     using Recorded = std::function<void(const std::optional<QString>& key)>;
     void recordNextKey(Recorded done);
-    // Gives it up; `done` is called with nothing. Does nothing when nothing is recorded.
+    // Ends the recording and calls `done` with nullopt. Does nothing when no key is being recorded.
     void stopRecording();
     bool isRecording() const { return m_recorded != nullptr; }
 
-    // Whether a binding matched. Once it did, its delegate has been told.
+    // Returns whether a binding matched, in which case the delegate has been called.
     bool handleKeyDown(const platform::KeyEvent& event);
 
 Q_SIGNALS:
     void configChanged();
-    // Of reach() and desktopTrigger().
+    // reach() or desktopTrigger() may return something else now.
     void reachChanged();
     void isRecordingChanged();
 
@@ -101,15 +102,15 @@ private:
     platform::DefaultsStore& m_defaults;
     platform::Clock& m_clock;
     ShortcutsConfig m_config;
-    std::vector<Key> m_parsed; // of what is enabled, in the order of the table
+    std::vector<Key> m_parsed; // the enabled bindings, in the order of the table
     Recorded m_recorded;
-    bool m_isRecordedHeld = false; // the last key that was pressed to be recorded
+    bool m_isRecordedHeld = false; // the key that was recorded last has not been released
 
     std::unique_ptr<platform::KeyMonitor::Handle> m_globalMonitor;
     std::unique_ptr<platform::KeyMonitor::Handle> m_globalKeyUpMonitor;
     std::unique_ptr<platform::KeyMonitor::Handle> m_localMonitor;
     std::unique_ptr<platform::KeyMonitor::Handle> m_localKeyUpMonitor;
-    // Of the move actions whose key is held.
+    // The timers of the move actions whose keys are held.
     std::map<ShortcutAction, std::unique_ptr<platform::Timer>> m_moveTimers;
 };
 

@@ -14,11 +14,11 @@ namespace corvane {
 namespace {
 
 constexpr auto silenceLimit = std::chrono::seconds(20);
-// Full speech has an RMS of about a tenth of full scale: at a smaller volume than this it stays under the
-// gate.
+// Speech at full volume has an RMS of about a tenth of full scale. At a volume below this it stays under the
+// noise gate.
 constexpr double gateVolume = 10 * static_cast<double>(interviewVadConfig.noiseGateThreshold);
 
-std::chrono::microseconds durationOf(const QByteArray& wav) {
+std::chrono::microseconds wavDuration(const QByteArray& wav) {
     const auto samples = (wav.size() - WAVEncoder::headerSize) / 2;
     return std::chrono::microseconds(samples * 1'000'000 / qFromLittleEndian<quint32>(wav.constData() + 24));
 }
@@ -27,7 +27,7 @@ QString quoted(const QStringList& names) {
     return u'"' + names.join(QStringLiteral("\", \"")) + u'"';
 }
 
-// Empty when nothing stands out.
+// Returns an empty text when no cause is found.
 QString reasonFor(const platform::AudioSurvey& survey) {
     if (!survey.heardOutput) {
         return QStringLiteral("there is no sound output");
@@ -38,7 +38,7 @@ QString reasonFor(const platform::AudioSurvey& survey) {
             .arg(quoted(survey.otherPlayingOutputs));
     }
     if (!output.plays) {
-        return QStringLiteral("no program plays any sound");
+        return QStringLiteral("no program is playing sound");
     }
     if (output.muted) {
         return QStringLiteral("the output \"%1\" is muted").arg(output.name);
@@ -58,24 +58,24 @@ SilenceWatch::SilenceWatch(AudioCaptureService& audioCapture, platform::AudioHos
     connect(&audioCapture, &AudioCaptureService::captureStopped, this, &SilenceWatch::startOver);
 }
 
-float SilenceWatch::levelOf(const QByteArray& wav) {
+float SilenceWatch::chunkLevel(const QByteArray& wav) {
     const auto bytes = std::as_bytes(std::span(wav.constData(), static_cast<size_t>(wav.size())));
     return signalLevel(conversion::microphoneSamples(bytes.subspan(WAVEncoder::headerSize), {}, m_samples))
         .rms;
 }
 
 void SilenceWatch::takeMicrophone(const QByteArray& wav) {
-    m_interviewerSpoke = m_interviewerSpoke || levelOf(wav) >= interviewVadConfig.sensitivityRMS;
+    m_interviewerSpoke = m_interviewerSpoke || chunkLevel(wav) >= interviewVadConfig.sensitivityRMS;
 }
 
 void SilenceWatch::takeSystem(const QByteArray& wav) {
-    if (levelOf(wav) >= interviewVadConfig.noiseGateThreshold) {
+    if (chunkLevel(wav) >= interviewVadConfig.noiseGateThreshold) {
         startOver();
         return;
     }
-    m_silence += durationOf(wav);
+    m_silence += wavDuration(wav);
     if (m_silence >= silenceLimit && m_interviewerSpoke) {
-        // The cause may change, so it is looked for again as long as the silence lasts.
+        // The cause may change, so it is looked for again for as long as the silence lasts.
         m_silence = {};
         platform::startTask(findReason(), "SilenceWatch");
     }
@@ -95,7 +95,7 @@ QCoro::Task<void> SilenceWatch::findReason() {
         const auto survey = co_await m_host.survey();
         reason = reasonFor(survey);
     } catch (const platform::AudioError&) {
-        // The capture reports that itself.
+        // The capture reports this error itself.
     }
     ticket.ensureCurrent();
     setReason(reason.isEmpty() ? reason : QStringLiteral("The candidate is not heard: %1.").arg(reason));

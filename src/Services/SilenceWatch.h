@@ -12,17 +12,17 @@ namespace corvane {
 
 class AudioCaptureService;
 
-// Notices that the interviewer speaks and nothing at all comes from the candidate, and finds out why. Stops
-// nothing. Main thread.
+// Notices when the interviewer is speaking and the candidate's side is completely silent, and finds out why.
+// It stops nothing. Main thread.
 class SilenceWatch : public QObject {
     Q_OBJECT
 
 public:
-    // Watches whatever the service captures.
+    // Watches everything that the service captures.
     SilenceWatch(AudioCaptureService& audioCapture, platform::AudioHost& host);
 
-    // A sentence for the user; empty while the candidate is heard, or while the cause is not to be seen from
-    // here.
+    // Returns a sentence for the user. It is empty while the candidate is heard and while no cause can be
+    // seen from here.
     const QString& reason() const { return m_reason; }
 
 Q_SIGNALS:
@@ -34,11 +34,11 @@ private:
     void startOver();
     QCoro::Task<void> findReason();
     void setReason(const QString& reason);
-    float levelOf(const QByteArray& wav);
+    float chunkLevel(const QByteArray& wav);
 
     platform::AudioHost& m_host;
     bool m_interviewerSpoke = false;
-    std::chrono::microseconds m_silence{}; // without a break
+    std::chrono::microseconds m_silence{}; // uninterrupted, so far
     QString m_reason;
     std::vector<float> m_samples; // scratch
     platform::OperationScope m_scope;

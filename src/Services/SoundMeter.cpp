@@ -18,7 +18,7 @@ namespace {
 constexpr auto retryInterval = 3s;
 constexpr double quietest = -60; // dB of full scale
 
-double levelOf(const platform::AudioBuffer& peaks) {
+double meterLevel(const platform::AudioBuffer& peaks) {
     float loudest = 0;
     for (size_t at = 0; at + sizeof(float) <= peaks.length; at += sizeof(float)) {
         float peak = 0;
@@ -62,13 +62,13 @@ QCoro::Task<void> SoundMeter::openMeter() {
     }
 }
 
-// What the stream reports after this object's end comes to nobody.
+// Reports that come after the end of this object are dropped.
 platform::AudioStreamHandlers SoundMeter::handlers() {
     const QPointer self(this);
     return {
         .buffer =
             [self](const platform::AudioBuffer& buffer) {
-                platform::dispatchToMain([self, level = levelOf(buffer)] {
+                platform::dispatchToMain([self, level = meterLevel(buffer)] {
                     if (self && !self->m_device.isEmpty()) {
                         self->show(self->m_device, level);
                     }
@@ -76,7 +76,7 @@ platform::AudioStreamHandlers SoundMeter::handlers() {
             },
         .stoppedWithError =
             [self](const QString&) {
-                // In a turn of its own, since it destroys the stream that reports.
+                // Queued, since it destroys the stream that reports.
                 platform::dispatchToMain([self] {
                     if (self) {
                         self->lose();

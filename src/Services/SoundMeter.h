@@ -8,8 +8,8 @@
 
 namespace corvane {
 
-// Shows which device a source is heard from at present, and how loud it is. Looks for a device again every
-// few seconds while there is none. Main thread.
+// Shows which device a source is heard from at present and how loud it is. While there is no device, it looks
+// for one every few seconds. Main thread.
 class SoundMeter : public QObject {
     Q_OBJECT
 
@@ -17,9 +17,9 @@ public:
     SoundMeter(platform::AudioHost& host, platform::Clock& clock, platform::AudioSourceKind source);
     ~SoundMeter() override;
 
-    // Its name for people; empty while nothing is heard.
+    // Returns the name of the device, or an empty text while nothing is heard.
     const QString& device() const { return m_device; }
-    // 0 (-60 dB of full scale or less) to 1 (full scale), in hundredths.
+    // Returns the level from 0 (-60 dB of full scale or less) to 1 (full scale), in steps of a hundredth.
     double level() const { return m_level; }
 
 Q_SIGNALS:

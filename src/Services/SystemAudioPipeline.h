@@ -9,12 +9,12 @@
 
 namespace corvane {
 
-// What happens to the buffers of one system capture: down-mix, ring buffer, detector, and the chunks that a
-// timer takes out. One object for each capture, so that a buffer that is late finds its own end, not the next
-// start.
+// Processes the buffers of one system capture: down-mix, ring buffer, detector, and the chunks that a timer
+// drains. There is one object for each capture, so that a late buffer meets the end of its own capture and
+// not the start of the next.
 class SystemAudioPipeline {
 public:
-    // Called on the stream's thread, except `chunk`.
+    // Called on the stream's thread, except for `chunk`.
     struct Events {
         std::function<void(const QByteArray& wav)> utterance; // mode vad
         std::function<void()> speechStarted;
@@ -22,16 +22,16 @@ public:
         std::function<void(const QByteArray& wav)> chunk; // mode rawStreaming, on the thread of drain()
     };
 
-    // `sampleRate` in Hz, of every buffer of this capture.
+    // `sampleRate` is the rate in Hz of every buffer of this capture.
     SystemAudioPipeline(AudioCaptureMode mode, VadConfig vadConfig, uint32_t sampleRate,
                         const platform::Clock& clock, Events events);
 
-    // On the stream's thread, one buffer at a time.
+    // Called on the stream's thread, one buffer at a time.
     void handle(const platform::AudioBuffer& buffer);
-    // Takes the samples of 80 ms, or what there is, and emits them.
+    // Takes up to 80 ms of samples out of the ring buffer and emits them.
     void drain();
-    // From now on buffers and drains do nothing, and no event comes: waits for a buffer that is being handled
-    // on another thread.
+    // Makes further buffers and drains do nothing, so that no event follows. Waits for a buffer that another
+    // thread is handling.
     void stop();
 
 private:
@@ -41,13 +41,13 @@ private:
     const uint32_t m_sampleRate;
     const size_t m_drainSize;
     Events m_events;
-    // Held while a buffer is handled. A stream that is still being opened has no owner yet that waits for its
-    // handler.
+    // Held while a buffer is handled: a stream that is still being opened has no owner yet that could wait
+    // for its handler.
     std::recursive_mutex m_handling;
     std::atomic<bool> m_stopFlag = false;
     VADService m_vadService;
     SampleRingBuffer m_ringBuffer;
-    std::vector<float> m_continuousBuffer; // mode continuous, which nothing starts and nothing reads
+    std::vector<float> m_continuousBuffer; // of mode continuous, which the program never starts
     std::vector<float> m_mono;
     std::vector<float> m_drained;
     WAVEncoder m_wavEncoder;

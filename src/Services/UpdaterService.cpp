@@ -78,7 +78,7 @@ void UpdaterService::updaterDidDownloadUpdate(const platform::SPUUpdater&, const
     setLater({.kind = Case::readyToInstall});
 }
 
-// A check that found nothing may end like this too.
+// A check that finds no update may also end with an error.
 void UpdaterService::updaterDidAbortWithError(const platform::SPUUpdater&,
                                               const platform::UpdateError& error) {
     const bool foundNothing = error.domain() == QLatin1String(platform::UpdateError::updaterDomain) &&

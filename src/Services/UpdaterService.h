@@ -8,7 +8,7 @@
 
 namespace corvane {
 
-// What is known about an update of the program.
+// The state of the search for an update of the program.
 struct UpdateState {
     enum class Case { available, downloading, error, idle, checking, readyToInstall, upToDate };
 
@@ -21,26 +21,29 @@ struct UpdateState {
     bool operator==(const UpdateState&) const = default;
 };
 
-// Runs the updater and turns what it tells its delegate into one state. The state changes on the main queue.
+// Runs the updater and turns its delegate calls into one state. The state changes in queued calls on the main
+// thread.
 class UpdaterService : public QObject, public platform::SPUUpdaterDelegate {
     Q_OBJECT
     Q_PROPERTY(UpdateState state READ state NOTIFY stateChanged)
 
 public:
-    // Idle. The surroundings outlive the service.
-    UpdaterService(platform::ApplicationInfo mainBundle, platform::SPUUpdater::Dependencies surroundings);
+    // Starts idle. The references in `dependencies` have to outlive the service.
+    UpdaterService(platform::ApplicationInfo mainBundle, platform::SPUUpdater::Dependencies dependencies);
     ~UpdaterService() override;
 
     const UpdateState& state() const { return m_state; }
-    // Null before startUpdater().
+    // Both return null before startUpdater().
     platform::SPUUpdater* updater() const { return m_updater.get(); }
     platform::SPUStandardUserDriver* userDriver() const { return m_userDriver.get(); }
 
-    // Once, at launch. A failure becomes the state.
+    // Called once, at launch. A failure becomes the state.
     void startUpdater();
-    // Whether this installation names a feed at all. Without one it never looks for updates.
+    // Returns whether this installation names an update feed. Without one the program never looks for
+    // updates.
     bool hasFeed() const;
-    // Asks for a check, which leads the user on from there. Nothing before startUpdater().
+    // Checks for an update, which then leads the user through the next steps. Does nothing before
+    // startUpdater().
     void downloadAndInstall();
 
     QString feedURLString(const platform::SPUUpdater& updater) const override;

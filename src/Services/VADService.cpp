@@ -132,8 +132,8 @@ void VADService::finalizeSpeech() {
     m_isSpeaking = false;
     m_speechChunks = 0;
     m_silenceCounter = 0;
-    // The memory of a segment of minutes is not kept for the next one of seconds; an assignment would keep
-    // it.
+    // A swap frees the memory, which an assignment would keep: a segment of minutes must not reserve memory
+    // for the next one of seconds.
     std::vector<float>().swap(m_speechBuffer);
     m_preSpeechBuffer.clear();
     m_recordingStartTime.reset();

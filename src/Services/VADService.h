@@ -11,32 +11,32 @@
 
 namespace corvane {
 
-// An energy detector on fixed hops of mono samples: marks the onset and the end of speech, and cuts
-// utterances. One thread at a time; the callbacks are called from within processSamples, on its thread.
+// An energy detector on fixed hops of mono samples. It marks the onset and the end of speech and cuts out
+// utterances. Not thread-safe: the callbacks are called from within processSamples(), on its thread.
 class VADService {
 public:
-    // `sampleRate` only goes into the header of the files: the thresholds count hops.
+    // `sampleRate`, in Hz, is only written to the headers of the files: the thresholds count hops.
     VADService(VadConfig config, uint32_t sampleRate, const platform::Clock& clock);
 
-    // Set before the first samples. Without onSpeechDetected no audio is kept.
+    // The callbacks are set before the first samples. Without onSpeechDetected no audio is kept.
     std::function<void(const QByteArray& wav)>
         onSpeechDetected;                // a segment that counts, directly after its end
-    std::function<void()> onSpeechStart; // the onset, before it is known whether the segment will count
-    std::function<void()> onSpeechEnd;   // only of a segment that counts
+    std::function<void()> onSpeechStart; // at the onset, before it is known whether the segment will count
+    std::function<void()> onSpeechEnd;   // only for a segment that counts
 
-    // Any number of samples, full scale -1 to 1.
+    // Takes any number of samples with a full scale of -1 to 1.
     void processSamples(std::span<const float> samples);
 
     bool isSpeaking() const { return m_isSpeaking; }
-    // Samples that wait for the rest of their hop.
+    // Returns the number of samples that are waiting for the rest of their hop.
     size_t pendingCount() const { return m_pendingSamples.size(); }
-    // Samples of a segment that there is memory for.
+    // Returns the number of samples of a segment for which memory is allocated.
     size_t segmentCapacity() const { return m_speechBuffer.capacity(); }
 
 private:
     using Hop = std::span<const float>;
 
-    // The hops before the onset: the newest `preSpeechChunks`, in a circle.
+    // The latest hops before the onset, at most `preSpeechChunks`, in a circular buffer.
     class PreSpeechBuffer {
     public:
         PreSpeechBuffer(size_t hops, size_t hopSize);

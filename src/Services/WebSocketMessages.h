@@ -9,7 +9,7 @@
 
 namespace corvane {
 
-// The commands that the client sends as JSON text.
+// The commands that the program sends as JSON text.
 struct WSCommand {
     struct SetSession {
         QString sessionId;
@@ -45,11 +45,11 @@ struct WSCommand {
     static WSCommand newChat() { return {NewChat{}}; }
     static WSCommand endInterview() { return {EndInterview{}}; }
 
-    // The object of the wire, `type` included.
+    // Returns the JSON object of the command, with its `type`.
     boost::json::object toJson() const;
 };
 
-// Frames of the detector's marks, keys in ascending order.
+// Return the frames of the detector's marks, with the keys in ascending order.
 QByteArray candidateSpeechStartFrame();
 QByteArray candidateSpeechStopFrame(qint64 at); // ms since the Unix epoch
 
@@ -74,16 +74,17 @@ enum class WSServerMessageType {
 };
 std::optional<WSServerMessageType> serverMessageType(std::string_view rawValue);
 
-// A server message as it came.
+// A message of the server.
 struct WSServerMessage {
     QString rawType;
-    std::optional<WSServerMessageType> type; // nothing for a type that nobody here knows
+    std::optional<WSServerMessageType> type; // nullopt for an unknown type
     boost::json::object object;
 };
-// Nothing for text that is no JSON, no object, or has no string under `type`.
+// Returns nullopt when the text is not a JSON object or has no string under `type`.
 std::optional<WSServerMessage> parseServerMessage(const QByteArray& text);
 
-// The server has no code for a session that it lost: its words are the whole contract.
+// Returns whether the message says that the server has lost the session. The server has no error code for
+// that, so its wording is the contract.
 bool isSessionNotFound(const QString& errorMessage);
 
 struct SessionResumedPayload {

@@ -32,8 +32,8 @@ bool isCongestion(const std::exception_ptr& error) {
     return false;
 }
 
-// Resolves the completion on the main thread, whichever thread reports.
-WebSocketTask::DoneHandler resolverOf(platform::Completion<void> sent) {
+// Returns a handler that resolves the completion on the main thread, whichever thread calls it.
+WebSocketTask::DoneHandler resolveOnMainThread(platform::Completion<void> sent) {
     return [sent = std::move(sent)](const std::exception_ptr& error) mutable {
         platform::dispatchToMain([completion = std::move(sent), error] {
             if (error) {
@@ -47,11 +47,11 @@ WebSocketTask::DoneHandler resolverOf(platform::Completion<void> sent) {
 
 QCoro::Task<void> sendText(std::shared_ptr<WebSocketTask> task, QByteArray text) {
     platform::Completion<void> sent;
-    task->send(WebSocketTask::Payload::text, std::move(text), resolverOf(sent));
+    task->send(WebSocketTask::Payload::text, std::move(text), resolveOnMainThread(sent));
     co_await std::move(sent);
 }
 
-// Throws, after logging the complaint, when there is none.
+// Returns the task in use. Logs the complaint and throws when there is none.
 std::shared_ptr<WebSocketTask> taskForSending(const ActiveSocket& socket, const QString& complaint) {
     auto task = socket.snapshot().webSocketTask;
     if (!task) {
@@ -144,7 +144,7 @@ QCoro::Task<void> WebSocketService::sendCandidateSpeechStop(qint64 at) {
 
 QCoro::Task<void> WebSocketService::sendBinary(QByteArray data, quint8 streamFlag) {
     platform::Completion<void> sent;
-    sendBinary(std::move(data), streamFlag, resolverOf(sent));
+    sendBinary(std::move(data), streamFlag, resolveOnMainThread(sent));
     co_await std::move(sent);
 }
 

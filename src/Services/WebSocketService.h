@@ -16,9 +16,9 @@ class ClerkAuthService;
 class CorvaneAPIService;
 class DroppedSound;
 
-// Keeps one WebSocket to the backend alive while the user is signed in: handshake, ping, reconnection with
-// backoff, recovery of a lost session; and turns the server's messages into signals. Main thread unless said
-// otherwise.
+// Keeps one WebSocket to the backend open while the user is signed in (handshake, pings, reconnection with
+// backoff, recovery of a lost session) and turns the server's messages into signals. Main thread unless
+// stated otherwise.
 class WebSocketService : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isConnected READ isConnected NOTIFY isConnectedChanged)
@@ -28,7 +28,7 @@ class WebSocketService : public QObject {
     Q_PROPERTY(int currentAttempt READ currentAttempt NOTIFY currentAttemptChanged)
 
 public:
-    // Null: success.
+    // Receives null on success.
     using SendHandler = std::function<void(std::exception_ptr)>;
 
     // The monitor may be null.
@@ -36,7 +36,7 @@ public:
                      platform::ConnectivityMonitor* monitor);
     ~WebSocketService() override;
 
-    // Weak. Without them no connection is made.
+    // Both are held weakly. Without them no connection is made.
     void setApiService(CorvaneAPIService* apiService);
     void setAuth(ClerkAuthService* auth);
 
@@ -51,15 +51,15 @@ public:
     void disconnect();
     void manualReconnect();
 
-    // Throw platform::WebSocketError; `notConnected` when there is no connection. Complete when the frame has
-    // left.
+    // These complete when the frame has been sent. They throw platform::WebSocketError, of the kind
+    // `notConnected` when there is no connection.
     QCoro::Task<void> send(WSCommand command);
     QCoro::Task<void> sendCandidateSpeechStart();
     QCoro::Task<void> sendCandidateSpeechStop(qint64 at); // ms since the Unix epoch
     QCoro::Task<void> sendBinary(QByteArray data, quint8 streamFlag);
-    // Any thread; frames leave in the order of the calls. `done` is called once, on any thread; it gets
-    // `congested` for sound that an uplink that is too slow has not taken in time. Before the server has
-    // confirmed the session the data is dropped and `done` reports success.
+    // Can be called on any thread; frames are sent in the order of the calls. `done` is called once, on any
+    // thread. It receives an error of the kind `congested` when the uplink was too slow for the sound. Until
+    // the server has confirmed the session, the data is dropped and `done` reports success.
     void sendBinary(QByteArray data, quint8 streamFlag, SendHandler done);
 
 Q_SIGNALS:

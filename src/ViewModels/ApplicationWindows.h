@@ -1,18 +1,18 @@
 #pragma once
 
-#include "ViewModels/PanelWindow.h"
+#include "ViewModels/FloatingPanelController.h"
 
 namespace corvane {
 
-// What a model may ask of the program's windows; the composition root answers. Main thread.
+// What models may do with the program's windows; the composition root implements it. Main thread.
 class ApplicationWindows {
 public:
-    // Nothing before launch has made it.
-    virtual PanelWindow* floatingPanel() const = 0;
+    // Returns null until the launch has created the panel.
+    virtual FloatingPanelController* floatingPanel() const = 0;
     virtual void showDashboard() = 0;
     virtual void setContentProtected(bool isProtected) = 0;
     virtual void setActivationPolicy(ActivationPolicy policy) = 0;
-    // Ends the program in good order.
+    // Ends the program in an orderly way.
     virtual void terminate() = 0;
 
 protected:

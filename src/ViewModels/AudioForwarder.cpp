@@ -9,7 +9,8 @@
 
 namespace corvane {
 
-// One stream's count and words. Shared with the sends under way, which may outlive the forwarding.
+// The number of chunks and the log lines of one stream. The sends under way share it, as they may outlive the
+// forwarding.
 struct AudioForwarder::Stream {
     quint8 flag;
     const char* chunkLine;
@@ -22,7 +23,7 @@ struct AudioForwarder::Stream {
         }
     }
 
-    // At the low rate of one line in a hundred chunks, since a link that is down fails every chunk.
+    // Logs one failure in a hundred chunks, since every chunk fails while the link is down.
     void logFailure(const std::exception_ptr& error) const {
         if (count.load() % 100 == 1) {
             platform::logLine(QString::fromLatin1(failureLine).arg(platform::errorText(error)));
@@ -48,22 +49,25 @@ AudioForwarder::AudioForwarder(AudioCaptureService& audioCapture, WebSocketServi
         };
     };
     auto* source = &audioCapture;
-    // Direct: each handler runs where the stream emits.
-    m_connections[0] = QObject::connect(source, &AudioCaptureService::micAudioDetected, m_context.get(),
-                                        forward(m_microphone), Qt::DirectConnection);
-    m_connections[1] = QObject::connect(source, &AudioCaptureService::speechDetected, m_context.get(),
-                                        forward(m_system), Qt::DirectConnection);
-    // The modes that decide about a stop belong to the main thread, so the marks hop there.
-    m_connections[2] = QObject::connect(source, &AudioCaptureService::candidateSpeechStopped, m_context.get(),
-                                        std::move(speech.stopped), Qt::QueuedConnection);
-    m_connections[3] = QObject::connect(source, &AudioCaptureService::candidateSpeechStarted, m_context.get(),
-                                        std::move(speech.started), Qt::QueuedConnection);
+    // Direct connections: each handler runs on the thread that emits the signal.
+    m_micStreamCancellable = QObject::connect(source, &AudioCaptureService::micAudioDetected, m_context.get(),
+                                              forward(m_microphone), Qt::DirectConnection);
+    m_systemStreamCancellable = QObject::connect(source, &AudioCaptureService::speechDetected,
+                                                 m_context.get(), forward(m_system), Qt::DirectConnection);
+    // Whether a stop is sent depends on the interview's modes, which belong to the main thread, so these
+    // events are queued to it.
+    m_vadStopCancellable = QObject::connect(source, &AudioCaptureService::candidateSpeechStopped,
+                                            m_context.get(), std::move(speech.stopped), Qt::QueuedConnection);
+    m_vadStartCancellable =
+        QObject::connect(source, &AudioCaptureService::candidateSpeechStarted, m_context.get(),
+                         std::move(speech.started), Qt::QueuedConnection);
 }
 
 AudioForwarder::~AudioForwarder() {
-    for (const auto& connection : m_connections) {
-        QObject::disconnect(connection);
-    }
+    QObject::disconnect(m_micStreamCancellable);
+    QObject::disconnect(m_systemStreamCancellable);
+    QObject::disconnect(m_vadStopCancellable);
+    QObject::disconnect(m_vadStartCancellable);
 }
 
 int AudioForwarder::micSendCount() const {

@@ -11,9 +11,9 @@ namespace corvane {
 class AudioCaptureService;
 class WebSocketService;
 
-// Sends each captured chunk to the backend as it comes, tagged with its stream, while it lives. Nothing is
-// kept or repeated. Chunks of the microphone go out on the thread that captures them, so that a busy main
-// thread delays none.
+// Sends each captured chunk to the backend at once, tagged with its stream, for as long as this object lives.
+// Nothing is stored or sent again. Microphone chunks are sent on the thread that captures them, so that a
+// busy main thread does not delay them.
 class AudioForwarder {
 public:
     struct SpeechHandlers {
@@ -26,7 +26,7 @@ public:
     AudioForwarder(const AudioForwarder&) = delete;
     AudioForwarder& operator=(const AudioForwarder&) = delete;
 
-    // Chunks handed to sending so far.
+    // Return the number of chunks that have been passed to the link so far.
     int micSendCount() const;
     int systemSendCount() const;
 
@@ -35,8 +35,12 @@ private:
 
     std::shared_ptr<Stream> m_microphone;
     std::shared_ptr<Stream> m_system;
-    QMetaObject::Connection m_connections[4];
-    // Queued speech events of an ended forwarding find this gone.
+    QMetaObject::Connection m_micStreamCancellable;
+    QMetaObject::Connection m_systemStreamCancellable;
+    QMetaObject::Connection m_vadStopCancellable;
+    QMetaObject::Connection m_vadStartCancellable;
+    // The context of the subscriptions. Speech events that are still queued when the forwarding ends are
+    // dropped with it.
     std::unique_ptr<QObject> m_context;
 };
 

@@ -21,7 +21,7 @@ public:
 
     const QList<Conversation>& conversations() const { return m_conversations; }
     const QString& searchText() const { return m_searchText; }
-    // Filters nothing.
+    // Sets the search text. It does not filter the list yet.
     void setSearchText(const QString& text);
 
 Q_SIGNALS:

@@ -33,7 +33,7 @@ constexpr std::array processingStageLabels{
     StageLabel{"thinking", "Working..."},
 };
 
-QString labelOfStage(const QString& stage) {
+QString stageLabel(const QString& stage) {
     for (const auto& row : processingStageLabels) {
         if (stage == QLatin1String(row.stage)) {
             return QString::fromLatin1(row.label);
@@ -44,8 +44,8 @@ QString labelOfStage(const QString& stage) {
 
 constexpr int titleLength = 50;
 
-// Counted in characters as people see them, so that no letter is cut from its accent.
-QString titleOf(const QString& reply) {
+// Cuts the title by the characters that the user sees, so that no letter is separated from its accent.
+QString conversationTitle(const QString& reply) {
     QTextBoundaryFinder boundaries(QTextBoundaryFinder::Grapheme, reply);
     qsizetype end = 0;
     for (int count = 0; count < titleLength && end < reply.size(); ++count) {
@@ -74,7 +74,7 @@ CompletionViewModel::CompletionViewModel(WebSocketService& webSocket, CorvaneAPI
 void CompletionViewModel::setupSubscriptions() {
     auto* source = &m_webSocket;
     connect(source, &WebSocketService::processingStatus, this,
-            [this](const QString& stage) { setProcessingStatusText(labelOfStage(stage)); });
+            [this](const QString& stage) { setProcessingStatusText(stageLabel(stage)); });
     connect(source, &WebSocketService::chatChunk, this, &Self::receiveChatChunk);
     connect(source, &WebSocketService::chatComplete, this, [this] {
         setProcessingStatusText(std::nullopt);
@@ -142,7 +142,8 @@ void CompletionViewModel::submit() {
     setError(std::nullopt);
     m_input = QString();
 
-    // Read from the store and not from the settings model, so that a change by another tool counts at once.
+    // The setting is read from the store and not from the settings model, so that a change by another tool
+    // takes effect at once.
     if (SettingsViewModel::isCorvaneApiEnabled(m_defaults)) {
         submitViaCorvane(text);
     } else {
@@ -226,8 +227,8 @@ void CompletionViewModel::createConversation(const QString& id) {
 void CompletionViewModel::saveMessage(MessageRole role, const QString& content,
                                       const QList<AttachedFile>& files) {
     const auto& id = *m_currentConversationId;
-    // The row may be missing because the disk was full when it was to be written. Without it no message can
-    // be stored.
+    // The conversation may be missing because the disk was full when it was to be stored. Without it no
+    // message can be stored.
     if (!m_database.getConversation(id)) {
         createConversation(id);
     }
@@ -261,7 +262,7 @@ void CompletionViewModel::saveCurrentConversation() {
         return;
     }
     saveMessage(MessageRole::assistant, m_response.text(), {});
-    m_database.updateConversation(*m_currentConversationId, titleOf(m_response.text()));
+    m_database.updateConversation(*m_currentConversationId, conversationTitle(m_response.text()));
 }
 
 std::optional<QString> CompletionViewModel::encodeAttachments(const QList<AttachedFile>& files) {

@@ -19,9 +19,8 @@ class CustomProviderService;
 class DatabaseService;
 class WebSocketService;
 
-// Everything that the backend streams back as prose: the reply, the assessment of the candidate and a status
-// line; and the log of the chat in the store. A reply can come from a provider of the user's own instead.
-// Main thread.
+// Everything that the backend streams as prose (the reply, the assessment of the candidate and a status
+// line), and the storing of the chat. The reply can come from the user's own provider instead. Main thread.
 class CompletionViewModel : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString input READ input WRITE setInput NOTIFY inputChanged)
@@ -63,12 +62,12 @@ public:
     bool isAssessmentStreaming() const { return m_isAssessmentStreaming; }
     bool assessmentIsStale() const { return m_assessmentIsStale; }
 
-    // Stores the message and sends it. Does nothing for blanks without a file.
+    // Stores the message and sends it. Does nothing when it is blank and has no file.
     void submit();
     void startNewConversation();
-    // Stores files with the conversation. Nothing is sent, and nothing on show changes.
+    // Stores files with the conversation. It sends nothing and leaves what is shown as it is.
     void keep(const QList<AttachedFile>& files);
-    // Clears what an ended interview left on show; the conversation goes on.
+    // Clears what an ended interview has left on screen. The conversation goes on.
     void clearAfterInterview();
 
 Q_SIGNALS:
@@ -89,7 +88,7 @@ private:
     void setupSubscriptions();
     void receiveChatChunk(const QString& text);
     void receiveAssessmentChunk(const QString& text);
-    void clearStreams(); // the reply and the assessment
+    void clearStreams(); // clears the reply and the assessment
     void saveCurrentConversation();
     void openConversation();
     void createConversation(const QString& id);
@@ -114,7 +113,7 @@ private:
     Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Self, bool, m_assessmentIsStale, false,
                                          &Self::assessmentIsStaleChanged)
 
-    // A chunk is appended in place, at a cost that does not grow with the text.
+    // A chunk is appended in place, at a cost that does not depend on the length of the text.
     StreamedText m_response;
     StreamedText m_assessmentText;
     std::optional<QString> m_error;
@@ -133,7 +132,7 @@ private:
     bool m_assessmentStreamComplete = true;
     bool m_isCandidateSpeaking = false;
 
-    // The latest stream of a provider. One that it replaces goes on until its own end.
+    // The task of the latest provider stream. A stream that it replaces runs to its own end.
     QCoro::Task<void> m_currentStreamTask;
 };
 

@@ -9,13 +9,13 @@ namespace corvane {
 
 enum class DashboardPage { dashboard, account, settings, audio, shortcuts };
 
-// Also the title.
+// Returns the name of the page, which is its title too.
 QString rawValue(DashboardPage page);
 inline constexpr std::array allDashboardPages{DashboardPage::dashboard, DashboardPage::account,
                                               DashboardPage::settings, DashboardPage::audio,
                                               DashboardPage::shortcuts};
 
-// Which page of the dashboard is open, for the life of the process. Main thread.
+// The page of the dashboard that is open, for the life of the process. Main thread.
 class DashboardViewModel : public QObject {
     Q_OBJECT
 

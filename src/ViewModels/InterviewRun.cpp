@@ -18,87 +18,88 @@ using platform::startTask;
 
 namespace {
 
-using Course = InterviewRun::Course;
+using State = InterviewRun::State;
 using Event = InterviewRun::Event;
 
 struct Transition {
     Event event;
-    Course from;
-    Course to;
+    State from;
+    State to;
 };
 
-// What leads where. An event that has no row for a course changes nothing in it.
+// The transitions. An event without a row for the present state is ignored.
 constexpr std::array transitions{
-    Transition{Event::answered, Course::waiting, Course::telling},
-    Transition{Event::told, Course::telling, Course::opening},
-    Transition{Event::told, Course::retelling, Course::opening},
-    Transition{Event::tellingFailed, Course::telling, Course::failed},
-    Transition{Event::tellingFailed, Course::retelling, Course::heldUntold},
-    Transition{Event::opened, Course::opening, Course::live},
-    Transition{Event::opened, Course::retrying, Course::live},
-    Transition{Event::retry, Course::live, Course::retrying},
+    Transition{Event::answered, State::waiting, State::announcing},
+    Transition{Event::announced, State::announcing, State::startingAudio},
+    Transition{Event::announced, State::reannouncing, State::startingAudio},
+    Transition{Event::announcingFailed, State::announcing, State::failed},
+    Transition{Event::announcingFailed, State::reannouncing, State::pausedUnannounced},
+    Transition{Event::audioStarted, State::startingAudio, State::live},
+    Transition{Event::audioStarted, State::retryingAudio, State::live},
+    Transition{Event::retry, State::live, State::retryingAudio},
 
-    // An interview_id that is still on its way may not arrive.
-    Transition{Event::pause, Course::telling, Course::heldUntold},
-    Transition{Event::pause, Course::retelling, Course::heldUntold},
-    Transition{Event::pause, Course::opening, Course::held},
-    Transition{Event::pause, Course::retrying, Course::held},
-    Transition{Event::pause, Course::live, Course::held},
-    Transition{Event::pause, Course::lost, Course::held},
+    // An interview_id that is still being sent may not arrive.
+    Transition{Event::pause, State::announcing, State::pausedUnannounced},
+    Transition{Event::pause, State::reannouncing, State::pausedUnannounced},
+    Transition{Event::pause, State::startingAudio, State::pausedByUser},
+    Transition{Event::pause, State::retryingAudio, State::pausedByUser},
+    Transition{Event::pause, State::live, State::pausedByUser},
+    Transition{Event::pause, State::disconnected, State::pausedByUser},
 
-    Transition{Event::resume, Course::lost, Course::opening},
-    Transition{Event::resume, Course::held, Course::opening},
-    Transition{Event::resume, Course::heldUntold, Course::retelling},
+    Transition{Event::resume, State::disconnected, State::startingAudio},
+    Transition{Event::resume, State::pausedByUser, State::startingAudio},
+    Transition{Event::resume, State::pausedUnannounced, State::reannouncing},
 
-    Transition{Event::linkLost, Course::telling, Course::lost},
-    Transition{Event::linkLost, Course::retelling, Course::lost},
-    Transition{Event::linkLost, Course::opening, Course::lost},
-    Transition{Event::linkLost, Course::retrying, Course::lost},
-    Transition{Event::linkLost, Course::live, Course::lost},
+    Transition{Event::disconnected, State::announcing, State::disconnected},
+    Transition{Event::disconnected, State::reannouncing, State::disconnected},
+    Transition{Event::disconnected, State::startingAudio, State::disconnected},
+    Transition{Event::disconnected, State::retryingAudio, State::disconnected},
+    Transition{Event::disconnected, State::live, State::disconnected},
 
-    Transition{Event::serverKnows, Course::lost, Course::opening},
-    Transition{Event::serverKnows, Course::heldUntold, Course::held},
-    Transition{Event::serverForgot, Course::lost, Course::retelling},
-    Transition{Event::serverForgot, Course::held, Course::heldUntold},
+    Transition{Event::serverKnows, State::disconnected, State::startingAudio},
+    Transition{Event::serverKnows, State::pausedUnannounced, State::pausedByUser},
+    Transition{Event::serverForgot, State::disconnected, State::reannouncing},
+    Transition{Event::serverForgot, State::pausedByUser, State::pausedUnannounced},
 
-    // Before the server has answered, too: the sentence that asked for the interview was lost with the link.
-    Transition{Event::freshSession, Course::waiting, Course::retelling},
-    Transition{Event::freshSession, Course::telling, Course::retelling},
-    Transition{Event::freshSession, Course::retelling, Course::retelling},
-    Transition{Event::freshSession, Course::opening, Course::retelling},
-    Transition{Event::freshSession, Course::retrying, Course::retelling},
-    Transition{Event::freshSession, Course::live, Course::retelling},
-    Transition{Event::freshSession, Course::lost, Course::retelling},
-    Transition{Event::freshSession, Course::failed, Course::retelling},
-    Transition{Event::freshSession, Course::held, Course::heldUntold},
+    // Applies before the server has answered as well: the message that asked for the interview was lost with
+    // the link.
+    Transition{Event::freshSession, State::waiting, State::reannouncing},
+    Transition{Event::freshSession, State::announcing, State::reannouncing},
+    Transition{Event::freshSession, State::reannouncing, State::reannouncing},
+    Transition{Event::freshSession, State::startingAudio, State::reannouncing},
+    Transition{Event::freshSession, State::retryingAudio, State::reannouncing},
+    Transition{Event::freshSession, State::live, State::reannouncing},
+    Transition{Event::freshSession, State::disconnected, State::reannouncing},
+    Transition{Event::freshSession, State::failed, State::reannouncing},
+    Transition{Event::freshSession, State::pausedByUser, State::pausedUnannounced},
 
-    Transition{Event::recoveryFailed, Course::waiting, Course::heldUntold},
-    Transition{Event::recoveryFailed, Course::telling, Course::heldUntold},
-    Transition{Event::recoveryFailed, Course::retelling, Course::heldUntold},
-    Transition{Event::recoveryFailed, Course::opening, Course::heldUntold},
-    Transition{Event::recoveryFailed, Course::retrying, Course::heldUntold},
-    Transition{Event::recoveryFailed, Course::live, Course::heldUntold},
-    Transition{Event::recoveryFailed, Course::lost, Course::heldUntold},
-    Transition{Event::recoveryFailed, Course::held, Course::heldUntold},
-    Transition{Event::recoveryFailed, Course::failed, Course::heldUntold},
+    Transition{Event::recoveryFailed, State::waiting, State::pausedUnannounced},
+    Transition{Event::recoveryFailed, State::announcing, State::pausedUnannounced},
+    Transition{Event::recoveryFailed, State::reannouncing, State::pausedUnannounced},
+    Transition{Event::recoveryFailed, State::startingAudio, State::pausedUnannounced},
+    Transition{Event::recoveryFailed, State::retryingAudio, State::pausedUnannounced},
+    Transition{Event::recoveryFailed, State::live, State::pausedUnannounced},
+    Transition{Event::recoveryFailed, State::disconnected, State::pausedUnannounced},
+    Transition{Event::recoveryFailed, State::pausedByUser, State::pausedUnannounced},
+    Transition{Event::recoveryFailed, State::failed, State::pausedUnannounced},
 };
 
-InterviewStatus statusOf(Course course) {
-    switch (course) {
-    case Course::waiting:
+InterviewStatus interviewStatus(State state) {
+    switch (state) {
+    case State::waiting:
         return InterviewStatus::waitingForQuestions;
-    case Course::telling:
-    case Course::retelling:
-    case Course::opening:
-    case Course::retrying:
+    case State::announcing:
+    case State::reannouncing:
+    case State::startingAudio:
+    case State::retryingAudio:
         return InterviewStatus::startingAudio;
-    case Course::live:
+    case State::live:
         return InterviewStatus::streaming;
-    case Course::lost:
-    case Course::held:
-    case Course::heldUntold:
+    case State::disconnected:
+    case State::pausedByUser:
+    case State::pausedUnannounced:
         return InterviewStatus::paused;
-    case Course::failed:
+    case State::failed:
         break;
     }
     return InterviewStatus::error;
@@ -112,7 +113,7 @@ InterviewRun::InterviewRun(InterviewViewModel& model, Services services)
     , m_audioCapture(services.audioCapture)
     , m_soundWatch(
           services.audioCapture, services.clock,
-          {.mayAct = [this] { return m_course == Course::live; }, .hasLooked = [this] { followCapture(); }}) {
+          {.mayAct = [this] { return m_state == State::live; }, .hasLooked = [this] { followCapture(); }}) {
     auto* source = &m_audioCapture;
     // Queued, so that the capture's own fields have changed by then.
     connect(source, &AudioCaptureService::systemStreamFailed, this, &InterviewRun::receiveCaptureFailure,
@@ -127,9 +128,9 @@ InterviewRun::~InterviewRun() {
     stopForwardingAudio();
 }
 
-bool InterviewRun::take(Event event) {
+bool InterviewRun::handle(Event event) {
     const auto* row = std::find_if(transitions.begin(), transitions.end(), [&](const Transition& each) {
-        return each.event == event && each.from == m_course;
+        return each.event == event && each.from == m_state;
     });
     if (row == transitions.end()) {
         return false;
@@ -138,38 +139,38 @@ bool InterviewRun::take(Event event) {
     return true;
 }
 
-void InterviewRun::enter(Course course, Event event) {
+void InterviewRun::enter(State state, Event event) {
     m_operations.cancel();
-    m_course = course;
-    const auto status = statusOf(course);
+    m_state = state;
+    const auto status = interviewStatus(state);
     if (status == InterviewStatus::paused) {
         stopCapture();
     }
     m_model.m_status = status;
-    switch (course) {
-    case Course::telling:
+    switch (state) {
+    case State::announcing:
         beginAudioCapture();
         return;
-    case Course::retelling:
+    case State::reannouncing:
         restartInterviewOnServer();
         return;
-    case Course::opening:
-        if (event != Event::told) {
+    case State::startingAudio:
+        if (event != Event::announced) {
             logLine(QStringLiteral("[Interview] Resuming — restarting audio pipeline"));
         }
         startTask(startAudioPipeline(ticket()), "start sound");
         return;
-    case Course::retrying:
+    case State::retryingAudio:
         startTask(retryCapture(ticket()), "retry sound");
         return;
-    case Course::live:
+    case State::live:
         startForwardingAudioToWebSocket();
         return;
-    case Course::waiting:
-    case Course::lost:
-    case Course::held:
-    case Course::heldUntold:
-    case Course::failed:
+    case State::waiting:
+    case State::disconnected:
+    case State::pausedByUser:
+    case State::pausedUnannounced:
+    case State::failed:
         return;
     }
 }
@@ -186,14 +187,14 @@ QCoro::Task<void> InterviewRun::sendInterviewId(platform::OperationTicket ticket
     if (failure) {
         logLine(QStringLiteral("[Interview] Failed to send interview_id: %1").arg(*failure));
         m_model.setErrorMessage(QStringLiteral("Could not start interview: ") + *failure);
-        take(Event::tellingFailed);
+        handle(Event::announcingFailed);
         co_return;
     }
     logLine(QStringLiteral("[Interview] Sent interview_id: %1").arg(id));
-    take(Event::told);
+    handle(Event::announced);
 }
 
-// Sets the interview up again after the server has lost it.
+// Announces the interview again after the server has lost it.
 void InterviewRun::restartInterviewOnServer() {
     logLine(QStringLiteral("[Interview] Restarting interview %1 on server").arg(m_model.interviewId()));
     startTask(resendInterviewId(ticket()), "restart interview");
@@ -206,11 +207,11 @@ QCoro::Task<void> InterviewRun::resendInterviewId(platform::OperationTicket tick
     if (failure) {
         logLine(QStringLiteral("[Interview] Failed to re-send interview_id: %1").arg(*failure));
         m_model.m_disconnectedDuringInterview = true;
-        take(Event::tellingFailed);
+        handle(Event::announcingFailed);
         co_return;
     }
     logLine(QStringLiteral("[Interview] Re-sent interview_id: %1").arg(id));
-    // A mode that could not be set leaves no trace: the interview goes on.
+    // A mode that cannot be set is ignored: the interview goes on.
     if (m_model.followUpsEnabled()) {
         const auto dropped = co_await catchError(m_webSocket.send(WSCommand::setFollowUps(true)));
         ticket.ensureCurrent();
@@ -219,10 +220,10 @@ QCoro::Task<void> InterviewRun::resendInterviewId(platform::OperationTicket tick
         const auto dropped = co_await catchError(m_webSocket.send(WSCommand::setEnglishAssessment(true)));
         ticket.ensureCurrent();
     }
-    take(Event::told);
+    handle(Event::announced);
 }
 
-// Both streams are tried, one after the other, and the interview goes on with what starts.
+// Starts both streams, one after the other. The interview goes on with those that start.
 QCoro::Task<void> InterviewRun::startAudioPipeline(platform::OperationTicket ticket) {
     m_soundWatch.stop();
     const auto microphoneFailure = co_await catchError(m_audioCapture.startMicrophoneCapture());
@@ -237,8 +238,10 @@ QCoro::Task<void> InterviewRun::startAudioPipeline(platform::OperationTicket tic
                 ? QStringLiteral("[Interview] System audio capture failed: %1 — mic-only mode")
                       .arg(*systemFailure)
                 : QStringLiteral("[Interview] System audio capture started (candidate stream 0x01)"));
-    finishAudioStart(!microphoneFailure, !systemFailure,
-                     QStringLiteral("Could not capture system or microphone audio. Check System Settings."));
+    const bool micStarted = !microphoneFailure;
+    const bool systemStarted = !systemFailure;
+    finishStart(micStarted, systemStarted,
+                QStringLiteral("Could not capture system or microphone audio. Check System Settings."));
 }
 
 QCoro::Task<void> InterviewRun::retryCapture(platform::OperationTicket ticket) {
@@ -249,32 +252,33 @@ QCoro::Task<void> InterviewRun::retryCapture(platform::OperationTicket ticket) {
     logLine(systemFailure
                 ? QStringLiteral("[Interview] Retry: system audio still failed — %1").arg(*systemFailure)
                 : QStringLiteral("[Interview] Retry: system audio started"));
-    // The field may lag behind a start that has just succeeded, so the outcome of the start counts.
-    bool microphoneRuns = m_audioCapture.isMicCapturing();
-    if (!microphoneRuns) {
+    // isMicCapturing() may lag behind a start that has just succeeded, so the outcome of the start counts.
+    bool micStarted = m_audioCapture.isMicCapturing();
+    if (!micStarted) {
         const auto microphoneFailure = co_await catchError(m_audioCapture.startMicrophoneCapture());
         ticket.ensureCurrent();
-        microphoneRuns = !microphoneFailure;
+        micStarted = !microphoneFailure;
         logLine(microphoneFailure
                     ? QStringLiteral("[Interview] Retry: mic failed — %1").arg(*microphoneFailure)
                     : QStringLiteral("[Interview] Retry: mic restarted"));
     }
-    finishAudioStart(microphoneRuns, !systemFailure,
-                     QStringLiteral("Could not capture any audio. Check System Settings."));
+    finishStart(micStarted, !systemFailure,
+                QStringLiteral("Could not capture any audio. Check System Settings."));
 }
 
-void InterviewRun::finishAudioStart(bool microphoneRuns, bool systemRuns, const QString& silentMessage) {
-    m_heard.microphone = m_heard.microphone || microphoneRuns;
-    m_heard.system = m_heard.system || systemRuns;
-    showSources(microphoneRuns, systemRuns, silentMessage);
-    const bool isMissing = (m_heard.microphone && !microphoneRuns) || (m_heard.system && !systemRuns);
+void InterviewRun::finishStart(bool micStarted, bool systemStarted, const QString& silentMessage) {
+    m_everStarted.microphone = m_everStarted.microphone || micStarted;
+    m_everStarted.system = m_everStarted.system || systemStarted;
+    showSources(micStarted, systemStarted, silentMessage);
+    const bool isMissing =
+        (m_everStarted.microphone && !micStarted) || (m_everStarted.system && !systemStarted);
     if (isMissing && !m_soundWatch.isRunning()) {
         m_soundWatch.start();
     }
-    take(Event::opened);
+    handle(Event::audioStarted);
 }
 
-// System audio alone is enough: the flags tell of a missing candidate, not of a missing interviewer.
+// System audio alone is enough: the flags report a missing candidate, not a missing interviewer.
 void InterviewRun::showSources(bool microphoneRuns, bool systemRuns, const QString& silentMessage) {
     m_model.m_audioUnavailable = !microphoneRuns && !systemRuns;
     m_model.m_microphoneFallbackActive = microphoneRuns && !systemRuns;
@@ -282,18 +286,19 @@ void InterviewRun::showSources(bool microphoneRuns, bool systemRuns, const QStri
     m_model.setErrorMessage(m_model.m_audioUnavailable ? std::optional(silentMessage) : std::nullopt);
 }
 
-// While sound that was lost is looked for, the fields follow what runs.
+// Keeps the fields in step with the captures while lost sound is being looked for.
 void InterviewRun::followCapture() {
-    if (m_course == Course::live && m_soundWatch.isRunning()) {
+    if (m_state == State::live && m_soundWatch.isRunning()) {
         showSources(m_audioCapture.isMicCapturing(), m_audioCapture.isCapturing(),
                     QStringLiteral("Could not capture any audio. Check System Settings."));
     }
 }
 
-// Sound went away in the middle of the interview: the server ended, a device was unplugged. A stream can end
-// while the other one is still being started; the watch acts once the interview is live.
+// Called when sound is lost during the interview, because the sound server has ended or a device was
+// unplugged. A stream can end while the other one is still being started; the watch acts once the interview
+// is live.
 void InterviewRun::receiveCaptureFailure() {
-    if (statusOf(m_course) == InterviewStatus::startingAudio || m_course == Course::live) {
+    if (interviewStatus(m_state) == InterviewStatus::startingAudio || m_state == State::live) {
         m_soundWatch.start();
         followCapture();
     }

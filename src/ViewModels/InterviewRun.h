@@ -15,9 +15,9 @@ class AudioForwarder;
 class InterviewViewModel;
 class WebSocketService;
 
-// One interview from its submission to its end: the start, both audio streams, the pauses and what a lost
-// connection does to it. Writes the fields of the view model that has made it. Its end stops the forwarding.
-// Main thread.
+// One interview from its submission to its end: the start, both audio streams, the pauses, and the recovery
+// from a lost connection. It sets the fields of the view model that owns it. Destroying it stops the
+// forwarding. Main thread.
 class InterviewRun : public QObject {
     Q_OBJECT
 
@@ -27,28 +27,28 @@ public:
         AudioCaptureService& audioCapture;
         platform::Clock& clock;
     };
-    // Where the interview is. The status that the user sees follows from it.
-    enum class Course {
-        waiting,    // for the plan or the questions
-        telling,    // interview_id is on its way
-        retelling,  // the same, to a server that has lost the interview
-        opening,    // both captures are being started
-        retrying,   // those that are missing are being started
-        live,       // sound goes to the server
-        lost,       // paused by a lost connection
-        held,       // paused by the user
-        heldUntold, // paused until the user resumes, and the server does not know the interview
-        failed,     // the server could not be told of it
+    // The state of the interview, which determines the status that the user sees.
+    enum class State {
+        waiting,           // for the plan or the questions
+        announcing,        // interview_id is being sent
+        reannouncing,      // interview_id is being sent to a server that has lost the interview
+        startingAudio,     // both captures are being started
+        retryingAudio,     // the missing captures are being started
+        live,              // sound is sent to the server
+        disconnected,      // paused by a lost connection
+        pausedByUser,      // paused by the user
+        pausedUnannounced, // paused until the user resumes, and unknown to the server
+        failed,            // interview_id could not be sent
     };
     enum class Event {
-        answered, // the plan or the questions are here
-        told,
-        tellingFailed,
-        opened,
+        answered, // the plan or the questions have come
+        announced,
+        announcingFailed,
+        audioStarted,
         pause, // by the user
         resume,
         retry,
-        linkLost,
+        disconnected,
         serverKnows,  // a session was resumed with the interview
         serverForgot, // or without it
         freshSession,
@@ -58,21 +58,22 @@ public:
     InterviewRun(InterviewViewModel& model, Services services);
     ~InterviewRun() override;
 
-    Course course() const { return m_course; }
-    // Takes the interview to where the event leads from here. False when it leads nowhere.
-    bool take(Event event);
-    // For work that ends when the interview takes another course.
+    State state() const { return m_state; }
+    // Moves the interview to the state that the event leads to. Returns false when the event has no meaning
+    // in the present state.
+    bool handle(Event event);
+    // Returns a ticket for work that ends with the present state.
     platform::OperationTicket ticket() const { return m_operations.ticket(); }
 
 private:
-    void enter(Course course, Event event);
+    void enter(State state, Event event);
     void beginAudioCapture();
     void restartInterviewOnServer();
     QCoro::Task<void> sendInterviewId(platform::OperationTicket ticket);
     QCoro::Task<void> resendInterviewId(platform::OperationTicket ticket);
     QCoro::Task<void> startAudioPipeline(platform::OperationTicket ticket);
     QCoro::Task<void> retryCapture(platform::OperationTicket ticket);
-    void finishAudioStart(bool microphoneRuns, bool systemRuns, const QString& silentMessage);
+    void finishStart(bool micStarted, bool systemStarted, const QString& silentMessage);
     void showSources(bool microphoneRuns, bool systemRuns, const QString& silentMessage);
     void followCapture();
     void receiveCaptureFailure();
@@ -86,12 +87,12 @@ private:
     InterviewViewModel& m_model;
     WebSocketService& m_webSocket;
     AudioCaptureService& m_audioCapture;
-    Course m_course = Course::waiting;
-    platform::OperationScope m_operations; // of the present course
+    State m_state = State::waiting;
+    platform::OperationScope m_operations; // of the present state
     SoundWatch m_soundWatch;
-    // What has run in this interview: it is taken up again by itself, while what never did waits for the
-    // user's "Retry".
-    AudioCaptureService::Sources m_heard;
+    // The sources that have been captured in this interview. They are started again automatically; one that
+    // has never started waits for the user's "Retry".
+    AudioCaptureService::Sources m_everStarted;
     std::unique_ptr<AudioForwarder> m_forwarder;
 };
 

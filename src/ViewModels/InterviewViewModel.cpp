@@ -20,7 +20,7 @@ namespace {
 constexpr auto manualModeKey = "manual_mode_enabled";
 constexpr auto microphoneSettings =
     "x-apple.systempreferences:com.apple.preference.security?Privacy_Microphone";
-// How long after a plain chat answer the plan or the questions may still come.
+// How long the plan or the questions may follow a plain chat answer.
 constexpr auto answerGrace = 2s;
 
 QString topicNames(const boost::json::object& object) {
@@ -108,7 +108,7 @@ void InterviewViewModel::beginInterviewSubmission(const QString& id) {
     m_microphoneRequest.cancel();
     m_run =
         std::make_unique<InterviewRun>(*this, InterviewRun::Services{m_webSocket, m_audioCapture, m_clock});
-    m_disconnectedDuringInterview = false; // which was of the interview before
+    m_disconnectedDuringInterview = false; // it was about the previous interview
     m_interviewId = id;
     m_status = InterviewStatus::waitingForQuestions;
     if (chatSubmitHandler) {
@@ -118,25 +118,25 @@ void InterviewViewModel::beginInterviewSubmission(const QString& id) {
 
 void InterviewViewModel::retrySystemAudioCapture() {
     if (m_run && (m_audioUnavailable || m_microphoneFallbackActive)) {
-        m_run->take(InterviewRun::Event::retry);
+        m_run->handle(InterviewRun::Event::retry);
     }
 }
 
 void InterviewViewModel::pauseInterview() {
     if (m_run && m_status == InterviewStatus::streaming) {
-        m_run->take(InterviewRun::Event::pause);
+        m_run->handle(InterviewRun::Event::pause);
     }
 }
 
 void InterviewViewModel::holdInterview() {
     if (m_run) {
-        m_run->take(InterviewRun::Event::pause);
+        m_run->handle(InterviewRun::Event::pause);
     }
 }
 
 void InterviewViewModel::resumeInterview() {
     if (m_run) {
-        m_run->take(InterviewRun::Event::resume);
+        m_run->handle(InterviewRun::Event::resume);
     }
 }
 
@@ -172,7 +172,7 @@ void InterviewViewModel::giveUpStart() {
 
 void InterviewViewModel::endRun() {
     m_microphoneRequest.cancel();
-    m_run.reset(); // the forwarding ends first
+    m_run.reset(); // ends the forwarding first
     m_audioCapture.stopMicrophoneCapture();
     m_audioCapture.stopSystemCapture();
     m_microphoneMissing = false;
@@ -223,7 +223,7 @@ void InterviewViewModel::toggleEnglishAssessment() {
     startTask(sendDropped(WSCommand::setEnglishAssessment(m_englishAssessmentEnabled)), "english assessment");
 }
 
-// For commands whose failure has no consequence for the user.
+// Sends a command whose failure does not matter to the user.
 QCoro::Task<void> InterviewViewModel::sendDropped(WSCommand command) {
     const auto dropped = co_await catchError(m_webSocket.send(std::move(command)));
 }
@@ -277,7 +277,7 @@ void InterviewViewModel::receiveQuestions(const boost::json::object& object) {
     Q_EMIT questionsChanged();
     m_activeQuestionIndex = 0;
     if (m_run) {
-        m_run->take(InterviewRun::Event::answered);
+        m_run->handle(InterviewRun::Event::answered);
     }
 }
 
@@ -289,14 +289,15 @@ void InterviewViewModel::receivePlan(const boost::json::object& object) {
     Q_EMIT interviewPlanChanged();
     m_activePlanTopicIndex = 0;
     if (m_run) {
-        m_run->take(InterviewRun::Event::answered);
+        m_run->handle(InterviewRun::Event::answered);
     }
 }
 
 void InterviewViewModel::receiveEndInterviewAck() {
     logLine(QStringLiteral("[Interview] End interview ack received"));
     if (m_awaitedEndAcks > 0) {
-        // The answer to a finish of our own, which has cleared everything: by now the next interview may run.
+        // This acknowledges an interview that the user has finished, after which everything was cleared.
+        // Another interview may be running by now.
         --m_awaitedEndAcks;
         return;
     }
@@ -308,7 +309,8 @@ void InterviewViewModel::receiveEndInterviewAck() {
     m_interviewId = QString();
 }
 
-// What a link or a session has not acknowledged it never will: the next acknowledgement is the server's own.
+// An end that this link or session has not acknowledged will not be acknowledged any more, so the next
+// acknowledgement means that the server itself has ended the interview.
 void InterviewViewModel::forgetAwaitedEndAcks() {
     m_endRequests.cancel();
     m_awaitedEndAcks = 0;
@@ -321,15 +323,15 @@ void InterviewViewModel::receiveDisconnected() {
     logLine(QStringLiteral("[Interview] Disconnected during interview — pausing"));
     m_disconnectedDuringInterview = true;
     m_pausedByDisconnect = true;
-    m_run->take(InterviewRun::Event::linkLost);
+    m_run->handle(InterviewRun::Event::disconnected);
 }
 
 void InterviewViewModel::receiveSessionResumed(const SessionResumedPayload& payload) {
     if (!m_run || m_status != InterviewStatus::paused) {
         return;
     }
-    // A pause of the user's own keeps the interview paused, and only notes whether the server still knows it.
-    const bool recovers = m_pausedByDisconnect && m_run->course() == InterviewRun::Course::lost;
+    // If the user has paused the interview, it stays paused; only the server's knowledge of it is noted.
+    const bool recovers = m_pausedByDisconnect && m_run->state() == InterviewRun::State::disconnected;
     if (m_pausedByDisconnect) {
         m_pausedByDisconnect = false;
         m_disconnectedDuringInterview = false;
@@ -348,10 +350,10 @@ void InterviewViewModel::receiveSessionResumed(const SessionResumedPayload& payl
 
 void InterviewViewModel::receiveSessionFresh() {
     forgetAwaitedEndAcks();
-    const bool isHeld = m_run && m_run->course() == InterviewRun::Course::held;
+    const bool isHeld = m_run && m_run->state() == InterviewRun::State::pausedByUser;
     if (std::exchange(m_pausedByDisconnect, false)) {
         m_disconnectedDuringInterview = false;
-        // An id that has only been typed in belongs to no interview yet.
+        // An id that has only been typed in does not belong to an interview yet.
         if (!m_run || m_interviewId.value().isEmpty()) {
             logLine(QStringLiteral("[Interview] Fresh session after disconnect, no local interview active"));
             return;
@@ -360,9 +362,9 @@ void InterviewViewModel::receiveSessionFresh() {
             logLine(QStringLiteral(
                 "[Interview] Fresh session after disconnect — re-sending interview_id to restart"));
         }
-        m_run->take(InterviewRun::Event::freshSession);
+        m_run->handle(InterviewRun::Event::freshSession);
     } else if (isHeld) {
-        m_run->take(InterviewRun::Event::freshSession);
+        m_run->handle(InterviewRun::Event::freshSession);
     }
 }
 
@@ -377,7 +379,7 @@ void InterviewViewModel::receiveSessionNotFound(const QString& reason) {
     m_pausedByDisconnect = false;
     if (m_run) {
         m_disconnectedDuringInterview = true;
-        m_run->take(InterviewRun::Event::recoveryFailed);
+        m_run->handle(InterviewRun::Event::recoveryFailed);
         logLine(QStringLiteral("[Interview] Session recovery failed — staying paused"));
     }
 }

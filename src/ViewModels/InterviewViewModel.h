@@ -25,9 +25,9 @@ class InterviewRun;
 class SystemAudioViewModel;
 class WebSocketService;
 
-// Runs one interview at a time: its start by a chat sentence, the plan and the questions, both audio streams,
-// pause, resume, end, and what a lost connection does to it. Built once, used for one interview after the
-// other. Main thread.
+// Runs one interview at a time: its start by a chat message, the plan and the questions, both audio streams,
+// pause, resume and end, and the recovery from a lost connection. It is created once and used for one
+// interview after another. Main thread.
 class InterviewViewModel : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString status READ statusName NOTIFY statusChanged)
@@ -55,9 +55,9 @@ public:
                        platform::Clock& clock);
     ~InterviewViewModel() override;
 
-    // Puts a text into the chat and submits it.
+    // Called with a text to submit as a chat message.
     std::function<void(QString)> chatSubmitHandler;
-    // Clears what the interview left on show elsewhere.
+    // Called after an interview, to clear what it has left on screen elsewhere.
     std::function<void()> onInterviewEnded;
     void setSystemAudioViewModel(SystemAudioViewModel* model);
 
@@ -78,26 +78,27 @@ public:
     QString errorMessageText() const { return m_errorMessage.value_or(QString()); }
     bool audioUnavailable() const { return m_audioUnavailable; }
     bool microphoneFallbackActive() const { return m_microphoneFallbackActive; }
-    // System audio runs and the microphone does not: the interviewer is not heard.
+    // Returns whether system audio is captured and the microphone is not, so that the interviewer is not
+    // heard.
     bool microphoneMissing() const { return m_microphoneMissing; }
     bool followUpsEnabled() const { return m_followUpsEnabled; }
     bool englishAssessmentEnabled() const { return m_englishAssessmentEnabled; }
     bool manualMode() const { return m_manualMode; }
-    // Kept for the next start of the program.
+    // Stored, so that the next start of the program uses it too.
     void setManualMode(bool on);
-    // The interviewer marks the end of the candidate's speech, not the detector.
+    // Returns whether the interviewer, and not the detector, marks the end of the candidate's speech.
     bool manualModeActive() const {
         return m_manualMode && m_followUpsEnabled && !m_englishAssessmentEnabled;
     }
 
     void startInterviewWithId();
     void pauseInterview();
-    // Pauses in any status of an interview that has its questions: a start under way is given up, and a pause
-    // by a lost connection becomes the user's own, which no recovery ends.
+    // Pauses an interview that has its questions, in any status. A start under way is given up, and a pause
+    // caused by a lost connection becomes the user's own, which does not end by itself.
     void holdInterview();
     void resumeInterview();
     void stopInterview();
-    // Ends the wait for questions and keeps the id, so that the start can be tried again. Does nothing in
+    // Stops waiting for questions and keeps the id, so that the start can be tried again. Does nothing in
     // other statuses.
     void giveUpStart();
     void retrySystemAudioCapture();
@@ -129,7 +130,7 @@ Q_SIGNALS:
     void manualModeChanged();
 
 private:
-    friend class InterviewRun; // it writes the fields while it lasts
+    friend class InterviewRun; // sets the fields during an interview
 
     void setupSubscriptions();
     QCoro::Task<void> requestMicrophone(QString trimmedId);
@@ -188,17 +189,19 @@ private:
     platform::Clock& m_clock;
     QPointer<SystemAudioViewModel> m_systemAudioViewModel;
 
-    // The present pause came from a lost connection, or the interview has gone on without it, and the session
-    // that decides has not been opened yet.
+    // True while a lost connection has paused the interview, or the interview has gone on without the
+    // connection, and the next session has not been opened yet.
     bool m_pausedByDisconnect = false;
-    // Finished interviews whose end the server has not acknowledged yet: their late answers end nothing else.
+    // The number of finished interviews whose end the server has not acknowledged yet. Their late
+    // acknowledgements must not end another interview.
     int m_awaitedEndAcks = 0;
     int m_vadStopSuppressedCount = 0;
     int m_manualStopSentCount = 0;
     platform::OperationScope m_lifetime;
     platform::OperationScope m_microphoneRequest;
-    platform::OperationScope m_endRequests; // of the link that can bring their acknowledgements
-    std::unique_ptr<InterviewRun> m_run;    // from the submission to the end
+    platform::OperationScope
+        m_endRequests; // cancelled with the link, as their acknowledgements cannot come then
+    std::unique_ptr<InterviewRun> m_run; // null between interviews
 };
 
 } // namespace corvane

@@ -9,7 +9,8 @@ class ApplicationWindows;
 class SettingsViewModel;
 class WebSocketService;
 
-// Whether the floating panel shows, and how high it is. The views say when it grows and shrinks. Main thread.
+// Whether the floating panel is shown, and its height. The views decide when it grows and shrinks. Main
+// thread.
 class OverlayViewModel : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isHidden READ isHidden WRITE setIsHidden NOTIFY isHiddenChanged)
@@ -23,16 +24,17 @@ public:
 
     OverlayViewModel(WebSocketService& webSocket, SettingsViewModel& settings, ApplicationWindows& windows);
 
-    // Hidden by the user: the views draw nothing and take no clicks.
+    // Returns whether the user has hidden the panel. The views then draw nothing and take no clicks.
     bool isHidden() const { return m_isHidden; }
     void setIsHidden(bool hidden) { m_isHidden = hidden; }
-    // One-shot: the id field takes the keyboard and sets it back.
+    // A one-time request: the id field takes the keyboard and clears it.
     bool shouldFocusInput() const { return m_shouldFocusInput; }
     void setShouldFocusInput(bool should) { m_shouldFocusInput = should; }
-    // The height last applied, in device-independent pixels.
+    // Returns the height that was applied last, in device-independent pixels.
     double panelHeight() const { return m_panelHeight; }
 
-    // The top edge stays where it is. Nothing happens when the height was applied before.
+    // These change the height and keep the top edge in place. They do nothing when the height is the one that
+    // was applied last.
     void collapsePanel() { applyHeight(collapsedHeight); }
     void expandPanel() { applyHeight(expandedHeight); }
 

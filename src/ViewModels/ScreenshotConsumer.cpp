@@ -15,7 +15,7 @@ namespace corvane {
 
 namespace {
 
-AttachedFile fileOf(const QByteArray& png, qint64 now) {
+AttachedFile attachedScreenshot(const QByteArray& png, qint64 now) {
     const auto time = QDateTime::fromMSecsSinceEpoch(now).toString(QStringLiteral("yyyy-MM-dd-HHmmss"));
     return {.id = QUuid::createUuid().toString(QUuid::WithoutBraces),
             .name = QStringLiteral("screenshot-%1.png").arg(time),
@@ -28,42 +28,44 @@ AttachedFile fileOf(const QByteArray& png, qint64 now) {
 
 ScreenshotConsumer::ScreenshotConsumer(ScreenCaptureService& screenCapture, const SettingsViewModel& settings,
                                        const InterviewViewModel& interview, CompletionViewModel& completion,
-                                       Desktop desktop, const platform::Clock& clock)
+                                       Dependencies dependencies, const platform::Clock& clock)
     : m_settings(settings)
     , m_interview(interview)
     , m_completion(completion)
-    , m_desktop(desktop)
+    , m_dependencies(dependencies)
     , m_clock(clock) {
     connect(&screenCapture, &ScreenCaptureService::screenshotCaptured, this, &ScreenshotConsumer::take);
     connect(&screenCapture, &ScreenCaptureService::selectionCaptured, this, &ScreenshotConsumer::take);
     connect(&screenCapture, &ScreenCaptureService::captureFailed, this, [this](const QString& reason) {
-        m_desktop.notifications.show(QStringLiteral("No screenshot was taken"), reason);
+        m_dependencies.notifications.show(QStringLiteral("No screenshot was taken"), reason);
     });
 }
 
 void ScreenshotConsumer::take(const QByteArray& png) {
     if (!m_settings.screenshotConfig().enabled) {
-        m_desktop.clipboard.setPicture(png);
-        m_desktop.notifications.show(QStringLiteral("Screenshot copied"),
-                                     QStringLiteral("It is on the clipboard, ready to be pasted."));
+        m_dependencies.clipboard.setPicture(png);
+        m_dependencies.notifications.show(QStringLiteral("Screenshot copied"),
+                                          QStringLiteral("It is on the clipboard, ready to be pasted."));
     } else if (isUnderWay(m_interview.status())) {
-        m_completion.keep({fileOf(png, m_clock.nowMilliseconds())});
-        m_desktop.notifications.show(
+        m_completion.keep({attachedScreenshot(png, m_clock.nowMilliseconds())});
+        m_dependencies.notifications.show(
             QStringLiteral("Screenshot kept with the conversation"),
-            QStringLiteral("It stays on this computer. During an interview nothing is asked about it."));
+            QStringLiteral(
+                "It stays on this computer. The assistant is not asked about it during an interview."));
     } else {
         submit(png);
-        // Only the words of a message travel.
-        m_desktop.notifications.show(QStringLiteral("Screenshot added to the chat"),
-                                     QStringLiteral("The assistant has been asked in words. The picture "
-                                                    "stays with the message on this computer."));
+        // Only the text of a message is sent.
+        m_dependencies.notifications.show(
+            QStringLiteral("Screenshot added to the chat"),
+            QStringLiteral("Only the text was sent to the assistant. The picture "
+                           "stays with the message on this computer."));
     }
 }
 
 void ScreenshotConsumer::submit(const QByteArray& png) {
     const auto typed = m_completion.input();
     auto files = m_completion.attachedFiles();
-    files.append(fileOf(png, m_clock.nowMilliseconds()));
+    files.append(attachedScreenshot(png, m_clock.nowMilliseconds()));
     m_completion.setAttachedFiles(std::move(files));
     m_completion.setInput(m_settings.screenshotConfig().autoPrompt);
     m_completion.submit();

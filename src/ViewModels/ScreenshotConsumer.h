@@ -16,22 +16,22 @@ class InterviewViewModel;
 class ScreenCaptureService;
 class SettingsViewModel;
 
-// What becomes of a screenshot: a message with it to the assistant; during an interview, which a message
-// would disturb, a picture kept with the conversation; with that switched off, a picture on the clipboard. A
-// notice says which it was, or why there is none. Main thread.
+// Decides what happens to a screenshot. Normally it is sent to the assistant with a message; during an
+// interview, which a message would disturb, it is stored with the conversation; when screenshots are switched
+// off, it goes to the clipboard. A notification says what was done, or why there is no picture. Main thread.
 class ScreenshotConsumer : public QObject {
     Q_OBJECT
 
 public:
-    // Where pictures and notices go on the desktop.
-    struct Desktop {
+    // What it needs from the desktop.
+    struct Dependencies {
         platform::Clipboard& clipboard;
         platform::Notifications& notifications;
     };
 
     ScreenshotConsumer(ScreenCaptureService& screenCapture, const SettingsViewModel& settings,
-                       const InterviewViewModel& interview, CompletionViewModel& completion, Desktop desktop,
-                       const platform::Clock& clock);
+                       const InterviewViewModel& interview, CompletionViewModel& completion,
+                       Dependencies dependencies, const platform::Clock& clock);
 
 private:
     void take(const QByteArray& png);
@@ -40,7 +40,7 @@ private:
     const SettingsViewModel& m_settings;
     const InterviewViewModel& m_interview;
     CompletionViewModel& m_completion;
-    Desktop m_desktop;
+    Dependencies m_dependencies;
     const platform::Clock& m_clock;
 };
 

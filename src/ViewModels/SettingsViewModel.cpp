@@ -18,7 +18,8 @@ QString name(const char* key) {
     return QLatin1String(key);
 }
 
-// An entry that cannot be read in full counts as absent, and stays as it is until it is saved over.
+// Returns nullopt for an entry that cannot be read in full. The entry is left as it is until it is saved
+// again.
 template<typename Value, typename Decode>
 std::optional<Value> entry(const platform::DefaultsStore& defaults, const char* key, Decode decode) {
     const auto bytes = defaults.data(name(key));
@@ -38,7 +39,7 @@ std::optional<Record> record(const platform::DefaultsStore& defaults, const char
                          [](const boost::json::value& value) { return Record::fromJson(value); });
 }
 
-// One bad element empties the list.
+// Returns an empty list when any element is invalid.
 template<typename Record>
 QList<Record> records(const platform::DefaultsStore& defaults, const char* key) {
     const auto decode = [](const boost::json::value& value) {
@@ -53,18 +54,19 @@ QList<Record> records(const platform::DefaultsStore& defaults, const char* key) 
 
 } // namespace
 
-SettingsViewModel::SettingsViewModel(DatabaseService& database, KeychainService& keychain, Desktop desktop)
+SettingsViewModel::SettingsViewModel(DatabaseService& database, KeychainService& keychain,
+                                     Dependencies dependencies)
     : m_database(database)
     , m_keychain(keychain)
-    , m_desktop(desktop) {
+    , m_dependencies(dependencies) {
     load();
 }
 
 void SettingsViewModel::load() {
-    const auto& defaults = m_desktop.defaults;
+    const auto& defaults = m_dependencies.defaults;
     m_theme = appTheme(defaults.string(name("theme")).value_or(rawValue(AppTheme::system)))
                   .value_or(AppTheme::system);
-    // Nothing at all cannot be told from no transparency set.
+    // A value of 0 counts as absent: a missing entry and an entry of 0 cannot be told apart.
     const auto transparency = defaults.real(name("transparency")).value_or(0.0);
     m_transparency = transparency == 0.0 ? 100.0 : transparency;
     m_corvaneApiEnabled = isCorvaneApiEnabled(defaults);
@@ -92,7 +94,7 @@ bool SettingsViewModel::isCorvaneApiEnabled(const platform::DefaultsStore& defau
 
 void SettingsViewModel::setTheme(AppTheme theme) {
     const bool changed = std::exchange(m_theme, theme) != theme;
-    // Also for the same choice again: a theme that was stored is applied only when the user picks it.
+    // The theme is applied even when it is the same: a stored theme takes effect only when the user picks it.
     saveTheme();
     if (changed) {
         Q_EMIT themeChanged();
@@ -101,7 +103,7 @@ void SettingsViewModel::setTheme(AppTheme theme) {
 
 void SettingsViewModel::setTransparency(double percent) {
     if (std::exchange(m_transparency, percent) != percent) {
-        m_desktop.defaults.setDouble(name("transparency"), percent);
+        m_dependencies.defaults.setDouble(name("transparency"), percent);
         Q_EMIT transparencyChanged();
     }
 }
@@ -120,7 +122,7 @@ void SettingsViewModel::setResponseSettings(const ResponseSettings& settings) {
 
 void SettingsViewModel::setCorvaneApiEnabled(bool enabled) {
     m_corvaneApiEnabled = enabled;
-    m_desktop.defaults.setBool(name("corvane_api_enabled"), enabled);
+    m_dependencies.defaults.setBool(name("corvane_api_enabled"), enabled);
     Q_EMIT corvaneApiEnabledChanged();
 }
 
@@ -132,23 +134,23 @@ void SettingsViewModel::setSelectedAudioDevices(const SelectedAudioDevices& devi
 }
 
 void SettingsViewModel::saveTheme() {
-    m_desktop.defaults.setString(name("theme"), rawValue(m_theme));
+    m_dependencies.defaults.setString(name("theme"), rawValue(m_theme));
     switch (m_theme) {
     case AppTheme::light:
-        m_desktop.appearance.pick(platform::ColorScheme::light);
+        m_dependencies.appearance.pick(platform::ColorScheme::light);
         break;
     case AppTheme::dark:
-        m_desktop.appearance.pick(platform::ColorScheme::dark);
+        m_dependencies.appearance.pick(platform::ColorScheme::dark);
         break;
     case AppTheme::system:
-        m_desktop.appearance.pick(std::nullopt);
+        m_dependencies.appearance.pick(std::nullopt);
         break;
     }
 }
 
 template<typename Record>
 void SettingsViewModel::save(const char* key, const Record& record) {
-    m_desktop.defaults.setData(name(key), json::serialize(record.toJson()));
+    m_dependencies.defaults.setData(name(key), json::serialize(record.toJson()));
 }
 
 void SettingsViewModel::saveCustomizable() {
@@ -176,20 +178,20 @@ void SettingsViewModel::changeSwitch(Change change) {
 
 void SettingsViewModel::toggleAppIconVisibility() {
     changeSwitch([](auto& state) { state.appIcon.isVisible = !state.appIcon.isVisible; });
-    m_desktop.windows.setActivationPolicy(m_customizable.appIcon.isVisible ? ActivationPolicy::regular
-                                                                           : ActivationPolicy::accessory);
+    m_dependencies.windows.setActivationPolicy(
+        m_customizable.appIcon.isVisible ? ActivationPolicy::regular : ActivationPolicy::accessory);
 }
 
 void SettingsViewModel::toggleAlwaysOnTop() {
     changeSwitch([](auto& state) { state.alwaysOnTop.isEnabled = !state.alwaysOnTop.isEnabled; });
-    if (auto* panel = m_desktop.windows.floatingPanel()) {
+    if (auto* panel = m_dependencies.windows.floatingPanel()) {
         panel->setLevel(m_customizable.alwaysOnTop.isEnabled ? WindowLevel::floating : WindowLevel::normal);
     }
 }
 
 void SettingsViewModel::toggleContentProtected() {
     changeSwitch([](auto& state) { state.contentProtected.isEnabled = !state.contentProtected.isEnabled; });
-    m_desktop.windows.setContentProtected(m_customizable.contentProtected.isEnabled);
+    m_dependencies.windows.setContentProtected(m_customizable.contentProtected.isEnabled);
 }
 
 void SettingsViewModel::toggleAutostart() {
@@ -197,15 +199,15 @@ void SettingsViewModel::toggleAutostart() {
     m_autostartError.clear();
     try {
         if (m_customizable.autostart.isEnabled) {
-            m_desktop.loginItem.registerItem();
+            m_dependencies.loginItem.registerItem();
         } else {
-            m_desktop.loginItem.unregisterItem();
+            m_dependencies.loginItem.unregisterItem();
         }
     } catch (const std::exception& error) {
         m_autostartError = platform::errorText(error);
         platform::printLine(QStringLiteral("[Settings] Autostart error: ") + m_autostartError);
     }
-    // Of autostartError(), which is not known before.
+    // autostartError() is known only now, so the change is signalled again.
     Q_EMIT customizableChanged();
 }
 

@@ -18,20 +18,20 @@ class ApplicationWindows;
 class DatabaseService;
 class KeychainService;
 
-// The one copy of the user's settings in memory: read when it is built, written at each change. Main thread.
+// The user's settings in memory. They are read when it is created and written at each change. Main thread.
 class SettingsViewModel : public QObject {
     Q_OBJECT
 
 public:
-    // What of the desktop the settings act on.
-    struct Desktop {
+    // What the settings are stored in and act on.
+    struct Dependencies {
         platform::DefaultsStore& defaults;
         platform::Appearance& appearance;
         platform::LoginItem& loginItem;
         ApplicationWindows& windows;
     };
 
-    SettingsViewModel(DatabaseService& database, KeychainService& keychain, Desktop desktop);
+    SettingsViewModel(DatabaseService& database, KeychainService& keychain, Dependencies dependencies);
 
     AppTheme theme() const { return m_theme; }
     void setTheme(AppTheme theme);
@@ -44,7 +44,7 @@ public:
     void setResponseSettings(const ResponseSettings& settings);
     bool corvaneApiEnabled() const { return m_corvaneApiEnabled; }
     void setCorvaneApiEnabled(bool enabled);
-    // As the store has it now. Only the entry's absence means that it is enabled.
+    // Returns the setting as it is in the store at present. It counts as enabled when there is no entry.
     static bool isCorvaneApiEnabled(const platform::DefaultsStore& defaults);
     const QList<SystemPrompt>& systemPrompts() const { return m_systemPrompts; }
     const std::optional<qint64>& selectedSystemPromptId() const { return m_selectedSystemPromptId; }
@@ -54,7 +54,7 @@ public:
     const QList<CustomSTTProvider>& customSttProviders() const { return m_customSttProviders; }
     const std::optional<SelectedProvider>& selectedSttProvider() const { return m_selectedSttProvider; }
     const SelectedAudioDevices& selectedAudioDevices() const { return m_selectedAudioDevices; }
-    // Kept in memory only until saveAudioDevices().
+    // Changed in memory only; saveAudioDevices() stores it.
     void setSelectedAudioDevices(const SelectedAudioDevices& devices);
 
     void saveTheme();
@@ -63,15 +63,15 @@ public:
     void saveResponseSettings();
     void saveAudioDevices();
 
-    // Each inverts its switch, stores it, and acts on it.
+    // Each of these inverts its switch, stores it, and applies it.
     void toggleAppIconVisibility();
     void toggleAlwaysOnTop();
     void toggleContentProtected();
-    // What the desktop refuses is logged and kept as autostartError(); the switch keeps its new state.
+    // A refusal by the desktop is printed and returned by autostartError(); the switch keeps its new state.
     void toggleAutostart();
-    // Empty when the desktop has done what the switch says.
+    // Returns an empty text when the desktop has done what the switch says.
     QString autostartError() const { return m_autostartError; }
-    // Stored; nothing acts on it.
+    // Stores the type, which has no effect at present.
     void setCursorType(CursorType type);
 
 Q_SIGNALS:
@@ -108,7 +108,7 @@ private:
 
     DatabaseService& m_database;
     KeychainService& m_keychain;
-    Desktop m_desktop;
+    Dependencies m_dependencies;
 };
 
 } // namespace corvane

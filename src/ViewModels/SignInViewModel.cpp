@@ -20,7 +20,7 @@ bool isUnknownIdentifier(const ClerkAPIError& error) {
                                [&](const char* code) { return error.hasCode(QLatin1String(code)); });
 }
 
-// The text of a failure; `fallback` for a refusal that says nothing.
+// Returns the text of a failure, or `fallback` for a refusal without a message.
 QString failureText(const std::exception_ptr& failure, const QString& fallback) {
     try {
         std::rethrow_exception(failure);
@@ -116,7 +116,7 @@ QCoro::Task<void> SignInViewModel::submitCode() {
 }
 
 void SignInViewModel::resetToEmail() {
-    // The answer that this face waits for is not the next one's.
+    // A late answer must not be taken for the answer to the next request.
     m_operations.cancel();
     m_isBusy = false;
     m_phase = Phase::email;

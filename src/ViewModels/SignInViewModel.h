@@ -13,8 +13,8 @@ namespace corvane {
 
 class ClerkAuthService;
 
-// The way through the sign-in card: an address, then the code sent to it. What fails ends up as a text or as
-// another face of the card. Main thread.
+// The steps of the sign-in card: an address, then the code sent to it. A failure is shown as a text or as
+// another page of the card. Main thread.
 class SignInViewModel : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString email READ email WRITE setEmail NOTIFY emailChanged)
@@ -39,10 +39,10 @@ public:
     QString errorText() const { return m_errorMessage.value_or(QString()); }
 
     bool emailIsValid() const;
-    // Neither throws. A second call while one is under way does nothing.
+    // Neither throws. A call does nothing while another is under way.
     QCoro::Task<void> submitEmail();
     QCoro::Task<void> submitCode();
-    // The address stays, so that it can be corrected. A request under way is given up.
+    // Goes back to the address, which is kept so that it can be corrected. A request under way is given up.
     void resetToEmail();
 
 Q_SIGNALS:

@@ -11,9 +11,9 @@ using platform::logLine;
 
 namespace {
 
-// Sound is to be back within 3 s of the sound server.
+// Sound has to be back within 3 s of the sound server.
 constexpr auto interval = 1s;
-// Starts that failed although the server answered.
+// The number of failed starts, although the server answered, after which the watch gives up.
 constexpr int maxStarts = 10;
 
 } // namespace
@@ -34,7 +34,8 @@ void SoundWatch::stop() {
     m_timer.reset();
 }
 
-// One look at a time: a slow sound server is not asked again before it has answered.
+// The timer is started again only after a look has ended, so that a slow sound server is not asked again
+// before it has answered.
 void SoundWatch::wait() {
     m_timer =
         m_clock.once(interval, [this] { platform::startTask(look(m_looks.ticket()), "look for sound"); });

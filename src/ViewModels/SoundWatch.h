@@ -11,17 +11,17 @@
 
 namespace corvane {
 
-// Takes up sound that was lost in the middle of an interview. Main thread.
+// Starts captures again that were lost during an interview. Main thread.
 class SoundWatch {
 public:
     struct Owner {
-        std::function<bool()> mayAct;    // false: the watch waits
-        std::function<void()> hasLooked; // what the last starts brought back is known by now
+        std::function<bool()> mayAct;    // returns false while the watch has to wait
+        std::function<void()> hasLooked; // called when the outcome of the last starts is known
     };
 
     SoundWatch(AudioCaptureService& audioCapture, platform::Clock& clock, Owner owner);
 
-    // Looks once a second until both streams run, or until the starts have failed too often.
+    // Looks for the sources once a second, until both streams run or the starts have failed too often.
     void start();
     void stop();
     bool isRunning() const { return m_timer != nullptr; }
@@ -35,7 +35,7 @@ private:
     platform::Clock& m_clock;
     Owner m_owner;
     platform::OperationScope m_looks;
-    std::unique_ptr<platform::Timer> m_timer; // until the next look, and kept during it
+    std::unique_ptr<platform::Timer> m_timer; // runs until the next look; kept while looking
     int m_starts = 0;
 };
 

@@ -5,14 +5,14 @@
 
 namespace corvane {
 
-// A text that arrives in pieces, and whoever follows it hears of the pieces alone. Main thread.
+// A text that arrives in pieces. Those who follow it receive the pieces only. Main thread.
 class StreamedText : public QObject {
     Q_OBJECT
 
 public:
     using QObject::QObject;
 
-    // Do not keep a copy: the next append would have to copy the whole text.
+    // Callers must not keep a copy: the next append would have to copy the whole text.
     const QString& text() const { return m_text; }
 
     void append(const QString& more) {

@@ -26,7 +26,9 @@ SystemAudioViewModel::SystemAudioViewModel(AudioCaptureService& audioCapture, We
 }
 
 SystemAudioViewModel::~SystemAudioViewModel() {
-    disconnect(m_utterances);
+    for (const auto& subscription : m_cancellables) {
+        disconnect(subscription);
+    }
 }
 
 void SystemAudioViewModel::setupSubscriptions() {
@@ -37,12 +39,13 @@ void SystemAudioViewModel::setupSubscriptions() {
         }
     };
     follow();
-    connect(&m_audioCapture, &AudioCaptureService::isCapturingChanged, this, follow);
+    m_cancellables.append(connect(&m_audioCapture, &AudioCaptureService::isCapturingChanged, this, follow));
 
-    // Emitted on the audio thread, where this object may already be going away: the service, which waits for
-    // its threads, is the context, and the object is looked at on the main thread only. Who owns a chunk is
-    // decided when it is made, so that one that an interview has sent is not sent again after its end.
-    m_utterances = connect(
+    // This is emitted on the audio thread, while this object may be going away. So the context is the
+    // service, which waits for its threads, and this object is used on the main thread only. The owner of a
+    // chunk is determined when it is made, so that a chunk that an interview has sent is not sent again after
+    // its end.
+    m_cancellables.append(connect(
         &m_audioCapture, &AudioCaptureService::speechDetected, &m_audioCapture,
         [self = QPointer(this), owned = m_interviewOwnsAudio](const QByteArray& wav) {
             if (*owned) {
@@ -54,13 +57,14 @@ void SystemAudioViewModel::setupSubscriptions() {
                 }
             });
         },
-        Qt::DirectConnection);
+        Qt::DirectConnection));
 
-    connect(&m_audioCapture, &AudioCaptureService::recordingProgress, this, [this](int seconds) {
-        if (std::exchange(m_recordingElapsed, seconds) != seconds) {
-            Q_EMIT recordingElapsedChanged();
-        }
-    });
+    m_cancellables.append(
+        connect(&m_audioCapture, &AudioCaptureService::recordingProgress, this, [this](int seconds) {
+            if (std::exchange(m_recordingElapsed, seconds) != seconds) {
+                Q_EMIT recordingElapsedChanged();
+            }
+        }));
 }
 
 void SystemAudioViewModel::handleSpeechDetected(const QByteArray& wav) {
@@ -98,7 +102,7 @@ QCoro::Task<void> SystemAudioViewModel::runStart() {
         co_await m_audioCapture.startCapture(AudioCaptureMode::vad, interviewVadConfig);
         co_return;
     } catch (const platform::OperationCancelled&) {
-        // The user has stopped it meanwhile.
+        // The user has stopped the capture in the meantime.
         throw;
     } catch (const std::exception& error) {
         failure = platform::errorText(error);

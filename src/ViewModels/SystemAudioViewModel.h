@@ -19,7 +19,8 @@ namespace corvane {
 class AudioCaptureService;
 class WebSocketService;
 
-// Listens to system audio without an interview: each utterance goes to the backend as one frame. Main thread.
+// Captures system audio outside an interview and sends each utterance to the backend as one frame. Main
+// thread.
 class SystemAudioViewModel : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isCapturing READ isCapturing NOTIFY isCapturingChanged)
@@ -37,17 +38,17 @@ public:
     bool isCapturing() const { return m_isCapturing; }
     QString transcription() const { return m_transcription; }
     QString aiResponse() const { return m_aiResponse; }
-    // Why the last failed start failed; stays when a later one succeeds.
+    // Returns why the last failed start failed. It is not cleared when a later one succeeds.
     const std::optional<QString>& error() const { return m_error; }
     QString errorText() const { return m_error.value_or(QString()); }
     int recordingElapsed() const { return m_recordingElapsed; } // s
     bool permissionGranted() const { return m_permissionGranted; }
 
-    // While an interview forwards the chunks itself, this model sends nothing.
+    // Returns whether an interview is forwarding the chunks itself, in which case this model sends nothing.
     bool interviewOwnsAudio() const { return *m_interviewOwnsAudio; }
     void setInterviewOwnsAudio(bool owns) { *m_interviewOwnsAudio = owns; }
 
-    // Returns at once. There is no stop here: stop the capture service.
+    // Starts the capture and returns at once. To stop it, stop the capture service.
     void startCapture();
 
 Q_SIGNALS:
@@ -73,10 +74,10 @@ private:
     std::optional<QString> m_error;
     int m_recordingElapsed = 0;
     bool m_permissionGranted = false;
-    // Read by the audio thread as well.
+    // Read on the audio thread as well.
     const std::shared_ptr<std::atomic<bool>> m_interviewOwnsAudio =
         std::make_shared<std::atomic<bool>>(false);
-    QMetaObject::Connection m_utterances;
+    QList<QMetaObject::Connection> m_cancellables; // ended with this object
     platform::OperationScope m_scope;
 };
 

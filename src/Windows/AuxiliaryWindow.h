@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ViewModels/PanelWindow.h"
+#include "ViewModels/FloatingPanelController.h"
 
 namespace corvane {
 

@@ -1,22 +1,23 @@
 #pragma once
 
-#include "ViewModels/PanelWindow.h"
+#include "ViewModels/FloatingPanelController.h"
 
 #include <functional>
 
 namespace corvane {
 
-// The program's ordinary window. Main thread.
+// The dashboard's window, the program's ordinary one. Main thread.
 class DashboardWindow {
 public:
     virtual ~DashboardWindow() = default;
 
-    // Shows it in front, with the keyboard.
+    // Shows the window in front, with the keyboard.
     virtual void showWindow() = 0;
     virtual void orderOut() = 0;
-    // A minimized window is not.
+    // Returns false for a minimized window.
     virtual bool isVisible() const = 0;
-    // Calls back once the window has been drawn after it was shown, or could not be for half a second.
+    // Calls `then` once the window has been painted after it was shown, or after half a second if it could
+    // not be.
     virtual void whenPainted(std::function<void()> then) = 0;
     virtual void setSharingType(SharingType type) = 0;
     virtual void setActivationPolicy(ActivationPolicy policy) = 0;

@@ -4,6 +4,7 @@
 #include "Platform/Windows/QuietWindow.h"
 #include "Platform/Windows/UserInteraction.h"
 #include "Views/Dashboard/DashboardPresenter.h"
+#include "Windows/ContentView.h"
 #include "Windows/FirstPainting.h"
 
 #include <QCloseEvent>
@@ -45,12 +46,16 @@ DashboardWindowController::~DashboardWindowController() {
 void DashboardWindowController::showWindow() {
     if (!rootObject()) {
         setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&m_presenter)}});
-        setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Dashboard/DashboardView.qml")));
+        setSource(contentView("Dashboard/DashboardView.qml"));
     }
+    makeKeyAndOrderFront();
+}
+
+void DashboardWindowController::makeKeyAndOrderFront() {
     applyPolicy();
     setWindowStates(windowStates() & ~Qt::WindowMinimized);
     setVisible(true);
-    // A window manager that sees only now to the last hiding has taken the hints away.
+    // A window manager that notices the last hiding only now has removed the hints.
     applyPolicy();
     raise();
     platform::takeKeyboard(*this);
@@ -68,9 +73,13 @@ void DashboardWindowController::orderOut() {
 }
 
 void DashboardWindowController::closeEvent(QCloseEvent* event) {
-    event->ignore();
-    // Not while the window still handles its own event.
+    event->setAccepted(windowShouldClose());
+}
+
+// Hides the window instead. That is queued, because the window is still handling its own event.
+bool DashboardWindowController::windowShouldClose() {
     QMetaObject::invokeMethod(this, &DashboardWindowController::orderOut, Qt::QueuedConnection);
+    return false;
 }
 
 void DashboardWindowController::setActivationPolicy(ActivationPolicy policy) {
@@ -83,7 +92,8 @@ void DashboardWindowController::applyPolicy() {
     platform::setSkipsTaskbar(*this, m_policy == ActivationPolicy::accessory);
 }
 
-// Nothing for what is no frame, lies on a screen that is gone, or is larger than all screens together.
+// Returns nullopt when nothing valid is stored, when the frame is on a screen that is gone, and when it is
+// larger than all screens together.
 std::optional<QRect> DashboardWindowController::storedFrame() const {
     const auto words = m_defaults.string(frameKey).value_or(QString()).split(u' ');
     std::array<int, 4> numbers{};

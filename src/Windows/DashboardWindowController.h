@@ -14,8 +14,8 @@ namespace corvane {
 
 class DashboardPresenter;
 
-// The dashboard's window. Closing it hides it: the program goes on, the frame is remembered, and what the
-// views held in memory is given back until it shows again.
+// The dashboard's window. Closing it only hides it: the program goes on, the frame is stored, and the memory
+// of the views is freed until the window is shown again.
 class DashboardWindowController : public QQuickView, public DashboardWindow {
     Q_OBJECT
 
@@ -38,6 +38,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    void makeKeyAndOrderFront();
+    bool windowShouldClose();
     void applyPolicy();
     std::optional<QRect> storedFrame() const;
     void restoreFrame();

@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto longestPainting = 500ms; // on a display that shows a window to nobody it is not painted
+constexpr auto longestPainting = 500ms; // a window is not painted where nobody can see it
 
 } // namespace
 

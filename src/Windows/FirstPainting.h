@@ -6,7 +6,8 @@ class QQuickWindow;
 
 namespace corvane {
 
-// Calls back once the window has been drawn, or could not be for half a second; not when it goes before.
+// Calls `then` once the window has been painted, or after half a second if it could not be. Does not call it
+// when the window is destroyed first.
 void whenNextPainted(QQuickWindow& window, std::function<void()> then);
 
 } // namespace corvane

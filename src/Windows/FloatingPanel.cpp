@@ -5,6 +5,7 @@
 #include "Platform/Windows/QuietWindow.h"
 #include "Platform/Windows/UserInteraction.h"
 #include "Views/Overlay/OverlayBarPresenter.h"
+#include "Windows/ContentView.h"
 #include "Windows/FirstPainting.h"
 
 #include <QGuiApplication>
@@ -20,13 +21,14 @@ namespace {
 
 using namespace std::chrono_literals;
 
+constexpr auto clearColor = Qt::transparent;
 constexpr int offsetFromTop = 54;
-constexpr auto longestMove = 300ms; // until the display has told of it
+constexpr auto longestMove = 300ms; // within which the display reports a new position
 
-void sayWhatIsDenied() {
+void logMissingWindowFeatures() {
     if (const auto denied = platform::missingWindowFeatures(); !denied.isEmpty()) {
         platform::logLine(
-            QStringLiteral("[Panel] This desktop does not let the bar: %1. Rules of your own may, "
+            QStringLiteral("[Panel] This desktop does not let the bar: %1. Window rules may change that: "
                            "see docs/desktops.md.")
                 .arg(denied.join(QStringLiteral(", "))));
     }
@@ -38,35 +40,36 @@ FloatingPanel::FloatingPanel(QQmlEngine& engine, OverlayBarPresenter& presenter)
     : QQuickView(&engine, nullptr)
     , m_presenter(presenter) {
     setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
-    setColor(Qt::transparent);
+    setColor(clearColor);
     setTitle(QStringLiteral("Corvane Lumetra"));
     setResizeMode(QQuickView::SizeRootObjectToView);
     resize(panelWidth, barHeight);
-    connect(this, &QWindow::windowStateChanged, this, &FloatingPanel::comeBackFromIcon);
-    connect(&presenter, &OverlayBarPresenter::drawnRegionChanged, this, &FloatingPanel::takeShape);
+    connect(this, &QWindow::windowStateChanged, this, &FloatingPanel::restoreFromMinimized);
+    connect(&presenter, &OverlayBarPresenter::drawnRegionChanged, this, &FloatingPanel::applyShape);
     connect(&presenter, &OverlayBarPresenter::moveWanted, this, &FloatingPanel::startDrag);
     connect(presenter.input(), &CompletionInputPresenter::focusWanted, this,
             [this] { platform::takeKeyboard(*this); });
-    connect(qGuiApp, &QGuiApplication::screenRemoved, this, &FloatingPanel::comeBackToAScreen,
+    connect(qGuiApp, &QGuiApplication::screenRemoved, this, &FloatingPanel::moveBackToScreen,
             Qt::QueuedConnection);
     connect(qGuiApp, &QGuiApplication::screenAdded, this, &FloatingPanel::followScreen);
     std::ranges::for_each(QGuiApplication::screens(), [this](QScreen* screen) { followScreen(screen); });
     positionTopCenter(offsetFromTop);
-    takeShape();
+    applyShape();
 }
 
 FloatingPanel::~FloatingPanel() = default;
 
-// What is hidden, as the bar is while nobody is signed in, costs no start its window and content.
+// Creates the window and its content at the first showing, as a start without a signed-in user does not need
+// them.
 void FloatingPanel::prepare() {
     if (!rootObject()) {
         create();
         platform::setShowsQuietly(*this);
-        sayWhatIsDenied();
+        logDeniedManners();
         m_aboveFullScreen = std::make_unique<platform::AboveFullScreen>(*this);
-        takeShape();
+        applyShape();
         setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&m_presenter)}});
-        setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Overlay/OverlayBarView.qml")));
+        setSource(contentView("Overlay/OverlayBarView.qml"));
     }
 }
 
@@ -75,9 +78,10 @@ void FloatingPanel::orderFrontRegardless() {
         prepare();
         applyHints();
         QQuickView::show();
-        // A window manager that sees only now to the last hiding has taken them away.
+        // A window manager that notices the last hiding only now has removed the hints.
         applyHints();
-        // GNOME puts what shows without the keyboard under the active window, once it does show it.
+        // GNOME puts a window that is shown without the keyboard under the active window once it has mapped
+        // it.
         whenPainted([this] {
             if (isVisible()) {
                 platform::raiseQuietly(*this);
@@ -92,21 +96,21 @@ void FloatingPanel::orderOut() {
 }
 
 QRect FloatingPanel::frame() const {
-    return {m_arriving.hasExpired() ? position() : m_place, QSize(width(), m_height)};
+    return {m_arriving.hasExpired() ? position() : m_frameOrigin, QSize(width(), m_height)};
 }
 
 void FloatingPanel::setFrame(const QRect& frame) {
     if (frame.topLeft() != this->frame().topLeft()) {
-        moveTo(frame.topLeft());
+        setFrameOrigin(frame.topLeft());
     }
     m_height = frame.height();
 }
 
-// Steps that follow each other fast add up to the whole way, although the display tells of each one late.
-void FloatingPanel::moveTo(QPoint place) {
-    m_place = place;
+// Steps in quick succession add up, although the display reports each new position late.
+void FloatingPanel::setFrameOrigin(QPoint origin) {
+    m_frameOrigin = origin;
     m_arriving.setRemainingTime(longestMove);
-    setPosition(place);
+    setPosition(origin);
 }
 
 void FloatingPanel::setLevel(WindowLevel level) {
@@ -119,24 +123,24 @@ void FloatingPanel::setActivationPolicy(ActivationPolicy policy) {
     applyHints();
 }
 
-// On X11 the bar moves itself: KWin moves no window that it keeps above full-screen ones, and others would
-// tile one that is dragged to an edge.
+// On X11 the bar moves itself: KWin does not move windows that it keeps above full-screen ones, and other
+// window managers would tile a window that is dragged to an edge.
 void FloatingPanel::startDrag() {
     if (platform::canPlaceWindows()) {
-        m_grip = m_pressed;
+        m_grip = m_locationInWindow;
     } else {
         startSystemMove();
     }
 }
 
 void FloatingPanel::mousePressEvent(QMouseEvent* event) {
-    m_pressed = event->position().toPoint();
+    m_locationInWindow = event->position().toPoint();
     QQuickView::mousePressEvent(event);
 }
 
 void FloatingPanel::mouseMoveEvent(QMouseEvent* event) {
     if (m_grip) {
-        moveTo(event->globalPosition().toPoint() - *m_grip);
+        setFrameOrigin(event->globalPosition().toPoint() - *m_grip);
     }
     QQuickView::mouseMoveEvent(event);
 }
@@ -162,14 +166,14 @@ void FloatingPanel::applyHints() {
 
 void FloatingPanel::positionTopCenter(int offset) {
     if (const auto* screen = QGuiApplication::primaryScreen()) {
-        const auto free = screen->availableGeometry();
-        moveTo({free.x() + (free.width() - width()) / 2, free.y() + offset});
+        const auto visibleFrame = screen->availableGeometry();
+        setFrameOrigin({visibleFrame.x() + (visibleFrame.width() - width()) / 2, visibleFrame.y() + offset});
     }
 }
 
-void FloatingPanel::takeShape() {
+void FloatingPanel::applyShape() {
     const auto& drawn = m_presenter.drawnRegion();
-    // What is hidden keeps its size for the next time.
+    // A hidden bar keeps its size for the next showing.
     if (!drawn.isEmpty()) {
         resize(panelWidth, drawn.boundingRect().bottom() + 1);
     }
@@ -179,10 +183,10 @@ void FloatingPanel::takeShape() {
 }
 
 void FloatingPanel::followScreen(QScreen* screen) {
-    connect(screen, &QScreen::geometryChanged, this, &FloatingPanel::comeBackToAScreen, Qt::QueuedConnection);
+    connect(screen, &QScreen::geometryChanged, this, &FloatingPanel::moveBackToScreen, Qt::QueuedConnection);
 }
 
-// The bar itself is what the window is moved by: enough of it to take hold of.
+// Returns whether enough of the bar is on a screen for the user to take hold of it.
 bool FloatingPanel::isWithinReach() const {
     const QRect bar(frame().topLeft(), QSize(panelWidth, barHeight));
     return std::ranges::any_of(QGuiApplication::screens(), [&bar](const QScreen* screen) {
@@ -191,14 +195,14 @@ bool FloatingPanel::isWithinReach() const {
     });
 }
 
-void FloatingPanel::comeBackToAScreen() {
+void FloatingPanel::moveBackToScreen() {
     if (!isWithinReach()) {
         positionTopCenter(offsetFromTop);
     }
 }
 
-// Nothing on the screen would bring a minimized bar back.
-void FloatingPanel::comeBackFromIcon(Qt::WindowState state) {
+// Nothing on the screen could bring a minimized bar back.
+void FloatingPanel::restoreFromMinimized(Qt::WindowState state) {
     if (state == Qt::WindowMinimized && isVisible()) {
         hide();
         setWindowState(Qt::WindowNoState);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ViewModels/PanelWindow.h"
+#include "ViewModels/FloatingPanelController.h"
 
 #include <QDeadlineTimer>
 #include <QQuickView>
@@ -17,10 +17,10 @@ namespace corvane {
 
 class OverlayBarPresenter;
 
-// The bar's window: without a frame, clear where nothing is drawn, on every workspace. It has the height that
-// the model gives it for the model only: the real one is that of what is drawn, so that nothing beside it
-// takes a click or is covered.
-class FloatingPanel : public QQuickView, public PanelWindow {
+// The bar's window: without a frame, transparent where nothing is drawn, and on every workspace. Its frame
+// has the height that the model sets, but the window itself is only as high as what is drawn, so that it
+// covers nothing and takes no clicks below that.
+class FloatingPanel : public QQuickView, public FloatingPanelController {
     Q_OBJECT
 
 public:
@@ -39,10 +39,11 @@ public:
     void setActivationPolicy(ActivationPolicy policy) override;
     void setSharingType(SharingType type) override { m_sharingType = type; }
     void whenPainted(std::function<void()> then) override;
-    // As asked for: X11 cannot hide a window from capture.
+    // Returns the type that was set. X11 cannot hide a window from capture.
     SharingType sharingType() const { return m_sharingType; }
 
-    // The middle of the main screen, `offset` below the top of what the desktop leaves free.
+    // Moves the panel to the horizontal centre of the main screen, `offset` points below the top of the area
+    // that the desktop leaves free.
     void positionTopCenter(int offset);
 
 protected:
@@ -52,21 +53,21 @@ protected:
 
 private:
     void prepare();
-    void moveTo(QPoint place);
+    void setFrameOrigin(QPoint origin);
     void startDrag();
-    void takeShape();
+    void applyShape();
     void applyHints();
     void followScreen(QScreen* screen);
     bool isWithinReach() const;
-    void comeBackToAScreen();
-    void comeBackFromIcon(Qt::WindowState state);
+    void moveBackToScreen();
+    void restoreFromMinimized(Qt::WindowState state);
 
     OverlayBarPresenter& m_presenter;
-    int m_height = barHeight; // as the model has it
-    QPoint m_place;           // where it was last moved to, as long as the display may tell of earlier places
+    int m_height = barHeight; // as the model has set it
+    QPoint m_frameOrigin;     // set last; counts until m_arriving expires, as position() may lag behind
     QDeadlineTimer m_arriving;
-    QPoint m_pressed;             // within the window
-    std::optional<QPoint> m_grip; // of a drag
+    QPoint m_locationInWindow;    // of the last press
+    std::optional<QPoint> m_grip; // where a drag holds the window
     std::unique_ptr<platform::AboveFullScreen> m_aboveFullScreen;
     WindowLevel m_level = WindowLevel::floating;
     ActivationPolicy m_policy = ActivationPolicy::regular;

@@ -12,7 +12,7 @@ namespace corvane {
 
 namespace {
 
-// What assistive technology is told of the window.
+// Describes the window to assistive technology.
 class SelectionAccessible : public QAccessibleObject {
 public:
     using QAccessibleObject::QAccessibleObject;
@@ -40,8 +40,8 @@ private:
 
 } // namespace
 
-// No window manager has a say in it: it would keep the window off panels and full-screen windows, move the
-// keyboard to it and show it in the taskbar.
+// The window bypasses the window manager, which would keep it off panels and full-screen windows, give it the
+// keyboard and show it in the taskbar.
 SelectionOverlayWindow::SelectionOverlayWindow(QScreen& screen, const platform::ScreenPicture& picture)
     : m_screenIndex(std::max(0, static_cast<int>(QGuiApplication::screens().indexOf(&screen))))
     , m_selectionView(picture) {
@@ -53,7 +53,7 @@ SelectionOverlayWindow::SelectionOverlayWindow(QScreen& screen, const platform::
     setCursor(Qt::CrossCursor);
     m_selectionView.onComplete = [this](const QRectF& rect) { onSelectionComplete(rect, m_screenIndex); };
     m_selectionView.onNeedsDisplay = [this](const QRect& area) { update(area); };
-    // The picture is none of the screens any more.
+    // After a change of the screens the picture no longer matches any of them.
     const auto cancel = [this] { onCancel(); };
     connect(qGuiApp, &QGuiApplication::screenAdded, this, cancel, Qt::QueuedConnection);
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, cancel, Qt::QueuedConnection);

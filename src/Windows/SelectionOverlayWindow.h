@@ -13,8 +13,8 @@ class ScopedKeyboardFocus;
 
 namespace corvane {
 
-// The window of a selection on one screen: as large as the screen, above everything, on every workspace. It
-// takes the keyboard once it has been clicked, and gives it back when it goes.
+// The window for selecting a part of one screen. It covers the screen, above everything else and on every
+// workspace. It takes the keyboard when it is clicked, and gives it back when it is closed.
 class SelectionOverlayWindow : public QRasterWindow, public SelectionOverlay {
     Q_OBJECT
 

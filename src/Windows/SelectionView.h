@@ -12,14 +12,14 @@ class QPainter;
 
 namespace corvane {
 
-// One screen as it was, dimmed, and the rectangle that is being drawn on it. In points from the top left
-// corner.
+// The dimmed picture of a screen and the rectangle that is being drawn on it. Coordinates are in points from
+// the top left corner.
 class SelectionView {
 public:
     explicit SelectionView(const platform::ScreenPicture& picture);
 
     std::function<void(const QRectF&)> onComplete;
-    // The part whose look has changed.
+    // Called with the part that has to be drawn again.
     std::function<void(const QRect&)> onNeedsDisplay;
 
     const std::optional<QPointF>& startPoint() const { return m_startPoint; }
@@ -27,7 +27,7 @@ public:
 
     void mouseDown(QPointF place);
     void mouseDragged(QPointF place);
-    // Completes a rectangle of more than 5 points each way; a smaller one is dropped.
+    // Completes a rectangle of more than 5 points in both directions, and drops a smaller one.
     void mouseUp();
     void draw(QPainter& painter) const;
 

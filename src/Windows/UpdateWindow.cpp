@@ -3,6 +3,7 @@
 #include "Platform/Windows/QuietWindow.h"
 #include "Platform/Windows/UserInteraction.h"
 #include "Views/Updates/UpdateDialogPresenter.h"
+#include "Windows/ContentView.h"
 
 #include <QEvent>
 #include <QQmlEngine>
@@ -19,10 +20,10 @@ constexpr QSize sizeWithNotes(500, 400);
 UpdateWindow::UpdateWindow(QQmlEngine& engine, UpdateDialogPresenter& presenter)
     : m_engine(engine)
     , m_presenter(presenter) {
-    // Not while a button of the view handles its own press.
+    // Queued, because a button of the view may still be handling its press.
     connect(&presenter, &UpdateDialogPresenter::stageChanged, this, &UpdateWindow::follow,
             Qt::QueuedConnection);
-    connect(&presenter, &UpdateDialogPresenter::broughtForward, this, &UpdateWindow::comeForward,
+    connect(&presenter, &UpdateDialogPresenter::broughtForward, this, &UpdateWindow::bringForward,
             Qt::QueuedConnection);
 }
 
@@ -49,7 +50,7 @@ void UpdateWindow::follow() {
         m_view->show();
     } else {
         m_view->show();
-        comeForward();
+        bringForward();
     }
 }
 
@@ -60,10 +61,10 @@ void UpdateWindow::open() {
     m_view->setResizeMode(QQuickView::SizeRootObjectToView);
     m_view->installEventFilter(this);
     m_view->setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&m_presenter)}});
-    m_view->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Corvane/Updates/UpdateDialogView.qml")));
+    m_view->setSource(contentView("Updates/UpdateDialogView.qml"));
 }
 
-void UpdateWindow::comeForward() {
+void UpdateWindow::bringForward() {
     if (m_view) {
         m_view->raise();
         platform::takeKeyboard(*m_view);

@@ -11,7 +11,7 @@ namespace corvane {
 
 class UpdateDialogPresenter;
 
-// The window of an update. There is one only while something is shown in it; closing it says no.
+// The window of an update. It exists only while something is shown in it; closing it dismisses the update.
 class UpdateWindow : public QObject, public AuxiliaryWindow {
     Q_OBJECT
 
@@ -26,7 +26,7 @@ protected:
 private:
     void follow();
     void open();
-    void comeForward();
+    void bringForward();
     void applyPolicy();
 
     QQmlEngine& m_engine;

@@ -14,12 +14,12 @@ namespace corvane {
 
 namespace {
 
-// The windows share what the views are read and run by.
+// Creates real windows, which share one QML engine.
 class DesktopWindowFactory : public WindowFactory {
 public:
     DesktopWindowFactory() { m_engine.addImportPath(QStringLiteral("qrc:/qt/qml")); }
 
-    std::unique_ptr<PanelWindow> makeFloatingPanel(OverlayBarPresenter& presenter) override {
+    std::unique_ptr<FloatingPanelController> makeFloatingPanel(OverlayBarPresenter& presenter) override {
         return std::make_unique<FloatingPanel>(m_engine, presenter);
     }
     std::unique_ptr<DashboardWindow> makeDashboard(DashboardPresenter& presenter,

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Services/SelectionOverlay.h"
-#include "ViewModels/PanelWindow.h"
+#include "ViewModels/FloatingPanelController.h"
 #include "Windows/AuxiliaryWindow.h"
 #include "Windows/DashboardWindow.h"
 
@@ -18,23 +18,25 @@ class DashboardPresenter;
 class OverlayBarPresenter;
 class UpdateDialogPresenter;
 
-// Makes the program's windows, and outlives them; a test makes its own.
+// Creates the program's windows, and has to outlive them. Tests use their own.
 class WindowFactory {
 public:
     virtual ~WindowFactory() = default;
 
-    // What is handed in outlives the window.
-    virtual std::unique_ptr<PanelWindow> makeFloatingPanel(OverlayBarPresenter& presenter) = 0;
+    // The arguments have to outlive the window.
+    virtual std::unique_ptr<FloatingPanelController> makeFloatingPanel(OverlayBarPresenter& presenter) = 0;
     virtual std::unique_ptr<DashboardWindow> makeDashboard(DashboardPresenter& presenter,
                                                            platform::DefaultsStore& defaults) = 0;
-    // Shows and hides itself as the presenter says. Null in a build without the updater.
+    // Returns a window that shows and hides itself as the presenter says, or null in a build without the
+    // updater.
     virtual std::unique_ptr<AuxiliaryWindow> makeUpdateWindow(UpdateDialogPresenter&) { return {}; }
-    // Over the screen with that place in QGuiApplication::screens(); null when it is gone.
+    // Returns a window over the screen with that index in QGuiApplication::screens(), or null when the screen
+    // is gone.
     virtual std::unique_ptr<SelectionOverlay>
     makeSelectionOverlay(int screenIndex, const platform::ScreenPicture& picture) = 0;
 };
 
-// Real windows of this desktop. Needs a QGuiApplication.
+// Returns a factory of real windows. It needs a QGuiApplication.
 std::unique_ptr<WindowFactory> makeWindowFactory();
 
 } // namespace corvane

@@ -247,11 +247,11 @@ private Q_SLOTS:
 
     void theMachineIdIsOneStringForEver() {
         const auto defaults = platform::makeMemoryDefaultsStore();
-        QCOMPARE(machineIdOf(*defaults, "of-the-system"), "of-the-system");
-        const auto made = machineIdOf(*defaults, std::nullopt);
+        QCOMPARE(loadMachineId(*defaults, "of-the-system"), "of-the-system");
+        const auto made = loadMachineId(*defaults, std::nullopt);
         QCOMPARE(made.size(), 36);
-        QCOMPARE(machineIdOf(*defaults, std::nullopt), made);
-        QCOMPARE(machineIdOf(*defaults, "of-the-system"), made);
+        QCOMPARE(loadMachineId(*defaults, std::nullopt), made);
+        QCOMPARE(loadMachineId(*defaults, "of-the-system"), made);
 
         // One socket with one token; the REST call and the socket name the same machine.
         TestProgram program;
@@ -260,7 +260,7 @@ private Q_SLOTS:
         QCOMPARE(program.identityHttp->requests().size(), 1);
         const auto body = program.backendHttp->requests().first().body.value();
         const auto command = program.commands("set_session").first();
-        const auto id = machineIdOf(*program.defaults).toUtf8();
+        const auto id = loadMachineId(*program.defaults).toUtf8();
         QVERIFY(body.contains("\"session_id\":\"" + id + '"'));
         QVERIFY(command.contains("\"session_id\":\"" + id + '"'));
     }

@@ -10,9 +10,9 @@
 namespace corvane {
 
 // Windows, the bar's among them, that only remember what was asked of them.
-class FakeWindows : public ApplicationWindows, public PanelWindow {
+class FakeWindows : public ApplicationWindows, public FloatingPanelController {
 public:
-    PanelWindow* floatingPanel() const override { return m_panel; }
+    FloatingPanelController* floatingPanel() const override { return m_panel; }
     void showDashboard() override { calls.append("dashboard"); }
     void setContentProtected(bool on) override { calls.append(on ? "protected" : "not protected"); }
     void setActivationPolicy(ActivationPolicy policy) override { note("policy", static_cast<int>(policy)); }
@@ -31,7 +31,7 @@ public:
 private:
     void note(const char* what, int value) { calls.append(QStringLiteral("%1 %2").arg(what).arg(value)); }
 
-    PanelWindow* m_panel = this;
+    FloatingPanelController* m_panel = this;
 };
 
 // A login item that the desktop refuses when `error` is set.

@@ -5,7 +5,7 @@
 namespace corvane {
 
 // Windows without a display.
-class FakePanel : public PanelWindow {
+class FakePanel : public FloatingPanelController {
 public:
     void orderFrontRegardless() override { visible = true; }
     void orderOut() override { visible = false; }
@@ -47,7 +47,7 @@ public:
 
 class FakeWindowFactory : public WindowFactory {
 public:
-    std::unique_ptr<PanelWindow> makeFloatingPanel(OverlayBarPresenter&) override {
+    std::unique_ptr<FloatingPanelController> makeFloatingPanel(OverlayBarPresenter&) override {
         auto made = std::make_unique<FakePanel>();
         panel = made.get();
         return made;

@@ -31,7 +31,7 @@ struct Fixture : LinkFixture {
 
     std::unique_ptr<SettingsViewModel> settings(platform::DefaultsStore& entries) {
         return std::make_unique<SettingsViewModel>(
-            database, keychain, SettingsViewModel::Desktop{entries, appearance, loginItem, windows});
+            database, keychain, SettingsViewModel::Dependencies{entries, appearance, loginItem, windows});
     }
     QByteArray stored(const char* key) { return defaults->data(key).value_or("nothing"); }
 };

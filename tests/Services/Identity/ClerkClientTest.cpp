@@ -110,7 +110,7 @@ private Q_SLOTS:
     void devBrowserAnswers_data() {
         const auto row = rows<int, QByteArray, QString>();
         const auto invalid =
-            QStringLiteral("The sign-in service gave an invalid answer. Try again in a moment.");
+            QStringLiteral("The sign-in service sent an invalid response. Try again in a moment.");
         row("plain", 200, R"({"response":{"token":"b"},"token":"a"})", "a");
         row("wrapped", 200, R"({"response":{"token":"b"}})", "b");
         row("number", 200, R"({"token":1,"response":{"token":"b"}})", invalid);

@@ -162,9 +162,9 @@ private Q_SLOTS:
     // It shows and backs off, as a server that cannot be reached does, and the line says what is wrong.
     void addressThatCannotBeOpened_data() {
         const auto row = rows<QString>();
-        row("backend.example.com", "The address must begin with https:// or http://, in small letters.");
-        row("localhost:8000", "The address must begin with https:// or http://, in small letters.");
-        row("HTTPS://b.example", "The address must begin with https:// or http://, in small letters.");
+        row("backend.example.com", "The address must begin with https:// or http://, in lower case.");
+        row("localhost:8000", "The address must begin with https:// or http://, in lower case.");
+        row("HTTPS://b.example", "The address must begin with https:// or http://, in lower case.");
         row("https:///api", "The address names no server after https://.");
         row("https://b example", "The address cannot be read. Check it for blanks and typing errors.");
     }

@@ -24,7 +24,7 @@ class SilenceWatchTest : public QObject {
 private Q_SLOTS:
     void saysWhyTheCandidateIsNotHeard_data() {
         const auto row = rows<AudioSurvey, QString>();
-        row("nothing plays", {1, 0, AudioOutput{.name = "Headset"}, {}}, "no program plays any sound");
+        row("nothing plays", {1, 0, AudioOutput{.name = "Headset"}, {}}, "no program is playing sound");
         row("elsewhere", {2, 2, AudioOutput{.name = "Headset"}, {"Desk", "TV"}},
             "another output (\"Desk\", \"TV\")");
         row("muted", {1, 1, AudioOutput{.name = "Headset", .muted = true, .plays = true}, {}},
