@@ -46,8 +46,8 @@ FloatingPanel::FloatingPanel(QQmlEngine& engine, OverlayBarPresenter& presenter)
     resize(panelWidth, barHeight);
     connect(this, &QWindow::windowStateChanged, this, &FloatingPanel::restoreFromMinimized);
     connect(&presenter, &OverlayBarPresenter::drawnRegionChanged, this, &FloatingPanel::applyShape);
-    connect(&presenter, &OverlayBarPresenter::moveWanted, this, &FloatingPanel::startDrag);
-    connect(presenter.input(), &CompletionInputPresenter::focusWanted, this,
+    connect(&presenter, &OverlayBarPresenter::moveRequested, this, &FloatingPanel::startDrag);
+    connect(presenter.input(), &CompletionInputPresenter::focusRequested, this,
             [this] { platform::takeKeyboard(*this); });
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, &FloatingPanel::moveBackToScreen,
             Qt::QueuedConnection);

@@ -62,7 +62,8 @@ private Q_SLOTS:
         signedIn.app->toggleFloatingPanel();
         QVERIFY(!signedIn.windows->panel->visible && signedIn.app->overlayViewModel().isHidden());
         // A desktop may refuse the keyboard: each press asks again.
-        QSignalSpy asked(signedIn.app->overlayBarPresenter().input(), &CompletionInputPresenter::focusWanted);
+        QSignalSpy asked(signedIn.app->overlayBarPresenter().input(),
+                         &CompletionInputPresenter::focusRequested);
         signedIn.app->focusInput();
         QVERIFY(signedIn.windows->panel->visible && signedIn.app->overlayBarPresenter().input()->isFocused());
         signedIn.app->focusInput();

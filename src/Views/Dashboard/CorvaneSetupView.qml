@@ -6,7 +6,7 @@ ScrollPage {
 
     required property CorvaneSetupPresenter presenter
 
-    signal accountWanted
+    signal accountRequested
 
     onAppeared: presenter.appear()
 
@@ -28,7 +28,7 @@ ScrollPage {
 
         SmallButton {
             text: "Open Account"
-            onClicked: page.accountWanted()
+            onClicked: page.accountRequested()
         }
     }
 

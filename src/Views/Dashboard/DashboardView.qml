@@ -56,7 +56,7 @@ Rectangle {
                 Connections {
                     target: page.item
                     ignoreUnknownSignals: true
-                    function onAccountWanted() {
+                    function onAccountRequested() {
                         view.presenter.showAccount();
                     }
                     function onScrolled(position: real) {

@@ -2,15 +2,15 @@ import QtQuick
 import Corvane
 import QtQuick.Templates as T
 
-// Shows the keys of a shortcut. A click or a key press on it asks for other keys with recordingWanted().
+// Shows the keys of a shortcut. A click or a key press on it asks for other keys with recordingRequested().
 T.AbstractButton {
     id: chip
 
     property string shortcut
     property bool recording: false
 
-    signal recordingWanted
-    signal recordingUnwanted
+    signal recordingRequested
+    signal recordingCancelled
 
     implicitWidth: Math.min(label.implicitWidth, 240) + leftPadding + rightPadding
     implicitHeight: label.implicitHeight + topPadding + bottomPadding
@@ -25,16 +25,16 @@ T.AbstractButton {
     Accessible.onPressAction: if (enabled) clicked()
     onClicked: {
         forceActiveFocus(Qt.MouseFocusReason);
-        recordingWanted();
+        recordingRequested();
     }
-    onActiveFocusChanged: if (!activeFocus && recording) recordingUnwanted()
+    onActiveFocusChanged: if (!activeFocus && recording) recordingCancelled()
     // The release of a key that was recorded arrives here too and would count as a click.
     Keys.onReleased: event => event.accepted = event.key === Qt.Key_Space
     Keys.onPressed: event => {
         if ([Qt.Key_Space, Qt.Key_Return, Qt.Key_Enter].includes(event.key)) {
             event.accepted = true;
             if (!event.isAutoRepeat) {
-                recordingWanted();
+                recordingRequested();
             }
         }
     }

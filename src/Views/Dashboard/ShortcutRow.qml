@@ -14,9 +14,9 @@ Item {
     property alias warning: warningText.text
 
     signal toggled
-    signal recordingWanted
-    signal recordingUnwanted
-    signal takeWanted
+    signal recordingRequested
+    signal recordingCancelled
+    signal useAnywayRequested
 
     implicitHeight: column.height + 24
 
@@ -58,8 +58,8 @@ Item {
                 anchors.rightMargin: 12
                 anchors.verticalCenter: parent.verticalCenter
                 shortcut: row.name
-                onRecordingWanted: row.recordingWanted()
-                onRecordingUnwanted: row.recordingUnwanted()
+                onRecordingRequested: row.recordingRequested()
+                onRecordingCancelled: row.recordingCancelled()
             }
             FormSwitch {
                 id: enabledSwitch
@@ -97,7 +97,7 @@ Item {
                 text: "Use Anyway"
                 // A click must not move the focus away from the chip, which would end the recording.
                 focusPolicy: Qt.TabFocus
-                onClicked: row.takeWanted()
+                onClicked: row.useAnywayRequested()
             }
         }
     }

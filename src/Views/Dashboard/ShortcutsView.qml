@@ -139,9 +139,9 @@ ScrollPage {
                     note: shortcut.note
                     warning: shortcut.warning
                     onToggled: page.presenter.toggle(index)
-                    onRecordingWanted: page.presenter.record(index)
-                    onRecordingUnwanted: page.presenter.stopRecording()
-                    onTakeWanted: page.presenter.takeKey()
+                    onRecordingRequested: page.presenter.record(index)
+                    onRecordingCancelled: page.presenter.stopRecording()
+                    onUseAnywayRequested: page.presenter.takeKey()
                     onHeightChanged: if (recording) page.reveal(shortcutRow)
 
                     Rectangle {

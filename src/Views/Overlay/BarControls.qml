@@ -18,7 +18,7 @@ Material {
 
     DragArea {
         anchors.fill: parent
-        onMoveWanted: bar.presenter.startMove()
+        onMoveRequested: bar.presenter.startMove()
     }
 
     RowLayout {

@@ -55,7 +55,7 @@ void CompletionInputPresenter::setIsFocused(bool focused) {
 void CompletionInputPresenter::takeFocusRequest() {
     if (m_overlay.shouldFocusInput() && m_viewState.showsField) {
         setIsFocused(true);
-        Q_EMIT focusWanted();
+        Q_EMIT focusRequested();
         m_overlay.setShouldFocusInput(false);
     }
 }

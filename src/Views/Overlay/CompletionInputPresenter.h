@@ -48,7 +48,7 @@ Q_SIGNALS:
     void interviewIdChanged();
     void isFocusedChanged();
     // Asks the field to take the keyboard, also when an earlier request was refused.
-    void focusWanted();
+    void focusRequested();
 
 private:
     struct ViewState {

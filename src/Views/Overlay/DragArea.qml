@@ -7,13 +7,13 @@ MouseArea {
     property bool isMoving: false
 
     // Not emitted on the press: a desktop that starts a move after a quick click would not end it.
-    signal moveWanted
+    signal moveRequested
 
     onPressed: isMoving = false
     onPositionChanged: {
         if (!isMoving) {
             isMoving = true;
-            moveWanted();
+            moveRequested();
         }
     }
 }

@@ -57,7 +57,7 @@ T.TextField {
     Connections {
         target: field.presenter
 
-        function onFocusWanted() {
+        function onFocusRequested() {
             field.forceActiveFocus(Qt.ShortcutFocusReason);
         }
     }

@@ -79,7 +79,7 @@ public:
     Q_INVOKABLE void dismissOnboarding();
 
     // Lets the pointer drag the bar until it is released.
-    Q_INVOKABLE void startMove() { Q_EMIT moveWanted(); }
+    Q_INVOKABLE void startMove() { Q_EMIT moveRequested(); }
     // Sets what the view paints, as rectangles of the panel. Clicks outside them go to the windows beneath.
     Q_INVOKABLE void reportDrawn(const QVariantList& rects);
     const QRegion& drawnRegion() const { return m_drawnRegion; }
@@ -90,7 +90,7 @@ Q_SIGNALS:
     void materialStrengthChanged();
     void panelHeightChanged();
     void drawnRegionChanged();
-    void moveWanted();
+    void moveRequested();
 
 private:
     enum class Dialog { none, stop, close };
