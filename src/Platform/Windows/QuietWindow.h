@@ -14,8 +14,8 @@ namespace platform {
 QStringList missingWindowFeatures();
 // Returns whether a program can position its windows.
 bool canPlaceWindows();
-// Keeps the window above normal windows, and above full-screen ones if the desktop allows it, or among them.
-// Hiding a window resets this and the properties below.
+// If `above` is set, keeps the window above normal windows, and above full-screen ones if the desktop allows
+// it. Hiding a window resets this and the properties below.
 void setStaysAbove(QWindow& window, bool above);
 // Raises the window once, without moving the keyboard focus.
 void raiseQuietly(QWindow& window);
