@@ -15,15 +15,15 @@ const auto feedKey = QStringLiteral("SUFeedURL");
 } // namespace
 
 UpdaterService::UpdaterService(platform::ApplicationInfo mainBundle,
-                               platform::SPUUpdater::Dependencies surroundings)
+                               platform::SPUUpdater::Dependencies dependencies)
     : m_mainBundle(std::move(mainBundle))
-    , m_surroundings(std::move(surroundings)) {}
+    , m_dependencies(std::move(dependencies)) {}
 
 UpdaterService::~UpdaterService() = default;
 
 void UpdaterService::startUpdater() {
     m_userDriver = std::make_unique<platform::SPUStandardUserDriver>();
-    m_updater = std::make_unique<platform::SPUUpdater>(m_mainBundle, *m_userDriver, *this, m_surroundings);
+    m_updater = std::make_unique<platform::SPUUpdater>(m_mainBundle, *m_userDriver, *this, m_dependencies);
     m_updater->setUpdateCheckInterval(checkInterval);
     try {
         m_updater->startUpdater();

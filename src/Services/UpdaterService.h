@@ -65,7 +65,7 @@ private:
     void setLater(UpdateState state);
 
     const platform::ApplicationInfo m_mainBundle;
-    const platform::SPUUpdater::Dependencies m_surroundings;
+    const platform::SPUUpdater::Dependencies m_dependencies;
     UpdateState m_state;
     std::unique_ptr<platform::SPUStandardUserDriver> m_userDriver;
     std::unique_ptr<platform::SPUUpdater> m_updater;

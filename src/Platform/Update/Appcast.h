@@ -16,7 +16,7 @@ constexpr int maxNesting = 16;                         // nested elements
 constexpr qsizetype longestTag = 4096;                 // characters, attributes included
 constexpr qsizetype longestField = 256;                // characters; notes have their own limit
 constexpr qsizetype longestNotes = 32768;              // characters, the rest is cut off
-constexpr qint64 largestPackage = 512ll * 1024 * 1024; // bytes
+constexpr qint64 largestPackage = 128ll * 1024 * 1024; // bytes
 } // namespace appcast
 
 // One release as the feed states it. Only what the signature covers is trusted.

@@ -1,11 +1,11 @@
 #include "Platform/Update/UpdateKey.h"
 
+#include "Platform/Update/Appcast.h"
 #include "Platform/Update/UpdateError.h"
 
-#include <sodium.h>
+#include <QFile>
 
-#include <sys/mman.h>
-#include <sys/stat.h>
+#include <sodium.h>
 
 namespace platform {
 
@@ -28,20 +28,17 @@ UpdateKey::UpdateKey(const QString& base64)
 }
 
 bool UpdateKey::verifies(int descriptor, const QByteArray& signature) const {
-    struct stat status {};
-    if (signature.size() != crypto_sign_BYTES || ::fstat(descriptor, &status) != 0 || status.st_size <= 0) {
+    QFile file;
+    if (signature.size() != crypto_sign_BYTES || !file.open(descriptor, QIODevice::ReadOnly)) {
         return false;
     }
-    // The signature covers the whole file at once; mapping the file avoids a copy in memory.
-    const auto size = static_cast<std::size_t>(status.st_size);
-    auto* const content = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor, 0);
-    if (content == MAP_FAILED) {
-        return false;
-    }
-    const int answer = crypto_sign_verify_detached(
-        bytesOf(signature), static_cast<const unsigned char*>(content), size, bytesOf(m_key));
-    ::munmap(content, size);
-    return answer == 0;
+    // The signature covers the whole file at once. The file is read, not mapped: a mapped file that another
+    // program truncates meanwhile ends this one by a signal.
+    file.seek(0);
+    const auto content = file.read(appcast::largestPackage + 1);
+    return !content.isEmpty() && content.size() <= appcast::largestPackage &&
+           crypto_sign_verify_detached(bytesOf(signature), bytesOf(content),
+                                       static_cast<unsigned long long>(content.size()), bytesOf(m_key)) == 0;
 }
 
 void UpdateKey::requireSignature(int descriptor, const QByteArray& signature) const {
