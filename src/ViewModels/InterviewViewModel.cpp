@@ -345,7 +345,7 @@ void InterviewViewModel::receiveSessionResumed(const SessionResumedPayload& payl
         logLine(QStringLiteral(
             "[Interview] Session resumed but server lost interview — re-sending interview_id"));
     }
-    m_run->take(payload.interviewId ? InterviewRun::Event::serverKnows : InterviewRun::Event::serverForgot);
+    m_run->handle(payload.interviewId ? InterviewRun::Event::serverKnows : InterviewRun::Event::serverForgot);
 }
 
 void InterviewViewModel::receiveSessionFresh() {

@@ -65,7 +65,7 @@ void FloatingPanel::prepare() {
     if (!rootObject()) {
         create();
         platform::setShowsQuietly(*this);
-        logDeniedManners();
+        logMissingWindowFeatures();
         m_aboveFullScreen = std::make_unique<platform::AboveFullScreen>(*this);
         applyShape();
         setInitialProperties({{QStringLiteral("presenter"), QVariant::fromValue(&m_presenter)}});

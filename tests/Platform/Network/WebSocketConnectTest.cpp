@@ -317,7 +317,7 @@ private Q_SLOTS:
                            .hostHeader = "127.0.0.1",
                            .target = "/",
                            .maxMessageBytes = 1,
-                           .bound = 100ms});
+                           .timeout = 100ms});
         QVERIFY(waitUntil([&] { return mailbox->end().has_value(); }));
         QCOMPARE(server.requests.size(), 1);
         QCOMPARE(mailbox->end()->error.value().kind(), Kind::timedOut);

@@ -95,7 +95,7 @@ private Q_SLOTS:
             return feedOf({version("30"), version("40", "<sparkle:channel>" + QByteArray(size, 'x') +
                                                             "</sparkle:channel>")});
         };
-        row("nesting", nested(appcast::mostNesting - 4), nested(100'000));
+        row("nesting", nested(appcast::maxNesting - 4), nested(100'000));
         row("length", padded(appcast::largestFeed), padded(appcast::largestFeed + 1));
         row("attributes", attributes(400), attributes(40'000));
         row("a field", channel(appcast::longestField), channel(appcast::longestField + 1));
