@@ -86,7 +86,9 @@ QCoro::Task<void> TourScript::loseTheBackend() {
     co_await click(QStringLiteral("Open Dashboard"));
     co_await click(QStringLiteral("Dashboard"), QStringLiteral("Pages"));
     co_await picture(QStringLiteral("connection-page-lost"));
+    co_await click(QStringLiteral("Hide panel")); // the panel may cover the button
     co_await click(QStringLiteral("Reconnect"));
+    co_await click(QStringLiteral("Show panel"));
     m_app->appDelegate().toggleDashboard();
     co_await until(
         QStringLiteral("the interview streams again"),
