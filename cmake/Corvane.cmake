@@ -166,6 +166,7 @@ endfunction()
 
 # The tests that run with the thread sanitizer: those with the label "threads".
 add_custom_target(thread-tests)
+add_custom_target(unit-tests)
 
 # corvane_test(NAME LABEL unit|integration|desktop [threads] [SOURCES ...] [LIBS ...] [TIMEOUT s])
 # NAME.cpp contains the test and includes NAME.moc at its end.
@@ -184,6 +185,9 @@ function(corvane_test name)
     endif()
     if("threads" IN_LIST arg_LABEL)
         add_dependencies(thread-tests ${name})
+    endif()
+    if("unit" IN_LIST arg_LABEL)
+        add_dependencies(unit-tests ${name})
     endif()
     # Graphics libraries leak memory at exit; the other checks of the address sanitizer also apply to windows.
     set(leaks "")

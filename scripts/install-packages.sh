@@ -14,11 +14,18 @@ if ! command -v dpkg-query >/dev/null; then
     exit 1
 fi
 
+is_installed() {
+    [[ $(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null || true) == installed ]]
+}
+
+# A line names one package, or several separated by "|", of which releases of Debian have different ones.
 missing=()
-while read -r package; do
-    [[ -z $package || $package == \#* ]] && continue
-    status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
-    [[ $status == installed ]] || missing+=("$package")
+while IFS=' |' read -r -a names; do
+    [[ ${#names[@]} == 0 || ${names[0]} == \#* ]] && continue
+    for name in "${names[@]}"; do
+        is_installed "$name" && continue 2
+    done
+    missing+=("${names[*]}")
 done < <(cat "${lists[@]}")
 ((${#missing[@]})) || exit 0
 
@@ -26,6 +33,18 @@ as_root=()
 if [[ $(id -u) != 0 ]]; then
     as_root=(sudo)
 fi
-echo "Installing: ${missing[*]}"
 "${as_root[@]}" apt-get update -qq
-"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+packages=()
+for line in "${missing[@]}"; do
+    read -r -a names <<<"$line"
+    chosen=${names[0]}
+    for name in "${names[@]}"; do
+        if [[ $(apt-cache policy "$name") == *'Candidate: '[0-9]* ]]; then
+            chosen=$name
+            break
+        fi
+    done
+    packages+=("$chosen")
+done
+echo "Installing: ${packages[*]}"
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${packages[@]}"
