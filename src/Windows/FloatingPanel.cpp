@@ -19,11 +19,8 @@ namespace corvane {
 
 namespace {
 
-using namespace std::chrono_literals;
-
 constexpr auto clearColor = Qt::transparent;
 constexpr int offsetFromTop = 54;
-constexpr auto longestMove = 300ms; // within which the display reports a new position
 
 void logMissingWindowFeatures() {
     if (const auto denied = platform::missingWindowFeatures(); !denied.isEmpty()) {
@@ -65,6 +62,7 @@ void FloatingPanel::prepare() {
     if (!rootObject()) {
         create();
         platform::setShowsQuietly(*this);
+        platform::setWindowRole(*this, "bar");
         logMissingWindowFeatures();
         m_aboveFullScreen = std::make_unique<platform::AboveFullScreen>(*this);
         applyShape();
@@ -96,21 +94,14 @@ void FloatingPanel::orderOut() {
 }
 
 QRect FloatingPanel::frame() const {
-    return {m_arriving.hasExpired() ? position() : m_frameOrigin, QSize(width(), m_height)};
+    return {m_placement.position(), QSize(width(), m_height)};
 }
 
 void FloatingPanel::setFrame(const QRect& frame) {
     if (frame.topLeft() != this->frame().topLeft()) {
-        setFrameOrigin(frame.topLeft());
+        m_placement.moveTo(frame.topLeft());
     }
     m_height = frame.height();
-}
-
-// Steps in quick succession add up, although the display reports each new position late.
-void FloatingPanel::setFrameOrigin(QPoint origin) {
-    m_frameOrigin = origin;
-    m_arriving.setRemainingTime(longestMove);
-    setPosition(origin);
 }
 
 void FloatingPanel::setLevel(WindowLevel level) {
@@ -127,7 +118,7 @@ void FloatingPanel::setActivationPolicy(ActivationPolicy policy) {
 // window managers would tile a window that is dragged to an edge.
 void FloatingPanel::startDrag() {
     if (platform::canPlaceWindows()) {
-        m_grip = m_locationInWindow;
+        m_grip = Grip{m_locationInWindow, position()};
     } else {
         startSystemMove();
     }
@@ -140,7 +131,9 @@ void FloatingPanel::mousePressEvent(QMouseEvent* event) {
 
 void FloatingPanel::mouseMoveEvent(QMouseEvent* event) {
     if (m_grip) {
-        setFrameOrigin(event->globalPosition().toPoint() - *m_grip);
+        m_placement.moveTo(platform::pointerTracksWindow()
+                               ? event->globalPosition().toPoint() - m_grip->inWindow
+                               : m_grip->origin + event->position().toPoint() - m_grip->inWindow);
     }
     QQuickView::mouseMoveEvent(event);
 }
@@ -167,7 +160,8 @@ void FloatingPanel::applyHints() {
 void FloatingPanel::positionTopCenter(int offset) {
     if (const auto* screen = QGuiApplication::primaryScreen()) {
         const auto visibleFrame = screen->availableGeometry();
-        setFrameOrigin({visibleFrame.x() + (visibleFrame.width() - width()) / 2, visibleFrame.y() + offset});
+        m_placement.moveTo(
+            {visibleFrame.x() + (visibleFrame.width() - width()) / 2, visibleFrame.y() + offset});
     }
 }
 
@@ -175,7 +169,7 @@ void FloatingPanel::applyShape() {
     const auto& drawn = m_presenter.drawnRegion();
     // A hidden bar keeps its size for the next showing.
     if (!drawn.isEmpty()) {
-        resize(panelWidth, drawn.boundingRect().bottom() + 1);
+        m_placement.resize({panelWidth, drawn.boundingRect().bottom() + 1});
     }
     if (m_aboveFullScreen) {
         platform::setShape(*this, drawn);

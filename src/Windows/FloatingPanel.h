@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Platform/Windows/WindowPlacement.h"
 #include "ViewModels/FloatingPanelController.h"
 
-#include <QDeadlineTimer>
 #include <QQuickView>
 #include <QRegion>
 
@@ -53,7 +53,6 @@ protected:
 
 private:
     void prepare();
-    void setFrameOrigin(QPoint origin);
     void startDrag();
     void applyShape();
     void applyHints();
@@ -64,10 +63,14 @@ private:
 
     OverlayBarPresenter& m_presenter;
     int m_height = barHeight; // as the model has set it
-    QPoint m_frameOrigin;     // set last; counts until m_arriving expires, as position() may lag behind
-    QDeadlineTimer m_arriving;
-    QPoint m_locationInWindow;    // of the last press
-    std::optional<QPoint> m_grip; // where a drag holds the window
+    platform::WindowPlacement m_placement{*this};
+    QPoint m_locationInWindow; // of the last press
+    // Where a drag holds the window, and where the window was when it began.
+    struct Grip {
+        QPoint inWindow;
+        QPoint origin;
+    };
+    std::optional<Grip> m_grip;
     std::unique_ptr<platform::AboveFullScreen> m_aboveFullScreen;
     WindowLevel m_level = WindowLevel::floating;
     ActivationPolicy m_policy = ActivationPolicy::regular;

@@ -7,7 +7,6 @@
 #include <QVariant>
 #include <QWindow>
 
-#include <algorithm>
 #include <array>
 
 namespace platform {
@@ -36,6 +35,13 @@ void setState(const QWindow& window, const char* name, bool on) {
     x11::setProperty(x11::idOf(window), "_NET_WM_STATE", XCB_ATOM_ATOM, states);
 }
 
+// Returns whether the window manager supports the hint.
+bool isSupported(const char* hint) {
+    auto* x = x11::connection();
+    return x && x11::holds(xcb_setup_roots_iterator(xcb_get_setup(x)).data->root, "_NET_SUPPORTED",
+                           x11::atom(hint));
+}
+
 struct WindowFeature {
     const char* hint;
     const char* words;
@@ -50,13 +56,9 @@ constexpr std::array windowFeatures{
 } // namespace
 
 QStringList missingWindowFeatures() {
-    auto* x = x11::connection();
-    const auto supported =
-        x ? x11::values(xcb_setup_roots_iterator(xcb_get_setup(x)).data->root, "_NET_SUPPORTED")
-          : std::vector<uint32_t>();
     QStringList denied;
     for (const auto& [hint, words] : windowFeatures) {
-        if (!x || std::ranges::find(supported, x11::atom(hint)) == supported.end()) {
+        if (!isSupported(hint)) {
             denied.append(QLatin1String(words));
         }
     }
@@ -65,6 +67,10 @@ QStringList missingWindowFeatures() {
 
 bool canPlaceWindows() {
     return x11::connection() != nullptr;
+}
+
+bool pointerTracksWindow() {
+    return !isWaylandSession() || isSupported("_NET_MOVERESIZE_WINDOW");
 }
 
 // KWin keeps the first type above full-screen windows; other window managers use the next type that they
@@ -104,6 +110,14 @@ void setOnEveryDesktop(QWindow& window) {
         x11::tellManager(x11::idOf(window), "_NET_WM_DESKTOP", everyDesktop, 1);
     } else {
         x11::setProperty(x11::idOf(window), "_NET_WM_DESKTOP", XCB_ATOM_CARDINAL, {everyDesktop});
+    }
+}
+
+void setWindowRole(QWindow& window, const QByteArray& role) {
+    if (x11::connection()) {
+        xcb_change_property(x11::connection(), XCB_PROP_MODE_REPLACE, x11::idOf(window),
+                            x11::atom("WM_WINDOW_ROLE"), XCB_ATOM_STRING, 8,
+                            static_cast<uint32_t>(role.size()), role.constData());
     }
 }
 

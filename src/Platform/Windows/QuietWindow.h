@@ -14,6 +14,9 @@ namespace platform {
 QStringList missingWindowFeatures();
 // Returns whether a program can position its windows.
 bool canPlaceWindows();
+// Returns whether the position of a pressed pointer within a window follows the moves of that window. wlroots
+// reports it as if the window were still where the button was pressed.
+bool pointerTracksWindow();
 // If `above` is set, keeps the window above normal windows, and above full-screen ones if the desktop allows
 // it. Hiding a window resets this and the properties below.
 void setStaysAbove(QWindow& window, bool above);
@@ -22,6 +25,8 @@ void raiseQuietly(QWindow& window);
 // Leaves the window out of the taskbar and the pager.
 void setSkipsTaskbar(QWindow& window, bool skips);
 void setOnEveryDesktop(QWindow& window);
+// Sets the role by which the user's window rules can match the window.
+void setWindowRole(QWindow& window, const QByteArray& role);
 // Makes the window leave the keyboard focus alone whenever it is shown.
 void setShowsQuietly(QWindow& window);
 
