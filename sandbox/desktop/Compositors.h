@@ -6,9 +6,11 @@
 // The compositor of KDE Plasma.
 class KWinCompositor : public PrivateCompositor {
 public:
-    explicit KWinCompositor(QSize size);
+    explicit KWinCompositor(CompositorScreens screens);
 
-    void movePointer(QPoint place) const override { hands().movePointer(place); }
+    int scaleOfClients() const override { return screens().scale; }
+    void showWorkspace(int index) const override;
+    void movePointer(QPoint place) const override { hands().movePointer(place / scaleOfClients()); }
     void setButton(bool pressed) const override { hands().setButton(pressed); }
     void type(const QString& text) const override { hands().press(movesForText(text)); }
     void pressKeys(const QString& keys) const override { hands().press(movesForKeys(keys)); }
@@ -24,8 +26,10 @@ private:
 // GNOME Shell, controlled by its own scripts.
 class GnomeCompositor : public PrivateCompositor {
 public:
-    explicit GnomeCompositor(QSize size);
+    explicit GnomeCompositor(CompositorScreens screens);
 
+    int scaleOfClients() const override { return screens().scale; }
+    void showWorkspace(int index) const override;
     void movePointer(QPoint place) const override;
     void setButton(bool pressed) const override;
     void type(const QString& text) const override { press(movesForText(text)); }
@@ -41,8 +45,9 @@ private:
 // Sway, of the wlroots family.
 class SwayCompositor : public PrivateCompositor {
 public:
-    explicit SwayCompositor(QSize size);
+    explicit SwayCompositor(CompositorScreens screens);
 
+    void showWorkspace(int index) const override;
     void movePointer(QPoint place) const override { pointer().movePointer(place); }
     void setButton(bool pressed) const override { pointer().setButton(pressed); }
     void type(const QString& text) const override;

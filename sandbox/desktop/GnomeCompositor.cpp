@@ -7,6 +7,7 @@ namespace {
 // No animations and no welcome dialogue.
 constexpr const char* settings = R"([org/gnome/desktop/interface]
 enable-animations=false
+scaling-factor=uint32 %1
 
 [org/gnome/desktop/notifications]
 show-banners=false
@@ -25,22 +26,26 @@ imports.ui.main.overview.hide();
 
 } // namespace
 
-GnomeCompositor::GnomeCompositor(QSize size)
-    : PrivateCompositor(size) {
+GnomeCompositor::GnomeCompositor(CompositorScreens screens)
+    : PrivateCompositor(screens) {
     environment().insert(QStringLiteral("XDG_CURRENT_DESKTOP"), QStringLiteral("GNOME"));
     environment().insert(QStringLiteral("GSETTINGS_BACKEND"), QStringLiteral("keyfile"));
     environment().insert(QStringLiteral("NO_AT_BRIDGE"), QStringLiteral("1"));
-    write(QStringLiteral("home/.config/glib-2.0/settings/keyfile"), settings);
+    write(QStringLiteral("home/.config/glib-2.0/settings/keyfile"),
+          QString::fromLatin1(settings).arg(screens.scale).toUtf8());
     // Without the system's services, none of which belong to the user of the test.
     startBus(QStringLiteral("system"));
     environment().insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"),
                          QStringLiteral("unix:path=") + runtimePath(QStringLiteral("system")));
     const auto socket = QStringLiteral("wayland-test");
-    startCompositor(QStringLiteral("gnome-shell"),
-                    {QStringLiteral("--headless"), QStringLiteral("--wayland"),
-                     QStringLiteral("--virtual-monitor"),
-                     QStringLiteral("%1x%2").arg(size.width()).arg(size.height()),
-                     QStringLiteral("--wayland-display"), socket, QStringLiteral("--unsafe-mode")});
+    QStringList arguments{QStringLiteral("--headless"), QStringLiteral("--wayland"),
+                          QStringLiteral("--wayland-display"), socket, QStringLiteral("--unsafe-mode")};
+    const auto pixels = screens.size * screens.scale;
+    for (int screen = 0; screen < screens.count; ++screen) {
+        arguments += {QStringLiteral("--virtual-monitor"),
+                      QStringLiteral("%1x%2").arg(pixels.width()).arg(pixels.height())};
+    }
+    startCompositor(QStringLiteral("gnome-shell"), arguments);
     QString display;
     await(QStringLiteral("its scripts"), [&] {
         try {
@@ -58,6 +63,7 @@ GnomeCompositor::GnomeCompositor(QSize size)
     m_clientVariables.insert(QStringLiteral("DISPLAY"), display);
     m_clientVariables.insert(QStringLiteral("XAUTHORITY"), runtimePath(authority.value(0)));
     m_clientVariables.insert(QStringLiteral("WAYLAND_DISPLAY"), runtimePath(socket));
+    tellScale();
     evaluate(QLatin1String(hands));
     await(QStringLiteral("its empty desktop"),
           [&] { return evaluate(QStringLiteral("imports.ui.main.overview.visible")) == u"false"; });
@@ -77,6 +83,10 @@ QString GnomeCompositor::evaluate(const QString& script) const {
         throw std::runtime_error("GNOME Shell: " + answer.toStdString() + " to " + script.toStdString());
     }
     return answer.mid(8).chopped(2);
+}
+
+void GnomeCompositor::showWorkspace(int index) const {
+    evaluate(QStringLiteral("global.workspace_manager.get_workspace_by_index(%1).activate(0)").arg(index));
 }
 
 void GnomeCompositor::movePointer(QPoint place) const {

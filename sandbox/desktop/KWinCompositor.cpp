@@ -17,6 +17,14 @@ namespace {
 
 constexpr int replyTimeout = 10000; // ms
 
+// Programs of X11 scale themselves, as Plasma has it by default.
+constexpr const char* settings = R"([Xwayland]
+Scale=%1
+
+[Desktops]
+Number=2
+)";
+
 QByteArray contentsOf(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -27,8 +35,8 @@ QByteArray contentsOf(const QString& path) {
 
 } // namespace
 
-KWinCompositor::KWinCompositor(QSize size)
-    : PrivateCompositor(size) {
+KWinCompositor::KWinCompositor(CompositorScreens screens)
+    : PrivateCompositor(screens) {
     for (const auto& [name, value] :
          {std::pair("XDG_CURRENT_DESKTOP", "KDE"), std::pair("KDE_FULL_SESSION", "true"),
           std::pair("KDE_SESSION_VERSION", "5"), std::pair("KWIN_WAYLAND_NO_PERMISSION_CHECKS", "1"),
@@ -39,14 +47,18 @@ KWinCompositor::KWinCompositor(QSize size)
     // KWin's platform plugin requires this name.
     const auto program = QStringLiteral("kwin_wayland");
     write(program, contentsOf(QStandardPaths::findExecutable(program)), true);
+    const auto scale = QString::number(screens.scale);
+    write(QStringLiteral("home/.config/kwinrc"), QString::fromLatin1(settings).arg(scale).toUtf8());
     startCompositor(path(program),
-                    {QStringLiteral("--virtual"), QStringLiteral("--width"), QString::number(size.width()),
-                     QStringLiteral("--height"), QString::number(size.height()), QStringLiteral("--scale"),
-                     QStringLiteral("1"), QStringLiteral("--xwayland"), QStringLiteral("--no-lockscreen"),
-                     readyScript()});
+                    {QStringLiteral("--virtual"), QStringLiteral("--width"),
+                     QString::number(screens.size.width()), QStringLiteral("--height"),
+                     QString::number(screens.size.height()), QStringLiteral("--scale"), scale,
+                     QStringLiteral("--output-count"), QString::number(screens.count),
+                     QStringLiteral("--xwayland"), QStringLiteral("--no-lockscreen"), readyScript()});
     awaitReadyScript();
     m_clientVariables.insert(QStringLiteral("KDE_FULL_SESSION"), QStringLiteral("true"));
     m_clientVariables.insert(QStringLiteral("KDE_SESSION_VERSION"), QStringLiteral("5"));
+    tellScale();
 }
 
 KWinHands& KWinCompositor::hands() const {
@@ -54,6 +66,14 @@ KWinHands& KWinCompositor::hands() const {
         m_hands = std::make_unique<KWinHands>(relay());
     }
     return *m_hands;
+}
+
+void KWinCompositor::showWorkspace(int index) const {
+    runClient(QStringLiteral("gdbus"),
+              {QStringLiteral("call"), QStringLiteral("--session"), QStringLiteral("--dest"),
+               QStringLiteral("org.kde.KWin"), QStringLiteral("--object-path"), QStringLiteral("/KWin"),
+               QStringLiteral("--method"), QStringLiteral("org.kde.KWin.setCurrentDesktop"),
+               QString::number(index + 1)});
 }
 
 QImage KWinCompositor::picture() const {

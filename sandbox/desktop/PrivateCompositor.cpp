@@ -99,20 +99,20 @@ std::optional<CompositorKind> compositorNamed(const QString& name) {
     return std::nullopt;
 }
 
-std::unique_ptr<PrivateCompositor> PrivateCompositor::start(CompositorKind kind, QSize size) {
+std::unique_ptr<PrivateCompositor> PrivateCompositor::start(CompositorKind kind, CompositorScreens screens) {
     switch (kind) {
     case CompositorKind::kwin:
-        return std::make_unique<KWinCompositor>(size);
+        return std::make_unique<KWinCompositor>(screens);
     case CompositorKind::gnome:
-        return std::make_unique<GnomeCompositor>(size);
+        return std::make_unique<GnomeCompositor>(screens);
     case CompositorKind::sway:
-        return std::make_unique<SwayCompositor>(size);
+        return std::make_unique<SwayCompositor>(screens);
     }
     return {};
 }
 
-PrivateCompositor::PrivateCompositor(QSize size)
-    : m_size(size) {
+PrivateCompositor::PrivateCompositor(CompositorScreens screens)
+    : m_screens(screens) {
     own(m_folder.path());
     for (const auto* name : {"run", "home", "home/Pictures"}) {
         QDir().mkdir(path(QLatin1String(name)), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
@@ -204,6 +204,12 @@ void PrivateCompositor::awaitReadyScript() {
             m_clientVariables.insert(name, value);
         }
     }
+}
+
+void PrivateCompositor::tellScale() const {
+    const auto name = QStringLiteral("resources");
+    write(name, "Xft.dpi: " + QByteArray::number(96 * scaleOfClients()) + '\n');
+    runClient(QStringLiteral("xrdb"), {QStringLiteral("-nocpp"), QStringLiteral("-merge"), path(name)});
 }
 
 QProcessEnvironment PrivateCompositor::clientEnvironment() const {

@@ -14,6 +14,13 @@
 
 enum class CompositorKind { kwin, gnome, sway };
 
+// Screens side by side, each of `size` in points.
+struct CompositorScreens {
+    QSize size{1280, 900};
+    int count = 1;
+    int scale = 1;
+};
+
 // Accepts "kwin", "gnome" and "sway"; returns nullopt for any other name.
 std::optional<CompositorKind> compositorNamed(const QString& name);
 
@@ -23,17 +30,23 @@ std::optional<CompositorKind> compositorNamed(const QString& name);
 class PrivateCompositor : public PrivateDesktop {
 public:
     // Blocks until clients can connect. Needs no application object; create a QGuiApplication afterwards.
-    static std::unique_ptr<PrivateCompositor> start(CompositorKind kind, QSize size = {1280, 900});
+    static std::unique_ptr<PrivateCompositor> start(CompositorKind kind, CompositorScreens screens = {});
 
-    QSize size() const override { return m_size; }
+    QSize size() const override { return sizeInPoints() * scaleOfClients(); }
+    QSize sizeInPoints() const { return {m_screens.size.width() * m_screens.count, m_screens.size.height()}; }
+    // Returns how many pixels XWayland's clients draw for a point; the compositor enlarges the rest.
+    virtual int scaleOfClients() const { return 1; }
     void useInThisProcess() const override;
+    // Shows the first or the second workspace, numbered from 0.
+    virtual void showWorkspace(int index) const = 0;
     // Returns the environment that makes a process a client of XWayland, of Wayland itself and of the bus.
     QProcessEnvironment clientEnvironment() const;
     QString busAddress() const;
 
 protected:
-    explicit PrivateCompositor(QSize size);
+    explicit PrivateCompositor(CompositorScreens screens);
 
+    const CompositorScreens& screens() const { return m_screens; }
     QString path(const QString& name) const { return m_folder.filePath(name); }
     QString runtimePath(const QString& name) const { return path(QStringLiteral("run/") + name); }
     // Writes a file that belongs to the compositor's user, as do the folders on the way to it.
@@ -52,6 +65,8 @@ protected:
     // Returns a script for the compositor to run at its start. It writes the variables that clients need.
     QString readyScript() const;
     void awaitReadyScript();
+    // Tells X11 programs the scale, as the desktop's settings daemon does in a full session.
+    void tellScale() const;
 
     // DISPLAY and similar variables. The Wayland socket is an absolute path, so that clients keep their own
     // runtime folder.
@@ -63,7 +78,7 @@ private:
     void own(const QString& path) const;
     QString log() const;
 
-    const QSize m_size;
+    const CompositorScreens m_screens;
     // The program's name may contain spaces, which the address of a bus may not.
     QTemporaryDir m_folder{QDir::tempPath() + QStringLiteral("/desktop-XXXXXX")};
     QProcessEnvironment m_environment;

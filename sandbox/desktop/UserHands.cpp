@@ -37,7 +37,8 @@ QAccessibleInterface* search(QAccessibleInterface* item, const QString& name) {
 
 Found search(const QString& name, const QString& within = {}) {
     for (auto* window : QGuiApplication::topLevelWindows()) {
-        if (window->isVisible()) {
+        // What is not yet on the screen would not take a click either.
+        if (window->isVisible() && window->isExposed()) {
             auto* start = window->accessibleRoot();
             if (!within.isEmpty()) {
                 start = search(start, within);

@@ -107,8 +107,9 @@ int main(int argc, char* argv[]) {
         const auto options = parse(argc, argv);
         transcript.chapter(QStringLiteral("Corvane Lumetra: a guided tour"));
         const auto size = QSize(1280, 900) * options.scale;
-        const auto compositor =
-            options.compositor ? PrivateCompositor::start(*options.compositor, size) : nullptr;
+        const auto compositor = options.compositor
+                                    ? PrivateCompositor::start(*options.compositor, {.scale = options.scale})
+                                    : nullptr;
         const auto plain = compositor ? nullptr : std::make_unique<PrivateDisplay>(size);
         const auto& display = compositor ? static_cast<const PrivateDesktop&>(*compositor) : *plain;
         display.useInThisProcess();
@@ -116,7 +117,7 @@ int main(int argc, char* argv[]) {
         // Used until the session has its own.
         const QTemporaryDir runtime;
         qputenv("XDG_RUNTIME_DIR", runtime.path().toUtf8());
-        qputenv("QT_SCALE_FACTOR", QByteArray::number(options.scale));
+        qputenv("QT_SCALE_FACTOR", QByteArray::number(compositor ? 1 : options.scale));
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
         QGuiApplication application(argc, argv);
         QGuiApplication::setQuitOnLastWindowClosed(false);

@@ -1,6 +1,7 @@
 #include "ViewModels/OverlayViewModel.h"
 #include "ViewModels/SettingsViewModel.h"
 #include "Views/Overlay/OverlayBarPresenter.h"
+#include "Views/Shared/Theme.h"
 #include "Windows/DashboardWindowController.h"
 #include "Windows/FloatingPanel.h"
 #include "sandbox/desktop/PrivateCompositor.h"
@@ -15,6 +16,8 @@ using namespace corvane;
 namespace {
 
 constexpr auto field = "Interview ID";
+// Between the controls, within the bar.
+constexpr QPoint onTheBar(70, 46);
 // The neighbour is all of it; above it the desktop may have a bar of its own, below it rests the pointer.
 constexpr QRect stage(0, 36, 1280, 836);
 constexpr QPoint backstage(640, 890);
@@ -28,17 +31,19 @@ struct Desk : TestProgram {
         waitUntil([] { return dashboard() && dashboard()->isExposed(); });
         app->toggleDashboard();
         waitUntil([] { return !dashboard()->isVisible(); });
-        if (!app->settingsViewModel().customizable().alwaysOnTop.isEnabled) {
-            app->settingsViewModel().toggleAlwaysOnTop();
-        }
+        setAlwaysOnTop(true);
         waitUntil([this] { return panel().isExposed(); });
     }
     static DashboardWindowController* dashboard() { return windowOf<DashboardWindowController>(); }
     FloatingPanel& panel() { return dynamic_cast<FloatingPanel&>(*app->floatingPanel()); }
     OverlayBarPresenter& presenter() { return app->overlayBarPresenter(); }
-    QPoint onScreen(QPoint place) { return panel().position() + place; }
     // Where the model has the bar.
     QRect drawn() { return presenter().drawnRegion().boundingRect().translated(panel().position()); }
+    void setAlwaysOnTop(bool on) {
+        if (app->settingsViewModel().customizable().alwaysOnTop.isEnabled != on) {
+            app->settingsViewModel().toggleAlwaysOnTop();
+        }
+    }
     void show(bool visible) {
         if (panel().isVisible() != visible) {
             app->toggleFloatingPanel();
@@ -53,8 +58,9 @@ class BarMannersTest : public QObject {
     Q_OBJECT
 
 public:
-    explicit BarMannersTest(const PrivateCompositor& desktop)
+    BarMannersTest(const PrivateCompositor& desktop, CompositorKind kind)
         : m_desktop(desktop)
+        , m_kind(kind)
         , m_hands(desktop) {}
 
 private:
@@ -66,17 +72,27 @@ private:
     }
     bool goesNextDoor() const {
         const auto presses = m_neighbour.count("press");
-        m_hands.clickAt(backstage);
+        m_hands.clickAt(pixels(backstage));
         return waitUntil([&] { return m_neighbour.count("press") > presses; }) && neighbourHasTheKeys();
+    }
+    // Where the hands find a place that is given in points.
+    QPoint pixels(QPoint place) const { return place * m_desktop.scaleOfClients(); }
+    // A screen begins at its pixel, also where a point is two of them.
+    QPoint pixels(Desk& desk, QPoint withinBar) const {
+        const auto* screen = desk.panel().screen();
+        const auto origin = screen->geometry().topLeft();
+        return origin + (desk.panel().position() + withinBar - origin) * screen->devicePixelRatio();
     }
     // "bar", "dashboard", "neighbour" or "nobody".
     QString whoTakesClick(Desk& desk, QPoint place) const;
     // Where something hides the neighbour.
     QRect seen() const;
     bool isSeen(Desk& desk) const;
+    QColor colourAt(const QImage& sight, QPoint place) const;
     void drag(QPoint from, QPoint by) const;
 
     const PrivateCompositor& m_desktop;
+    const CompositorKind m_kind;
     const UserHands m_hands;
     Neighbour m_neighbour;
 
@@ -84,11 +100,15 @@ private Q_SLOTS:
     void initTestCase();
     void init();
     void theBarIsSeenInItsPlace();
+    void theBarStaysVisibleWhileAnotherProgramIsActive();
     void showingTakesNoKeys();
+    void anAskedForBarComesInFront();
     void clicksBesideTheFoldedBarAreTheNeighbours();
     void theFieldTakesWhatIsTyped();
     void theBarFollowsTheHand();
-    void theBarStaysAboveAFullScreenWindow();
+    void theBarWorksOnTheSecondScreen();
+    void theBarIsOnEveryWorkspace();
+    void fullScreenWindowsCoverNothingUnsaid();
 };
 
 void BarMannersTest::initTestCase() {
@@ -102,17 +122,21 @@ void BarMannersTest::init() {
 }
 
 QRect BarMannersTest::seen() const {
-    m_hands.moveTo(backstage);
+    m_hands.moveTo(pixels(backstage));
     const auto sight = m_desktop.picture();
     QRect box;
     for (int y = stage.top(); y <= stage.bottom(); ++y) {
         for (int x = stage.left(); x <= stage.right(); ++x) {
-            if (sight.pixelColor(x, y) != NeighbourWindow::colour) {
+            if (colourAt(sight, {x, y}) != NeighbourWindow::colour) {
                 box |= QRect(x, y, 1, 1);
             }
         }
     }
     return box;
+}
+
+QColor BarMannersTest::colourAt(const QImage& sight, QPoint place) const {
+    return sight.pixelColor(place * (sight.width() / m_desktop.sizeInPoints().width()));
 }
 
 // Where the model has it, and nothing else.
@@ -136,8 +160,15 @@ void BarMannersTest::theBarIsSeenInItsPlace() {
     QVERIFY(isSeen(desk));
     const auto free = desk.panel().screen()->availableGeometry();
     QCOMPARE(desk.panel().frame().topLeft(), QPoint(free.center().x() - 309, free.y() + 54));
+    desk.completion().setIsResponsePopoverOpen(true);
+    QVERIFY(waitUntil([&] { return desk.drawn().height() == OverlayViewModel::expandedHeight; }));
+    QVERIFY(isSeen(desk));
+    QCOMPARE(desk.panel().frame().topLeft(), QPoint(free.center().x() - 309, free.y() + 54));
+}
+
+void BarMannersTest::theBarStaysVisibleWhileAnotherProgramIsActive() {
+    Desk desk;
     for (int round = 0; round < 2; ++round) {
-        // Another program is the active one.
         QVERIFY(goesNextDoor());
         QVERIFY(isSeen(desk));
         desk.show(false);
@@ -158,9 +189,20 @@ void BarMannersTest::showingTakesNoKeys() {
     }
 }
 
+void BarMannersTest::anAskedForBarComesInFront() {
+    Desk desk;
+    desk.setAlwaysOnTop(false);
+    for (int round = 0; round < 2; ++round) {
+        QVERIFY(goesNextDoor());
+        desk.show(false);
+        desk.show(true);
+        QVERIFY(isSeen(desk));
+        QVERIFY(neighbourHasTheKeys());
+    }
+}
+
 void BarMannersTest::clicksBesideTheFoldedBarAreTheNeighbours() {
     Desk desk;
-    const QPoint onTheBar(70, 46);
     const QPoint underTheBar(300, 400);
     QVERIFY(isSeen(desk));
     QCOMPARE(whoTakesClick(desk, onTheBar), "bar");
@@ -170,6 +212,7 @@ void BarMannersTest::clicksBesideTheFoldedBarAreTheNeighbours() {
     for (int round = 0; round < 2; ++round) {
         desk.presenter().toggleContent();
         QVERIFY(waitUntil([&] { return whoTakesClick(desk, underTheBar) == "neighbour"; }));
+        QVERIFY(isSeen(desk));
         QCOMPARE(whoTakesClick(desk, onTheBar), "bar");
         desk.presenter().toggleContent();
         QVERIFY(waitUntil([&] { return whoTakesClick(desk, underTheBar) == "bar"; }));
@@ -178,6 +221,7 @@ void BarMannersTest::clicksBesideTheFoldedBarAreTheNeighbours() {
 
 void BarMannersTest::theFieldTakesWhatIsTyped() {
     Desk desk;
+    QVERIFY(isSeen(desk));
     QVERIFY(goesNextDoor());
     m_hands.click(field);
     QVERIFY(waitUntil([&] { return desk.panel().isActive() && desk.presenter().input()->isFocused(); }));
@@ -191,21 +235,55 @@ void BarMannersTest::theBarFollowsTheHand() {
     QVERIFY(isSeen(desk));
     const auto start = desk.panel().position();
     const QPoint by(60, 90);
-    drag(desk.onScreen(QPoint(70, 46)), by);
+    drag(desk.panel().position() + onTheBar, by);
     // The first step is what tells a drag from a click.
     QVERIFY(waitUntil([&] { return (desk.panel().position() - start - by).manhattanLength() <= 1; }));
     QVERIFY(isSeen(desk));
 }
 
-void BarMannersTest::theBarStaysAboveAFullScreenWindow() {
+void BarMannersTest::theBarWorksOnTheSecondScreen() {
+    Desk desk;
+    QVERIFY(isSeen(desk));
+    const auto start = desk.panel().position();
+    const auto there = start + QPoint(m_desktop.sizeInPoints().width() / 2, 100);
+    drag(start + onTheBar, there - start);
+    for (int round = 0; round < 2; ++round) {
+        QVERIFY(waitUntil([&] {
+            return colourAt(m_desktop.picture(), there + QPoint(5, 24)) == Theme::shared().material();
+        }));
+        QVERIFY((pixels(desk, {}) - pixels(there)).manhattanLength() <= 2 * m_desktop.scaleOfClients());
+        QVERIFY(seen().isEmpty());
+        QCOMPARE(whoTakesClick(desk, onTheBar), "bar");
+        desk.show(false);
+        desk.show(true);
+    }
+}
+
+void BarMannersTest::theBarIsOnEveryWorkspace() {
+    Desk desk;
+    QVERIFY(isSeen(desk));
+    m_desktop.showWorkspace(1);
+    const bool isElsewhere =
+        waitUntil([&] { return colourAt(m_desktop.picture(), backstage) != NeighbourWindow::colour; });
+    const auto clicked = whoTakesClick(desk, onTheBar);
+    m_desktop.showWorkspace(0);
+    QVERIFY(isElsewhere);
+    QCOMPARE(clicked, "bar");
+    QVERIFY(isSeen(desk));
+}
+
+// What the desktop does not grant, the log says.
+void BarMannersTest::fullScreenWindowsCoverNothingUnsaid() {
     Desk desk;
     const auto shown = m_neighbour.count("shown");
     m_hands.press("F11");
     QVERIFY(waitUntil([&] { return m_neighbour.count("shown") > shown; }));
-    QVERIFY(waitUntil([&] { return m_desktop.picture().pixelColor(640, 2) == NeighbourWindow::colour; }));
-    for (int round = 0; round < 2; ++round) {
+    QVERIFY(waitUntil([&] { return colourAt(m_desktop.picture(), {640, 2}) == NeighbourWindow::colour; }));
+    const bool isGranted = !desk.log.contains("This desktop does not let the bar: stay above other windows");
+    QCOMPARE(isGranted, m_kind != CompositorKind::sway);
+    for (int round = 0; isGranted && round < 2; ++round) {
         QVERIFY(isSeen(desk));
-        QCOMPARE(whoTakesClick(desk, QPoint(70, 46)), "bar");
+        QCOMPARE(whoTakesClick(desk, onTheBar), "bar");
         QVERIFY(goesNextDoor());
         desk.show(false);
         QVERIFY(waitUntil([&] { return seen().isEmpty(); }));
@@ -216,12 +294,12 @@ void BarMannersTest::theBarStaysAboveAFullScreenWindow() {
 
 void BarMannersTest::drag(QPoint from, QPoint by) const {
     // A hand is there before it presses.
-    m_hands.moveTo(from);
+    m_hands.moveTo(pixels(from));
     QTest::qWait(150);
-    m_hands.hold(from);
+    m_hands.hold(pixels(from));
     for (const auto& place : {from, from + QPoint(1, 0), from + by / 2, from + by}) {
         QTest::qWait(150);
-        m_hands.moveTo(place);
+        m_hands.moveTo(pixels(place));
     }
     QTest::qWait(150);
     m_hands.letGo();
@@ -240,7 +318,7 @@ QString BarMannersTest::whoTakesClick(Desk& desk, QPoint place) const {
     desk.panel().installEventFilter(&bar);
     Desk::dashboard()->installEventFilter(&dashboard);
     const auto before = m_neighbour.count("press");
-    m_hands.clickAt(desk.onScreen(place));
+    m_hands.clickAt(pixels(desk, place));
     waitUntil([&] { return bar.count + dashboard.count > 0 || m_neighbour.count("press") > before; });
     return bar.count > 0                         ? "bar"
            : dashboard.count > 0                 ? "dashboard"
@@ -257,8 +335,9 @@ int main(int argc, char* argv[]) {
         qCritical("CORVANE_DESKTOP is kwin, gnome or sway.");
         return 2;
     }
-    const auto desktop = PrivateCompositor::start(*kind);
-    return runOnDesktop<BarMannersTest>(argc, argv, *desktop);
+    const int scale = std::max(1, qEnvironmentVariableIntValue("CORVANE_DESKTOP_SCALE"));
+    const auto desktop = PrivateCompositor::start(*kind, {.count = 2, .scale = scale});
+    return runOnDesktop<BarMannersTest>(argc, argv, *desktop, *kind);
 }
 
 #include "BarMannersTest.moc"

@@ -17,15 +17,15 @@ Window* windowOf() {
     return nullptr;
 }
 
-template<typename Test, typename Desktop>
-int runOnDesktop(int argc, char* argv[], const Desktop& desktop) {
+template<typename Test, typename Desktop, typename... Facts>
+int runOnDesktop(int argc, char* argv[], const Desktop& desktop, Facts... facts) {
     desktop.useInThisProcess();
     qputenv("QT_QPA_PLATFORM", "xcb");
     qputenv("QT_SCALE_FACTOR", "1");
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     QGuiApplication application(argc, argv);
     QGuiApplication::setQuitOnLastWindowClosed(false);
-    Test test(desktop);
+    Test test(desktop, facts...);
     return QTest::qExec(&test, argc, argv);
 }
 
