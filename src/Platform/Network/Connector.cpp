@@ -133,12 +133,17 @@ void Connector::connected(error_code error) {
         m_transport.socket().set_option(asio::ip::tcp::no_delay(true), error);
         // Unsent data should wait in our queue, which is bounded, and not in the system's.
         m_transport.socket().set_option(NotSentLowWater(maxUnsentBytes), error);
-        if (m_plan.proxyHost.isEmpty()) {
+        switch (m_plan.proxy) {
+        case ConnectPlan::Proxy::none:
+        case ConnectPlan::Proxy::forwarding:
             startTls();
-        } else if (m_plan.proxyKind == ConnectPlan::ProxyKind::socks5) {
-            connectThroughSocks();
-        } else {
+            break;
+        case ConnectPlan::Proxy::tunnel:
             connectThroughHttpProxy();
+            break;
+        case ConnectPlan::Proxy::socks5:
+            connectThroughSocks();
+            break;
         }
     }
 }

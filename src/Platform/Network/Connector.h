@@ -1,9 +1,10 @@
 #pragma once
 
+#include "Platform/Network/ConnectPlan.h"
 #include "Platform/Network/NetworkThread.h"
 #include "Platform/Network/SocksHandshake.h"
 #include "Platform/Network/Transport.h"
-#include "Platform/Network/WebSocketConnection.h"
+#include "Platform/Network/WebSocketTask.h"
 
 #include <memory>
 

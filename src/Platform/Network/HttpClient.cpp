@@ -1,6 +1,7 @@
 #include "Platform/Network/HttpClient.h"
 
 #include "Platform/Network/HttpExchange.h"
+#include "Platform/Network/NetworkThread.h"
 
 #include <QNetworkCookieJar>
 
@@ -13,9 +14,9 @@ bool holdsLineBreak(const HttpHeader& header) {
     return header.value.contains('\n') || header.value.contains('\r');
 }
 
-class QtHttpClient : public HttpClient {
+class SessionClient : public HttpClient {
 public:
-    explicit QtHttpClient(HttpSessionKind kind) {
+    explicit SessionClient(HttpSessionKind kind) {
         if (kind == HttpSessionKind::shared) {
             m_cookies = new QNetworkCookieJar(&m_exchanges);
         }
@@ -36,12 +37,14 @@ private:
                 HttpError::Kind::other,
                 QStringLiteral("The request was not sent: one of its headers contains a line break."));
         }
-        auto* exchange = new HttpExchange(std::move(request), std::move(sink), m_cookies, &m_exchanges);
+        auto* exchange =
+            new HttpExchange(*m_thread, std::move(request), std::move(sink), m_cookies, &m_exchanges);
         auto completion = exchange->completion();
         auto response = co_await std::move(completion);
         co_return response;
     }
 
+    const std::shared_ptr<NetworkThread> m_thread = NetworkThread::shared();
     // Owns the requests under way and the cookie jar.
     QObject m_exchanges;
     QNetworkCookieJar* m_cookies = nullptr;
@@ -49,17 +52,8 @@ private:
 
 } // namespace
 
-std::optional<QByteArray> HttpResponse::header(const QByteArray& name) const {
-    for (const auto& header : headers) {
-        if (header.name.compare(name, Qt::CaseInsensitive) == 0) {
-            return header.value;
-        }
-    }
-    return std::nullopt;
-}
-
 std::unique_ptr<HttpClient> makeHttpClient(HttpSessionKind kind) {
-    return std::make_unique<QtHttpClient>(kind);
+    return std::make_unique<SessionClient>(kind);
 }
 
 } // namespace platform

@@ -2,14 +2,12 @@
 
 #include "Platform/Core/Dispatch.h"
 #include "Platform/Core/Tasks.h"
-#include "Platform/Network/HttpErrors.h"
 #include "Platform/Network/NetworkText.h"
 #include "Platform/Network/ProxyLookup.h"
-#include "Platform/Network/TlsRoots.h"
+#include "Platform/Network/WebSocketTask.h"
 
 #include <QCoreApplication>
-#include <QNetworkCookieJar>
-#include <QNetworkProxyFactory>
+#include <QNetworkCookie>
 
 #include <algorithm>
 #include <utility>
@@ -21,76 +19,46 @@ namespace {
 // Limits how often a body that arrives in thousands of pieces a second wakes its reader.
 constexpr auto deliveryInterval = std::chrono::milliseconds(10);
 
-// The proxies that the system named for this request; the list that Qt keeps for the application may be hours
-// old.
-class KnownProxies : public QNetworkProxyFactory {
-public:
-    explicit KnownProxies(QList<QNetworkProxy> proxies)
-        : m_proxies(std::move(proxies)) {}
-
-    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery&) override { return m_proxies; }
-
-private:
-    QList<QNetworkProxy> m_proxies;
-};
-
-// A body that can be read only once. Otherwise Qt would send the request again, up to three times, if the
-// connection ended before a response, and the server may have acted on each.
-class SingleReadBody : public QIODevice {
-public:
-    SingleReadBody(QByteArray bytes, QObject* parent)
-        : QIODevice(parent)
-        , m_bytes(std::move(bytes)) {
-        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
-    }
-
-    bool isSequential() const override { return true; }
-    bool seek(qint64) override { return false; } // Qt would rewind the body to send it again
-    bool atEnd() const override { return m_position == m_bytes.size(); }
-    qint64 bytesAvailable() const override { return m_bytes.size() - m_position; }
-
-protected:
-    qint64 readData(char* data, qint64 size) override {
-        if (atEnd()) {
-            return -1;
-        }
-        const auto count = std::min(size, bytesAvailable());
-        std::copy_n(m_bytes.constData() + m_position, count, data);
-        m_position += count;
-        return count;
-    }
-    qint64 writeData(const char*, qint64) override { return -1; }
-
-private:
-    QByteArray m_bytes;
-    qint64 m_position = 0;
-};
-
 QByteArray userAgent() {
     const auto name = QCoreApplication::applicationName();
     const auto version = QCoreApplication::applicationVersion();
     return (version.isEmpty() ? name : name + u'/' + version).toUtf8();
 }
 
-// Qt joins repeated Set-Cookie headers with a line break, which no header value can contain.
-QList<HttpHeader> wireHeaders(const QNetworkReply& reply) {
-    QList<HttpHeader> headers;
-    for (const auto& [name, value] : reply.rawHeaderPairs()) {
-        for (const auto& line : value.split('\n')) {
-            headers.append({name, line});
-        }
+bool isNamed(const HttpHeader& header, const QByteArray& name) {
+    return header.name.compare(name, Qt::CaseInsensitive) == 0;
+}
+
+QByteArray cookieHeader(const QList<QNetworkCookie>& cookies) {
+    QByteArrayList pairs;
+    for (const auto& cookie : cookies) {
+        pairs.append(cookie.toRawForm(QNetworkCookie::NameAndValueOnly));
     }
-    return headers;
+    return pairs.join("; ");
+}
+
+void requireWebAddress(const QUrl& url) {
+    const bool isWeb = url.scheme() == QStringLiteral("https") || url.scheme() == QStringLiteral("http");
+    if (!isWeb || url.host().isEmpty()) {
+        throw WebSocketError(WebSocketError::Kind::cannotConnect,
+                             networkText::cannotConnect(
+                                 url.host(), QStringLiteral("the address is not that of a web server")));
+    }
 }
 
 } // namespace
 
-HttpExchange::HttpExchange(HttpRequest request, HttpClient::BodySink sink, QNetworkCookieJar* cookies,
-                           QObject* parent)
+HttpExchange::HttpExchange(NetworkThread& thread, HttpRequest request, HttpClient::BodySink sink,
+                           QNetworkCookieJar* cookies, QObject* parent)
     : QObject(parent)
+    , m_thread(thread)
     , m_request(std::move(request))
-    , m_sink(std::move(sink)) {
-    start(cookies);
+    , m_sink(std::move(sink))
+    , m_cookies(cookies) {
+    m_request.method = m_request.method.toUpper();
+    m_request.url.setUserInfo({}); // no server that asks for a password gets it
+    startTimers();
+    startTask(begin(), "request");
 }
 
 HttpExchange::~HttpExchange() {
@@ -105,78 +73,20 @@ void HttpExchange::settle(std::function<void(const Completion<HttpResponse>&)> o
     m_scope.cancel();
     m_deadline.stop();
     m_delivery.stop();
-    if (m_reply) {
-        m_reply->disconnect(this);
-        m_reply->abort();
+    if (m_conversation) {
+        m_conversation->cancel();
     }
-    dispatchToMain([completion = m_completion, outcome = std::move(outcome), sink = m_sink, rest = m_body] {
-        if (sink && !rest.isEmpty()) {
-            sink(rest);
-        }
-        outcome(completion);
-    });
+    dispatchToMain(
+        [completion = m_completion, outcome = std::move(outcome), sink = m_sink, rest = m_answer.body] {
+            if (sink && !rest.isEmpty()) {
+                sink(rest);
+            }
+            outcome(completion);
+        });
     deleteLater();
 }
 
-QNetworkRequest HttpExchange::networkRequest(bool withCookies) const {
-    auto url = m_request.url;
-    url.setUserInfo({}); // Qt would send it to any server that asks for a password
-    QNetworkRequest request(url);
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
-    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-    const auto cookies = withCookies ? QNetworkRequest::Automatic : QNetworkRequest::Manual;
-    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, cookies);
-    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, cookies);
-    request.setSslConfiguration(tlsRoots::qtConfiguration());
-    // Uncompressed, so that the limit on the body applies to the bytes that were sent.
-    request.setRawHeader("Accept-Encoding", "identity");
-    request.setRawHeader("Connection", "close");
-    if (const auto agent = userAgent(); !agent.isEmpty()) {
-        request.setRawHeader("User-Agent", agent);
-    }
-    for (const auto& header : m_request.headers) {
-        request.setRawHeader(header.name, header.value);
-    }
-    return request;
-}
-
-// Always a custom verb: Qt's own POST adds a Content-Type, and sends the query as a body if there is none.
-QNetworkReply* HttpExchange::send(bool withCookies) {
-    const auto verb = m_request.method.toUpper();
-    auto request = networkRequest(withCookies);
-    if (!m_request.body && verb != "POST" && verb != "PUT" && verb != "PATCH") {
-        return m_manager.sendCustomRequest(request, verb);
-    }
-    const auto body = m_request.body.value_or(QByteArray());
-    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
-    request.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
-    return m_manager.sendCustomRequest(request, verb, new SingleReadBody(body, &m_manager));
-}
-
-QCoro::Task<void> HttpExchange::begin(QPointer<QNetworkCookieJar> cookies) {
-    const auto ticket = m_scope.ticket();
-    auto lookup = systemProxies(m_request.url);
-    const auto proxies = co_await std::move(lookup);
-    ticket.ensureCurrent();
-    m_proxy = proxies.isEmpty() ? QNetworkProxy(QNetworkProxy::NoProxy) : proxies.first();
-    m_manager.setProxyFactory(new KnownProxies(proxies));
-    if (cookies) {
-        auto* owner = cookies->parent();
-        m_manager.setCookieJar(cookies);
-        cookies->setParent(owner); // otherwise the manager would own it
-    }
-    m_reply = send(!cookies.isNull());
-    connect(m_reply, &QNetworkReply::sslErrors, this,
-            [this](const QList<QSslError>& errors) { m_sslErrors = errors; });
-    connect(m_reply, &QNetworkReply::metaDataChanged, this, &HttpExchange::takeBody);
-    connect(m_reply, &QNetworkReply::readyRead, this, &HttpExchange::takeBody);
-    connect(m_reply, &QNetworkReply::finished, this, &HttpExchange::finish);
-}
-
-void HttpExchange::start(QNetworkCookieJar* cookies) {
-    startTask(begin(cookies), "request");
-
+void HttpExchange::startTimers() {
     m_deadline.setSingleShot(true);
     connect(&m_deadline, &QTimer::timeout, this, [this] {
         fail(HttpError(HttpError::Kind::timedOut, networkText::timedOut(m_request.url.host())));
@@ -188,6 +98,97 @@ void HttpExchange::start(QNetworkCookieJar* cookies) {
     connect(&m_delivery, &QTimer::timeout, this, &HttpExchange::deliver);
 }
 
+QCoro::Task<void> HttpExchange::begin() {
+    const auto ticket = m_scope.ticket();
+    auto lookup = systemProxies(m_request.url);
+    const auto proxies = co_await std::move(lookup);
+    ticket.ensureCurrent();
+    try {
+        requireWebAddress(m_request.url);
+        auto plan = planConnection(m_request.url, proxies);
+        const auto bytes = head(plan) + m_request.body.value_or(QByteArray());
+        const auto limit = m_sink ? std::nullopt : std::optional(m_request.maxBodyBytes);
+        m_conversation =
+            HttpConversation::start(m_thread, {std::move(plan), bytes, m_request.method == "HEAD", limit},
+                                    {.head = [this](HttpResponse answer) { takeHead(std::move(answer)); },
+                                     .piece = [this](const QByteArray& piece) { takePiece(piece); },
+                                     .end = [this] { finish(); },
+                                     .failed = [this](const HttpError& error) { fail(error); }});
+    } catch (const WebSocketError& error) {
+        fail(HttpConversation::errorOf(error));
+    }
+}
+
+QByteArray HttpExchange::head(const ConnectPlan& plan) const {
+    const bool isForwarded = plan.proxy == ConnectPlan::Proxy::forwarding;
+    const auto target = isForwarded ? "http://" + plan.hostHeader + plan.target : plan.target;
+    auto head = m_request.method + ' ' + target + " HTTP/1.1\r\n";
+    for (const auto& header : headers(plan)) {
+        head += header.name + ": " + header.value + "\r\n";
+    }
+    return head + "\r\n";
+}
+
+// The request's own headers replace those of the same name.
+QList<HttpHeader> HttpExchange::headers(const ConnectPlan& plan) const {
+    // The body is not compressed, so that the limit on it applies to the bytes that were sent.
+    QList<HttpHeader> all{
+        {"Host", plan.hostHeader}, {"Connection", "close"}, {"Accept-Encoding", "identity"}};
+    if (const auto agent = userAgent(); !agent.isEmpty()) {
+        all.append({"User-Agent", agent});
+    }
+    if (plan.proxy == ConnectPlan::Proxy::forwarding && !plan.proxyCredentials.isEmpty()) {
+        all.append({"Proxy-Authorization", "Basic " + plan.proxyCredentials.toBase64()});
+    }
+    const auto cookies = m_cookies ? cookieHeader(m_cookies->cookiesForUrl(m_request.url)) : QByteArray();
+    if (!cookies.isEmpty()) {
+        all.append({"Cookie", cookies});
+    }
+    const auto& method = m_request.method;
+    if (m_request.body || method == "POST" || method == "PUT" || method == "PATCH") {
+        all.append({"Content-Length", QByteArray::number(m_request.body.value_or(QByteArray()).size())});
+    }
+    for (const auto& header : m_request.headers) {
+        all.removeIf([&](const HttpHeader& other) { return isNamed(other, header.name); });
+        all.append(header);
+    }
+    return all;
+}
+
+void HttpExchange::takeHead(HttpResponse answer) {
+    m_answer = std::move(answer);
+    m_answer.url = m_request.url;
+    keepCookies();
+    if (m_sink) {
+        m_deadline.start();
+    }
+    if (m_sink && m_request.wantsBody && !m_request.wantsBody(m_answer)) {
+        finish();
+    } else {
+        m_conversation->readOn();
+    }
+}
+
+void HttpExchange::keepCookies() {
+    if (!m_cookies) {
+        return;
+    }
+    for (const auto& header : m_answer.headers) {
+        if (isNamed(header, "Set-Cookie")) {
+            m_cookies->setCookiesFromUrl(QNetworkCookie::parseCookies(header.value), m_answer.url);
+        }
+    }
+}
+
+void HttpExchange::takePiece(const QByteArray& piece) {
+    m_answer.body += piece;
+    if (m_sink) {
+        m_deadline.start();
+        scheduleDelivery();
+    }
+    m_conversation->readOn();
+}
+
 void HttpExchange::scheduleDelivery() {
     const std::chrono::milliseconds passed(m_sinceDelivery.isValid() ? m_sinceDelivery.elapsed()
                                                                      : deliveryInterval.count());
@@ -196,57 +197,23 @@ void HttpExchange::scheduleDelivery() {
     }
 }
 
-// Called from the event loop: the sink may destroy the client, which must not happen inside a signal of the
-// reply.
+// Called from the event loop: the sink may destroy the client.
 void HttpExchange::deliver() {
     m_sinceDelivery.start();
-    const auto piece = std::exchange(m_body, {});
-    const QPointer<HttpExchange> self(this);
+    const auto ticket = m_scope.ticket();
+    const auto piece = std::exchange(m_answer.body, {});
     const auto sink = m_sink;
-    if (!sink(piece) && self) {
-        settle([answer = response()](const auto& completion) { completion.resolve(answer); });
+    if (!sink(piece) && ticket.isCurrent()) {
+        finish();
     }
-}
-
-bool HttpExchange::wantsBody() {
-    return std::exchange(m_headChecked, true) || !m_request.wantsBody || m_request.wantsBody(response());
-}
-
-void HttpExchange::takeBody() {
-    if (m_sink) {
-        if (!wantsBody()) {
-            settle([answer = response()](const auto& completion) { completion.resolve(answer); });
-            return;
-        }
-        m_body += m_reply->readAll();
-        m_deadline.start();
-        if (!m_body.isEmpty()) {
-            scheduleDelivery();
-        }
-        return;
-    }
-    const auto announced = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
-    m_body += m_reply->readAll();
-    if (announced > m_request.maxBodyBytes || m_body.size() > m_request.maxBodyBytes) {
-        fail(HttpError(HttpError::Kind::tooLarge,
-                       networkText::tooLarge(m_request.url.host(), m_request.maxBodyBytes)));
-    }
-}
-
-HttpResponse HttpExchange::response() const {
-    return {.status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
-            .url = m_reply->url(),
-            .headers = wireHeaders(*m_reply),
-            .body = m_sink ? QByteArray() : m_body};
 }
 
 void HttpExchange::finish() {
-    if (!isServerResponse(*m_reply)) {
-        fail(classify(*m_reply, m_sslErrors, m_proxy));
-        return;
+    auto answer = m_answer;
+    if (m_sink) {
+        answer.body.clear(); // the sink gets it
     }
-    takeBody();
-    settle([answer = response()](const auto& completion) { completion.resolve(answer); });
+    settle([answer](const auto& completion) { completion.resolve(answer); });
 }
 
 void HttpExchange::fail(const HttpError& error) {

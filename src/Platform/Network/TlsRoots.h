@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QSslConfiguration>
 #include <QString>
 
 // The certificate authorities that every TLS connection of the process trusts: the system's store, or only
@@ -9,8 +8,5 @@ namespace platform::tlsRoots {
 
 // Returns the path of that file; empty if the system's store is used.
 QString overridingFile();
-
-// Returns the configuration for a QSslSocket. If the file cannot be read, nothing is trusted.
-QSslConfiguration qtConfiguration();
 
 } // namespace platform::tlsRoots

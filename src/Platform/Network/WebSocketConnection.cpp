@@ -5,6 +5,7 @@
 #include "Platform/Network/NetworkThread.h"
 #include "Platform/Network/SendQueue.h"
 #include "Platform/Network/SocketHealth.h"
+#include "Platform/Network/StreamEnd.h"
 #include "Platform/Network/Transport.h"
 #include "Platform/Network/WebSocketMailbox.h"
 
@@ -22,6 +23,8 @@ namespace {
 namespace websocket = boost::beast::websocket;
 using Kind = WebSocketError::Kind;
 
+// The time for name lookup, connection, TLS and upgrade together.
+constexpr std::chrono::seconds openTimeout{30};
 // The time for the peer to answer a close frame and to end the connection.
 constexpr std::chrono::seconds closeTimeout{2};
 // Frames up to this size are sent in one write; it is also the size of a TLS record.
@@ -40,8 +43,10 @@ public:
         , m_mailbox(std::move(mailbox))
         , m_timeout(thread.context().get_executor()) {}
 
-    void start(ConnectPlan plan) override {
-        post([plan = std::move(plan)](BeastConnection& self) mutable { self.doStart(std::move(plan)); });
+    void start(ConnectPlan plan, qint64 maxMessageBytes) override {
+        post([plan = std::move(plan), maxMessageBytes](BeastConnection& self) mutable {
+            self.doStart(std::move(plan), maxMessageBytes);
+        });
     }
     void send(WebSocketTask::Payload kind, QByteArray payload, WebSocketTask::DoneHandler done) override;
     void ping(quint32 id) override {
@@ -84,10 +89,9 @@ private:
         };
     }
 
-    void doStart(ConnectPlan plan);
+    void doStart(ConnectPlan plan, qint64 maxMessageBytes);
     void upgrade(std::optional<WebSocketError> error);
     void upgraded(error_code error);
-    WebSocketError refusal(error_code error);
     void enqueue(SendQueue::Frame frame);
     void pump();
     void failDropped();
@@ -97,7 +101,6 @@ private:
     void read();
     void received(error_code error, std::size_t);
     void controlFrame(websocket::frame_type kind, boost::beast::string_view payload);
-    WebSocketEnd endAfter(error_code error) const;
     void doCancel(int closeCode);
     void closed(error_code) { drop(); }
 
@@ -109,6 +112,9 @@ private:
     void failSends(const std::exception_ptr& error);
     void drop();
     bool isOpen() const { return m_open && !m_reported; }
+    WebSocketEnd endOf(error_code error) const {
+        return streamEnd(error, m_plan.hostText(), m_maxMessageBytes, m_stream->reason());
+    }
 
     NetworkThread& m_thread;
     const std::shared_ptr<WebSocketMailbox> m_mailbox;
@@ -119,6 +125,7 @@ private:
     std::atomic<bool> m_reported = false;
 
     ConnectPlan m_plan;
+    qint64 m_maxMessageBytes = 0;
     std::optional<asio::ssl::context> m_tls;
     std::optional<Stream> m_stream;
     std::optional<Connector> m_connector;
@@ -154,11 +161,12 @@ void BeastConnection::enqueue(SendQueue::Frame frame) {
     failDropped();
 }
 
-void BeastConnection::doStart(ConnectPlan plan) {
+void BeastConnection::doStart(ConnectPlan plan, qint64 maxMessageBytes) {
     if (m_cancelled) {
         return;
     }
     m_plan = std::move(plan);
+    m_maxMessageBytes = maxMessageBytes;
     m_tls.emplace(asio::ssl::context::tls_client);
     try {
         if (m_plan.encrypted) {
@@ -175,7 +183,7 @@ void BeastConnection::doStart(ConnectPlan plan) {
             self->armTimeout(closeTimeout);
         }
     };
-    armTimeout(m_plan.timeout);
+    armTimeout(openTimeout);
     m_connector.emplace(m_thread, m_stream->next_layer(), m_plan);
     m_connector->run(shared_from_this(),
                      [this](std::optional<WebSocketError> error) { upgrade(std::move(error)); });
@@ -186,7 +194,7 @@ void BeastConnection::upgrade(std::optional<WebSocketError> error) {
         fail(*error);
         return;
     }
-    m_stream->read_message_max(static_cast<std::size_t>(m_plan.maxMessageBytes));
+    m_stream->read_message_max(static_cast<std::size_t>(m_maxMessageBytes));
     m_stream->write_buffer_bytes(writeBufferBytes);
     m_stream->auto_fragment(false);
     m_stream->control_callback(
@@ -200,7 +208,7 @@ void BeastConnection::upgraded(error_code error) {
         drop();
     } else if (error) {
         const int status = m_stream->next_layer().answeredStatus();
-        fail(refusal(error), status);
+        fail(upgradeFailure(error, m_plan.hostText(), m_stream->next_layer(), m_answer), status);
     } else {
         cancelTimeout();
         m_open = true;
@@ -209,19 +217,6 @@ void BeastConnection::upgraded(error_code error) {
         pump();
         pumpPings();
     }
-}
-
-WebSocketError BeastConnection::refusal(error_code error) {
-    const auto& transport = m_stream->next_layer();
-    const int status = transport.answeredStatus();
-    if (status == 0 || status == 101) {
-        return transport.gotAnything()
-                   ? WebSocketError(Kind::protocol, networkText::notWebSocket(m_plan.hostText()))
-                   : *endAfter(error).error;
-    }
-    const auto type = m_answer[boost::beast::http::field::content_type];
-    const bool webPage = type.find("html") != type.npos;
-    return WebSocketError(Kind::upgradeRefused, networkText::upgradeRefused(status, webPage));
 }
 
 void BeastConnection::pump() {
@@ -291,7 +286,7 @@ void BeastConnection::read() {
 
 void BeastConnection::received(error_code error, std::size_t) {
     if (error) {
-        report(endAfter(error));
+        report(endOf(error));
         drop();
         return;
     }
@@ -318,27 +313,9 @@ void BeastConnection::controlFrame(websocket::frame_type kind, boost::beast::str
         }
     } else if (kind == websocket::frame_type::close) {
         // Beast answers it; there is no need to wait for the peer to hang up.
-        report(endAfter(websocket::error::closed));
+        report(endOf(websocket::error::closed));
         armTimeout(closeTimeout);
     }
-}
-
-WebSocketEnd BeastConnection::endAfter(error_code error) const {
-    const auto host = m_plan.hostText();
-    if (error == websocket::error::closed) {
-        const auto code = m_stream->reason().code;
-        return {{}, code == websocket::close_code::none ? 1005 : static_cast<int>(code), 101};
-    }
-    const std::optional<int> code = m_open ? std::optional(1006) : std::nullopt;
-    if (error == websocket::error::message_too_big) {
-        return {WebSocketError(Kind::tooLarge, networkText::tooLarge(host, m_plan.maxMessageBytes)), code};
-    }
-    if (error.category() == make_error_code(websocket::error::bad_opcode).category()) {
-        return {WebSocketError(Kind::protocol,
-                               networkText::protocolBroken(host, QString::fromStdString(error.message()))),
-                code};
-    }
-    return {WebSocketError(Kind::connectionLost, networkText::connectionLost(host)), code};
 }
 
 void BeastConnection::doCancel(int closeCode) {

@@ -5,7 +5,6 @@
 #include "Platform/Core/Tasks.h"
 #include "Platform/Network/NetworkThread.h"
 #include "Platform/Network/ProxyLookup.h"
-#include "Platform/Network/TlsRoots.h"
 #include "Platform/Network/WebSocketConnection.h"
 #include "Platform/Network/WebSocketMailbox.h"
 
@@ -29,11 +28,6 @@ int nextIdentifier() {
     return ++last;
 }
 
-QByteArray hostHeader(const QUrl& url, const QByteArray& host) {
-    const auto name = host.contains(':') ? '[' + host + ']' : host;
-    return url.port() < 0 ? name : name + ':' + QByteArray::number(url.port());
-}
-
 // Returns the web address for which the system is asked for a proxy.
 QUrl httpUrl(QUrl url) {
     url.setScheme(url.scheme() == QStringLiteral("wss") ? QStringLiteral("https") : QStringLiteral("http"));
@@ -41,57 +35,11 @@ QUrl httpUrl(QUrl url) {
     return url;
 }
 
-// Returns the first proxy that can carry a WebSocket. Throws WebSocketError if there is none.
-QNetworkProxy usableProxy(const QList<QNetworkProxy>& proxies) {
-    for (const auto& proxy : proxies) {
-        switch (proxy.type()) {
-        case QNetworkProxy::NoProxy:
-        case QNetworkProxy::DefaultProxy:
-        case QNetworkProxy::HttpProxy:
-        case QNetworkProxy::Socks5Proxy:
-            return proxy;
-        default:
-            break;
-        }
-    }
-    throw WebSocketError(
-        Kind::proxyFailed,
-        QStringLiteral("Only HTTP and SOCKS 5 proxies are supported, and the system names another kind."));
-}
-
 void requireWebSocketAddress(const QUrl& url) {
     const bool isSocket = url.scheme() == QStringLiteral("wss") || url.scheme() == QStringLiteral("ws");
     if (url.host().isEmpty() || !isSocket) {
         throw WebSocketError(Kind::cannotConnect, QStringLiteral("This is not a WebSocket address."));
     }
-}
-
-ConnectPlan planFor(const QUrl& url, const QNetworkProxy& proxy, qint64 maxMessageBytes) {
-    const bool encrypted = url.scheme() == QStringLiteral("wss");
-    ConnectPlan plan;
-    plan.host = url.host(QUrl::FullyEncoded).toLatin1();
-    plan.port = static_cast<quint16>(url.port(encrypted ? 443 : 80));
-    plan.hostHeader = hostHeader(url, plan.host);
-    plan.target = url.path(QUrl::FullyEncoded).toLatin1();
-    if (plan.target.isEmpty()) {
-        plan.target = "/";
-    }
-    if (url.hasQuery()) {
-        plan.target += '?' + url.query(QUrl::FullyEncoded).toLatin1();
-    }
-    plan.encrypted = encrypted;
-    plan.rootsFile = tlsRoots::overridingFile();
-    plan.maxMessageBytes = maxMessageBytes;
-    if (proxy.type() == QNetworkProxy::HttpProxy || proxy.type() == QNetworkProxy::Socks5Proxy) {
-        plan.proxyKind = proxy.type() == QNetworkProxy::HttpProxy ? ConnectPlan::ProxyKind::http
-                                                                  : ConnectPlan::ProxyKind::socks5;
-        plan.proxyHost = proxy.hostName().toLatin1();
-        plan.proxyPort = proxy.port();
-        if (!proxy.user().isEmpty()) {
-            plan.proxyCredentials = (proxy.user() + u':' + proxy.password()).toUtf8();
-        }
-    }
-    return plan;
 }
 
 class SocketTask : public WebSocketTask {
@@ -165,7 +113,7 @@ QCoro::Task<void> SocketTask::start() {
         auto lookup = systemProxies(httpUrl(m_url));
         const auto proxies = co_await std::move(lookup);
         ticket.ensureCurrent();
-        m_connection->start(planFor(m_url, usableProxy(proxies), m_maxMessageBytes));
+        m_connection->start(planConnection(m_url, proxies), m_maxMessageBytes);
     } catch (const WebSocketError& error) {
         m_connection->cancel(1001);
         later([this, error] { finish({error, {}, 0}); });
