@@ -1,14 +1,7 @@
-#include "Platform/Storage/SecretStore.h"
+#include "Platform/Storage/SecretServiceStore.h"
 
 #include "Platform/Core/Dispatch.h"
 #include "Platform/Core/Log.h"
-#include "Platform/Storage/SecretServiceState.h"
-#include "Platform/Storage/SecretServiceWatch.h"
-
-#include <QCoreApplication>
-
-#include <condition_variable>
-#include <map>
 
 namespace platform {
 
@@ -19,93 +12,7 @@ using namespace std::chrono_literals;
 // How long the main thread waits for an answer and, at the end, for the last changes.
 constexpr auto answerTimeout = 3s;
 
-// Reads are answered by the watch's thread, which never prompts. Writes and deletions are carried out in
-// order on a thread of their own, which may wait minutes for a prompt. Changes that are not carried out yet,
-// or cannot be, are kept in the overlay, which answers reads.
-class SecretServiceStore : public SecretStore {
-public:
-    SecretServiceStore() = default;
-    ~SecretServiceStore() override;
-
-    void readAhead(const QString& service, const QStringList& names) override;
-    Reading read(const QString& service, const QString& name) override;
-    Status write(const QString& service, const QString& name, const QByteArray& value) override;
-    Status erase(const QString& service, const QString& name) override;
-    void unlock() override;
-
-private:
-    using State = SecretServiceState;
-    using Event = SecretServiceEvent;
-    using Key = std::pair<QString, QString>;
-
-    // The intended state of an item.
-    struct Change {
-        std::optional<QByteArray> value; // nullopt deletes the item
-        quint64 generation = 0;
-        bool mayPrompt = false;
-        bool queued = false;
-    };
-
-    // What the thread for changes is doing. `declined` means working after the prompt for the current action
-    // was dismissed.
-    enum class Work { idle, working, prompting, declined };
-    // Whether the program is ending: first the last changes are carried out, then none.
-    enum class Ending { no, lastChanges, now };
-
-    struct Question {
-        std::optional<Reading> answer;
-        bool givenUp = false;
-    };
-
-    // Called on the main thread.
-    std::shared_ptr<Question> post(const Key& key);
-    std::shared_ptr<Question> takePrefetched(const Key& key);
-    Reading ask(const Key& key);
-
-    // Called on the watch's thread.
-    void answer(SecretServiceClient& client, const Key& key, Question& question);
-    void serviceAppeared();
-    void serviceVanished();
-    void collectionChanged(SecretServiceClient& client);
-
-    // Called on the thread for changes.
-    void work();
-    void carryOutNext(std::unique_lock<std::mutex>& lock);
-    Status carryOut(const Key& key, const Change& change);
-    Status prompt();
-    void unlockAsAsked();
-
-    // Called on any thread, with the lock held.
-    void take(Event event);
-    bool mayPrompt(const Change& change) const;
-    void change(const Key& key, std::optional<QByteArray> value);
-    void enqueueAll(bool mayPrompt);
-    void settle(const Key& key, const Change& change, Status status);
-    Status judge(Status status);
-    void announce();
-
-    // Used on the main thread: requests made in advance for items that have not changed since.
-    std::map<Key, std::shared_ptr<Question>> m_prefetched;
-
-    std::mutex m_mutex;
-    std::condition_variable m_answered;
-    std::condition_variable m_queued;
-
-    // Everything below is protected by the lock.
-    std::map<Key, Change> m_overlay;
-    std::deque<std::optional<Key>> m_queue; // an entry without a key is a request to unlock
-    quint64 m_generation = 0;
-    State m_state = State::unknown;
-    Work m_work = Work::idle;
-    Ending m_ending = Ending::no;
-
-    const QString m_owner = QCoreApplication::applicationName();
-    SecretServiceClient m_writer{m_owner};
-    SecretServiceWatch m_watch{m_owner,
-                               {[this] { serviceAppeared(); }, [this] { serviceVanished(); },
-                                [this](SecretServiceClient& client) { collectionChanged(client); }}};
-    std::thread m_thread{[this] { work(); }};
-};
+} // namespace
 
 SecretServiceStore::~SecretServiceStore() {
     {
@@ -270,126 +177,6 @@ void SecretServiceStore::collectionChanged(SecretServiceClient& client) {
     }
 }
 
-void SecretServiceStore::work() {
-    std::unique_lock lock(m_mutex);
-    for (;;) {
-        m_queued.wait(lock, [this] { return m_ending != Ending::no || !m_queue.empty(); });
-        if (m_queue.empty() || m_ending == Ending::now) {
-            return;
-        }
-        carryOutNext(lock);
-        if (m_queue.empty()) {
-            m_work = Work::idle;
-        }
-        m_answered.notify_all();
-    }
-}
-
-void SecretServiceStore::carryOutNext(std::unique_lock<std::mutex>& lock) {
-    const auto key = m_queue.front();
-    m_queue.pop_front();
-    if (m_work == Work::idle) {
-        m_work = Work::working;
-    }
-    if (!key) {
-        lock.unlock();
-        unlockAsAsked();
-        lock.lock();
-    } else if (const auto found = m_overlay.find(*key); found != m_overlay.end()) {
-        found->second.queued = false;
-        const auto change = found->second;
-        lock.unlock();
-        const auto status = carryOut(*key, change);
-        lock.lock();
-        settle(*key, change, status);
-    }
-}
-
-SecretStore::Status SecretServiceStore::carryOut(const Key& key, const Change& change) {
-    const auto prompts = [&] {
-        const std::lock_guard lock(m_mutex);
-        return mayPrompt(change);
-    };
-    const auto attempt = [&] {
-        return change.value ? m_writer.store(key.first, key.second, *change.value, prompts())
-                            : m_writer.remove(key.first, key.second);
-    };
-    const auto status = attempt();
-    if (status != Status::locked || !prompts()) {
-        return status;
-    }
-    const auto answer = prompt();
-    return answer == Status::ok ? attempt() : answer;
-}
-
-// Shows one prompt for the collection and waits for the user's answer.
-SecretStore::Status SecretServiceStore::prompt() {
-    const auto setWork = [this](Work work) {
-        const std::lock_guard lock(m_mutex);
-        m_work = work;
-        m_answered.notify_all();
-    };
-    setWork(Work::prompting);
-    const auto status = m_writer.unlock();
-    setWork(Work::working);
-    const std::lock_guard lock(m_mutex);
-    if (status != Status::ok) {
-        take(status == Status::absent ? Event::failed : Event::foundLocked);
-    }
-    return status;
-}
-
-void SecretServiceStore::unlockAsAsked() {
-    const auto status = prompt();
-    const std::lock_guard lock(m_mutex);
-    if (status == Status::ok) {
-        take(Event::unlocked);
-        enqueueAll(false);
-        announce();
-    }
-    dispatchToMain(this, [this] { Q_EMIT unlockingEnded(); });
-}
-
-bool SecretServiceStore::mayPrompt(const Change& change) const {
-    return change.mayPrompt && m_work != Work::declined && m_ending == Ending::no;
-}
-
-void SecretServiceStore::change(const Key& key, std::optional<QByteArray> value) {
-    auto& entry = m_overlay[key];
-    entry.value = std::move(value);
-    entry.generation = ++m_generation;
-    if (m_state != State::absent && m_state != State::gone) {
-        enqueueAll(true);
-    }
-}
-
-// Includes the changes that were kept back.
-void SecretServiceStore::enqueueAll(bool mayPrompt) {
-    for (auto& [key, change] : m_overlay) {
-        change.mayPrompt = mayPrompt || (change.queued && change.mayPrompt);
-        if (!std::exchange(change.queued, true)) {
-            m_queue.push_back(key);
-        }
-    }
-    m_queued.notify_all();
-}
-
-void SecretServiceStore::settle(const Key& key, const Change& change, Status status) {
-    status = judge(status);
-    if (status == Status::ok || status == Status::notFound) {
-        const auto found = m_overlay.find(key);
-        if (found != m_overlay.end() && found->second.generation == change.generation) {
-            m_overlay.erase(found);
-        }
-        return;
-    }
-    if (m_state != State::absent && m_state != State::gone && mayPrompt(change)) {
-        m_work = Work::declined;
-        logLine(QStringLiteral(
-            "[Secrets] The secret service rejected a change, which is kept until the program ends"));
-    }
-}
-
 // Updates the state after an operation, and returns what the status means for the caller.
 SecretStore::Status SecretServiceStore::judge(Status status) {
     if (status != Status::absent) {
@@ -411,8 +198,6 @@ void SecretServiceStore::take(Event event) {
 void SecretServiceStore::announce() {
     dispatchToMain(this, [this] { Q_EMIT unlocked(); });
 }
-
-} // namespace
 
 std::unique_ptr<SecretStore> makeSecretServiceStore() {
     return std::make_unique<SecretServiceStore>();
