@@ -26,6 +26,13 @@ public:
         const std::lock_guard lock(m_mutex);
         return m_current;
     }
+    // Returns whether this is the identifier of the latest task.
+    bool isActive(int identifier) const { return snapshot().activeTaskIdentifier == identifier; }
+    // Returns whether that task is also still in use.
+    bool isInUse(int identifier) const {
+        const auto current = snapshot();
+        return current.webSocketTask && current.activeTaskIdentifier == identifier;
+    }
     // Blocks audio until the session of the new connection is confirmed.
     void replace(std::shared_ptr<platform::WebSocketTask> task) {
         const auto identifier = task->identifier();

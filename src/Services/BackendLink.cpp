@@ -37,8 +37,13 @@ BackendLink::BackendLink(WebSocketService& service, platform::WebSocketFactory& 
     , m_fields(service)
     , m_handshake(service)
     , m_dispatch(service, {.sessionConfirmed = [this] { confirmSession(); },
-                           .sessionLost = [this] { m_handshake.recover(m_openedBaseURL); }})
-    , m_countdown(
+                           .sessionLost = [this] { m_handshake.handleSessionNotFound(m_openedBaseURL); }})
+    , m_receiveLoop(m_socket, {.message =
+                                   [this](int identifier, WSServerMessage message) {
+                                       handleMessage(identifier, std::move(message));
+                                   },
+                               .failed = [this](int identifier) { handleDisconnect(identifier); }})
+    , m_reconnectTask(
           clock, [this](int seconds) { m_fields.setReconnectCountdown(seconds); },
           [this] { platform::startTask(performConnect(LinkEvent::wanted), "reconnect"); }) {}
 
@@ -60,21 +65,16 @@ bool BackendLink::enter(LinkEvent event) {
     return next.has_value();
 }
 
-bool BackendLink::isInUse(int identifier) const {
-    const auto current = m_socket.snapshot();
-    return current.webSocketTask && current.activeTaskIdentifier == identifier;
-}
-
 QCoro::Task<void> BackendLink::connect(QString baseURL) {
     m_currentBaseURL = baseURL;
-    m_countdown.clearAttempts();
+    m_reconnectTask.clearAttempts();
     co_await performConnect(LinkEvent::wanted);
 }
 
 void BackendLink::disconnect() {
     enter(LinkEvent::disconnected);
     m_tokenRequest.cancel();
-    m_countdown.cancel();
+    m_reconnectTask.cancel();
     cleanupConnection();
     m_fields.setConnected(false);
     m_fields.setReconnecting(false);
@@ -86,8 +86,8 @@ void BackendLink::manualReconnect() {
 }
 
 void BackendLink::reconnect() {
-    m_countdown.cancel();
-    m_countdown.clearAttempts();
+    m_reconnectTask.cancel();
+    m_reconnectTask.clearAttempts();
     dispatchToMain(&q, [this] {
         m_fields.setReconnectCountdown(0);
         m_fields.setCurrentAttempt(0);
@@ -167,7 +167,7 @@ void BackendLink::giveUpWithoutToken(const std::exception_ptr& error) {
 void BackendLink::openSocket(const QUrl& url) {
     enter(LinkEvent::tokenCame);
     cleanupConnection();
-    if (m_countdown.cancel()) {
+    if (m_reconnectTask.cancel()) {
         // Another request came before the countdown had ended.
         m_fields.setReconnectCountdown(0);
     }
@@ -218,18 +218,18 @@ void BackendLink::handleOpened(int identifier) {
     }
     logLine(QStringLiteral("[WS] Connected (task %1), reconnectAttempts=%2")
                 .arg(identifier)
-                .arg(m_countdown.attempts()));
+                .arg(m_reconnectTask.attempts()));
     dispatchToMain(&q, [this, identifier] { finishOpening(identifier); });
     startPingTimer(identifier);
-    receiveNext(identifier);
-    m_handshake.open(m_openedBaseURL);
+    m_receiveLoop.receiveNext(identifier);
+    m_handshake.performPostConnectSessionHandshake(m_openedBaseURL);
 }
 
 void BackendLink::finishOpening(int identifier) {
     if (!isInUse(identifier) || !enter(LinkEvent::opened)) {
         return;
     }
-    m_countdown.cancel();
+    m_reconnectTask.cancel();
     m_fields.setConnected(true);
     m_fields.setReconnecting(false);
     m_connectionTime = m_clock.monotonic();
@@ -266,7 +266,7 @@ void BackendLink::followDisturbance() {
 }
 
 void BackendLink::handleClosed(int identifier, int code) {
-    if (isActive(identifier)) {
+    if (m_socket.isActive(identifier)) {
         logLine(QStringLiteral("[WS] Connection closed with code: %1").arg(code));
         handleDisconnect(identifier);
     }
@@ -274,7 +274,7 @@ void BackendLink::handleClosed(int identifier, int code) {
 
 void BackendLink::handleCompleted(int identifier, int httpStatus,
                                   const std::optional<platform::WebSocketError>& error) {
-    if (!isActive(identifier)) {
+    if (!m_socket.isActive(identifier)) {
         return;
     }
     if (httpStatus == unauthorized) {
@@ -304,7 +304,7 @@ void BackendLink::handleDisconnect(int identifier) {
 }
 
 void BackendLink::lose(int identifier) {
-    if (!isActive(identifier)) {
+    if (!m_socket.isActive(identifier)) {
         return;
     }
     if (!isInUse(identifier)) {
@@ -322,7 +322,7 @@ void BackendLink::lose(int identifier) {
     m_pingTimer.reset();
     if (m_connectionTime &&
         m_clock.monotonic() - *m_connectionTime >= reconnectPolicy::minStableConnectionSecs) {
-        m_countdown.clearAttempts();
+        m_reconnectTask.clearAttempts();
     }
     if (!m_fields.authError()) {
         attemptReconnect();
@@ -330,7 +330,7 @@ void BackendLink::lose(int identifier) {
 }
 
 void BackendLink::attemptReconnect() {
-    const auto plan = m_countdown.start();
+    const auto plan = m_reconnectTask.start();
     if (!plan) {
         logLine(QStringLiteral("[WS] Max reconnect attempts reached"));
         dispatchToMain(&q, [this] {
@@ -345,7 +345,7 @@ void BackendLink::attemptReconnect() {
                 .arg(reconnectPolicy::maxReconnectAttempts));
     dispatchToMain(&q, [this, plan = *plan] {
         // The link may have been closed in the meantime, which ends the countdown.
-        if (m_countdown.isRunning()) {
+        if (m_reconnectTask.isRunning()) {
             m_fields.setReconnecting(true);
             m_fields.setCurrentAttempt(plan.attempt);
             m_fields.setReconnectCountdown(plan.wait);
@@ -353,39 +353,8 @@ void BackendLink::attemptReconnect() {
     });
 }
 
-void BackendLink::receiveNext(int identifier) {
-    if (!isInUse(identifier)) {
-        return;
-    }
-    m_socket.snapshot().webSocketTask->receive(
-        [this, self = QPointer(&q), identifier](const std::optional<platform::WebSocketMessage>& message,
-                                                const std::exception_ptr& error) {
-            if (self && isActive(identifier)) {
-                handleReceived(identifier, message, error);
-            }
-        });
-}
-
-void BackendLink::handleReceived(int identifier, const std::optional<platform::WebSocketMessage>& message,
-                                 const std::exception_ptr& error) {
-    if (!message) {
-        logLine(QStringLiteral("[WS] Receive error: %1").arg(errorText(error)));
-        handleDisconnect(identifier);
-        return;
-    }
-    if (message->isText) {
-        handleTextMessage(identifier, message->payload);
-    }
-    receiveNext(identifier);
-}
-
-void BackendLink::handleTextMessage(int identifier, const QByteArray& text) {
-    auto message = parseServerMessage(text);
-    if (!message) {
-        return;
-    }
-    logLine(QStringLiteral("[WS] Received: %1").arg(message->rawType));
-    dispatchToMain(&q, [this, identifier, message = std::move(*message)] {
+void BackendLink::handleMessage(int identifier, WSServerMessage message) {
+    dispatchToMain(&q, [this, identifier, message = std::move(message)] {
         // A message of a lost connection must not be taken for one of a live connection.
         if (isInUse(identifier) && hasLiveSocket(m_state)) {
             m_dispatch.dispatch(message);
@@ -395,7 +364,7 @@ void BackendLink::handleTextMessage(int identifier, const QByteArray& text) {
 
 void BackendLink::confirmSession() {
     m_socket.allowBinarySend(true);
-    m_countdown.clearAttempts();
+    m_reconnectTask.clearAttempts();
     m_fields.setCurrentAttempt(0);
 }
 

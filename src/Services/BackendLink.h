@@ -5,6 +5,7 @@
 #include "Services/LinkFields.h"
 #include "Services/LinkState.h"
 #include "Services/MessageDispatch.h"
+#include "Services/ReceiveLoop.h"
 #include "Services/ReconnectCountdown.h"
 #include "Services/SessionHandshake.h"
 
@@ -61,18 +62,12 @@ private:
     void attemptReconnect();
 
     // Receiving.
-    void receiveNext(int identifier);
-    void handleReceived(int identifier, const std::optional<platform::WebSocketMessage>& message,
-                        const std::exception_ptr& error);
-    void handleTextMessage(int identifier, const QByteArray& text);
+    void handleMessage(int identifier, WSServerMessage message);
     void confirmSession();
 
     // Returns false and changes nothing when the event has no meaning in this state.
     bool enter(LinkEvent event);
-    // Returns whether this is the identifier of the latest task.
-    bool isActive(int identifier) const { return m_socket.snapshot().activeTaskIdentifier == identifier; }
-    // Returns whether that task is also still in use.
-    bool isInUse(int identifier) const;
+    bool isInUse(int identifier) const { return m_socket.isInUse(identifier); }
 
     WebSocketService& q;
     platform::WebSocketFactory& m_factory;
@@ -84,7 +79,8 @@ private:
     ActiveSocket m_socket;
     SessionHandshake m_handshake;
     MessageDispatch m_dispatch;
-    ReconnectCountdown m_countdown;
+    ReceiveLoop m_receiveLoop;
+    ReconnectCountdown m_reconnectTask;
     std::optional<Heartbeat> m_pingTimer;
     // Why authError is set, which decides whether an event clears it.
     StopCause m_stopCause = StopCause::none;

@@ -16,7 +16,7 @@ void SessionHandshake::setApiService(CorvaneAPIService* apiService) {
     m_apiService = apiService;
 }
 
-void SessionHandshake::open(const QString& baseURL) {
+void SessionHandshake::performPostConnectSessionHandshake(const QString& baseURL) {
     if (!m_apiService) {
         logLine(QStringLiteral("[WS] No CorvaneAPIService — cannot run session handshake"));
         return;
@@ -24,7 +24,7 @@ void SessionHandshake::open(const QString& baseURL) {
     platform::startTask(openSession(baseURL), "session handshake");
 }
 
-void SessionHandshake::recover(const QString& baseURL) {
+void SessionHandshake::handleSessionNotFound(const QString& baseURL) {
     if (!m_apiService) {
         logLine(QStringLiteral("[WS] session_not_found but no API service — emitting sessionNotFound"));
         Q_EMIT q.sessionNotFound(QStringLiteral("session not found"));

@@ -22,8 +22,8 @@ public:
     void setApiService(CorvaneAPIService* apiService);
 
     // `baseURL` is that of the backend behind the open socket.
-    void open(const QString& baseURL);
-    void recover(const QString& baseURL);
+    void performPostConnectSessionHandshake(const QString& baseURL);
+    void handleSessionNotFound(const QString& baseURL);
     // Called when the connection has been lost or closed. Its successor does a handshake of its own.
     void abandon() { m_scope.cancel(); }
 

@@ -127,6 +127,17 @@ private Q_SLOTS:
         QCOMPARE(events.list, QStringList({"chatChunk 1", "chatChunk 2"}));
     }
 
+    void aLongMessageKeepsItsPlace() {
+        LinkFixture link;
+        link.open();
+        const Events events(*link.service);
+        const QByteArray text(300 * 1024, 'x');
+        link.sockets.last().sendText("{\"type\":\"chat_chunk\",\"text\":\"" + text + "\"}");
+        link.receive("{\"type\":\"chat_done\"}");
+        QVERIFY(waitUntil([&] { return events.list.size() == 2; }));
+        QCOMPARE(events.list, QStringList({"chatChunk " + text, "chatComplete"}));
+    }
+
     void commandsOnTheWire() {
         const auto wire = [](const WSCommand& command) { return json::serializeSorted(command.toJson()); };
         QCOMPARE(wire(WSCommand::setSession("m-1")), R"({"session_id":"m-1","type":"set_session"})");
