@@ -22,6 +22,8 @@ namespace {
 namespace http = boost::beast::http;
 
 constexpr qsizetype pieceBytes = 64 * 1024;
+// A body is read ahead of the main thread by this much, so that its speed does not depend on the event loop.
+constexpr qsizetype maxUnhandledBytes = 1024 * 1024;
 constexpr std::uint32_t maxAnswerHeadBytes = 64 * 1024;
 constexpr int proxyAuthenticationRequired = 407;
 
@@ -54,8 +56,11 @@ public:
     void begin() {
         post([](BeastConversation& self) { self.connect(); });
     }
-    void readOn() override {
-        post([](BeastConversation& self) { self.readBody(); });
+    void readOn(qsizetype handledBytes) override {
+        post([handledBytes](BeastConversation& self) {
+            self.m_unhandledBytes -= handledBytes;
+            self.readBody();
+        });
     }
     void cancel() override {
         *m_listener = {};
@@ -107,6 +112,8 @@ private:
     boost::beast::flat_buffer m_buffer;
     http::response_parser<http::buffer_body> m_parser;
     QByteArray m_piece;
+    qsizetype m_unhandledBytes = 0; // reported, and not yet handled on the main thread
+    bool m_isReading = false;
     bool m_over = false;
 };
 
@@ -174,9 +181,10 @@ void BeastConversation::takeHead(error_code error) {
 }
 
 void BeastConversation::readBody() {
-    if (m_over) {
+    if (m_over || m_isReading || m_unhandledBytes > maxUnhandledBytes) {
         return;
     }
+    m_isReading = true;
     m_piece = QByteArray(pieceBytes, Qt::Uninitialized);
     auto& body = m_parser.get().body();
     body.data = m_piece.data();
@@ -188,6 +196,7 @@ void BeastConversation::readBody() {
 }
 
 void BeastConversation::takePiece(error_code error) {
+    m_isReading = false;
     if (m_over) {
         return;
     }
@@ -195,15 +204,15 @@ void BeastConversation::takePiece(error_code error) {
         error = {}; // the piece is full
     }
     m_piece.truncate(m_piece.size() - static_cast<qsizetype>(m_parser.get().body().size));
-    const bool isEmpty = m_piece.isEmpty();
-    if (!isEmpty) {
+    if (!m_piece.isEmpty()) {
+        m_unhandledBytes += m_piece.size();
         report(&Listener::piece, std::exchange(m_piece, {}));
     }
     if (error) {
         fail(failureOf(error));
     } else if (m_parser.is_done()) {
         finish();
-    } else if (isEmpty) {
+    } else {
         readBody();
     }
 }

@@ -23,7 +23,7 @@ public:
         std::optional<qint64> maxBodyBytes;
     };
     struct Listener {
-        // The response without its body. Each readOn() from here on yields the next piece, or the end.
+        // The response without its body, which is read from the first readOn() on.
         std::function<void(HttpResponse)> head;
         std::function<void(QByteArray)> piece;
         std::function<void()> end;
@@ -34,7 +34,8 @@ public:
     static std::shared_ptr<HttpConversation> start(NetworkThread& thread, Request request, Listener listener);
     virtual ~HttpConversation() = default;
 
-    virtual void readOn() = 0;
+    // Starts to read the body, and says how much of what was reported has been handled since the last call.
+    virtual void readOn(qsizetype handledBytes) = 0;
     // Ends the connection. Nothing is reported afterwards.
     virtual void cancel() = 0;
 

@@ -165,7 +165,7 @@ void HttpExchange::takeHead(HttpResponse answer) {
     if (m_sink && m_request.wantsBody && !m_request.wantsBody(m_answer)) {
         finish();
     } else {
-        m_conversation->readOn();
+        m_conversation->readOn(0);
     }
 }
 
@@ -186,7 +186,7 @@ void HttpExchange::takePiece(const QByteArray& piece) {
         m_deadline.start();
         scheduleDelivery();
     }
-    m_conversation->readOn();
+    m_conversation->readOn(piece.size());
 }
 
 void HttpExchange::scheduleDelivery() {

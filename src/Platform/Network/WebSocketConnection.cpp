@@ -23,8 +23,6 @@ namespace {
 namespace websocket = boost::beast::websocket;
 using Kind = WebSocketError::Kind;
 
-// The time for name lookup, connection, TLS and upgrade together.
-constexpr std::chrono::seconds openTimeout{30};
 // The time for the peer to answer a close frame and to end the connection.
 constexpr std::chrono::seconds closeTimeout{2};
 // Frames up to this size are sent in one write; it is also the size of a TLS record.
@@ -43,7 +41,8 @@ public:
         , m_mailbox(std::move(mailbox))
         , m_timeout(thread.context().get_executor()) {}
 
-    void start(ConnectPlan plan, qint64 maxMessageBytes) override {
+    void start(ConnectPlan plan, qint64 maxMessageBytes, std::chrono::milliseconds openTimeout) override {
+        m_openTimeout = openTimeout;
         post([plan = std::move(plan), maxMessageBytes](BeastConnection& self) mutable {
             self.doStart(std::move(plan), maxMessageBytes);
         });
@@ -119,6 +118,7 @@ private:
     NetworkThread& m_thread;
     const std::shared_ptr<WebSocketMailbox> m_mailbox;
     SteadyTimer m_timeout;
+    std::chrono::milliseconds m_openTimeout{};
     quint64 m_timeoutSerial = 0;
     // Read on any thread: sends fail at once when one of these is set.
     std::atomic<bool> m_cancelled = false;
@@ -183,7 +183,7 @@ void BeastConnection::doStart(ConnectPlan plan, qint64 maxMessageBytes) {
             self->armTimeout(closeTimeout);
         }
     };
-    armTimeout(openTimeout);
+    armTimeout(m_openTimeout);
     m_connector.emplace(m_thread, m_stream->next_layer(), m_plan);
     m_connector->run(shared_from_this(),
                      [this](std::optional<WebSocketError> error) { upgrade(std::move(error)); });

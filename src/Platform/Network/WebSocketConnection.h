@@ -3,6 +3,7 @@
 #include "Platform/Network/ConnectPlan.h"
 #include "Platform/Network/WebSocketTask.h"
 
+#include <chrono>
 #include <memory>
 
 namespace platform {
@@ -18,7 +19,9 @@ public:
                                                      std::shared_ptr<WebSocketMailbox> mailbox);
     virtual ~WebSocketConnection() = default;
 
-    virtual void start(ConnectPlan plan, qint64 maxMessageBytes) = 0;
+    // `openTimeout` covers name lookup, connection, TLS and upgrade together.
+    virtual void start(ConnectPlan plan, qint64 maxMessageBytes,
+                       std::chrono::milliseconds openTimeout = std::chrono::seconds(30)) = 0;
     virtual void send(WebSocketTask::Payload kind, QByteArray payload, WebSocketTask::DoneHandler done) = 0;
     // Ids must increase from call to call.
     virtual void ping(quint32 id) = 0;

@@ -240,9 +240,10 @@ private Q_SLOTS:
                            .port = 443,
                            .target = "/",
                            .encrypted = true,
-                           .maxMessageBytes = 1,
+                           .proxy = platform::ConnectPlan::Proxy::tunnel,
                            .proxyHost = "127.0.0.1",
-                           .proxyPort = proxy.serverPort()});
+                           .proxyPort = proxy.serverPort()},
+                          1);
         QVERIFY(waitUntil([&] { return mailbox->end().has_value(); }));
         QCOMPARE(mailbox->end()->error.value().kind(), Kind::tlsFailed);
         QVERIFY(QString::fromUtf8(mailbox->end()->error->what()).contains("its name cannot be verified"));
@@ -312,12 +313,9 @@ private Q_SLOTS:
         const auto thread = platform::NetworkThread::shared();
         const auto mailbox = std::make_shared<platform::WebSocketMailbox>([] {});
         const auto connection = platform::WebSocketConnection::make(*thread, mailbox);
-        connection->start({.host = "127.0.0.1",
-                           .port = server.serverPort(),
-                           .hostHeader = "127.0.0.1",
-                           .target = "/",
-                           .maxMessageBytes = 1,
-                           .timeout = 100ms});
+        connection->start(
+            {.host = "127.0.0.1", .port = server.serverPort(), .hostHeader = "127.0.0.1", .target = "/"}, 1,
+            100ms);
         QVERIFY(waitUntil([&] { return mailbox->end().has_value(); }));
         QCOMPARE(server.requests.size(), 1);
         QCOMPARE(mailbox->end()->error.value().kind(), Kind::timedOut);
