@@ -1,7 +1,6 @@
 #include "Platform/Audio/PulseInventory.h"
 #include "Platform/Core/Completion.h"
 #include "tests/Platform/Audio/SoundRecorder.h"
-#include "tests/Support/Rows.h"
 
 #include "tests/Support/LogCapture.h"
 
@@ -15,7 +14,6 @@ namespace {
 PulseInventory crookedNames() {
     PulseInventory result;
     result.defaultSink = "speaker";
-    result.defaultSource = "speaker.monitor";
     result.sinks = {{.index = 7, .name = "speaker", .description = {}, .monitor = 4}};
     result.sources = {{.index = 3, .name = "speaker.monitor", .description = {}},
                       {.index = 4, .name = "speaker.monitor.2", .description = {}, .monitorOf = 7}};
@@ -53,7 +51,7 @@ private Q_SLOTS:
         QCOMPARE(recorder.heard(), 0);
     }
 
-    void monitorIsNoMicrophone() {
+    void aMonitorIsNotAMicrophone() {
         add(true, "candidate");
         SoundRecorder recorder;
         QCOMPARE(errorOf(opening(false, recorder)), AudioError::Kind::noDevice);
@@ -105,12 +103,7 @@ private Q_SLOTS:
     }
 
     void serverIsKilledAndComesBack() {
-        const auto prepare = [this] {
-            add(true, "candidate");
-            add(false, "mic");
-            choose(false, "mic");
-        };
-        prepare();
+        addBoth();
         SoundRecorder system;
         SoundRecorder microphone;
         auto systemStream = start(true, system);
@@ -124,7 +117,7 @@ private Q_SLOTS:
         QCOMPARE(errorOf(opening(false, microphone)), AudioError::Kind::noServer);
 
         m_sound->start();
-        prepare();
+        addBoth();
         systemStream = start(true, system);
         microphoneStream = start(false, microphone);
         const auto before = std::pair(system.count(), microphone.count());
@@ -214,35 +207,6 @@ private Q_SLOTS:
         QVERIFY(!inventory.systemSource());
         inventory.defaultSink = "another";
         QVERIFY(!inventory.systemSource());
-    }
-
-    void systemSourceIsWhatPlays_data() {
-        const auto row = rows<QList<int>, int>();
-        row("nothing", {}, 1);
-        row("the default", {1}, 1);
-        row("another", {2}, 2);
-        row("the default and another", {2, 1}, 1);
-        row("twice the same", {2, 2}, 2);
-        row("two others", {2, 3}, 1);
-    }
-    void systemSourceIsWhatPlays() {
-        const auto [playing, heard] = currentRow<QList<int>, int>();
-        PulseInventory inventory;
-        inventory.defaultSink = "1";
-        for (uint32_t i = 1; i <= 3; ++i) {
-            inventory.sinks.push_back({.index = i, .name = QByteArray::number(i), .monitor = 10 + i});
-            inventory.sources.push_back({.index = 10 + i, .monitorOf = i});
-        }
-        inventory.playing.assign(playing.begin(), playing.end());
-        QCOMPARE(inventory.systemSource()->index, uint32_t(10 + heard));
-    }
-
-    void microphoneIsTheDefaultInput() {
-        auto inventory = crookedNames();
-        QCOMPARE(inventory.microphone()->index, 3U);
-        // Another input is there, but nobody has chosen it.
-        inventory.defaultSource = "speaker.monitor.2";
-        QVERIFY(!inventory.microphone());
     }
 
 private:

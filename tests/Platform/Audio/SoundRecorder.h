@@ -41,6 +41,11 @@ public:
         const std::lock_guard lock(m_mutex);
         return static_cast<qsizetype>(m_samples.size());
     }
+    // Whether the last 4,800 samples are silent.
+    bool isSilentNow() const {
+        const std::lock_guard lock(m_mutex);
+        return std::ranges::all_of(std::span(m_samples).last(4800), [](float s) { return s == 0; });
+    }
     // Main thread.
     int stops = 0;
     QString reason;
@@ -100,6 +105,12 @@ protected:
     }
     void choose(bool system, const QString& name) {
         system ? m_sound->setDefaultSink(name) : m_sound->setDefaultSource(name);
+    }
+    // An output and the default microphone.
+    void addBoth() {
+        add(true, "candidate");
+        add(false, "mic");
+        choose(false, "mic");
     }
     // Something that runs without a sound, so that the sink counts as playing.
     SoundPlayback playSilence(const QString& sink) { return m_sound->playTone(sink, 400, 0, 30); }

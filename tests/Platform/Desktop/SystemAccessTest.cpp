@@ -2,8 +2,9 @@
 #include "Platform/Desktop/ApplicationInfo.h"
 #include "Platform/Desktop/LoginItem.h"
 #include "Platform/Desktop/MachineIdentifier.h"
-#include "Platform/Desktop/Notifications.h"
 #include "Platform/Desktop/ProcessLimits.h"
+#include "tests/Support/EnvironmentOverride.h"
+#include "tests/Support/FakeScreens.h"
 #include "tests/Support/LogCapture.h"
 #include "tests/Support/Rows.h"
 #include "tests/Support/WaitFor.h"
@@ -18,12 +19,6 @@
 #include <sys/stat.h>
 
 namespace {
-
-struct Notices : platform::Notifications {
-    void show(const QString&, const QString& body) override { bodies.append(body); }
-
-    QStringList bodies;
-};
 
 // A program of that name in the folder.
 void install(const QTemporaryDir& folder, const QString& name, const QString& script) {
@@ -67,18 +62,15 @@ private Q_SLOTS:
                 folder, name,
                 QString("cd '%1' && echo \"${0##*/} $*\" >part && /bin/mv part called\n").arg(folder.path()));
         }
-        const auto path = qgetenv("PATH");
-        qputenv("PATH", folder.path().toUtf8());
+        const EnvironmentOverride path("PATH", folder.path().toUtf8());
         qputenv("XDG_CURRENT_DESKTOP", desktop.toUtf8());
         LogCapture log;
-        Notices notices;
+        FakeNotifications notices;
         const bool opened = platform::makeSystemAccess(&notices)->open(address);
-        qputenv("PATH", path);
-
         QCOMPARE(opened, !started.isEmpty());
         QCOMPARE(log.count(address), started.isEmpty() ? 1 : 0);
-        QCOMPARE(notices.bodies.size(), opened ? 0 : 1);
-        QVERIFY(notices.bodies.join(u'|').contains(advice));
+        QCOMPARE(notices.shown.size(), opened ? 0 : 1);
+        QVERIFY(notices.shown.join(u'|').contains(advice));
         if (opened) {
             QFile called(folder.filePath("called"));
             QVERIFY(waitUntil([&] { return called.exists(); }));
@@ -103,15 +95,13 @@ private Q_SLOTS:
                     "cd '%1' && (umask; ulimit -Sc; ulimit -Hc) >part.$$ && /bin/mv part.$$ ${0##*/}.told\n")
                     .arg(folder.path()));
         }
-        const auto path = qgetenv("PATH");
-        qputenv("PATH", folder.path().toUtf8());
+        const EnvironmentOverride path("PATH", folder.path().toUtf8());
         const auto access = platform::makeSystemAccess();
         for (const auto* address :
              {"https://example.com",
               "x-apple.systempreferences:com.apple.preference.security?Privacy_Microphone"}) {
             QVERIFY(access->open(address));
         }
-        qputenv("PATH", path);
         for (const auto* name : {"xdg-open", "pavucontrol"}) {
             QFile told(folder.filePath(QString(name) + ".told"));
             QVERIFY(waitUntil([&] { return told.exists(); }));
@@ -125,15 +115,12 @@ private Q_SLOTS:
     void aStarterThatFindsNoBrowserSaysSo() {
         const QTemporaryDir folder;
         install(folder, "xdg-open", "exit 3\n");
-        const auto path = qgetenv("PATH");
-        qputenv("PATH", folder.path().toUtf8());
-        const LogCapture log;
-        Notices notices;
+        const EnvironmentOverride path("PATH", folder.path().toUtf8());
+        FakeNotifications notices;
         const auto access = platform::makeSystemAccess(&notices);
         access->open("https://example.com");
-        qputenv("PATH", path);
-        QVERIFY(waitUntil([&] { return !notices.bodies.isEmpty(); }));
-        QVERIFY(notices.bodies.first().contains("https://example.com"));
+        QVERIFY(waitUntil([&] { return !notices.shown.isEmpty(); }));
+        QVERIFY(notices.shown.first().contains("https://example.com"));
     }
 
     void applicationInformationIsReadFromOneFile() {

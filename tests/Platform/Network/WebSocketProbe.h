@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Network/WebSocketTask.h"
+#include "tests/Support/WaitFor.h"
 
 #include <QStringList>
 
@@ -24,6 +25,11 @@ public:
     Task& operator*() { return *m_task; }
     void destroy() { m_task.reset(); }
     bool isOver() const { return said.contains("completed"); }
+    // Connects. Whether anything comes of it.
+    bool starts() {
+        m_task->resume();
+        return waitUntil([this] { return !said.isEmpty(); });
+    }
 
     // Receives until the end.
     void receiveAll() {
