@@ -1,4 +1,5 @@
 #include "sandbox/desktop/PrivateSession.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/WaitFor.h"
 
 #include <QDBusConnection>
@@ -139,20 +140,18 @@ private Q_SLOTS:
 
     // A prefix that the bus does not look at, or files that have moved since it was told.
     void theCommandStartsWhatTheBusCannot_data() {
-        QTest::addColumn<QString>("service");
-        QTest::newRow("unknown") << QString();
-        QTest::newRow("moved") << "[D-BUS Service]\nName=com.corvane.Lumetra\nExec=/nonexistent/program\n";
+        const auto row = rows<QByteArray>();
+        row("unknown", "");
+        row("moved", "[D-BUS Service]\nName=com.corvane.Lumetra\nExec=/nonexistent/program\n");
     }
     void theCommandStartsWhatTheBusCannot() {
-        QFETCH(QString, service);
+        const auto [service] = currentRow<QByteArray>();
         m_services = m_session.folder() + "/services";
         QDir().mkpath(m_services);
         QFile file(m_services + "/com.corvane.Lumetra.service");
-        file.remove();
-        if (!service.isEmpty()) {
-            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(service.toUtf8()) > 0);
-            file.close();
-        }
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(service) == service.size());
+        file.close();
+        QVERIFY(!service.isEmpty() || file.remove());
         QVERIFY(startBus());
         const auto link = newLink();
         open(link, Launcher::command);
@@ -160,32 +159,15 @@ private Q_SLOTS:
     }
 
     void withoutABusTheCommandBecomesTheProgram() {
-        QProcess process;
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(prefix() + "/bin/corvane-lumetra-open", {newLink()});
-        QByteArray output;
-        QVERIFY(waitUntil([&] { return (output += process.readAll()).contains("launched: v0."); }, patience));
-        QVERIFY(output.contains("No session bus"));
-        process.terminate();
-        QVERIFY(process.waitForFinished(patience));
-        QCOMPARE(process.exitCode(), 0);
+        const auto output = runUntilLaunched("corvane-lumetra-open", {newLink()});
+        QCOMPARE(output.count("No session bus"), 1);
     }
 
     // As on a Wayland desktop that runs no programs of X11, and with a display that does not answer.
     void withoutAUsableDisplayItRunsAndSaysSo() {
         for (const char* variable : {"WAYLAND_DISPLAY", "DISPLAY"}) {
-            QProcess process;
-            auto environment = QProcessEnvironment::systemEnvironment();
-            environment.insert(variable, "nonexistent:9");
-            process.setProcessEnvironment(environment);
-            process.setProcessChannelMode(QProcess::MergedChannels);
-            process.start(prefix() + "/bin/corvane-lumetra", {});
-            QByteArray output;
-            waitUntil([&] { return (output += process.readAll()).contains("launched: v0."); }, patience);
-            QVERIFY2(output.count("No window can be shown on this display") == 1, output.constData());
-            process.terminate();
-            QVERIFY(process.waitForFinished(patience));
-            QCOMPARE(process.exitCode(), 0);
+            const auto output = runUntilLaunched("corvane-lumetra", {}, variable);
+            QCOMPARE(output.count("No window can be shown on this display"), 1);
         }
     }
 
@@ -196,6 +178,25 @@ private:
     QString prefix() const { return m_session.folder() + "/installed"; }
     QString share() const { return prefix() + "/share"; }
     QString entry() const { return share() + "/applications/com.corvane.Lumetra.desktop"; }
+
+    // What the program prints up to its launch; it ends in good order. The variable names no display.
+    QByteArray runUntilLaunched(const QString& name, const QStringList& arguments,
+                                const char* variable = {}) {
+        QProcess process;
+        auto environment = QProcessEnvironment::systemEnvironment();
+        if (variable) {
+            environment.insert(variable, "nonexistent:9");
+        }
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(prefix() + "/bin/" + name, arguments);
+        QByteArray output;
+        const auto isLaunched = [&] { return (output += process.readAll()).contains("launched: v0."); };
+        const bool launched = waitUntil(isLaunched, patience);
+        process.terminate();
+        const bool ended = process.waitForFinished(patience) && process.exitCode() == 0;
+        return launched && ended ? output : QByteArray();
+    }
 
     bool startBus() { return m_session.startBus(m_services); }
     QDBusConnection observer() { return QDBusConnection::connectToBus(m_session.busAddress(), "observer"); }

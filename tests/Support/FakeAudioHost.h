@@ -79,7 +79,7 @@ class FakeAudioHost : public platform::AudioHost {
                 }
             }
         }
-        // Who pushes may hold an ended stream's channel for a moment longer.
+        // A thread that pushes may hold an ended stream's channel for a moment longer.
         bool runs() const {
             const auto channel = current();
             return channel && channel->open;
@@ -101,9 +101,13 @@ public:
     std::optional<platform::AudioError> systemError;
     std::optional<platform::AudioError> microphoneError;
 
+    // From now on no stream starts, or each one again.
+    void setFailing(const std::optional<platform::AudioError>& error) {
+        surveyError = systemError = microphoneError = error;
+    }
     // From now on every operation waits until release().
     void hold() { m_held = true; }
-    // From now on a started stream runs, but who asked for it hears of it at release() only.
+    // From now on a started stream runs, but its start is answered at release() only.
     void holdResults() { m_resultsHeld = true; }
     // Lets everything go on.
     void release() {

@@ -22,6 +22,7 @@ public:
     }
     std::unique_ptr<platform::Timer> once(std::chrono::milliseconds delay,
                                           std::function<void()> fire) override {
+        ++m_timersStarted;
         return add(delay, {}, std::move(fire));
     }
 
@@ -51,6 +52,8 @@ public:
         m_wallMicroseconds += std::chrono::microseconds(span).count();
     }
     int timerCount() const { return static_cast<int>(m_timers->size()); }
+    // How often once() was called.
+    int timersStarted() const { return m_timersStarted; }
 
 private:
     struct Entry {
@@ -92,4 +95,5 @@ private:
     std::atomic<qint64> m_monotonicNanoseconds{0};
     std::shared_ptr<Entries> m_timers = std::make_shared<Entries>();
     quint64 m_nextId = 0;
+    int m_timersStarted = 0;
 };

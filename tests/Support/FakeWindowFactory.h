@@ -5,38 +5,36 @@
 namespace corvane {
 
 // Windows without a display.
-class FakePanel : public FloatingPanelController {
+template<typename Window>
+class FakeWindow : public Window {
 public:
-    void orderFrontRegardless() override { visible = true; }
     void orderOut() override { visible = false; }
     bool isVisible() const override { return visible; }
-    QRect frame() const override { return m_frame; }
-    void setFrame(const QRect& frame) override { m_frame = frame; }
-    void setLevel(WindowLevel to) override { level = to; }
     void setActivationPolicy(ActivationPolicy to) override { policy = to; }
     void setSharingType(SharingType to) override { sharing = to; }
     void whenPainted(std::function<void()> then) override { then(); }
 
     bool visible = false;
-    WindowLevel level = WindowLevel::floating;
     ActivationPolicy policy = ActivationPolicy::regular;
     SharingType sharing = SharingType::none;
+};
+
+class FakePanel : public FakeWindow<FloatingPanelController> {
+public:
+    void orderFrontRegardless() override { visible = true; }
+    QRect frame() const override { return m_frame; }
+    void setFrame(const QRect& frame) override { m_frame = frame; }
+    void setLevel(WindowLevel to) override { level = to; }
+
+    WindowLevel level = WindowLevel::floating;
 
 private:
     QRect m_frame{330, 54, 620, 48};
 };
 
-class FakeDashboard : public DashboardWindow {
+class FakeDashboard : public FakeWindow<DashboardWindow> {
 public:
     void showWindow() override { visible = true; }
-    void orderOut() override { visible = false; }
-    bool isVisible() const override { return visible; }
-    void setSharingType(SharingType to) override { sharing = to; }
-    void setActivationPolicy(ActivationPolicy) override {}
-    void whenPainted(std::function<void()> then) override { then(); }
-
-    bool visible = false;
-    std::optional<SharingType> sharing;
 };
 
 class FakeSelectionOverlay : public SelectionOverlay {

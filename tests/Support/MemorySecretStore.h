@@ -4,7 +4,7 @@
 
 #include <QMap>
 
-// A secret store in memory whose condition a test sets. What stands in `items` is what a desktop would keep.
+// A secret store in memory whose condition a test sets. `items` holds what a desktop would keep.
 class MemorySecretStore : public platform::SecretStore {
     Q_OBJECT
 

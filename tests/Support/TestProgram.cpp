@@ -100,8 +100,7 @@ void TestProgram::launch() {
 
 void TestProgram::launchToSession() {
     launch();
-    peer().open();
-    settle();
+    openLink();
     serverSays(R"({"type":"set_session"})");
 }
 
@@ -137,16 +136,24 @@ void TestProgram::launchToInterview() {
     startInterview();
 }
 
+void TestProgram::advance(std::chrono::milliseconds time) {
+    clock->advance(time);
+    settle();
+}
+
+void TestProgram::openLink() {
+    peer().open();
+    settle();
+}
+
 void TestProgram::loseLink() {
     peer().breakConnection();
     settle();
 }
 
 void TestProgram::reopenLink(const QByteArray& json) {
-    clock->advance(std::chrono::seconds(1));
-    settle();
-    peer().open();
-    settle();
+    advance(std::chrono::seconds(1));
+    openLink();
     serverSays(json);
 }
 

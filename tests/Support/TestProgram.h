@@ -65,6 +65,9 @@ public:
     void askForInterview(const QString& id);
     void startInterview(const QString& id = QStringLiteral("abc"));
     void launchToInterview();
+    void advance(std::chrono::milliseconds time);
+    // The connection that the program has asked for comes about.
+    void openLink();
     // The connection breaks; a second later it is back, and the server speaks first.
     void loseLink();
     void reopenLink(const QByteArray& json);
@@ -96,6 +99,14 @@ public:
     FakeClipboard* clipboard = nullptr;
     FakeNotifications* notifications = nullptr;
     std::unique_ptr<AppDelegate> app;
+};
+
+// The program on a session that the server has confirmed, and in an interview.
+struct SessionProgram : TestProgram {
+    SessionProgram() { launchToSession(); }
+};
+struct InterviewProgram : TestProgram {
+    InterviewProgram() { launchToInterview(); }
 };
 
 } // namespace corvane

@@ -18,7 +18,7 @@ bool waitUntil(Condition condition, int milliseconds = 5000) {
 
 namespace detail {
 
-// What became of a task; it may outlive who waits for it.
+// What became of a task; it may outlive the wait for it.
 template<typename T>
 struct Outcome {
     std::optional<std::conditional_t<std::is_void_v<T>, std::monostate, T>> result;
@@ -57,7 +57,7 @@ T waitFor(QCoro::Task<T> task, int milliseconds = 5000) {
     }
 }
 
-// QCoro's own waitFor is found too, unless this one is no template.
+// QCoro's own waitFor is found too, unless this one is not a template.
 inline void waitFor(QCoro::Task<void> task, int milliseconds = 5000) {
     ::waitFor<void>(std::move(task), milliseconds);
 }

@@ -39,7 +39,6 @@ private Q_SLOTS:
         row("empty pieces dropped", tokenWith(R"({"exp":7})").replace(u'.', ".."), "7.000");
         row("no number", tokenWith(R"({"exp":-0e310})"), "missingExp");
         row("text", tokenWith(R"({"exp":"1700000000"})"), "missingExp");
-        row("boolean", tokenWith(R"({"exp":true})"), "missingExp");
         row("no exp", tokenWith("{}"), "missingExp");
         row("array", tokenWith("[]"), "invalidPayload");
         row("not JSON", tokenWith("{"), "invalidPayload");
@@ -48,7 +47,6 @@ private Q_SLOTS:
         row("impossible length", "a.eyJ9e.c", "invalidPayload");
         row("two pieces", "a.b", "malformed");
         row("empty payload", "a..c", "malformed");
-        row("nothing", {}, "malformed");
     }
     void readsTheExpiry() {
         const auto [token, expected] = currentRow<QString, QString>();

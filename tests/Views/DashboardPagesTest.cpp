@@ -1,37 +1,33 @@
-#include "Platform/Desktop/Appearance.h"
-#include "Platform/Desktop/SystemAccess.h"
-#include "Platform/Storage/DefaultsStore.h"
-#include "Services/AudioCaptureService.h"
+#include "Services/ClerkAuthService.h"
+#include "Services/CorvaneAPIService.h"
 #include "Services/DatabaseService.h"
 #include "ViewModels/SettingsViewModel.h"
 #include "Views/Auth/SignInPresenter.h"
 #include "Views/Dashboard/AppSettingsPresenter.h"
 #include "Views/Dashboard/AudioSettingsPresenter.h"
 #include "Views/Dashboard/CorvaneSetupPresenter.h"
-#include "tests/Services/Link/LinkFixture.h"
-#include "tests/Support/FakeAudioHost.h"
-#include "tests/Support/FakeDesktop.h"
+#include "tests/Services/Identity/IdentityFixture.h"
 #include "tests/Support/Rows.h"
+#include "tests/Support/TestProgram.h"
 
 #include <QFile>
-#include <QTemporaryDir>
+#include <QSignalSpy>
 
 using namespace corvane;
 
 namespace {
 
-struct Fixture : LinkFixture {
-    QTemporaryDir folder;
-    DatabaseService database{folder.path(), clock};
-    std::unique_ptr<platform::DefaultsStore> defaults = platform::makeMemoryDefaultsStore();
-    std::unique_ptr<platform::SystemAccess> access = platform::makeSystemAccess();
-    FakeWindows windows;
-    FakeLoginItem loginItem;
+struct Fixture : TestProgram {
     platform::Appearance appearance;
 
+    explicit Fixture(Start start = Start::signedIn)
+        : TestProgram(start) {
+        launch();
+    }
     std::unique_ptr<SettingsViewModel> settings(platform::DefaultsStore& entries) {
         return std::make_unique<SettingsViewModel>(
-            database, keychain, SettingsViewModel::Dependencies{entries, appearance, loginItem, windows});
+            app->databaseService(), app->keychainService(),
+            SettingsViewModel::Dependencies{entries, appearance, *loginItem, *app});
     }
     QByteArray stored(const char* key) { return defaults->data(key).value_or("nothing"); }
 };
@@ -63,56 +59,42 @@ class DashboardPagesTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void theCodeFieldKeepsDigits_data() {
-        const auto row = rows<QString, QString>();
-        row("as it is sent", "123456", "123456");
-        row("in groups", " 123-456\n", "123456");
-        row("with letters", "12a4B6", "1246");
-        row("too many", "1234567", "123456");
-        row("from a keyboard of another script", u"\u0661\u0662\u0663\u06f4\u096b\uff16"_qs, "123456");
-        row("none", "one", "");
-    }
     void theCodeFieldKeepsDigits() {
-        const auto [typed, kept] = currentRow<QString, QString>();
-        Fixture fixture;
-        SignInPresenter card(*fixture.auth, *fixture.access, {});
-        QSignalSpy changes(&card, &SignInPresenter::changed);
-        card.setCode(typed);
-        QCOMPARE(card.code(), kept);
-        QCOMPARE(changes.size(), 1); // the field shows it
+        for (const auto& [typed, kept] : {std::pair<QString, QString>("123456", "123456"),
+                                          {" 123-456\n", "123456"},
+                                          {"12a4B6", "1246"},
+                                          {"1234567", "123456"},
+                                          {u"\u0661\u0662\u0663\u06f4\u096b\uff16"_qs, "123456"},
+                                          {"one", ""}}) {
+            Fixture fixture;
+            SignInPresenter card(fixture.app->clerkAuthService(), *fixture.access, {});
+            QSignalSpy changes(&card, &SignInPresenter::changed);
+            card.setCode(typed);
+            QCOMPARE(card.code(), kept);
+            QCOMPARE(changes.size(), 1); // the field shows it
+        }
     }
 
     void theCardKeepsWhatWasSent() {
-        Fixture fixture;
-        ::waitFor(fixture.auth->signOut());
-        SignInPresenter card(*fixture.auth, *fixture.access, {});
+        Fixture fixture(TestProgram::Start::signedOut);
+        SignInPresenter card(fixture.app->clerkAuthService(), *fixture.access, {});
         card.setEmail("first@a.example");
-        fixture.http.setHeld(true);
-        fixture.http.answer(
-            200,
-            R"({"response":{"id":"s","status":"needs_first_factor","supported_first_factors":[{"strategy":"email_code"}]}})");
+        fixture.identityHttp->setHeld(true);
+        fixture.identityHttp->answer(200, emailCodeOffer);
         card.submit();
         card.setEmail("second@a.example");
-        fixture.http.setHeld(false);
+        fixture.identityHttp->setHeld(false);
         fixture.settle();
         QCOMPARE(card.phase(), "code");
         QCOMPARE(card.email(), "first@a.example");
         card.setCode("123456");
-        fixture.http.setHeld(true);
+        fixture.identityHttp->setHeld(true);
         card.submit();
         card.setCode("654321");
         QCOMPARE(card.code(), "123456");
         card.resetToEmail();
         card.setEmail("second@a.example");
         QCOMPARE(card.sentTo(), "Sent to first@a.example");
-    }
-
-    void theCodeFieldKeepsItsCursor() {
-        Fixture fixture;
-        const SignInPresenter card(*fixture.auth, *fixture.access, {});
-        QCOMPARE(card.codeCursor("12a3456", 3), 2);
-        QCOMPARE(card.codeCursor("1293456", 3), 3);
-        QCOMPARE(card.codeCursor("1234567", 7), 6);
     }
 
     void settingsWrittenByHandAreRead_data() {
@@ -175,8 +157,8 @@ private Q_SLOTS:
         page.toggleContentProtection();
         page.toggleLaunchAtLogin();
         QVERIFY(!page.showsDockIcon() && !page.contentProtection() && page.alwaysOnTop());
-        QCOMPARE(fixture.windows.calls, (QStringList{"policy 1", "level 3", "not protected"}));
-        QVERIFY(fixture.loginItem.registered && page.launchesAtLogin());
+        QCOMPARE(fixture.windows->panel->policy, ActivationPolicy::accessory);
+        QVERIFY(fixture.loginItem->registered && page.launchesAtLogin());
         page.setTransparency(20);
         page.pickTheme(1);
         QCOMPARE(fixture.appearance.effective(), platform::ColorScheme::dark);
@@ -184,23 +166,22 @@ private Q_SLOTS:
         QCOMPARE(fixture.appearance.effective(), platform::ColorScheme::light);
         QCOMPARE(summary(*fixture.settings(*fixture.defaults)), "system 01101 default 20 -1 0 none");
 
-        fixture.loginItem.error = "no folder";
+        fixture.loginItem->error = "no folder";
         page.toggleLaunchAtLogin();
         QVERIFY(fixture.log.standardOutputLines().contains("[Settings] Autostart error: no folder"));
         QVERIFY(!page.launchesAtLogin());
         QVERIFY(fixture.stored("customizable").contains(R"("autostart":{"isEnabled":false})"));
         QVERIFY(page.launchNote().contains("no folder"));
-        fixture.loginItem.error.clear();
+        fixture.loginItem->error.clear();
         page.toggleLaunchAtLogin();
         QVERIFY(page.launchNote().isEmpty());
     }
 
     void devicesAreThoseOfTheAppearance() {
         Fixture fixture;
-        FakeAudioHost audio;
-        AudioCaptureService capture(audio, fixture.clock);
+        auto& audio = *fixture.audio;
         const auto settings = fixture.settings(*fixture.defaults);
-        AudioSettingsPresenter page(*settings, capture, *fixture.access);
+        AudioSettingsPresenter page(*settings, fixture.app->audioCaptureService(), *fixture.access);
         audio.inputList = {{"4", "Headset"}, {"7", "Desk"}};
         page.appear();
         fixture.settle();
@@ -224,34 +205,35 @@ private Q_SLOTS:
         QCOMPARE(fixture.stored("selected_audio_devices"), "{}");
     }
 
-    void savingAnAddressReplacesTheConnection_data() {
-        const auto row = rows<QString, QString>();
-        row("slashes", "//https://uat.test/tree//", "https://uat.test/tree");
-        row("blanks", " \n", "https://default.test");
-        row("no scheme", "uat.test", "uat.test");
-    }
     void savingAnAddressReplacesTheConnection() {
-        const auto [typed, url] = currentRow<QString, QString>();
-        Fixture fixture;
-        CorvaneSetupPresenter page(*fixture.service, *fixture.api, fixture.database, "https://default.test/");
-        fixture.open();
-        page.loadSettings();
-        page.setApiUrl(u'\t' + page.apiUrl() + u'\n');
-        QVERIFY(!page.urlDirty());
-        page.setApiUrl(typed);
-        QVERIFY(page.urlDirty());
-        fixture.auth->invalidateCachedJWT();
-        fixture.http.setHeld(true);
-        page.saveUrl();
-        QVERIFY(page.isSavingUrl() && !page.urlDirty());
-        QCOMPARE(fixture.database.getSetting("corvane_api_url"), url);
-        QCOMPARE(fixture.api->baseURL(), url);
-        fixture.http.setHeld(false);
-        fixture.settle();
-        QVERIFY(!page.isSavingUrl());
-        QCOMPARE(fixture.sockets.peer(0).cancelCode(), 1001);
-        QCOMPARE(fixture.sockets.last().url.host(), QUrl(url).host());
-        QCOMPARE(page.urlFault().isEmpty(), url.startsWith("https://"));
+        for (const auto& [typed, url] :
+             {std::pair<QString, QString>("//https://uat.test/tree//", "https://uat.test/tree"),
+              {" \n", "https://default.test"},
+              {"uat.test", "uat.test"}}) {
+            Fixture fixture;
+            auto& api = fixture.app->apiService();
+            auto& database = fixture.app->databaseService();
+            CorvaneSetupPresenter page(fixture.app->webSocketService(), api, database,
+                                       "https://default.test/");
+            page.loadSettings();
+            page.setApiUrl(u'\t' + page.apiUrl() + u'\n');
+            QVERIFY(!page.urlDirty());
+            page.setApiUrl(typed);
+            QVERIFY(page.urlDirty());
+            fixture.openLink();
+            fixture.app->clerkAuthService().invalidateCachedJWT();
+            fixture.identityHttp->setHeld(true);
+            page.saveUrl();
+            QVERIFY(page.isSavingUrl() && !page.urlDirty());
+            QCOMPARE(database.getSetting("corvane_api_url"), url);
+            QCOMPARE(api.baseURL(), url);
+            fixture.identityHttp->setHeld(false);
+            fixture.settle();
+            QVERIFY(!page.isSavingUrl());
+            QCOMPARE(fixture.sockets->peer(0).cancelCode(), 1001);
+            QCOMPARE(fixture.peer().url.host(), QUrl(url).host());
+            QCOMPARE(page.urlFault().isEmpty(), url.startsWith("https://"));
+        }
     }
 };
 

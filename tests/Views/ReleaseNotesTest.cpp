@@ -29,19 +29,14 @@ private Q_SLOTS:
         QCOMPARE(plainReleaseNotes(html), text);
     }
 
-    void nestingCostsNothing_data() {
-        const auto row = rows<QString>();
-        row("nested", QString("<b>").repeated(20'000) + u'x');
-        row("open tags", QString(300'000, u'<') + "<b>x");
-        row("open remarks", "x" + QString("<!--").repeated(100'000));
-        row("ampersands", "x" + QString(300'000, u'&'));
-    }
     void nestingCostsNothing() {
-        const auto [html] = currentRow<QString>();
-        const QDeadlineTimer deadline(1000);
-        const auto text = plainReleaseNotes(html);
-        QVERIFY(!deadline.hasExpired());
-        QVERIFY(text.startsWith(u'x') || text.isEmpty());
+        for (const auto& html : {QString("<b>").repeated(20'000) + u'x', QString(300'000, u'<') + "<b>x",
+                                 "x" + QString("<!--").repeated(100'000), "x" + QString(300'000, u'&')}) {
+            const QDeadlineTimer deadline(1000);
+            const auto text = plainReleaseNotes(html);
+            QVERIFY2(!deadline.hasExpired(), qPrintable(html.left(10)));
+            QVERIFY2(text.startsWith(u'x') || text.isEmpty(), qPrintable(html.left(10)));
+        }
     }
 };
 

@@ -121,15 +121,12 @@ private Q_SLOTS:
     void aStoredTableIsShownAsItIs_data() {
         const auto row = rows<QByteArray, QString, QString>();
         row("no binding", binding("other", "cmd+k"), "Not set", "");
-        row("no key", binding("toggle_dashboard", ""), "Not set", "");
         row("no parts", binding("toggle_dashboard", "+++"), "Not set", "");
         row("no such key", binding("toggle_dashboard", "cmd+nonsense"), "Super+nonsense", "");
         row("lines", binding("toggle_dashboard", R"(cmd+two\nlines)"), "Super+two lines", "");
         row("the same twice",
             binding("toggle_dashboard", "cmd+return") + ',' + binding("toggle_window", "cmd+Enter"),
             "Super+Enter", "Toggle Window has the same keys, so only one of them works.");
-        row("nothing twice", binding("toggle_dashboard", "") + ',' + binding("toggle_window", ""), "Not set",
-            "");
     }
     void aStoredTableIsShownAsItIs() {
         const auto [stored, key, note] = currentRow<QByteArray, QString, QString>();

@@ -25,20 +25,12 @@ QByteArray signInBody(const QByteArray& status, const QByteArray& more) {
     return R"({"response":{"id":"sia_1","status":")" + status + "\"," + more + "}}";
 }
 
-const QByteArray offer = signInBody(
-    "needs_first_factor", R"("supported_first_factors":[{"strategy":"x"},{"strategy":"email_code"}])");
-const QByteArray accepted = signInBody("complete", R"("created_session_id":"sess_1")");
-
-QByteArray refusal(const QByteArray& reason) {
-    return R"({"errors":[{"code":"x","message":"refused"},{"code":")" + reason + R"(","message":"second"}]})";
-}
-
 QList<platform::HttpHeader> withToken(const QByteArray& token) {
     return {{"Authorization", "Bearer " + token}};
 }
 
 void start(IdentityFixture& f) {
-    f.http.answer(200, offer, withToken("ct"));
+    f.http.answer(200, emailCodeOffer, withToken("ct"));
     ::waitFor(f.auth->startSignIn(email));
     f.http.clearRequests();
 }
@@ -55,8 +47,7 @@ class ClerkAuthServiceTest : public QObject {
 private Q_SLOTS:
     void restoresAWholeIdentityOnly() {
         for (const char* missing : {"", "clerk_client_token", "clerk_session_id", "clerk_user_email"}) {
-            IdentityFixture f;
-            f.launchSignedIn();
+            SignedInFixture f;
             f.store.items.remove({f.keychain.serviceName(), missing});
             f.launch();
             QCOMPARE(f.auth->isSignedIn(), !*missing);
@@ -71,12 +62,12 @@ private Q_SLOTS:
         QVERIFY(!f.auth->isSignedIn());
         QCOMPARE(f.auth->pendingEmail(), email);
         QCOMPARE(f.stored(), identity.first(1));
-        f.http.answer(422, refusal("form_code_incorrect"));
-        QCOMPARE(failureOf(f.auth->verifyCode(code)), "refused");
+        f.http.answer(422, refusalFor("form_code_incorrect"));
+        QCOMPARE(failureOf(f.auth->verifyCode(code)), "First.");
         QCOMPARE(f.auth->pendingSignInId(), "sia_1");
 
         f.http.clearRequests();
-        f.http.answer(200, accepted, withToken("ct2"));
+        f.http.answer(200, acceptedCode, withToken("ct2"));
         const auto jwt = sessionJWT(f.clock, 60s);
         f.http.answer(200, tokenBody(jwt));
         ::waitFor(f.auth->verifyCode(code));
@@ -117,34 +108,31 @@ private Q_SLOTS:
         }
     }
 
-    void forgetsAStaleIdentityAndTriesOnceMore_data() {
-        const auto row = rows<bool>();
-        row("session_exists", true);
-        row("identifier_already_signed_in", true);
-        row("client_state_invalid", true);
-        row("form_identifier_not_found", false);
-    }
     void forgetsAStaleIdentityAndTriesOnceMore() {
-        const auto [retries] = currentRow<bool>();
-        const LogCapture log;
-        IdentityFixture f;
-        f.put("clerk_dev_browser_jwt", "db");
-        f.launchSignedIn();
-        f.http.answer(422, refusal(QTest::currentDataTag()));
-        f.http.answer(422, refusal("session_exists"));
-        QVERIFY(!failureOf(f.auth->startSignIn(email)).isEmpty());
-        QCOMPARE(log.count("[ClerkAuth] session_exists on createSignIn — clearing dev-browser token and "
-                           "retrying once"),
-                 retries ? 1 : 0);
-        QCOMPARE(f.http.requests().size(), retries ? 2 : 1);
-        QCOMPARE(f.auth->isSignedIn(), !retries);
-        QCOMPARE(f.store.items.isEmpty(), retries);
-        if (retries) {
-            f.http.answer(422, refusal(QTest::currentDataTag()));
-            f.http.answer(200, offer); // no token: the empty one is stored
-            ::waitFor(f.auth->startSignIn(email));
-            QCOMPARE(f.auth->pendingEmail(), email);
-            QCOMPARE(f.stored(), QStringList{"clerk_client_token="});
+        for (const auto& [reason, retries] : {std::pair("session_exists", true),
+                                              {"identifier_already_signed_in", true},
+                                              {"client_state_invalid", true},
+                                              {"form_identifier_not_found", false}}) {
+            const LogCapture log;
+            IdentityFixture f;
+            f.put("clerk_dev_browser_jwt", "db");
+            f.launchSignedIn();
+            f.http.answer(422, refusalFor(reason));
+            f.http.answer(422, refusalFor("session_exists"));
+            QVERIFY(!failureOf(f.auth->startSignIn(email)).isEmpty());
+            QCOMPARE(log.count("[ClerkAuth] session_exists on createSignIn — clearing dev-browser token and "
+                               "retrying once"),
+                     retries ? 1 : 0);
+            QCOMPARE(f.http.requests().size(), retries ? 2 : 1);
+            QCOMPARE(f.auth->isSignedIn(), !retries);
+            QCOMPARE(f.store.items.isEmpty(), retries);
+            if (retries) {
+                f.http.answer(422, refusalFor(reason));
+                f.http.answer(200, emailCodeOffer); // no token: the empty one is stored
+                ::waitFor(f.auth->startSignIn(email));
+                QCOMPARE(f.auth->pendingEmail(), email);
+                QCOMPARE(f.stored(), QStringList{"clerk_client_token="});
+            }
         }
     }
 
@@ -152,8 +140,7 @@ private Q_SLOTS:
         const FakeClock clock;
         for (const auto& [cached, fetches] :
              {std::pair(sessionJWT(clock, 15s), false), {sessionJWT(clock, 14s), true}, {"a.b", true}}) {
-            IdentityFixture f;
-            f.launchSignedIn();
+            SignedInFixture f;
             f.http.answer(200, tokenBody(cached));
             freshJWT(f);
             f.http.answer(200, tokenBody("new"));
@@ -171,8 +158,8 @@ private Q_SLOTS:
         f.http.answer(200, tokenBody(sessionJWT(f.clock, 60s)));
         const auto jwt = freshJWT(f);
         f.clock.jump(50s);
-        f.http.answer(401, refusal("authentication_invalid"));
-        QCOMPARE(failureOf(f.auth->getFreshJWT()), "refused");
+        f.http.answer(401, refusalFor("authentication_invalid"));
+        QCOMPARE(failureOf(f.auth->getFreshJWT()), "First.");
         QVERIFY(f.auth->isSignedIn());
         f.clock.jump(-50s);
         QCOMPARE(freshJWT(f), jwt);
@@ -182,8 +169,7 @@ private Q_SLOTS:
     }
 
     void concurrentFetchesLeaveTheLaterToken() {
-        IdentityFixture f;
-        f.launchSignedIn();
+        SignedInFixture f;
         const auto late = sessionJWT(f.clock, 60s, "late");
         f.http.setHeld(true);
         f.http.answer(200, tokenBody(late));
@@ -222,8 +208,7 @@ private Q_SLOTS:
     }
 
     void nothingThatComesBackAfterASignOutTakesEffect() {
-        IdentityFixture f;
-        f.launchSignedIn();
+        SignedInFixture f;
         f.http.setHeld(true);
         f.http.answer(200, tokenBody(sessionJWT(f.clock, 60s)));
         f.http.answer(200);
@@ -237,7 +222,7 @@ private Q_SLOTS:
 
         start(f);
         f.http.setHeld(true);
-        f.http.answer(200, accepted, withToken("late"));
+        f.http.answer(200, acceptedCode, withToken("late"));
         auto verifying = f.auth->verifyCode(code);
         ::waitFor(f.auth->signOut());
         f.http.setHeld(false);
@@ -245,7 +230,7 @@ private Q_SLOTS:
         QVERIFY(!f.auth->isSignedIn() && f.store.items.isEmpty());
 
         f.http.setHeld(true);
-        f.http.answer(200, offer, withToken("late"));
+        f.http.answer(200, emailCodeOffer, withToken("late"));
         auto starting = f.auth->startSignIn(email);
         ::waitFor(f.auth->signOut());
         f.http.setHeld(false);
@@ -257,7 +242,7 @@ private Q_SLOTS:
         IdentityFixture f;
         start(f);
         f.http.setHeld(true);
-        f.http.answer(200, accepted);
+        f.http.answer(200, acceptedCode);
         f.http.answer(200, tokenBody(sessionJWT(f.clock, 60s, "late")));
         auto first = f.auth->verifyCode(code);
         f.http.release();
@@ -266,11 +251,11 @@ private Q_SLOTS:
         auto leaving = f.auth->signOut();
         f.http.release(1);
         ::waitFor(std::move(leaving));
-        f.http.answer(200, offer);
+        f.http.answer(200, emailCodeOffer);
         auto starting = f.auth->startSignIn("next@b.c");
         f.http.release(1);
         ::waitFor(std::move(starting));
-        f.http.answer(200, accepted);
+        f.http.answer(200, acceptedCode);
         f.http.fail(platform::HttpError::Kind::timedOut);
         auto second = f.auth->verifyCode(code);
         f.http.release(1);
@@ -286,9 +271,9 @@ private Q_SLOTS:
         IdentityFixture f;
         start(f);
         f.http.setHeld(true);
-        f.http.answer(200, accepted, withToken("late"));
+        f.http.answer(200, acceptedCode, withToken("late"));
         auto left = f.auth->verifyCode(code);
-        f.http.answer(200, offer, withToken("own"));
+        f.http.answer(200, emailCodeOffer, withToken("own"));
         auto next = f.auth->startSignIn("next@b.c");
         f.http.setHeld(false);
         QCOMPARE(failureOf(std::move(left)), cancelled);
@@ -299,8 +284,7 @@ private Q_SLOTS:
     }
 
     void aStoreThatLocksDoesNotEndTheSession() {
-        IdentityFixture f;
-        f.launchSignedIn();
+        SignedInFixture f;
         QSignalSpy unlocked(f.auth.get(), &ClerkAuthService::storeUnlocked);
         f.store.setCondition(Status::locked);
         f.http.answer(200, tokenBody("new"));
@@ -320,46 +304,31 @@ private Q_SLOTS:
 
     void aTokenIsRefusedOrUnavailable_data() {
         const auto row = rows<int, QByteArray, bool>();
-        row("session ended", 404, refusal("resource_not_found"), true);
+        row("session ended", 404, refusalFor("resource_not_found"), true);
         row("unauthorized page", 401, "<html>", true);
-        row("too many", 429, refusal("too_many_requests"), false);
-        row("out of order", 503, refusal("internal"), false);
+        row("too many", 429, refusalFor("too_many_requests"), false);
+        row("out of order", 503, refusalFor("internal"), false);
         row("page of a proxy", 200, "<html>", false);
         row("network", 0, {}, false);
     }
     void aTokenIsRefusedOrUnavailable() {
         const auto [status, body, refused] = currentRow<int, QByteArray, bool>();
-        IdentityFixture f;
-        f.launchSignedIn();
+        SignedInFixture f;
         if (status) {
             f.http.answer(status, body);
         } else {
             f.http.fail(platform::HttpError::Kind::timedOut);
         }
         for (const bool signedIn : {true, false}) {
-            std::exception_ptr error;
             try {
                 ::waitFor(f.auth->getFreshJWT());
+                QFAIL("a token");
             } catch (...) {
-                error = std::current_exception();
+                const auto failure = ClerkAuthService::tokenFailure(std::current_exception());
+                QCOMPARE(failure == ClerkAuthService::TokenFailure::refused, refused || !signedIn);
             }
-            const bool isRefused =
-                ClerkAuthService::tokenFailure(error) == ClerkAuthService::TokenFailure::refused;
-            QCOMPARE(isRefused, refused || !signedIn);
             ::waitFor(f.auth->signOut());
         }
-    }
-
-    void aLockedStoreIsNotASignOut() {
-        IdentityFixture f;
-        f.store.setCondition(Status::locked);
-        f.launchSignedIn();
-        QVERIFY(!f.auth->isSignedIn());
-        QSignalSpy changes(f.auth.get(), &ClerkAuthService::stateChanged);
-        f.store.setCondition(Status::ok);
-        QVERIFY(f.auth->isSignedIn());
-        QCOMPARE(changes.count(), 1);
-        QVERIFY(f.store.calls.isEmpty());
     }
 
     void anUnlockBringsNothingBackThatTheUserLeft() {
@@ -381,12 +350,12 @@ private Q_SLOTS:
             QVERIFY(!f.auth->isSignedIn());
             QCOMPARE(f.stored(), signsOut ? QStringList() : identity.first(1));
         }
-        // Nor while the answer to a sign-in is still on its way, unless that comes to nothing.
+        // The same while the answer to a sign-in is on its way, unless that comes to nothing.
         for (const int status : {200, 422}) {
             IdentityFixture f;
             f.store.setCondition(Status::locked);
             f.launchSignedIn();
-            f.http.answer(status, status == 200 ? offer : refusal("form_param_format_invalid"),
+            f.http.answer(status, status == 200 ? emailCodeOffer : refusalFor("form_param_format_invalid"),
                           withToken("ct"));
             f.http.setHeld(true);
             auto starting = f.auth->startSignIn(email);
@@ -406,7 +375,8 @@ private Q_SLOTS:
         f.store.setCondition(Status::locked);
         f.launchSignedIn();
         QCOMPARE(f.auth->storeState(), State::locked);
-        QVERIFY(f.store.calls.isEmpty());
+        QVERIFY(!f.auth->isSignedIn() && f.store.calls.isEmpty());
+        QSignalSpy changes(f.auth.get(), &ClerkAuthService::stateChanged);
         f.auth->unlockStore();
         f.auth->unlockStore();
         QCOMPARE(f.store.calls, QStringList{"unlock"});
@@ -417,8 +387,9 @@ private Q_SLOTS:
         f.store.setCondition(Status::ok);
         QCOMPARE(f.auth->storeState(), State::readable);
         QVERIFY(f.auth->isSignedIn());
+        QCOMPARE(changes.count(), 1);
 
-        // Somebody else signs in: what is locked is not theirs.
+        // Another user signs in: what is locked is not theirs.
         f.store.setCondition(Status::locked);
         f.launch();
         start(f);
@@ -430,11 +401,11 @@ private Q_SLOTS:
         IdentityFixture f(developmentKey);
         const auto jwt = sessionJWT(f.clock, 60s);
         f.http.answer(200, R"({"token":"devbrowsersecret"})");
-        f.http.answer(422, refusal("session_exists"));
+        f.http.answer(422, refusalFor("session_exists"));
         f.http.answer(200, R"({"token":"devbrowsersecret"})");
-        f.http.answer(200, offer, withToken("clienttokensecret"));
+        f.http.answer(200, emailCodeOffer, withToken("clienttokensecret"));
         ::waitFor(f.auth->startSignIn(email));
-        f.http.answer(200, accepted);
+        f.http.answer(200, acceptedCode);
         f.http.answer(200, tokenBody(jwt));
         ::waitFor(f.auth->verifyCode(code));
         f.http.answer(500, "clienttokensecret");
@@ -446,12 +417,11 @@ private Q_SLOTS:
     }
 
     void aServiceThatDiesWhileItWaitsIsNotTouched() {
-        IdentityFixture f;
-        f.launchSignedIn();
+        SignedInFixture f;
         f.http.setHeld(true);
         f.http.answer(200, tokenBody("late"));
         f.http.answer(200);
-        f.http.answer(200, offer);
+        f.http.answer(200, emailCodeOffer);
         auto fetching = f.auth->getFreshJWT();
         auto signingOut = f.auth->signOut();
         auto starting = f.auth->startSignIn(email);

@@ -9,8 +9,6 @@ using platform::Secret;
 
 namespace {
 
-const QByteArray signInAnswer = R"({"response":{"id":"sia_1","status":"needs_first_factor"}})";
-
 // A request as it leaves: request line, headers, blank line, body.
 QByteArray wire(const platform::HttpRequest& request) {
     auto text = request.method + ' ' + request.url.toEncoded() + '\n';
@@ -20,27 +18,7 @@ QByteArray wire(const platform::HttpRequest& request) {
     return text + '\n' + request.body.value_or("(no body)");
 }
 
-enum class Call { createSignIn, prepareFirstFactor, attemptFirstFactor, createSessionToken, signOut };
-
-void perform(ClerkClient& client, Call call, const QString& id) {
-    const Secret token("ct");
-    switch (call) {
-    case Call::createSignIn:
-        ::waitFor(client.createSignIn(id));
-        break;
-    case Call::prepareFirstFactor:
-        ::waitFor(client.prepareFirstFactor(id, "idn_1", token));
-        break;
-    case Call::attemptFirstFactor:
-        ::waitFor(client.attemptFirstFactor(id, Secret("42 42"), token));
-        break;
-    case Call::createSessionToken:
-        ::waitFor(client.createSessionToken(id, token));
-        break;
-    case Call::signOut:
-        ::waitFor(client.signOut(id, token));
-    }
-}
+using Call = std::function<void(ClerkClient&)>;
 
 // The address, or the name of the error's kind.
 template<typename Make>
@@ -63,21 +41,31 @@ class ClerkClientTest : public QObject {
 
 private Q_SLOTS:
     void everyRequestHasItsExactShape_data() {
-        const auto row = rows<Call, QString, QByteArray, QByteArray>();
-        row("create", Call::createSignIn, "é+x_y-z.~@b.c d", "sign_ins",
-            "identifier=%C3%A9%2Bx_y-z.~%40b.c%20d&strategy=email_code");
-        row("prepare", Call::prepareFirstFactor, "sia_1", "sign_ins/sia_1/prepare_first_factor",
+        const auto row = rows<Call, QByteArray, QByteArray>();
+        const Secret token("ct");
+        const Call create = [](ClerkClient& client) { ::waitFor(client.createSignIn("é+x_y-z.~@b.c d")); };
+        const Call prepare = [token](ClerkClient& client) {
+            ::waitFor(client.prepareFirstFactor("sia_1", "idn_1", token));
+        };
+        const Call attempt = [token](ClerkClient& client) {
+            ::waitFor(client.attemptFirstFactor("sia_1", Secret("42 42"), token));
+        };
+        const Call signOut = [token](ClerkClient& client) { ::waitFor(client.signOut("sess_1", token)); };
+        const Call hostile = [token](ClerkClient& client) {
+            ::waitFor(client.createSessionToken("../a/b?c#d%2Fe", token));
+        };
+        row("create", create, "sign_ins", "identifier=%C3%A9%2Bx_y-z.~%40b.c%20d&strategy=email_code");
+        row("prepare", prepare, "sign_ins/sia_1/prepare_first_factor",
             "strategy=email_code&email_address_id=idn_1");
-        row("attempt", Call::attemptFirstFactor, "sia_1", "sign_ins/sia_1/attempt_first_factor",
-            "strategy=email_code&code=42%2042");
-        row("sign out", Call::signOut, "sess_1", "sessions/sess_1/remove", "");
-        row("token, hostile id", Call::createSessionToken, "../a/b?c#d%2Fe",
-            "sessions/..%2Fa%2Fb%3Fc%23d%252Fe/tokens", "");
+        row("attempt", attempt, "sign_ins/sia_1/attempt_first_factor", "strategy=email_code&code=42%2042");
+        row("sign out", signOut, "sessions/sess_1/remove", "");
+        row("token, hostile id", hostile, "sessions/..%2Fa%2Fb%3Fc%23d%252Fe/tokens", "");
     }
     void everyRequestHasItsExactShape() {
-        const auto [call, id, path, body] = currentRow<Call, QString, QByteArray, QByteArray>();
-        const auto answer = call == Call::createSessionToken ? tokenBody("j.w.t") : signInAnswer;
-        const QByteArray cookie = call == Call::createSignIn ? "" : "Cookie: __client=ct\n";
+        const auto [perform, path, body] = currentRow<Call, QByteArray, QByteArray>();
+        const QByteArray answer =
+            R"({"jwt":"j.w.t","response":{"id":"sia_1","status":"needs_first_factor"}})";
+        const QByteArray cookie = path == "sign_ins" ? "" : "Cookie: __client=ct\n";
         for (const bool development : {false, true}) {
             const auto key = development ? developmentKey : productionKey;
             const auto keyLine = "Clerk-Publishable-Key: " + key.toLatin1() + '\n';
@@ -86,7 +74,7 @@ private Q_SLOTS:
                 f.http.answer(200, R"({"token":"a+b&c=d\u0023é"})");
             }
             f.http.answer(200, answer);
-            perform(*f.client, call, id);
+            perform(*f.client);
             QCOMPARE(f.http.requests().size(), development ? 2 : 1);
             if (development) {
                 QCOMPARE(wire(f.http.requests().first()),
@@ -115,7 +103,6 @@ private Q_SLOTS:
         row("wrapped", 200, R"({"response":{"token":"b"}})", "b");
         row("number", 200, R"({"token":1,"response":{"token":"b"}})", invalid);
         row("nothing", 200, R"({"response":{}})", invalid);
-        row("text", 200, R"({"response":"token"})", invalid);
         row("array", 200, "[]", invalid);
         row("refusal", 403, R"({"errors":[{"code":"x","message":"No."}]})", "No.");
         row("redirect", 302, R"({"token":"a"})",
@@ -197,7 +184,6 @@ private Q_SLOTS:
         row("other case", {"Set-Cookie: __Client=c"}, "none");
         row("attribute only", {"Set-Cookie: a=1; __client=c"}, "none");
         row("inside a value", {"Set-Cookie: a=__client=c"}, "none");
-        row("nothing", {}, "none");
     }
     void findsTheToken() {
         const auto [headers, expected] = currentRow<QByteArrayList, QString>();
@@ -215,7 +201,6 @@ private Q_SLOTS:
         // "a.example$" encodes with padding "==", "ab.example$" with "=", "abc.example$" with none.
         row("no padding left out", test("YWJjLmV4YW1wbGUk"), "https://abc.example");
         row("padding 1 left out", test("YWIuZXhhbXBsZSQ"), "https://ab.example");
-        row("padding 2", test("YS5leGFtcGxlJA=="), "https://a.example");
         row("padding 2 left out", test("YS5leGFtcGxlJA"), "https://a.example");
         row("nothing", {}, "missingPrefix");
         row("other prefix", "sk_test_YWJjLmV4YW1wbGUk", "missingPrefix");

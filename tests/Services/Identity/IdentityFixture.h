@@ -27,6 +27,18 @@ inline QByteArray tokenBody(const QByteArray& jwt) {
     return "{\"jwt\":\"" + jwt + "\"}";
 }
 
+// The sign-in service's answers to an address and to the right code.
+inline const QByteArray emailCodeOffer =
+    R"({"response":{"id":"sia_1","status":"needs_first_factor",)"
+    R"("supported_first_factors":[{"strategy":"x"},{"strategy":"email_code"}]}})";
+inline const QByteArray acceptedCode =
+    R"({"response":{"id":"sia_1","status":"complete","created_session_id":"sess_1"}})";
+
+// It refuses with the text "First."; the code is that of the second reason.
+inline QByteArray refusalFor(const QByteArray& code) {
+    return R"({"errors":[{"code":"x","message":"First."},{"code":")" + code + R"(","message":"Second."}]})";
+}
+
 // The sign-in service's client on a scripted network and a store in memory.
 struct IdentityFixture {
     FakeClock clock;
@@ -73,6 +85,10 @@ struct IdentityFixture {
         put("clerk_user_email", "a@b.c");
         launch(publishableKey);
     }
+};
+
+struct SignedInFixture : IdentityFixture {
+    SignedInFixture() { launchSignedIn(); }
 };
 
 // The text of what the task threw; empty when it threw nothing.

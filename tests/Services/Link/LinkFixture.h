@@ -23,6 +23,8 @@ struct LinkFixture : IdentityFixture {
     int tokenRequests = 0;
     int sessionRequests = 0;
     int sessionStatus = 201;
+    // How often disconnected() was emitted.
+    int losses = 0;
     // A status, or -1 for a service that cannot be reached.
     int tokenStatus = 200;
     platform::ConnectivityMonitor monitor;
@@ -37,6 +39,7 @@ struct LinkFixture : IdentityFixture {
         service = std::make_unique<WebSocketService>(sockets, clock, &monitor);
         service->setApiService(api.get());
         service->setAuth(auth.get());
+        QObject::connect(service.get(), &WebSocketService::disconnected, service.get(), [this] { ++losses; });
     }
 
     ~LinkFixture() {

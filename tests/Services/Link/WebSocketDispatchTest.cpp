@@ -185,18 +185,11 @@ private Q_SLOTS:
     }
 
     void malformedTextIsNoMessage() {
-        const QByteArrayList texts{"",
-                                   "hello",
-                                   "{\"type\":\"chat_done\"",
-                                   "{\"type\":\"chat_done\"} {}",
-                                   "[{\"type\":\"chat_done\"}]",
-                                   "null",
-                                   "{}",
-                                   "{\"type\":17}",
-                                   "{\"Type\":\"chat_done\"}",
-                                   "{\"type\":\"\xff\"}",
-                                   "{\"type\":\"a\",\"x\":" + QByteArray(100'000, '[') + "}"};
-        for (const auto& text : texts) {
+        const auto deep = R"({"type":"a","x":)" + QByteArray(100'000, '[') + '}';
+        for (const QByteArray& text :
+             {QByteArray(), QByteArray(R"({"type":"chat_done")"), QByteArray(R"({"type":"chat_done"} {})"),
+              QByteArray(R"([{"type":"chat_done"}])"), QByteArray(R"({"type":17})"),
+              QByteArray(R"({"Type":"chat_done"})"), QByteArray("{\"type\":\"\xff\"}"), deep}) {
             QVERIFY2(!parseServerMessage(text), text.left(30));
         }
     }

@@ -52,8 +52,8 @@ private Q_SLOTS:
         QCOMPARE(link.sockets.peer(1).sentTexts(), {setSession});
     }
 
-    // Who signed out meanwhile hears nothing of it, nor does an interview whose link was lost: the next link
-    // has a handshake of its own.
+    // A user who signed out meanwhile hears nothing of it, nor does an interview whose link was lost: the
+    // next link has a handshake of its own.
     void recoveryThatFails() {
         for (const auto meanwhile : {"", "signs out", "loses the link"}) {
             const QString event(meanwhile);

@@ -57,21 +57,16 @@ private Q_SLOTS:
         const auto row = rows<QByteArray, QString, QString>();
         const QByteArray ok = "200 OK\r\n\r\n";
         const auto a = dataLine("a");
-        row("mixed ends of lines", ok + a + "\r" + dataLine("b") + "\n" + dataLine("c") + "\r\n\r\n", "abc",
-            "");
-        row("the last line without its end", ok + a + "\n" + dataLine("b"), "ab", "");
         row("only data lines with a blank count", ok + ": x\ndata:" + a.mid(6) + "\n " + a + "\nid: 1\n" + a,
             "a", "");
         row("nothing after the end", ok + a + "\ndata: [DONE]\n" + dataLine("b") + "\n", "a", "");
-        row("an end that is none", ok + "data: [DONE] \ndata: [ DONE]\n" + a + "\n", "a", "");
-        row("what is no object or has no text",
+        row("not quite an end", ok + "data: [DONE] \ndata: [ DONE]\n" + a + "\n", "a", "");
+        row("not an object, or without a text",
             ok + "data: [1]\ndata: {\ndata: {\"choices\":[]}\n" + dataLine("") + "\n" + a, "a", "");
-        row("a line separator in the text", ok + dataLine("x\xe2\x80\xa8y") + "\n",
-            QString::fromUtf8("x\u2028y"), "");
         row("a broken character", ok + dataLine("x\xc3") + "\n" + a + "\n", QString::fromUtf8("x\uFFFDa"),
             "");
         row("too deep, too odd", ok + "data: " + QByteArray(100000, '[') + "\n" + a, "a", "");
-        row("a status that is no success", "429 Too Many\r\n\r\n" + a + "\n", "a", "");
+        row("a status of failure", "429 Too Many\r\n\r\n" + a + "\n", "a", "");
         row("a plain answer", "200 OK\r\nContent-Length: 2\r\n\r\n{}", "", "");
         row("a redirect is not followed", "307 Moved\r\nLocation: https://127.0.0.1:1/\r\n\r\n", "", "");
         row("cut off", "200 OK\r\nContent-Length: 1000\r\n\r\n" + a + "\n", "a",
@@ -104,27 +99,18 @@ private Q_SLOTS:
         m_patience = -1;
     }
 
-    void withoutAUsableProviderNothingIsSent_data() {
-        const auto row = rows<QString, QByteArray, QByteArray>();
-        const QByteArray selected = R"({"id":"p","name":"","isConfigured":true})";
-        row("no address", "", {}, {});
-        row("not the web's", "ftp://localhost", {}, {});
-        row("no address at all", "https://[", {}, {});
-        row("nothing selected", "https://localhost", "", {});
-        row("another selected", "https://localhost", R"({"id":"q","name":"","isConfigured":true})", {});
-        row("one bad provider", "https://localhost", {}, R"({"id":"q"})");
-    }
     void withoutAUsableProviderNothingIsSent() {
-        const auto [baseUrl, selected, another] = currentRow<QString, QByteArray, QByteArray>();
-        const auto defaults = providerEntries(baseUrl, "/c", "key-1");
-        if (!selected.isNull()) {
-            defaults->setData("selected_ai_provider", selected);
+        for (const auto& [baseUrl, selected] :
+             {std::pair<QString, QByteArray>("", {}),
+              {"ftp://localhost", {}},
+              {"https://localhost", ""},
+              {"https://localhost", R"({"id":"q","name":"","isConfigured":true})"}}) {
+            const auto defaults = providerEntries(baseUrl, "/c", "key-1");
+            if (!selected.isNull()) {
+                defaults->setData("selected_ai_provider", selected);
+            }
+            QCOMPARE(ask(*defaults), "Invalid API configuration");
         }
-        if (!another.isNull()) {
-            auto list = *defaults->data("custom_ai_providers");
-            defaults->setData("custom_ai_providers", list.replace(list.size() - 1, 1, "," + another + "]"));
-        }
-        QCOMPARE(ask(*defaults), "Invalid API configuration");
     }
 
     void aServerOfAnotherMake() {
@@ -160,7 +146,6 @@ private Q_SLOTS:
         row("through arrays and objects", R"({"a":[{"b":"x"},{"b":"y"}]})", "a.1.b", "y");
         row("signs", R"({"a":["x","y"]})", "a.+1", "y");
         row("minus nothing is nothing", R"({"a":["x"]})", "a.-0", "x");
-        row("two signs", R"({"a":["x","y"]})", "a.+-0", "none");
         row("negative", R"({"a":["x"]})", "a.-1", "none");
         row("beyond the end", R"({"a":["x"]})", "a.1", "none");
         row("an empty array", R"({"a":[]})", "a.0", "none");
@@ -170,7 +155,6 @@ private Q_SLOTS:
         row("empty pieces", R"({"a":{"b":"x"}})", "..a..b.", "x");
         row("an empty path", R"({"":"x"})", "", "none");
         row("no string", R"({"a":5})", "a", "none");
-        row("a member of a string", R"({"a":"x"})", "a.0", "none");
         row("beyond ASCII", R"({"ä":"x"})", "ä", "x");
     }
     void theTextIsWhereThePathSays() {

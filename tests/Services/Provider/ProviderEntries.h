@@ -9,9 +9,9 @@
 
 namespace corvane {
 
-// Defaults with one provider, "p", chosen. Without a key in the entry if `apiKey` is null.
-inline std::unique_ptr<platform::DefaultsStore>
-providerEntries(const QString& baseUrl, const QString& endpoint, const QString& apiKey = {}) {
+// Chooses one provider, "p", instead of the backend. Without a key in the entry if `apiKey` is null.
+inline void chooseProvider(platform::DefaultsStore& defaults, const QString& baseUrl, const QString& endpoint,
+                           const QString& apiKey = {}) {
     boost::json::object selected{{"id", "p"}, {"name", "P"}, {"isConfigured", true}};
     if (!apiKey.isNull()) {
         selected["apiKey"] = json::toJson(apiKey);
@@ -28,10 +28,16 @@ providerEntries(const QString& baseUrl, const QString& endpoint, const QString& 
                                        {"isCustom", true},
                                        {"curl", ""},
                                        {"models", boost::json::array()}};
+    defaults.setData("selected_ai_provider", json::serialize(selected));
+    defaults.setData("custom_ai_providers", json::serialize(boost::json::array{provider}));
+    defaults.setBool("corvane_api_enabled", false);
+}
+
+// A store of its own with that choice.
+inline std::unique_ptr<platform::DefaultsStore>
+providerEntries(const QString& baseUrl, const QString& endpoint, const QString& apiKey = {}) {
     auto defaults = platform::makeMemoryDefaultsStore();
-    defaults->setData("selected_ai_provider", json::serialize(selected));
-    defaults->setData("custom_ai_providers", json::serialize(boost::json::array{provider}));
-    defaults->setBool("corvane_api_enabled", false);
+    chooseProvider(*defaults, baseUrl, endpoint, apiKey);
     return defaults;
 }
 

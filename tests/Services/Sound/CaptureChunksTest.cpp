@@ -25,57 +25,44 @@ private Q_SLOTS:
         QCOMPARE(f.systemFiles[5].dataSize, 200U);
     }
 
-    void marksSpeechWhileItStreams() {
+    void deliversByMode_data() {
+        const auto row = rows<AudioCaptureMode, QList<qsizetype>, bool>();
+        // The files at the end of the speech; what streams comes by the tick.
+        row("streaming", AudioCaptureMode::rawStreaming, {}, true);
+        row("by the utterance", AudioCaptureMode::vad, {52 * 1024}, true);
+        row("continuous", AudioCaptureMode::continuous, {}, false);
+    }
+    void deliversByMode() {
+        const auto [mode, lengths, marks] = currentRow<AudioCaptureMode, QList<qsizetype>, bool>();
         CaptureFixture f;
-        waitFor(f.start());
-        QCoreApplication::processEvents();
+        waitFor(f.start(mode));
+        f.settle();
         f.events.clear();
         f.host.pushSystem(std::vector<float>(7 * 1024, 0.1F));
-        QCOMPARE(f.events, QStringList{"speech"});
+        QCOMPARE(f.events, marks ? QStringList{"speech"} : QStringList());
         f.clock.jump(1234ms);
         f.host.pushSystem(std::vector<float>(45 * 1024));
-        QCOMPARE(f.events, (QStringList{"speech", "silence 1700000001234"}));
-        QVERIFY(f.systemFiles.isEmpty());
+        QCOMPARE(f.events, marks ? (QStringList{"speech", "silence 1700000001234"}) : QStringList());
+        QCOMPARE(lengthsOf(f.systemFiles), lengths);
+        f.clock.advance(1s);
+        QCOMPARE(f.systemFiles.size(), mode == AudioCaptureMode::rawStreaming ? 12 : lengths.size());
     }
 
-    void deliversByMode() {
-        for (const auto mode : {AudioCaptureMode::vad, AudioCaptureMode::continuous}) {
-            CaptureFixture f;
-            waitFor(f.start(mode));
-            f.settle();
-            f.events.clear();
-            f.host.pushSystem(std::vector<float>(7 * 1024, 0.1F));
-            f.clock.advance(1s);
-            QVERIFY(f.systemFiles.isEmpty());
-            f.host.pushSystem(std::vector<float>(45 * 1024));
-            const bool marks = mode == AudioCaptureMode::vad;
-            QCOMPARE(lengthsOf(f.systemFiles), marks ? QList<qsizetype>{52 * 1024} : QList<qsizetype>());
-            QCOMPARE(f.events.size(), marks ? 2 : 0);
-        }
-    }
-
-    void cutsChunksAtTheDevicesRate_data() {
-        const auto row = rows<double, int>();
-        row("48 kHz", 48000.0, 3840);
-        row("44.1 kHz", 44100.0, 3528);
-        row("16 kHz", 16000.0, 1280);
-        row("11.025 kHz", 11025.0, 882);
-        row("fraction of a Hz", 22050.9, 1764);
-    }
     void cutsChunksAtTheDevicesRate() {
-        const auto [rate, chunk] = currentRow<double, int>();
-        CaptureFixture f;
-        waitFor(f.service->startMicrophoneCapture());
-        for (int at = 0; at < 3 * chunk + 50; at += 441) {
-            f.host.pushMicrophone(countingSamples(441, at), rate);
+        for (const auto& [rate, chunk] : {std::pair(48000.0, 3840), {44100.0, 3528}, {22050.9, 1764}}) {
+            CaptureFixture f;
+            waitFor(f.service->startMicrophoneCapture());
+            for (int at = 0; at < 3 * chunk + 50; at += 441) {
+                f.host.pushMicrophone(countingSamples(441, at), rate);
+            }
+            QCOMPARE(lengthsOf(f.microphoneFiles), QList<qsizetype>(3, chunk));
+            QVERIFY(isCounting(f.microphoneFiles));
+            const auto whole = static_cast<quint32>(rate);
+            QCOMPARE(f.microphoneFiles[0].sampleRate, whole);
+            QCOMPARE(f.log.count("[Audio] Mic format:"), whole == 48000 ? 0 : 1);
+            QCoreApplication::processEvents();
+            QCOMPARE(f.service->sampleRate(), whole);
         }
-        QCOMPARE(lengthsOf(f.microphoneFiles), QList<qsizetype>(3, chunk));
-        QVERIFY(isCounting(f.microphoneFiles));
-        const auto whole = static_cast<quint32>(rate);
-        QCOMPARE(f.microphoneFiles[0].sampleRate, whole);
-        QCOMPARE(f.log.count("[Audio] Mic format:"), whole == 48000 ? 0 : 1);
-        QCoreApplication::processEvents();
-        QCOMPARE(f.service->sampleRate(), whole);
     }
 
     void mixesNoRatesInAFile() {

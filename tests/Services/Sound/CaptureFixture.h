@@ -1,17 +1,33 @@
 #pragma once
 
 #include "Services/AudioCaptureService.h"
-#include "tests/Services/Sound/WavFile.h"
 #include "tests/Support/FakeAudioHost.h"
 #include "tests/Support/FakeClock.h"
 #include "tests/Support/LogCapture.h"
 #include "tests/Support/WaitFor.h"
+
+#include <QtEndian>
 
 #include <cmath>
 
 namespace corvane {
 
 using namespace std::chrono_literals;
+
+// What a test wants to know of a mono 16-bit WAV file.
+struct WavFile {
+    explicit WavFile(const QByteArray& bytes)
+        : sampleRate(qFromLittleEndian<quint32>(bytes.constData() + 24))
+        , dataSize(qFromLittleEndian<quint32>(bytes.constData() + 40)) {
+        for (qsizetype i = 44; i + 1 < bytes.size(); i += 2) {
+            samples.append(qFromLittleEndian<qint16>(bytes.constData() + i));
+        }
+    }
+
+    quint32 sampleRate;
+    quint32 dataSize;
+    QList<qint16> samples;
+};
 
 // A capture service on a sound server and a clock of the test's own, and what it emits.
 struct CaptureFixture {

@@ -60,28 +60,28 @@ private Q_SLOTS:
     }
 
     void failedStartReachesTheCaller_data() {
-        const auto row = rows<std::function<void(FakeAudioHost&)>, bool, QString>();
-        row(
-            "no server", [](auto& host) { host.surveyError.emplace(AudioError::Kind::noServer, "none"); },
-            false, "none");
-        row(
-            "no output",
-            [](auto& host) {
-                host.surveyResult = {0, 4};
-            },
-            false, "No display found");
-        row(
-            "no monitor",
-            [](auto& host) { host.systemError.emplace(AudioError::Kind::notAMonitor, "not one"); }, false,
-            "not one");
-        row(
-            "no microphone", [](auto& host) { host.input.reset(); }, true, "No microphone available");
-        row(
-            "gone", [](auto& host) { host.microphoneError.emplace(AudioError::Kind::noDevice, "gone"); },
-            true, "No microphone available");
-        row(
-            "silent", [](auto& host) { host.microphoneError.emplace(AudioError::Kind::timedOut, "late"); },
-            true, "late");
+        using Fault = std::function<void(FakeAudioHost&)>;
+        const auto row = rows<Fault, bool, QString>();
+        const Fault noServer = [](auto& host) {
+            host.surveyError.emplace(AudioError::Kind::noServer, "none");
+        };
+        const Fault noOutput = [](auto& host) { host.surveyResult = {0, 4}; };
+        const Fault noMonitor = [](auto& host) {
+            host.systemError.emplace(AudioError::Kind::notAMonitor, "not one");
+        };
+        const Fault noMicrophone = [](auto& host) { host.input.reset(); };
+        const Fault gone = [](auto& host) {
+            host.microphoneError.emplace(AudioError::Kind::noDevice, "gone");
+        };
+        const Fault late = [](auto& host) {
+            host.microphoneError.emplace(AudioError::Kind::timedOut, "late");
+        };
+        row("no server", noServer, false, "none");
+        row("no output", noOutput, false, "No display found");
+        row("no monitor", noMonitor, false, "not one");
+        row("no microphone", noMicrophone, true, "No microphone available");
+        row("gone", gone, true, "No microphone available");
+        row("silent", late, true, "late");
     }
     void failedStartReachesTheCaller() {
         const auto [prepare, microphone, error] =
@@ -92,10 +92,8 @@ private Q_SLOTS:
         f.settle();
         QVERIFY(f.events.isEmpty());
         // The server is back.
-        f.host.surveyError.reset();
+        f.host.setFailing({});
         f.host.surveyResult = {1, 0};
-        f.host.systemError.reset();
-        f.host.microphoneError.reset();
         f.host.input = platform::AudioEndpoint{"2", "Other"};
         QCOMPARE(outcomeOf(f.startOne(microphone)), "");
         QVERIFY(microphone ? f.host.microphoneRuns() : f.host.systemRuns());
@@ -118,33 +116,29 @@ private Q_SLOTS:
         }
     }
 
-    void stopWinsOverAStartUnderWay_data() {
-        const auto row = rows<bool, bool>();
-        row("system, survey", false, false);
-        row("system, stream", false, true);
-        row("microphone, device", true, false);
-        row("microphone, stream", true, true);
-    }
+    // Whether the device is being looked for, or its stream being opened.
     void stopWinsOverAStartUnderWay() {
-        const auto [microphone, isOpening] = currentRow<bool, bool>();
-        CaptureFixture f;
-        f.host.hold();
-        auto first = f.startOne(microphone);
-        if (isOpening) {
-            f.host.releaseWaiting();
+        for (const auto& [microphone, isOpening] :
+             {std::pair(false, false), {false, true}, {true, false}, {true, true}}) {
+            CaptureFixture f;
+            f.host.hold();
+            auto first = f.startOne(microphone);
+            if (isOpening) {
+                f.host.releaseWaiting();
+            }
+            QCOMPARE(f.host.waitingOperations(), 1);
+            f.stopOne(microphone);
+            auto second = f.startOne(microphone);
+            f.host.release();
+            QCOMPARE(outcomeOf(std::move(first)), cancelled);
+            QCOMPARE(outcomeOf(std::move(second)), "");
+            QVERIFY(microphone ? f.host.microphoneRuns() : f.host.systemRuns());
+            QCOMPARE(f.host.systemStreamsOpened() + f.host.microphoneStreamsOpened(), isOpening ? 2 : 1);
+            f.stopOne(microphone);
+            QVERIFY(!f.host.microphoneRuns() && !f.host.systemRuns());
+            f.settle();
+            QVERIFY(!f.service->isCapturing() && !f.service->isMicCapturing());
         }
-        QCOMPARE(f.host.waitingOperations(), 1);
-        f.stopOne(microphone);
-        auto second = f.startOne(microphone);
-        f.host.release();
-        QCOMPARE(outcomeOf(std::move(first)), cancelled);
-        QCOMPARE(outcomeOf(std::move(second)), "");
-        QVERIFY(microphone ? f.host.microphoneRuns() : f.host.systemRuns());
-        QCOMPARE(f.host.systemStreamsOpened() + f.host.microphoneStreamsOpened(), isOpening ? 2 : 1);
-        f.stopOne(microphone);
-        QVERIFY(!f.host.microphoneRuns() && !f.host.systemRuns());
-        f.settle();
-        QVERIFY(!f.service->isCapturing() && !f.service->isMicCapturing());
     }
 
     // A buffer that the platform held back reaches neither the stopped capture nor the one after it.

@@ -1,28 +1,20 @@
-#include "Services/AudioCaptureService.h"
-#include "tests/Support/FakeAudioHost.h"
-#include "tests/Support/FakeClock.h"
-#include "tests/Support/LogCapture.h"
-#include "tests/Support/WaitFor.h"
+#include "tests/Services/Sound/CaptureFixture.h"
 
 #include <semaphore>
 #include <thread>
 
 using namespace corvane;
 
-using namespace std::chrono_literals;
-
 // Buffers arrive on their own threads while captures come and go.
 class CaptureThreadsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    // The stream runs, and who asked for it has not heard of it yet: the service's end waits for the handler
-    // under way, which would emit from freed memory.
+    // The stream runs, and its start is not answered yet: the service's end waits for the handler under way,
+    // which would emit from freed memory.
     void endDuringAStartWaitsForTheHandler() {
         for (const bool microphone : {false, true}) {
-            FakeAudioHost host;
-            FakeClock clock;
-            auto service = std::make_unique<AudioCaptureService>(host, clock);
+            CaptureFixture f;
             std::binary_semaphore entered(0);
             std::atomic<bool> isEnded = false;
             std::atomic<bool> isInside = false;
@@ -35,22 +27,21 @@ private Q_SLOTS:
                 isInside = false;
             };
             QObject context;
-            QObject::connect(service.get(), &AudioCaptureService::micAudioDetected, &context, linger,
+            QObject::connect(f.service.get(), &AudioCaptureService::micAudioDetected, &context, linger,
                              Qt::DirectConnection);
-            QObject::connect(service.get(), &AudioCaptureService::candidateSpeechStarted, &context, linger,
+            QObject::connect(f.service.get(), &AudioCaptureService::candidateSpeechStarted, &context, linger,
                              Qt::DirectConnection);
-            host.holdResults();
-            auto start = microphone
-                             ? service->startMicrophoneCapture()
-                             : service->startCapture(AudioCaptureMode::rawStreaming, interviewVadConfig);
+            f.host.holdResults();
+            auto start = f.startOne(microphone);
             const std::vector<float> speech(3840, 0.2F);
-            std::jthread source([&] { microphone ? host.pushMicrophone(speech) : host.pushSystem(speech); });
+            std::jthread source(
+                [&] { microphone ? f.host.pushMicrophone(speech) : f.host.pushSystem(speech); });
             entered.acquire();
-            service.reset();
+            f.service.reset();
             isEnded = true;
             QVERIFY(!isInside);
             source.join();
-            host.release();
+            f.host.release();
             QVERIFY_EXCEPTION_THROWN(waitFor(std::move(start)), platform::OperationCancelled);
         }
     }

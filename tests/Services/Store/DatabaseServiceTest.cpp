@@ -15,7 +15,7 @@ namespace {
 
 const QString conversationId = QStringLiteral("conv_1");
 
-// Another program's look at the file, and hand in it.
+// Another program reads or changes the file.
 QString query(const QString& path, const char* sql) {
     sqlite3* db = nullptr;
     QString rows;
@@ -73,7 +73,7 @@ private Q_SLOTS:
             QCOMPARE(*m_database->getConversation(conversationId), expected);
             m_database->deleteConversation(conversationId);
         }
-        // What is no text harms nothing.
+        // A string that is not valid text does no harm.
         const auto broken = QString("a") + QChar(u'\0') + QChar(0xd800);
         m_database->createConversation({conversationId, broken, 1, 2});
         QCOMPARE(m_database->getConversation(conversationId)->title.size(), broken.size());

@@ -37,9 +37,7 @@ struct Fixture : UpdaterFixture {
     }
     bool getsReady() {
         offer("none");
-        const bool found = checksAndSees(Stage::found);
-        driver().choose();
-        return found && reaches(Stage::ready) && service->state().version == "";
+        return choosesWhatIsFound() && reaches(Stage::ready) && service->state().version == "";
     }
     QString packagePath() const { return folder() + u'/' + leftBehind().value(0); }
     QByteArray package() const {
@@ -81,8 +79,7 @@ struct Fixture : UpdaterFixture {
     bool loseDownload() {
         stand.apply("pace", {{"milliseconds", 20}});
         offer("none", 2048);
-        const bool found = checksAndSees(Stage::found);
-        driver().choose();
+        const bool found = choosesWhatIsFound();
         const bool begun = waitUntil([&] { return driver().progress() > 0.25; });
         stand.apply("go-away", {{"milliseconds", 0}});
         const bool failed = reaches(Stage::failed);
@@ -143,8 +140,7 @@ private Q_SLOTS:
         Fixture fixture;
         fixture.offer(QTest::currentDataTag());
         if (noticed == Stage::found) {
-            QVERIFY(fixture.checksAndSees(Stage::found));
-            fixture.driver().choose();
+            QVERIFY(fixture.choosesWhatIsFound());
             QVERIFY(fixture.reaches(Stage::failed));
         } else {
             QVERIFY(fixture.checksAndSees(Stage::failed));
@@ -157,22 +153,18 @@ private Q_SLOTS:
     }
 
     // The package is 0.2.0, newer than the program says it is; the system's own record decides.
-    void whatIsInstalledIsNotTakenBack_data() {
-        const auto row = rows<QByteArray, Stage>();
-        row("older", "0.1.9-7", Stage::ready);
-        row("the same", "0.2.0", Stage::failed);
-        row("by revision", "0.2.0-1", Stage::failed);
-        row("by epoch", "1:0.1.0-1", Stage::failed);
-    }
     void whatIsInstalledIsNotTakenBack() {
-        const auto [installed, end] = currentRow<QByteArray, Stage>();
-        Fixture fixture;
-        fixture.recordInstalled(installed);
-        fixture.offer("none");
-        QVERIFY(fixture.checksAndSees(Stage::found));
-        fixture.driver().choose();
-        QVERIFY(fixture.reaches(end));
-        qunsetenv("DPKG_ADMINDIR");
+        for (const auto& [installed, end] : {std::pair("0.1.9-7", Stage::ready),
+                                             {"0.2.0", Stage::failed},
+                                             {"0.2.0-1", Stage::failed},
+                                             {"1:0.1.0-1", Stage::failed}}) {
+            Fixture fixture;
+            fixture.recordInstalled(installed);
+            fixture.offer("none");
+            QVERIFY(fixture.choosesWhatIsFound());
+            QVERIFY(fixture.reaches(end));
+            qunsetenv("DPKG_ADMINDIR");
+        }
     }
 
     // From its verification on the package is an open file: its path is opened by nobody.
@@ -282,32 +274,26 @@ private Q_SLOTS:
         QVERIFY(end != Stage::installed || managed.readAll() == sound);
     }
 
-    void aLostDownloadGoesOnWhereItStopped_data() {
-        const auto row = rows<bool, int>();
-        row("the same file", false, 1);
-        row("another file by now", true, 0);
-    }
     void aLostDownloadGoesOnWhereItStopped() {
-        const auto [replaced, rests] = currentRow<bool, int>();
-        Fixture fixture;
-        QVERIFY(fixture.loseDownload());
-        if (replaced) {
-            fixture.offer("none", 1024);
+        for (const bool replaced : {false, true}) {
+            Fixture fixture;
+            QVERIFY(fixture.loseDownload());
+            if (replaced) {
+                fixture.offer("none", 1024);
+            }
+            fixture.launch();
+            QVERIFY(fixture.choosesWhatIsFound());
+            QVERIFY(fixture.reaches(Stage::ready));
+            QCOMPARE(fixture.answered("corvane-lumetra.deb 206"), replaced ? 0 : 1);
+            QCOMPARE(fixture.leftBehind().size(), 1);
         }
-        fixture.launch();
-        QVERIFY(fixture.checksAndSees(Stage::found));
-        fixture.driver().choose();
-        QVERIFY(fixture.reaches(Stage::ready));
-        QCOMPARE(fixture.answered("corvane-lumetra.deb 206"), rests);
-        QCOMPARE(fixture.leftBehind().size(), 1);
     }
 
     void aCancelledDownloadIsStillOffered() {
         Fixture fixture;
         fixture.stand.apply("pace", {{"milliseconds", 200}});
         fixture.offer("none", 4096);
-        QVERIFY(fixture.checksAndSees(Stage::found));
-        fixture.driver().choose();
+        QVERIFY(fixture.choosesWhatIsFound());
         QVERIFY(waitUntil([&] { return fixture.driver().progress() > 0; }));
         QCOMPARE(fixture.state(), Case::downloading);
         fixture.driver().dismiss();
@@ -316,27 +302,20 @@ private Q_SLOTS:
     }
 
     // The package of an earlier start is looked at once more, off the main thread.
-    void aCancelIsHeardWhileAKeptPackageIsChecked_data() {
-        const auto row = rows<bool>();
-        row("a sound one", false);
-        row("a spoiled one", true);
-    }
     void aCancelIsHeardWhileAKeptPackageIsChecked() {
-        const auto [spoiled] = currentRow<bool>();
-        Fixture fixture;
-        QVERIFY(fixture.getsReady());
-        if (spoiled) {
-            QVERIFY(fixture.spoilPackage());
+        for (const bool spoiled : {false, true}) {
+            Fixture fixture;
+            QVERIFY(fixture.getsReady());
+            QVERIFY(!spoiled || fixture.spoilPackage());
+            fixture.launch();
+            QVERIFY(fixture.choosesWhatIsFound());
+            QCOMPARE(fixture.driver().stage(), Stage::downloading);
+            fixture.driver().dismiss();
+            fixture.settle(); // by now it is known that a download has begun
+            QVERIFY(waitUntil([&] { return fixture.state() == Case::available; }));
+            QCOMPARE(fixture.driver().stage(), Stage::hidden);
+            QCOMPARE(fixture.answered("corvane-lumetra.deb 200"), 1);
         }
-        fixture.launch();
-        QVERIFY(fixture.checksAndSees(Stage::found));
-        fixture.driver().choose();
-        QCOMPARE(fixture.driver().stage(), Stage::downloading);
-        fixture.driver().dismiss();
-        fixture.settle(); // by now it is known that a download has begun
-        QVERIFY(waitUntil([&] { return fixture.state() == Case::available; }));
-        QCOMPARE(fixture.driver().stage(), Stage::hidden);
-        QCOMPARE(fixture.answered("corvane-lumetra.deb 200"), 1);
     }
 };
 

@@ -52,27 +52,13 @@ private:
     platform::Completion<Result> m_answer;
 };
 
-// Tells how often it was asked for a timer.
-class CountingClock : public FakeClock {
-public:
-    std::unique_ptr<platform::Timer> once(std::chrono::milliseconds delay,
-                                          std::function<void()> fire) override {
-        ++m_timersStarted;
-        return FakeClock::once(delay, std::move(fire));
-    }
-    int timersStarted() const { return m_timersStarted; }
-
-private:
-    int m_timersStarted = 0;
-};
-
 // An installation, version 1 (0.1.0), whose network the test decides on.
 struct UpdaterFixture {
     using MakeHttp = std::function<std::unique_ptr<platform::HttpClient>()>;
 
     LogCapture log;
     QTemporaryDir cache;
-    CountingClock clock;
+    FakeClock clock;
     std::unique_ptr<platform::DefaultsStore> defaults = platform::makeMemoryDefaultsStore();
     std::shared_ptr<HeldInstaller> installer = std::make_shared<HeldInstaller>();
     QString feed = QStringLiteral("https://updates.lumetra.test/update/appcast.xml");
@@ -111,6 +97,11 @@ struct UpdaterFixture {
     bool checksAndSees(Stage stage) {
         service->downloadAndInstall();
         return reaches(stage);
+    }
+    bool choosesWhatIsFound() {
+        const bool found = checksAndSees(Stage::found);
+        driver().choose();
+        return found;
     }
     QString folder() const { return cache.filePath(QStringLiteral("updates")); }
     QStringList leftBehind() const { return QDir(folder()).entryList(QDir::Files | QDir::Hidden); }
