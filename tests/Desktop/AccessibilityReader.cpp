@@ -48,13 +48,10 @@ Node application(guint process) {
     return {};
 }
 
-struct State {
-    explicit State(const Node& node)
-        : set(atspi_accessible_get_state_set(node.get())) {}
-    bool has(AtspiStateType state) const { return set && atspi_state_set_contains(set.get(), state); }
-
-    Owned<AtspiStateSet> set;
-};
+bool has(const Node& node, AtspiStateType state) {
+    const Owned<AtspiStateSet> set(atspi_accessible_get_state_set(node.get()));
+    return set && atspi_state_set_contains(set.get(), state);
+}
 
 QStringList actionsOf(const Node& node) {
     QStringList names;
@@ -78,7 +75,7 @@ boost::json::array placeOf(const Node& node) {
     return place;
 }
 
-boost::json::object described(const Node& node, const State& state) {
+boost::json::object described(const Node& node) {
     boost::json::array actions;
     for (const auto& action : actionsOf(node)) {
         actions.push_back(json::toJson(action));
@@ -86,26 +83,20 @@ boost::json::object described(const Node& node, const State& state) {
     return {{"role", json::toJson(text(atspi_accessible_get_role_name(node.get(), nullptr)))},
             {"name", json::toJson(nameOf(node))},
             {"description", json::toJson(text(atspi_accessible_get_description(node.get(), nullptr)))},
-            {"enabled", state.has(ATSPI_STATE_ENABLED)},
-            {"focusable", state.has(ATSPI_STATE_FOCUSABLE)},
-            {"checked", state.has(ATSPI_STATE_CHECKED)},
+            {"focusable", has(node, ATSPI_STATE_FOCUSABLE)},
             {"actions", std::move(actions)},
             {"place", placeOf(node)}};
 }
 
 // Depth first; false ends it.
 bool forEachShown(AtspiAccessible* parent, int parentIndex, int& count,
-                  const std::function<bool(const Node&, const State&, int)>& visit) {
+                  const std::function<bool(const Node&, int)>& visit) {
     for (int index = 0; index < atspi_accessible_get_child_count(parent, nullptr); ++index) {
         const auto node = childOf(parent, index);
-        if (!node) {
+        if (!node || !has(node, ATSPI_STATE_SHOWING)) {
             continue;
         }
-        const State state(node);
-        if (!state.has(ATSPI_STATE_SHOWING)) {
-            continue;
-        }
-        if (!visit(node, state, parentIndex) || !forEachShown(node.get(), count++, count, visit)) {
+        if (!visit(node, parentIndex) || !forEachShown(node.get(), count++, count, visit)) {
             return false;
         }
     }
@@ -115,7 +106,7 @@ bool forEachShown(AtspiAccessible* parent, int parentIndex, int& count,
 bool act(const Node& program, const QString& name, const QString& action) {
     bool done = false;
     int count = 0;
-    forEachShown(program.get(), -1, count, [&](const Node& node, const State&, int) {
+    forEachShown(program.get(), -1, count, [&](const Node& node, int) {
         const auto place = nameOf(node) == name ? actionsOf(node).indexOf(action) : -1;
         if (place >= 0) {
             const Owned<AtspiAction> actions{atspi_accessible_get_action_iface(node.get())};
@@ -143,8 +134,8 @@ int main(int argc, char* argv[]) {
     }
     boost::json::array nodes;
     int count = 0;
-    forEachShown(program.get(), -1, count, [&](const Node& node, const State& state, int parent) {
-        auto object = described(node, state);
+    forEachShown(program.get(), -1, count, [&](const Node& node, int parent) {
+        auto object = described(node);
         object["parent"] = parent;
         nodes.push_back(std::move(object));
         return true;

@@ -1,6 +1,6 @@
 #include "Services/ClerkAuthService.h"
 #include "sandbox/desktop/PrivateSession.h"
-#include "tests/Desktop/DesktopMain.h"
+#include "tests/Desktop/DesktopTest.h"
 #include "tests/Desktop/Faces.h"
 #include "tests/Desktop/ScreenReader.h"
 
@@ -114,8 +114,6 @@ const QList<Qt::Key> pressKeys{Qt::Key_Return, Qt::Key_Space};
 const QList<Use> uses{
     {"dashboard", "Audio", pressKeys, "Audio", "Press",
      [](Desk& desk) { return QVariant::fromValue(desk.app->dashboardViewModel().selectedPage()); }},
-    {"dashboard, expired session", "Open Account", pressKeys, "Open Account", "Press",
-     [](Desk& desk) { return QVariant::fromValue(desk.app->dashboardViewModel().selectedPage()); }},
     {"account", "Sign out", pressKeys, "Sign out", "Press",
      [](Desk& desk) { return QVariant(desk.app->clerkAuthService().isSignedIn()); }},
     {"settings", "Always on Top", pressKeys, "Always on Top", "Toggle",
@@ -132,8 +130,6 @@ const QList<Use> uses{
      "Transparency",
      "Decrease",
      [](Desk& desk) { return QVariant(desk.app->settingsViewModel().transparency()); }},
-    {"bar, onboarding", "Dismiss", pressKeys, "Dismiss", "Press",
-     [](Desk& desk) { return QVariant(desk.bar().onboardingStripVisible()); }},
     {"bar, plan", "Next topic", pressKeys, "Next topic", "Press",
      [](Desk& desk) { return QVariant(desk.interview().activePlanTopicIndex()); }},
     {"bar, assessment", "English", pressKeys, "English", "Toggle",
@@ -145,10 +141,6 @@ const QList<Use> uses{
     {"bar, status", "Reconnecting", pressKeys, "Reconnecting", "Press",
      [](Desk& desk) { return QVariant(desk.bar().status()->showPopover()); }},
 };
-
-const Face& faceCalled(std::string_view name) {
-    return *std::ranges::find(faces, name, &Face::name);
-}
 
 bool isUsable(const Node& node) {
     return node.focusable || !node.actions.isEmpty();
@@ -185,12 +177,11 @@ QStringList textsIn(const QQuickItem* item) {
 
 } // namespace
 
-class AccessibilityTest : public QObject {
+class AccessibilityTest : public DesktopTest {
     Q_OBJECT
 
 public:
-    explicit AccessibilityTest(const PrivateDisplay& display)
-        : m_hands(display) {}
+    using DesktopTest::DesktopTest;
 
 private:
     // Usable, but neither a stop of Tab nor, in a group with one stop for the arrows, beside one.
@@ -203,7 +194,6 @@ private:
                });
     }
 
-    const UserHands m_hands;
     const ScreenReader m_reader{};
 
 private Q_SLOTS:
@@ -216,7 +206,6 @@ private Q_SLOTS:
                     << face << dark;
             }
         }
-        std::printf("%-34s %5s %9s %7s %5s\n", "page", "nodes", "focusable", "unnamed", "stops");
     }
     void everyControlIsNamedAndReached() {
         QFETCH(const int, face);
@@ -230,14 +219,12 @@ private Q_SLOTS:
 
         QStringList faults;
         QStringList spoken;
-        int unnamed = 0;
         for (const auto& node : nodes) {
             spoken << node.name.simplified() << node.description.simplified();
             if (!isUsable(node)) {
                 continue;
             }
             if (node.name.isEmpty() || QStringList{"unknown", "filler", "invalid"}.contains(node.role)) {
-                ++unnamed;
                 faults.append("without name or role: " + described(node));
             }
             if (isOutOfReach(nodes, node, stops)) {
@@ -255,10 +242,6 @@ private Q_SLOTS:
                 faults.append(QStringLiteral("focus is not seen: \"%1\"").arg(stop.name));
             }
         }
-        std::printf("%-34s %5lld %9lld %7d %5lld\n", QTest::currentDataTag(),
-                    static_cast<long long>(nodes.size()),
-                    static_cast<long long>(std::ranges::count_if(nodes, &Node::focusable)), unnamed,
-                    static_cast<long long>(stops.size()));
         QVERIFY2(faults.isEmpty(), qPrintable(faults.join(u'\n')));
     }
 

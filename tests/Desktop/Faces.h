@@ -1,13 +1,9 @@
 #pragma once
 
-#include "ViewModels/DashboardViewModel.h"
 #include "ViewModels/SettingsViewModel.h"
-#include "Views/Overlay/OverlayBarPresenter.h"
-#include "Windows/DashboardWindowController.h"
-#include "Windows/FloatingPanel.h"
 #include "sandbox/desktop/UserHands.h"
 #include "tests/Desktop/SampleUpdateFeed.h"
-#include "tests/Support/TestProgram.h"
+#include "tests/Desktop/WindowedProgram.h"
 #ifdef CORVANE_UPDATER
 #include "Services/UpdaterService.h"
 #endif
@@ -50,12 +46,9 @@ public:
 
     // Null when it is not there.
     QQuickWindow* window() const {
-        for (auto* candidate : QGuiApplication::topLevelWindows()) {
-            if (isOurs(candidate)) {
-                return dynamic_cast<QQuickWindow*>(candidate);
-            }
-        }
-        return nullptr;
+        return m_place == Face::Place::bar      ? windowOf<FloatingPanel>()
+               : m_place == Face::Place::update ? updateWindow()
+                                                : WindowedProgram::dashboard();
     }
     OverlayBarPresenter& bar() { return app->overlayBarPresenter(); }
 
@@ -81,36 +74,19 @@ public:
     }
 
 private:
-    bool isOurs(const QWindow* candidate) const {
-        switch (m_place) {
-        case Face::Place::bar:
-            return qobject_cast<const FloatingPanel*>(candidate) != nullptr;
-        case Face::Place::update:
-            return candidate->title() == u"Software Update";
-        case Face::Place::signIn:
-        case Face::Place::dashboard:
-            return qobject_cast<const DashboardWindowController*>(candidate) != nullptr;
-        }
-        return false;
-    }
     bool isActive() const { return window() && window()->isActive(); }
-    static DashboardWindowController* shownDashboard() {
-        for (auto* candidate : QGuiApplication::topLevelWindows()) {
-            if (auto* found = qobject_cast<DashboardWindowController*>(candidate);
-                found && found->isActive()) {
-                return found;
-            }
-        }
-        return nullptr;
-    }
     void clearScreen() {
-        waitUntil([] { return shownDashboard() != nullptr; });
+        const auto showsDashboard = [] {
+            const auto* dashboard = WindowedProgram::dashboard();
+            return dashboard && dashboard->isActive();
+        };
+        waitUntil(showsDashboard);
         if (m_place == Face::Place::signIn || m_place == Face::Place::dashboard) {
             // The longest page, without scrolling.
             window()->resize(900, 1500);
         } else {
             app->toggleDashboard();
-            waitUntil([] { return shownDashboard() == nullptr; });
+            waitUntil([&] { return !showsDashboard(); });
         }
         if (m_place == Face::Place::bar) {
             waitUntil([this] { return window() && window()->isExposed(); });
@@ -155,8 +131,7 @@ inline constexpr auto faces = [] {
         {"dashboard, expired session", dashboard, "Open Account",
          [](Desk& desk) {
              desk.loseLink();
-             desk.clock->advance(std::chrono::seconds(1));
-             desk.settle();
+             desk.advance(std::chrono::seconds(1));
              desk.peer().complete({}, 401);
          }},
         {"account", dashboard, "Sign out", [](Desk& desk) { desk.open(DashboardPage::account); }},
@@ -186,10 +161,8 @@ inline constexpr auto faces = [] {
          }},
         {"bar, status", bar, "Reconnecting",
          [](Desk& desk) {
-             desk.peer().breakConnection();
-             desk.settle();
-             desk.clock->advance(std::chrono::seconds(3));
-             desk.settle();
+             desk.loseLink();
+             desk.advance(std::chrono::seconds(3));
              desk.bar().status()->setShowPopover(true);
          }},
         {"bar, pause or finish", bar, "Finish",
@@ -204,5 +177,9 @@ inline constexpr auto faces = [] {
 #endif
     });
 }();
+
+inline const Face& faceCalled(std::string_view name) {
+    return *std::ranges::find(faces, name, &Face::name);
+}
 
 } // namespace corvane

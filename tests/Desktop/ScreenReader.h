@@ -22,9 +22,7 @@ public:
         QString name;
         QString description;
         QRect place; // on the screen
-        bool enabled = false;
         bool focusable = false;
-        bool checked = false;
         QStringList actions;
         int parent = -1; // its place in the list
     };
@@ -39,9 +37,7 @@ public:
             node.role = json::requiredString(object, "role");
             node.name = json::requiredString(object, "name");
             node.description = json::requiredString(object, "description");
-            node.enabled = json::requiredBoolean(object, "enabled");
             node.focusable = json::requiredBoolean(object, "focusable");
-            node.checked = json::requiredBoolean(object, "checked");
             node.parent = static_cast<int>(json::requiredInteger(object, "parent"));
             if (const auto& place = object.at("place").as_array(); place.size() == 4) {
                 const auto number = [&](size_t index) { return static_cast<int>(place[index].as_int64()); };

@@ -1,10 +1,5 @@
-#include "Views/Overlay/OverlayBarPresenter.h"
-#include "Windows/DashboardWindowController.h"
-#include "Windows/FloatingPanel.h"
-#include "sandbox/desktop/UserHands.h"
-#include "tests/Desktop/DesktopMain.h"
+#include "tests/Desktop/DesktopTest.h"
 #include "tests/Support/Rows.h"
-#include "tests/Support/TestProgram.h"
 
 #include <QProcess>
 #include <QQuickItem>
@@ -20,6 +15,8 @@ namespace {
 
 constexpr uint8_t keyY = 29; // as on an English keyboard
 constexpr uint8_t keyZ = 52;
+constexpr uint8_t keyI = 31;
+constexpr uint8_t shift = 50;
 constexpr uint8_t super = 133;
 constexpr uint8_t menu = 135;
 
@@ -46,10 +43,11 @@ private:
 struct Listener : ShortcutServiceDelegate {
     Listener() { service.registerAll(); }
     void shortcutTriggered(Action action) override { fired.append(action); }
-    // Long enough for whatever is under way.
-    bool fires(const QList<Action>& actions) {
+    // These actions and no others: a key that is pressed after them fires next.
+    bool fires(QList<Action> actions) {
+        Keyboard().press({super, shift, keyI});
+        actions.append(Action::focusInput);
         waitUntil([&] { return fired.size() >= actions.size(); });
-        QTest::qWait(50);
         return std::exchange(fired, {}) == actions;
     }
 
@@ -60,18 +58,11 @@ struct Listener : ShortcutServiceDelegate {
     QList<Action> fired;
 };
 
-// The program with its real windows and the real keyboard; its dashboard is put away.
-struct Desk : TestProgram {
+struct Desk : WindowedProgram {
     Desk()
-        : TestProgram(Start::signedIn, defaultInfo(), makeWindowFactory(),
-                      platform::makeDesktopKeyMonitor()) {
-        defaults->setBool("hasSeenOnboardingVideo", true);
-        launchToSession();
-        waitUntil([] { return qobject_cast<DashboardWindowController*>(QGuiApplication::focusWindow()); });
-        app->toggleDashboard();
+        : WindowedProgram(platform::makeDesktopKeyMonitor()) {
+        launchToBar();
     }
-    FloatingPanel& panel() { return dynamic_cast<FloatingPanel&>(*app->floatingPanel()); }
-    OverlayBarPresenter& presenter() { return app->overlayBarPresenter(); }
     bool hasMoved(QPoint from, QPoint by) {
         const auto is = [&] { return panel().frame().topLeft() == from + by; };
         return waitUntil(is) && (QTest::qWait(50), is());
@@ -80,13 +71,11 @@ struct Desk : TestProgram {
 
 } // namespace
 
-class ShortcutKeysTest : public QObject {
+class ShortcutKeysTest : public NeighbourTest {
     Q_OBJECT
 
 public:
-    explicit ShortcutKeysTest(const PrivateDisplay& display)
-        : m_display(display)
-        , m_hands(display) {}
+    using NeighbourTest::NeighbourTest;
 
 private:
     void hold(const QString& keys) const { m_display.xdotool({"keydown", keys}); }
@@ -95,33 +84,14 @@ private:
         QCOMPARE(QProcess::execute("setxkbmap", QStringList{"-option", ""} + arguments), 0);
         QTest::qWait(100);
     }
-    // Asks the server: Qt tells late.
-    bool hasFocus(const QString& window) const {
-        return waitUntil([&] { return m_display.xdotool({"getwindowfocus"}) == window; });
-    }
-    bool goesNextDoor() const {
-        // The focus may have been there before the window manager comes to the click, which moves it once
-        // more.
-        const auto before = m_neighbour.count("press");
-        m_hands.clickAt(QPoint(640, 880));
-        return waitUntil([&] { return m_neighbour.count("press") > before; }) && hasFocus(m_neighbourId);
-    }
     bool entersBar(Desk& desk) const {
         desk.app->focusInput();
         return hasFocus(QString::number(desk.panel().winId())) &&
                waitUntil([&] { return desk.panel().isActive(); });
     }
 
-    const PrivateDisplay& m_display;
-    const UserHands m_hands;
-    Neighbour m_neighbour;
-    QString m_neighbourId;
-
 private Q_SLOTS:
-    void initTestCase() {
-        m_neighbour.start();
-        m_neighbourId = m_display.awaitWindow(Neighbour::argument);
-    }
+    void initTestCase() { startNeighbour(); }
     void init() { QVERIFY(goesNextDoor()); }
 
     void eachKeyFiresFromAnotherProgram_data() {
@@ -267,7 +237,7 @@ private Q_SLOTS:
                                QString::number(desk.panel().winId())});
             QVERIFY(waitUntil([&] { return !desk.panel().isVisible(); }));
             QVERIFY(waitUntil([&] { return m_neighbour.count("key \\") == before + 1; }));
-            QTest::qWait(50);
+            QVERIFY(goesNextDoor()); // which is heard after the press
             QVERIFY(!desk.panel().isVisible());
         }
     }
@@ -280,12 +250,11 @@ private Q_SLOTS:
             QVERIFY(waitUntil([&] { return desk.panel().isActive(); }));
             m_hands.press("super+backslash");
             QVERIFY(waitUntil([&] { return !desk.panel().isVisible(); }));
-            QTest::qWait(200);
+            QVERIFY(goesNextDoor()); // which is heard after the press
             QVERIFY(!desk.panel().isVisible());
-            QVERIFY(goesNextDoor());
             m_hands.press("super+backslash");
             QVERIFY(waitUntil([&] { return desk.panel().isVisible(); }));
-            QTest::qWait(200);
+            QVERIFY(goesNextDoor());
             QVERIFY(desk.panel().isVisible());
         }
     }

@@ -1,8 +1,4 @@
-#include "ViewModels/DashboardViewModel.h"
-#include "Windows/DashboardWindowController.h"
-#include "sandbox/desktop/UserHands.h"
-#include "tests/Desktop/DesktopMain.h"
-#include "tests/Support/TestProgram.h"
+#include "tests/Desktop/DesktopTest.h"
 
 using namespace corvane;
 
@@ -10,46 +6,30 @@ namespace {
 
 const QString dashboardKeys = "Keys of Toggle Dashboard: ";
 
-DashboardWindowController* dashboard() {
-    return windowOf<DashboardWindowController>();
-}
+const auto dashboard = &WindowedProgram::dashboard;
 
-// The program with its real windows and keyboard, at the page.
-struct Desk : TestProgram {
+struct Desk : WindowedProgram {
     Desk()
-        : TestProgram(Start::signedIn, defaultInfo(), makeWindowFactory(),
-                      platform::makeDesktopKeyMonitor()) {
-        launchToSession();
-        app->dashboardViewModel().setSelectedPage(DashboardPage::shortcuts);
-        waitUntil([] { return dashboard() && dashboard()->isActive(); });
+        : WindowedProgram(platform::makeDesktopKeyMonitor()) {
+        launchToPage(DashboardPage::shortcuts);
     }
     bool isRecording() const { return app->shortcutService().isRecording(); }
 };
 
 } // namespace
 
-class ShortcutsPageTest : public QObject {
+class ShortcutsPageTest : public DesktopTest {
     Q_OBJECT
 
 public:
-    explicit ShortcutsPageTest(const PrivateDisplay& display)
-        : m_hands(display) {}
+    using DesktopTest::DesktopTest;
 
 private:
-    bool showsDashboardKeys(const QString& keys) const {
-        return waitUntil([&] { return m_hands.sees(dashboardKeys + keys); });
-    }
-    // Where the layout that is under way will have put it: a picture waits for it.
-    void click(const QString& name) const {
-        dashboard()->grabWindow();
-        m_hands.click(name);
-    }
+    bool showsDashboardKeys(const QString& keys) const { return showsUp(dashboardKeys + keys); }
     bool startsRecording(const Desk& desk, const QString& keys) const {
-        click(dashboardKeys + keys);
+        clickOnDashboard(dashboardKeys + keys);
         return waitUntil([&] { return desk.isRecording(); });
     }
-
-    const UserHands m_hands;
 
 private Q_SLOTS:
     // The bare space bar is a shortcut and a button's key: it has to be neither while keys are recorded.
@@ -63,8 +43,8 @@ private Q_SLOTS:
         m_hands.press("Return");
         QVERIFY(waitUntil([&] { return desk.isRecording(); }));
         m_hands.press("space");
-        QVERIFY(waitUntil([&] { return m_hands.sees("Use Anyway"); }));
-        click("Use Anyway");
+        QVERIFY(showsUp("Use Anyway"));
+        clickOnDashboard("Use Anyway");
         QVERIFY(showsDashboardKeys("Space"));
         QVERIFY(m_hands.sees("Keys of Toggle Window: Super+\\"));
         QVERIFY(!desk.isRecording() && dashboard()->isVisible());
@@ -76,7 +56,7 @@ private Q_SLOTS:
         QVERIFY(showsDashboardKeys("Super+Shift+D"));
         for (const auto* elsewhere : {"Reset to Defaults", "Audio"}) {
             QVERIFY(startsRecording(desk, "Super+Shift+D"));
-            click(elsewhere);
+            clickOnDashboard(elsewhere);
             QVERIFY(waitUntil([&] { return !desk.isRecording(); }));
         }
         desk.app->dashboardViewModel().setSelectedPage(DashboardPage::shortcuts);

@@ -1,5 +1,5 @@
 #include "sandbox/desktop/PrivateSession.h"
-#include "tests/Desktop/DesktopMain.h"
+#include "tests/Desktop/DesktopTest.h"
 #include "tests/Desktop/Faces.h"
 
 #include <QQuickItem>
@@ -12,10 +12,6 @@ const QString threeLines =
     QStringLiteral("The sign-in service did not take this. Wait for a moment, then ask for a "
                    "new code, and look into the folder for unwanted mail as well before you "
                    "write to your administrator about it.");
-
-const Face& faceCalled(std::string_view name) {
-    return *std::ranges::find(faces, name, &Face::name);
-}
 
 QByteArray refusal(const QByteArray& code, const QString& message) {
     return R"({"errors":[{"code":")" + code + R"(","message":")" + message.toUtf8() + "\"}]}";
@@ -31,53 +27,45 @@ void hold(QWindow& window, Qt::Key key) {
 
 } // namespace
 
-class SignInCardTest : public QObject {
+class SignInCardTest : public DesktopTest {
     Q_OBJECT
 
 public:
-    explicit SignInCardTest(const PrivateDisplay& display)
-        : m_hands(display) {}
-
-private:
-    const UserHands m_hands;
+    using DesktopTest::DesktopTest;
 
 private Q_SLOTS:
-    void theSmallestWindowShowsTheWholeCard_data() {
-        QTest::addColumn<QString>("face");
-        for (const char* face : {"sign-in, code", "sign-in, keyring locked"}) {
-            QTest::addRow("%s", face) << face;
-        }
-    }
     void theSmallestWindowShowsTheWholeCard() {
-        QFETCH(const QString, face);
-        Desk desk(m_hands, faceCalled(face.toStdString()));
-        auto& window = *desk.window();
-        window.resize(window.minimumSize());
-        QVERIFY(waitUntil([&] { return window.size() == window.minimumSize(); }));
-        desk.identityHttp->answer(422, refusal("x", threeLines));
-        desk.settle();
-        if (face == "sign-in, keyring locked") {
-            desk.type("nobody@example.com");
-        }
-        QTest::keyClick(&window, Qt::Key_Return);
-        QVERIFY(waitUntil([&] { return m_hands.sees(threeLines); }));
-        QTest::qWait(100); // the layout has come to rest
-        QVERIFY(m_hands.find(threeLines)->height() > 40);
-        for (const auto& name : m_hands.names()) {
-            if (name == window.title()) {
-                continue; // with the frame around it
+        for (const bool isLocked : {false, true}) {
+            const auto* face = isLocked ? "sign-in, keyring locked" : "sign-in, code";
+            Desk desk(m_hands, faceCalled(face));
+            auto& window = *desk.window();
+            window.resize(window.minimumSize());
+            QVERIFY(waitUntil([&] { return window.size() == window.minimumSize(); }));
+            desk.identityHttp->answer(422, refusal("x", threeLines));
+            desk.settle();
+            if (isLocked) {
+                desk.type("nobody@example.com");
             }
-            QVERIFY2(window.geometry().contains(*m_hands.find(name)), qPrintable(name));
+            QTest::keyClick(&window, Qt::Key_Return);
+            QVERIFY(showsUp(threeLines));
+            QTest::qWait(100); // the layout has come to rest
+            QVERIFY(m_hands.find(threeLines)->height() > 40);
+            for (const auto& name : m_hands.names()) {
+                if (name == window.title()) {
+                    continue; // with the frame around it
+                }
+                QVERIFY2(window.geometry().contains(*m_hands.find(name)), qPrintable(name));
+            }
+            QVERIFY(window.activeFocusItem()->inherits("QQuickTextField") ||
+                    window.activeFocusItem()->inherits("QQuickTextInput"));
         }
-        QVERIFY(window.activeFocusItem()->inherits("QQuickTextField") ||
-                window.activeFocusItem()->inherits("QQuickTextInput"));
     }
 
     void aKeyThatIsHeldDownPressesOnce() {
         Desk desk(m_hands, faceCalled("sign-in, address"));
         desk.identityHttp->answer(422, refusal("form_identifier_not_found", "x"));
         hold(*desk.window(), Qt::Key_Return);
-        QVERIFY(waitUntil([&] { return m_hands.sees("Open Corvane Platform"); }));
+        QVERIFY(showsUp("Open Corvane Platform"));
         QCOMPARE(desk.identityHttp->requests().size(), 1);
         const auto* button = desk.window()->activeFocusItem();
         QVERIFY(button->property("visualFocus").toBool());
