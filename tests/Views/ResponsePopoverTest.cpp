@@ -298,7 +298,8 @@ private Q_SLOTS:
         const auto text = word.repeated(4'000'000 / word.size());
         popover.play({said(type, "A short line\\n"), said(type, text)});
         auto* cards = popover.presenter.cards();
-        QVERIFY(cards->rowCount() >= 400);
+        // A message of this length is read on another thread.
+        QVERIFY(waitUntil([&] { return cards->rowCount() >= 400; }));
         QString shown;
         for (int row = 0; row < cards->rowCount(); ++row) {
             const auto* piece =
