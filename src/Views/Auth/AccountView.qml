@@ -35,7 +35,7 @@ Item {
         CardSurface {
             width: parent.width
             height: 72
-            fill: Theme.raised
+            fill: Theme.control
 
             Symbol {
                 id: picture

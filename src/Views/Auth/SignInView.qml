@@ -35,7 +35,7 @@ Rectangle {
         Rectangle {
             anchors.fill: parent
             radius: 16
-            color: Theme.raised
+            color: Theme.control
             border.width: 1
             border.color: Qt.alpha(Theme.secondary, 0.12)
         }

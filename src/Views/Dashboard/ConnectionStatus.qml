@@ -10,8 +10,6 @@ Rectangle {
     implicitHeight: 42
     radius: 8
     color: Qt.alpha(Theme.secondary, 0.06)
-    border.width: 1
-    border.color: Qt.alpha(Theme.separator, 0.25)
 
     Row {
         anchors.left: parent.left

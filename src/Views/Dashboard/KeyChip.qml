@@ -41,7 +41,7 @@ T.AbstractButton {
 
     background: Rectangle {
         radius: 4
-        color: chip.recording ? Qt.alpha(Theme.accent, 0.2) : Theme.raised
+        color: chip.recording ? Qt.alpha(Theme.accent, 0.2) : Theme.control
         border.width: 1
         border.color: chip.recording ? Theme.accent : Qt.alpha(Theme.separator, 0.25)
 

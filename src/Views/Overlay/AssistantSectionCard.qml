@@ -26,7 +26,6 @@ CardSurface {
 
     implicitHeight: words.y + words.height + 12
     fill: neutral ? Qt.alpha(Theme.control, 0.5) : Qt.alpha(ink, 0.06)
-    edge: neutral ? "transparent" : Qt.alpha(ink, 0.35)
     Accessible.role: Accessible.Grouping
     Accessible.name: title
 

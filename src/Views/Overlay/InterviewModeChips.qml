@@ -10,8 +10,6 @@ Rectangle {
     implicitHeight: row.implicitHeight + 4
     radius: 7
     color: Qt.alpha(Theme.textField, 0.5)
-    border.width: 1
-    border.color: Qt.alpha(Theme.separator, 0.25)
 
     Row {
         id: row

@@ -42,8 +42,6 @@ T.RadioButton {
                 anchors.fill: parent
                 radius: 5
                 color: Theme.control
-                border.width: 1
-                border.color: Qt.alpha(Theme.separator, 0.7)
             }
         }
         Rectangle {

@@ -14,8 +14,6 @@ Rectangle {
 
     implicitHeight: Math.max(words.implicitHeight, buttonRow.implicitHeight) + 20
     color: fill
-    border.width: 1
-    border.color: Qt.alpha(Theme.separator, 0.25)
     Accessible.role: Accessible.AlertMessage
     Accessible.name: title !== "" ? title + ". " + text : text
 

@@ -38,7 +38,7 @@ T.ComboBox {
 
     background: Rectangle {
         radius: 6
-        color: Qt.alpha(Theme.raised, 0.9)
+        color: Qt.alpha(Theme.control, 0.9)
         border.width: 1
         border.color: Qt.alpha(Theme.separator, 0.45)
 

@@ -49,7 +49,7 @@ TextEdit {
 
     MarkdownDocument {
         id: markdown
-        linkColor: Theme.link
+        linkColor: Theme.dark ? Theme.focus : Theme.accent
 
         // A selection that reaches the end of the text would grow with it.
         onAboutToEdit: edit.keptSelection = edit.selectionEnd > edit.selectionStart && edit.selectionEnd === edit.length

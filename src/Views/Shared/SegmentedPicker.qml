@@ -59,10 +59,10 @@ Rectangle {
 
                 background: Rectangle {
                     radius: 5
-                    color: segment.current ? Theme.raised
+                    color: segment.current ? Theme.control
                                            : Qt.alpha(Theme.primary, segment.down ? 0.1 : segment.hovered ? 0.05 : 0)
                     border.width: segment.current ? 1 : 0
-                    border.color: Qt.alpha(Theme.separator, 0.7)
+                    border.color: Qt.alpha(Theme.separator, 0.35)
 
                     FocusRing {
                         shown: segment.visualFocus

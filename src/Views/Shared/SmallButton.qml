@@ -19,7 +19,7 @@ BaseButton {
 
     background: Rectangle {
         radius: 6
-        color: button.prominent ? button.tint : Qt.alpha(Theme.raised, 0.9)
+        color: button.prominent ? button.tint : Qt.alpha(Theme.control, 0.9)
         border.width: button.prominent ? 0 : 1
         border.color: Qt.alpha(Theme.separator, 0.35)
 
