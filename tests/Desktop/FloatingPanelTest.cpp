@@ -270,7 +270,7 @@ private Q_SLOTS:
         QVERIFY(opens());
         QVERIFY(waitUntil([&] { return window.geometry() == frame; }));
         QCOMPARE(desk.app->dashboardViewModel().selectedPage(), DashboardPage::audio);
-        QVERIFY(m_hands.sees("Audio"));
+        QVERIFY(showsUp("Audio"));
     }
 
     void aMinimizedDashboardComesAtOnePress() {
