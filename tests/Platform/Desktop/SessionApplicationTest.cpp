@@ -1,5 +1,6 @@
 #include "Platform/Desktop/SessionApplication.h"
 #include "sandbox/desktop/PrivateSession.h"
+#include "tests/Support/EnvironmentOverride.h"
 #include "tests/Support/WaitFor.h"
 
 #include <QDBusConnection>
@@ -120,6 +121,13 @@ private Q_SLOTS:
         QDBusConnection::disconnectFromBus("launcher");
         m_session.stopBus();
         QVERIFY(m_session.startBus());
+    }
+
+    void withoutABusTheProgramRuns() {
+        const EnvironmentOverride bus("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+        QProcess start;
+        QCOMPARE(startAgain(start), SessionApplication::Start::noBus);
+        QCOMPARE(start.readAllStandardError().count("No session bus"), 1);
     }
 
 private:
