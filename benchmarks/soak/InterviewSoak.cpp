@@ -1,12 +1,10 @@
-// Two hours of an interview at ten times speed, with a fault of every kind at random times, and pairs of
-// faults at the same moment. After each the program must be in the right state and the interview must
-// continue; every frame that a link was given before it broke must arrive, in order; at the end the process
-// must have the memory, descriptors and threads of the start. Exits with status 1 if any of this fails.
-//   InterviewSoak [minutes of interview, 120] [seed, random]
-// Every kind of fault occurs at least once, and one pair for each two things that faults affect. With 0
-// minutes every pair occurs once, and nothing else.
+// Two hours of an interview at ten times speed, with a fault of every kind at random times. After each fault
+// the program must be in the right state and the interview must continue; every frame that a link was given
+// before it broke must arrive, in order; at the end the process must have the memory, descriptors and threads
+// of the start. Exits with status 1 if any of this fails.
+//   InterviewSoak [minutes of interview, 120] [seed, random]     every kind of fault occurs at least once
 #include "benchmarks/soak/SoakFaults.h"
-#include "benchmarks/soak/SoakPairs.h"
+#include "benchmarks/soak/SoakRig.h"
 
 #include <QDir>
 #include <QFile>
@@ -16,7 +14,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <malloc.h>
-#include <sqlite3.h>
 #include <unistd.h>
 
 using namespace corvane;
@@ -80,60 +77,30 @@ void say(const SoakRig& rig, const char* what) {
     std::fflush(stdout);
 }
 
-// A fault, or a pair of faults.
-struct Event {
-    QByteArray name;
-    std::function<void(SoakRig&)> happen;
-};
-
-// Yields in each round every kind of fault once, and for each two things that faults affect the next pair, in
-// random order.
+// Yields every kind once in random order, then again in another order.
 class FaultOrder {
 public:
-    FaultOrder(std::mt19937_64& random, bool onlyPairs)
-        : m_random(random)
-        , m_pairs(soakPairs(random))
-        , m_onlyPairs(onlyPairs) {}
+    explicit FaultOrder(std::mt19937_64& random)
+        : m_random(random) {}
 
-    Event next() {
+    const SoakFault& next() {
         if (m_left.empty()) {
-            fill();
+            for (const auto& fault : soakFaults()) {
+                m_left.push_back(&fault);
+            }
             std::ranges::shuffle(m_left, m_random);
             ++m_rounds;
         }
-        auto event = std::move(m_left.back());
+        const auto* fault = m_left.back();
         m_left.pop_back();
-        return event;
+        return *fault;
     }
-    bool isRoundOver() const { return m_left.empty(); }
     bool hadAll() const { return m_rounds > 1 || (m_rounds == 1 && m_left.empty()); }
 
 private:
-    void fill() {
-        if (m_onlyPairs) {
-            for (const auto& list : m_pairs) {
-                for (const auto& pair : list) {
-                    add(pair);
-                }
-            }
-            return;
-        }
-        for (const auto& fault : soakFaults()) {
-            m_left.push_back({fault.name, fault.happen});
-        }
-        for (const auto& list : m_pairs) {
-            add(list.at(m_rounds % list.size()));
-        }
-    }
-    void add(const SoakPair& pair) {
-        m_left.push_back({pair.name(), [&pair](SoakRig& rig) { pair.happen(rig); }});
-    }
-
     std::mt19937_64& m_random;
-    const std::vector<std::vector<SoakPair>> m_pairs;
-    const bool m_onlyPairs;
-    std::vector<Event> m_left;
-    size_t m_rounds = 0;
+    std::vector<const SoakFault*> m_left;
+    int m_rounds = 0;
 };
 
 void tail(const LogCapture& log) {
@@ -164,9 +131,9 @@ void actAsInterviewer(SoakRig& rig) {
 // One run, from the first sign-in to the last frame.
 class Soak {
 public:
-    Soak(quint64 seed, bool onlyPairs)
+    explicit Soak(quint64 seed)
         : m_rig(seed)
-        , m_order(m_rig.random, onlyPairs) {}
+        , m_order(m_rig.random) {}
 
     // Returns false, and prints the reason, if something went wrong.
     bool run(SoakRig::Seconds length) {
@@ -183,7 +150,7 @@ public:
             m_rig.end();
             return true;
         } catch (const std::exception& failure) {
-            say(m_rig, m_current.constData());
+            say(m_rig, m_current);
             std::printf("FAILED: %s\n", failure.what());
             std::fflush(stdout);
             tail(m_rig.log);
@@ -194,8 +161,8 @@ public:
     // Returns false if the process has grown.
     bool summary() const {
         std::printf(
-            "%d faults of %zu kinds and pairs of them over %d links; %llu frames came, in order; %llu were\n"
-            "lost with a link that broke; the user had to reconnect %d times\n",
+            "%d faults of %zu kinds over %d links; %llu frames came, in order; %llu were lost with a\n"
+            "link that broke; the user had to reconnect %d times\n",
             m_happened, soakFaults().size(), m_rig.links, static_cast<unsigned long long>(m_rig.received),
             static_cast<unsigned long long>(m_rig.lost), m_rig.pressed);
         m_start.print("start");
@@ -212,43 +179,29 @@ private:
         m_rig.wait(SoakRig::Seconds(m_rig.between(3, 25)));
         m_rig.expectHealthy();
         m_rig.log.clear();
-        const auto event = m_order.next();
-        m_current = event.name;
+        const auto& fault = m_order.next();
+        m_current = fault.name;
         m_rig.noteFault();
-        event.happen(m_rig);
+        fault.happen(m_rig);
         m_rig.expectHealthy();
-        say(m_rig, m_current.constData());
-        ++m_happened;
-        if (m_order.isRoundOver()) {
+        say(m_rig, m_current);
+        if (++m_happened % static_cast<int>(soakFaults().size()) == 0) {
             Footprint::inCalm(m_rig).print("so far");
         }
     }
 
     SoakRig m_rig;
     FaultOrder m_order;
-    QByteArray m_current = "the start";
+    const char* m_current = "the start";
     int m_happened = 0;
     Footprint m_start;
     Footprint m_end;
 };
 
-// Acts as the other program. Returns its exit status.
-int lockStore(const char* path) {
-    sqlite3* store = nullptr;
-    if (sqlite3_open(path, &store) != SQLITE_OK ||
-        sqlite3_exec(store, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) != SQLITE_OK) {
-        return 1;
-    }
-    std::puts("locked");
-    std::fflush(stdout);
-    std::getchar(); // until the other end closes
-    return sqlite3_close(store) == SQLITE_OK ? 0 : 1;
-}
-
 } // namespace
 
 int main(int argc, char* argv[]) {
-    if (argc == 3 && std::string_view(argv[1]) == SoakRig::lockOption) {
+    if (argc == 3 && std::string_view(argv[1]) == lockOption) {
         return lockStore(argv[2]);
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -259,6 +212,6 @@ int main(int argc, char* argv[]) {
     const auto seed = argc > 2 ? QByteArray(argv[2]).toULongLong() : std::random_device{}();
     std::printf("seed %llu, %ld minutes at %d times speed\n", static_cast<unsigned long long>(seed),
                 static_cast<long>(minutes.count()), SoakRig::speed);
-    Soak soak(seed, minutes.count() == 0);
+    Soak soak(seed);
     return soak.run(minutes) && soak.summary() ? 0 : 1;
 }
