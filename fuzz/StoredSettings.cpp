@@ -56,9 +56,12 @@ void checkText(const QByteArray& input) {
     const auto line = text::fromString(value);
     ALWAYS(text::toString(line) == value);
     ALWAYS(!line.contains(u'\n') && !line.contains(u'\r') && line == line.trimmed());
-    ALWAYS(!text::toBoolean(line) && !text::toInteger(line) && !text::toReal(line) && !text::toData(line));
-    // A value that was written by hand has one type; only a whole number has two.
-    const int kinds = text::toString(value).has_value() + text::toBoolean(value).has_value() +
+    ALWAYS(!text::toInteger(line) && !text::toReal(line) && !text::toData(line));
+    // A value has one type, except that 0, no and off also mean false.
+    const bool isWord = text::toBoolean(value) && value.compare(u"true", Qt::CaseInsensitive) != 0 &&
+                        value.compare(u"false", Qt::CaseInsensitive) != 0;
+    ALWAYS(!text::toBoolean(line) || (isWord && line == value));
+    const int kinds = text::toString(value).has_value() + (text::toBoolean(value) && !isWord) +
                       text::toReal(value).has_value() + text::toData(value).has_value();
     ALWAYS(kinds <= 1);
     if (const auto real = text::toReal(value)) {
