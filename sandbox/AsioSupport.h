@@ -1,4 +1,4 @@
-// Asio, with its sources compiled once in AsioSupport.cpp.
+// Asio, with its sources compiled once, in the library of that name.
 #pragma once
 
 #ifndef BOOST_ASIO_SEPARATE_COMPILATION

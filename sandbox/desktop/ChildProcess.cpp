@@ -1,6 +1,7 @@
 #include "sandbox/desktop/ChildProcess.h"
 
 #include <QDeadlineTimer>
+#include <QFile>
 #include <QThread>
 
 #include <csignal>
@@ -34,6 +35,15 @@ QList<QByteArray> encoded(const QStringList& texts) {
 }
 
 } // namespace
+
+void refuse(const QString& what) {
+    throw std::runtime_error(what.toStdString());
+}
+
+QString contents(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : file.errorString();
+}
 
 void ChildProcess::start(const QString& program, const QStringList& arguments,
                          const QProcessEnvironment& environment, const QString& output) {

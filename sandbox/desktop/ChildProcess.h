@@ -4,6 +4,12 @@
 #include <QString>
 #include <QStringList>
 
+// Throws std::runtime_error with the text.
+[[noreturn]] void refuse(const QString& what);
+
+// Returns the text of the file, or the reason why it cannot be read.
+QString contents(const QString& path);
+
 // A program that ends with this process, or earlier. QProcess is not used, because it shares its memory with
 // the child for a moment, which blinds the thread sanitizer in the parent. Waiting blocks without an event
 // loop.

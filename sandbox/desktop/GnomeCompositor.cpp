@@ -5,7 +5,7 @@
 namespace {
 
 // No animations and no welcome dialogue.
-constexpr const char* settings = R"([org/gnome/desktop/interface]
+constexpr const char* gnomeSettings = R"([org/gnome/desktop/interface]
 enable-animations=false
 scaling-factor=uint32 %1
 
@@ -32,7 +32,7 @@ GnomeCompositor::GnomeCompositor(CompositorScreens screens)
     environment().insert(QStringLiteral("GSETTINGS_BACKEND"), QStringLiteral("keyfile"));
     environment().insert(QStringLiteral("NO_AT_BRIDGE"), QStringLiteral("1"));
     write(QStringLiteral("home/.config/glib-2.0/settings/keyfile"),
-          QString::fromLatin1(settings).arg(screens.scale).toUtf8());
+          QString::fromLatin1(gnomeSettings).arg(screens.scale).toUtf8());
     // Without the system's services, none of which belong to the user of the test.
     startBus(QStringLiteral("system"));
     environment().insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"),

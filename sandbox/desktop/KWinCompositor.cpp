@@ -18,7 +18,7 @@ namespace {
 constexpr int replyTimeout = 10000; // ms
 
 // Programs of X11 scale themselves, as Plasma has it by default.
-constexpr const char* settings = R"([Xwayland]
+constexpr const char* kwinSettings = R"([Xwayland]
 Scale=%1
 
 [Desktops]
@@ -48,7 +48,7 @@ KWinCompositor::KWinCompositor(CompositorScreens screens)
     const auto program = QStringLiteral("kwin_wayland");
     write(program, contentsOf(QStandardPaths::findExecutable(program)), true);
     const auto scale = QString::number(screens.scale);
-    write(QStringLiteral("home/.config/kwinrc"), QString::fromLatin1(settings).arg(scale).toUtf8());
+    write(QStringLiteral("home/.config/kwinrc"), QString::fromLatin1(kwinSettings).arg(scale).toUtf8());
     startCompositor(path(program),
                     {QStringLiteral("--virtual"), QStringLiteral("--width"),
                      QString::number(screens.size.width()), QStringLiteral("--height"),

@@ -18,7 +18,7 @@ struct Named {
     const char* name;
     int code;
 };
-constexpr std::array names{Named{"Escape", 1},  Named{"BackSpace", 14}, Named{"Tab", 15},
+constexpr std::array keyNames{Named{"Escape", 1},  Named{"BackSpace", 14}, Named{"Tab", 15},
                            Named{"Return", 28}, Named{"ctrl", 29},      Named{"shift", 42},
                            Named{"alt", 56},    Named{"F4", 62},        Named{"F11", 87},
                            Named{"Up", 103},    Named{"Left", 105},     Named{"Right", 106},
@@ -40,7 +40,7 @@ QList<int> keysFor(QChar sign) {
 }
 
 QList<int> keysFor(const QString& name) {
-    for (const auto& [known, code] : names) {
+    for (const auto& [known, code] : keyNames) {
         if (name == QLatin1String(known)) {
             return {code};
         }

@@ -19,7 +19,7 @@ namespace {
 constexpr int startTimeout = 30000; // ms
 constexpr const char* userWithoutRights = "nobody";
 
-constexpr const char* busConfiguration = R"(<busconfig>
+constexpr const char* openBusConfiguration = R"(<busconfig>
 <type>session</type>
 <listen>unix:path=%1</listen>
 <auth>EXTERNAL</auth>
@@ -37,15 +37,6 @@ constexpr const char* script = R"(#!/bin/sh
 xhost +local: >/dev/null
 env >"%1.new" && mv "%1.new" "%1"
 )";
-
-[[noreturn]] void refuse(const QString& what) {
-    throw std::runtime_error(what.toStdString());
-}
-
-QString contents(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
 
 bool isRoot() {
     return ::geteuid() == 0;
@@ -156,7 +147,7 @@ void PrivateCompositor::write(const QString& name, const QByteArray& text, bool 
 
 void PrivateCompositor::startBus(const QString& socket) {
     const auto file = socket + QStringLiteral(".conf");
-    write(file, QString::fromLatin1(busConfiguration).arg(runtimePath(socket)).toUtf8());
+    write(file, QString::fromLatin1(openBusConfiguration).arg(runtimePath(socket)).toUtf8());
     const auto command = asUser({QStringLiteral("dbus-daemon"), QStringLiteral("--nofork"),
                                  QStringLiteral("--config-file=") + path(file)});
     m_buses.push_back(std::make_unique<ChildProcess>());

@@ -12,15 +12,11 @@
 
 namespace {
 
-constexpr int startTimeout = 15000; // ms
-
-[[noreturn]] void refuse(const QString& what) {
-    throw std::runtime_error(what.toStdString());
-}
+constexpr int displayTimeout = 15000; // ms
 
 template<typename Condition>
 void await(const QString& what, Condition holds) {
-    const QDeadlineTimer limit(startTimeout);
+    const QDeadlineTimer limit(displayTimeout);
     while (!holds()) {
         if (limit.hasExpired()) {
             refuse(what);
@@ -101,7 +97,7 @@ QString PrivateDisplay::run(const QString& program, const QStringList& arguments
     environment.insert(QStringLiteral("DISPLAY"), m_name);
     process.setProcessEnvironment(environment);
     process.start(program, arguments);
-    if (!process.waitForFinished(startTimeout) || process.exitStatus() != QProcess::NormalExit) {
+    if (!process.waitForFinished(displayTimeout) || process.exitStatus() != QProcess::NormalExit) {
         refuse(program + QStringLiteral(": ") + process.errorString());
     }
     return QString::fromUtf8(process.readAllStandardOutput()).trimmed();

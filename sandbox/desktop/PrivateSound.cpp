@@ -12,18 +12,9 @@
 
 namespace {
 
-[[noreturn]] void refuse(const QString& what) {
-    throw std::runtime_error(what.toStdString());
-}
-
 QStringList formatArguments(const SoundFormat& format) {
     return {QStringLiteral("rate=%1").arg(format.rate), QStringLiteral("channels=%1").arg(format.channels),
             QStringLiteral("format=%1").arg(format.samples)};
-}
-
-QString contents(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : file.errorString();
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// Asio, with its sources compiled once in Asio.cpp. Only sources of this folder may include this; headers
-// that other folders include must not need it.
+// Asio, with its sources compiled once, in the library of the same name. Only sources of this folder may
+// include this; headers that other folders include must not need it.
 #pragma once
 
 #ifndef BOOST_ASIO_SEPARATE_COMPILATION

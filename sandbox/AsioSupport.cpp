@@ -1,4 +1,0 @@
-#include "sandbox/AsioSupport.h"
-
-#include <boost/asio/impl/src.hpp>
-#include <boost/asio/ssl/impl/src.hpp>
