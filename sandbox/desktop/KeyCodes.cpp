@@ -19,10 +19,10 @@ struct Named {
     int code;
 };
 constexpr std::array keyNames{Named{"Escape", 1},  Named{"BackSpace", 14}, Named{"Tab", 15},
-                           Named{"Return", 28}, Named{"ctrl", 29},      Named{"shift", 42},
-                           Named{"alt", 56},    Named{"F4", 62},        Named{"F11", 87},
-                           Named{"Up", 103},    Named{"Left", 105},     Named{"Right", 106},
-                           Named{"Down", 108},  Named{"Delete", 111},   Named{"super", 125}};
+                              Named{"Return", 28}, Named{"ctrl", 29},      Named{"shift", 42},
+                              Named{"alt", 56},    Named{"F4", 62},        Named{"F11", 87},
+                              Named{"Up", 103},    Named{"Left", 105},     Named{"Right", 106},
+                              Named{"Down", 108},  Named{"Delete", 111},   Named{"super", 125}};
 constexpr int shift = 42;
 
 // Returns the keys that are pressed together for one character, with the last one last; empty if there are
