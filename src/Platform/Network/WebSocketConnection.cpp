@@ -42,9 +42,8 @@ public:
         , m_timeout(thread.context().get_executor()) {}
 
     void start(ConnectPlan plan, qint64 maxMessageBytes, std::chrono::milliseconds openTimeout) override {
-        m_openTimeout = openTimeout;
-        post([plan = std::move(plan), maxMessageBytes](BeastConnection& self) mutable {
-            self.doStart(std::move(plan), maxMessageBytes);
+        post([plan = std::move(plan), maxMessageBytes, openTimeout](BeastConnection& self) mutable {
+            self.doStart(std::move(plan), maxMessageBytes, openTimeout);
         });
     }
     void send(WebSocketTask::Payload kind, QByteArray payload, WebSocketTask::DoneHandler done) override;
@@ -88,7 +87,7 @@ private:
         };
     }
 
-    void doStart(ConnectPlan plan, qint64 maxMessageBytes);
+    void doStart(ConnectPlan plan, qint64 maxMessageBytes, std::chrono::milliseconds openTimeout);
     void upgrade(std::optional<WebSocketError> error);
     void upgraded(error_code error);
     void enqueue(SendQueue::Frame frame);
@@ -118,7 +117,6 @@ private:
     NetworkThread& m_thread;
     const std::shared_ptr<WebSocketMailbox> m_mailbox;
     SteadyTimer m_timeout;
-    std::chrono::milliseconds m_openTimeout{};
     quint64 m_timeoutSerial = 0;
     // Read on any thread: sends fail at once when one of these is set.
     std::atomic<bool> m_cancelled = false;
@@ -161,7 +159,8 @@ void BeastConnection::enqueue(SendQueue::Frame frame) {
     failDropped();
 }
 
-void BeastConnection::doStart(ConnectPlan plan, qint64 maxMessageBytes) {
+void BeastConnection::doStart(ConnectPlan plan, qint64 maxMessageBytes,
+                              std::chrono::milliseconds openTimeout) {
     if (m_cancelled) {
         return;
     }
@@ -183,7 +182,7 @@ void BeastConnection::doStart(ConnectPlan plan, qint64 maxMessageBytes) {
             self->armTimeout(closeTimeout);
         }
     };
-    armTimeout(m_openTimeout);
+    armTimeout(openTimeout);
     m_connector.emplace(m_thread, m_stream->next_layer(), m_plan);
     m_connector->run(shared_from_this(),
                      [this](std::optional<WebSocketError> error) { upgrade(std::move(error)); });
