@@ -13,8 +13,9 @@ namespace {
 
 // Sound has to be back within 3 s of the sound server.
 constexpr auto interval = 1s;
-// The number of failed starts, although the server answered, after which the watch gives up.
-constexpr int maxStarts = 10;
+// After this number of starts that failed although the server answered, the watch looks less often.
+constexpr int maxEagerStarts = 10;
+constexpr auto longInterval = 10s;
 
 } // namespace
 
@@ -37,8 +38,8 @@ void SoundWatch::stop() {
 // The timer is started again only after a look has ended, so that a slow sound server is not asked again
 // before it has answered.
 void SoundWatch::wait() {
-    m_timer =
-        m_clock.once(interval, [this] { platform::startTask(look(m_looks.ticket()), "look for sound"); });
+    const auto delay = m_starts < maxEagerStarts ? interval : longInterval;
+    m_timer = m_clock.once(delay, [this] { platform::startTask(look(m_looks.ticket()), "look for sound"); });
 }
 
 QCoro::Task<void> SoundWatch::look(platform::OperationTicket ticket) {
@@ -48,7 +49,7 @@ QCoro::Task<void> SoundWatch::look(platform::OperationTicket ticket) {
         m_owner.hasLooked();
         const AudioCaptureService::Sources lost{.system = !m_audioCapture.isCapturing(),
                                                 .microphone = !m_audioCapture.isMicCapturing()};
-        if ((!lost.system && !lost.microphone) || m_starts >= maxStarts) {
+        if (!lost.system && !lost.microphone) {
             stop();
             co_return;
         }

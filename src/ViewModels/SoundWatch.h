@@ -21,7 +21,7 @@ public:
 
     SoundWatch(AudioCaptureService& audioCapture, platform::Clock& clock, Owner owner);
 
-    // Looks for the sources once a second, until both streams run or the starts have failed too often.
+    // Looks for the sources until both streams run: once a second, and every 10 s after many failed starts.
     void start();
     void stop();
     bool isRunning() const { return m_timer != nullptr; }

@@ -543,6 +543,19 @@ private Q_SLOTS:
         program.clock->advance(5s);
         QVERIFY(program.clock->timerCount() <= timers);
 
+        // One that cannot be opened for a minute, as another program holds it, comes back as well.
+        program.audio->microphoneError = failure;
+        program.audio->failMicrophone("unplugged");
+        for (int second = 0; second < 60; ++second) {
+            program.advance(1s);
+        }
+        QVERIFY(!program.audio->microphoneRuns());
+        program.audio->microphoneError.reset();
+        for (int second = 0; second < 11; ++second) {
+            program.advance(1s);
+        }
+        QVERIFY(program.captures());
+
         // So does one that went while the other stream was still starting.
         interview.pauseInterview();
         program.settle();
