@@ -5,7 +5,6 @@
 #include "Services/KeychainService.h"
 #include "Utilities/JWT.h"
 
-#include <QPointer>
 #include <QScopeGuard>
 
 #include <array>
@@ -159,14 +158,15 @@ void ClerkAuthService::setIdentity(State state, std::optional<QString> pendingSi
     const bool stateDiffers = std::exchange(m_state, state) != state;
     const bool idDiffers = std::exchange(m_pendingSignInId, pendingSignInId) != pendingSignInId;
     const bool emailDiffers = std::exchange(m_pendingEmail, pendingEmail) != pendingEmail;
-    const QPointer<ClerkAuthService> self(this);
+    // A listener may destroy the service.
+    const auto ticket = m_lifetime.ticket();
     if (idDiffers) {
         Q_EMIT pendingSignInIdChanged();
     }
-    if (self && emailDiffers) {
+    if (ticket.isCurrent() && emailDiffers) {
         Q_EMIT pendingEmailChanged();
     }
-    if (self && stateDiffers) {
+    if (ticket.isCurrent() && stateDiffers) {
         Q_EMIT stateChanged();
     }
 }

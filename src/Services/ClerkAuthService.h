@@ -125,6 +125,7 @@ private:
     // The operations of the sign-in under way and those of the present identity.
     platform::OperationScope m_signIn;
     platform::OperationScope m_identity;
+    platform::OperationScope m_lifetime;
 };
 
 } // namespace corvane

@@ -158,37 +158,27 @@ void CompletionViewModel::submitViaCorvane(const QString& text) {
 }
 
 QCoro::Task<void> CompletionViewModel::sendChat(QString text) {
-    const QPointer<CompletionViewModel> self(this);
-    std::optional<QString> failure;
-    try {
-        co_await m_webSocket.send(WSCommand::chat(text));
-    } catch (const std::exception& error) {
-        failure = platform::errorText(error);
-    }
-    if (failure && self) {
+    const auto ticket = m_operations.ticket();
+    const auto failure = co_await platform::catchError(m_webSocket.send(WSCommand::chat(text)));
+    ticket.ensureCurrent();
+    if (failure) {
         setError(failure);
         m_isLoading = false;
     }
 }
 
 QCoro::Task<void> CompletionViewModel::submitViaCustomProvider(QString text) {
-    const QPointer<CompletionViewModel> self(this);
-    const CustomProviderService::TextSink append = [self](const QString& piece) {
-        if (self) {
-            self->m_response.append(piece);
-            Q_EMIT self->responseChanged();
+    const auto ticket = m_operations.ticket();
+    const CustomProviderService::TextSink append = [this, ticket](const QString& piece) {
+        if (ticket.isCurrent()) {
+            m_response.append(piece);
+            Q_EMIT responseChanged();
         }
-        return !self.isNull();
+        return ticket.isCurrent();
     };
-    std::optional<QString> failure;
-    try {
-        co_await m_provider.fetchAIResponseStream(text, m_attachedFiles, append);
-    } catch (const std::exception& error) {
-        failure = platform::errorText(error);
-    }
-    if (!self) {
-        co_return;
-    }
+    const auto failure =
+        co_await platform::catchError(m_provider.fetchAIResponseStream(text, m_attachedFiles, append));
+    ticket.ensureCurrent();
     m_isLoading = false;
     if (failure) {
         setError(failure);

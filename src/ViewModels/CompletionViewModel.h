@@ -2,12 +2,12 @@
 
 #include "Models/ChatModels.h"
 #include "Platform/Core/Clock.h"
+#include "Platform/Core/OperationScope.h"
 #include "Platform/Storage/DefaultsStore.h"
 #include "ViewModels/StreamedText.h"
 
 #include <QCoroTask>
 #include <QObject>
-#include <QPointer>
 #include <QProperty>
 
 #include <optional>
@@ -132,6 +132,7 @@ private:
     bool m_assessmentStreamComplete = true;
     bool m_isCandidateSpeaking = false;
 
+    platform::OperationScope m_operations;
     // The task of the latest provider stream. A stream that it replaces runs to its own end.
     QCoro::Task<void> m_currentStreamTask;
 };

@@ -24,17 +24,10 @@ QCoro::Task<void> AccountPresenter::runSignOut() {
     m_isSigningOut = true;
     m_errorMessage.clear();
     Q_EMIT changed();
-    const QPointer self(this);
-    QString failure;
-    try {
-        co_await m_auth.signOut();
-    } catch (const std::exception& error) {
-        failure = platform::errorText(error);
-    }
-    if (!self) {
-        co_return;
-    }
-    m_errorMessage = failure;
+    const auto ticket = m_operations.ticket();
+    const auto failure = co_await platform::catchError(m_auth.signOut());
+    ticket.ensureCurrent();
+    m_errorMessage = failure.value_or(QString());
     m_isSigningOut = false;
     Q_EMIT changed();
 }

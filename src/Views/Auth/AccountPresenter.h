@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Core/OperationScope.h"
+
 #include <QCoroTask>
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
@@ -35,6 +37,7 @@ private:
     ClerkAuthService& m_auth;
     bool m_isSigningOut = false;
     QString m_errorMessage;
+    platform::OperationScope m_operations;
 };
 
 } // namespace corvane

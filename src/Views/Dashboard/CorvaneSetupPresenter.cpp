@@ -6,7 +6,6 @@
 #include "Services/DatabaseService.h"
 #include "Services/WebSocketService.h"
 
-#include <QPointer>
 #include <QScopeGuard>
 
 namespace corvane {
@@ -110,10 +109,9 @@ void CorvaneSetupPresenter::saveUrl() {
 }
 
 QCoro::Task<void> CorvaneSetupPresenter::connectTo(QString url) {
-    const QPointer<CorvaneSetupPresenter> self(this);
-    const auto saved = qScopeGuard([self] {
-        if (self) {
-            self->setSavingUrl(false);
+    const auto saved = qScopeGuard([this, ticket = m_operations.ticket()] {
+        if (ticket.isCurrent()) {
+            setSavingUrl(false);
         }
     });
     co_await m_webSocket.connect(url);

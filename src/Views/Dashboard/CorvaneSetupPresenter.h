@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Core/OperationScope.h"
+
 #include <QCoroTask>
 #include <QObject>
 #include <QString>
@@ -83,6 +85,7 @@ private:
     QString m_savedUrl;
     bool m_isSavingUrl = false;
     bool m_isOpen = false;
+    platform::OperationScope m_operations;
 };
 
 } // namespace corvane
