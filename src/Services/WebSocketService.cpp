@@ -61,17 +61,6 @@ std::shared_ptr<WebSocketTask> taskForSending(const ActiveSocket& socket, const 
     return task;
 }
 
-// Does the same for a mark of speech. It belongs to the audio, which is dropped until the server has
-// confirmed the session, and nothing may precede set_session on a new connection.
-std::shared_ptr<WebSocketTask> taskForSpeechMark(const ActiveSocket& socket, const QString& operation) {
-    auto task = taskForSending(socket, QStringLiteral("[WS] %1: no active WebSocket task").arg(operation));
-    if (!socket.snapshot().binarySendAllowed) {
-        logLine(QStringLiteral("[WS] %1: blocked (session not confirmed)").arg(operation));
-        throw notConnected();
-    }
-    return task;
-}
-
 } // namespace
 
 WebSocketService::WebSocketService(platform::WebSocketFactory& factory, platform::Clock& clock,
@@ -140,13 +129,15 @@ QCoro::Task<void> WebSocketService::send(WSCommand command) {
 }
 
 QCoro::Task<void> WebSocketService::sendCandidateSpeechStart() {
-    auto task = taskForSpeechMark(m_link->socket(), QStringLiteral("sendCandidateSpeechStart"));
+    auto task = taskForSending(m_link->socket(),
+                               QStringLiteral("[WS] sendCandidateSpeechStart: no active WebSocket task"));
     logLine(QStringLiteral("[WS] Sending: candidate_speech_start"));
     co_await sendText(std::move(task), candidateSpeechStartFrame());
 }
 
 QCoro::Task<void> WebSocketService::sendCandidateSpeechStop(qint64 at) {
-    auto task = taskForSpeechMark(m_link->socket(), QStringLiteral("sendCandidateSpeechStop"));
+    auto task = taskForSending(m_link->socket(),
+                               QStringLiteral("[WS] sendCandidateSpeechStop: no active WebSocket task"));
     logLine(QStringLiteral("[WS] Sending: candidate_speech_stop at=%1").arg(at));
     co_await sendText(std::move(task), candidateSpeechStopFrame(at));
 }
