@@ -324,7 +324,8 @@ void BackendLink::lose(int identifier) {
         m_clock.monotonic() - *m_connectionTime >= reconnectPolicy::minStableConnectionSecs) {
         m_reconnectTask.clearAttempts();
     }
-    if (!m_fields.authError()) {
+    // A listener may have closed the link.
+    if (m_state != LinkState::closed && !m_fields.authError()) {
         attemptReconnect();
     }
 }

@@ -125,6 +125,18 @@ private Q_SLOTS:
         }
     }
 
+    // A listener that hears of the loss may close the link for good.
+    void closedAtTheLoss() {
+        LinkFixture link;
+        link.open();
+        QObject::connect(link.service.get(), &WebSocketService::disconnected, link.service.get(),
+                         &WebSocketService::disconnect);
+        link.breakConnection();
+        link.clock.advance(60s);
+        QCOMPARE(link.state(), "down in 0 attempt 0");
+        QCOMPARE(link.sockets.count(), 1);
+    }
+
     void disturbedLink() {
         LinkFixture link;
         link.disturb();
