@@ -240,6 +240,7 @@ private Q_SLOTS:
         program.reopenLink(answer);
         QCOMPARE(interview.status(), InterviewStatus::paused);
         QVERIFY(!interview.disconnectedDuringInterview() && program.isSilent());
+        QVERIFY(!program.log.contains("auto-resuming"));
         interview.resumeInterview();
         program.settle();
         QVERIFY(interview.status() == InterviewStatus::streaming && program.captures());
@@ -409,6 +410,26 @@ private Q_SLOTS:
         QCOMPARE(program.interview().status(), InterviewStatus::waitingForQuestions);
     }
 
+    // An acknowledgement that cannot come any more does not stand for the next one.
+    void aMissingAcknowledgementIsForgotten() {
+        for (const bool isOffline : {false, true}) {
+            InterviewProgram program;
+            if (isOffline) {
+                program.loseLink();
+            }
+            program.interview().stopInterview();
+            program.settle();
+            if (isOffline) {
+                program.reopenLink(forgotten);
+            } else {
+                program.serverSays(fresh);
+            }
+            program.startInterview("second");
+            program.serverSays(acknowledgement);
+            QCOMPARE(program.interview().status(), InterviewStatus::idle);
+        }
+    }
+
     void theServerMayEndTheInterview() {
         InterviewProgram program;
         program.interview().toggleFollowUps();
@@ -550,6 +571,7 @@ private Q_SLOTS:
             program.advance(1s);
         }
         QVERIFY(!program.audio->microphoneRuns());
+        QVERIFY(program.log.count("[Interview] Retry: mic failed") < 20);
         program.audio->microphoneError.reset();
         for (int second = 0; second < 11; ++second) {
             program.advance(1s);

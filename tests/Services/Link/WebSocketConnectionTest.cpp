@@ -290,6 +290,48 @@ private Q_SLOTS:
         }
     }
 
+    // An open link is lost, or the network changes, while a token for its successor is on its way.
+    void troubleDuringAReplacement() {
+        for (const bool isLost : {false, true}) {
+            LinkFixture link;
+            link.open();
+            link.auth->invalidateCachedJWT();
+            link.http.setHeld(true);
+            link.connect(otherBackend);
+            QCOMPARE(link.http.heldCount(), 1);
+            if (isLost) {
+                link.breakConnection();
+            } else {
+                link.disturb();
+                link.settle();
+                // The first request may wait for a network that is gone.
+                QCOMPARE(link.http.heldCount(), 2);
+            }
+            link.http.setHeld(false);
+            link.settle();
+            QCOMPARE(link.sockets.count(), 2);
+            link.opens();
+            QCOMPARE(link.state(), "connected in 0 attempt 0");
+        }
+    }
+
+    // A long message is parsed on another thread. By then its connection may be lost.
+    void aLongMessageOfALostConnection() {
+        for (const bool isLost : {false, true}) {
+            LinkFixture link;
+            link.open();
+            QSignalSpy chunks(link.service.get(), &WebSocketService::chatChunk);
+            link.sockets.last().sendText(R"({"type":"chat_chunk","text":")" + QByteArray(300'000, 'x') +
+                                         R"("})");
+            if (isLost) {
+                link.sockets.last().breakConnection();
+            }
+            QVERIFY(waitUntil([&] { return link.log.contains("[WS] Received: chat_chunk"); }));
+            link.settle();
+            QCOMPARE(chunks.count(), isLost ? 0 : 1);
+        }
+    }
+
     void signedOutNoTokenIsAskedFor() {
         LinkFixture link;
         ::waitFor(link.auth->signOut());
