@@ -113,7 +113,9 @@ void InterviewLink::text(std::string_view message) {
     m_backend.noteCommand(*object);
     if (command->type != "set_session") {
         if (m_sessionId.empty()) {
-            violation(std::string(command->type) + " before the session was set");
+            if (command->type == "interview_id" || command->type == "end_interview") {
+                violation(std::string(command->type) + " before the session was set");
+            }
             m_sender->sendNow({{"type", "error"}, {"message", "Set a session first"}});
             return;
         }
@@ -144,6 +146,7 @@ void InterviewLink::setSession(const json::object& object, std::string_view) {
         answer["interview_id"] = session->interviewId;
     }
     session->known = true;
+    m_wasConfirmed = true;
     session->interviewLost = false;
     m_sender->plan({std::move(answer)});
 }
@@ -275,7 +278,8 @@ void InterviewLink::binary(std::span<const std::uint8_t> message) {
     ++m_sound->frames;
     m_sound->checksum.process_bytes(message.data(), message.size());
     const auto* session = m_backend.session(m_sessionId);
-    if (m_sessionId.empty() || (session != nullptr && !session->known)) {
+    // While a session that was lost is made again, the sound goes on.
+    if (m_sessionId.empty() || (session != nullptr && !session->known && !m_wasConfirmed)) {
         ++frames.beforeSession;
         violation("sound before the session was confirmed");
         return;

@@ -67,6 +67,7 @@ private:
     std::shared_ptr<PacedSender> m_sender;
     std::shared_ptr<LinkSound> m_sound;
     std::string m_sessionId;
+    bool m_wasConfirmed = false; // the session, on this link
     // Whether the candidate speaks: what the program was told last, and what its sound says.
     bool m_candidateSpeaking = false;
     bool m_heardSpeaking = false;

@@ -1,10 +1,12 @@
-// Two hours of an interview at ten times speed, with a fault of every kind at random times. After each fault
-// the program must be in the right state and the interview must continue; every frame that a link was given
-// before it broke must arrive, in order; at the end the process must have the memory, descriptors and threads
-// of the start. Exits with status 1 if any of this fails.
-//   InterviewSoak [minutes of interview, 120] [seed, random]     every kind of fault occurs at least once
+// Two hours of an interview at ten times speed, with a fault of every kind at random times, and pairs of
+// faults at the same moment. After each the program must be in the right state and the interview must
+// continue; every frame that a link was given before it broke must arrive, in order; at the end the process
+// must have the memory, descriptors and threads of the start. Exits with status 1 if any of this fails.
+//   InterviewSoak [minutes of interview, 120] [seed, random]
+// Every kind of fault occurs at least once, and one pair for each two things that faults affect. With 0
+// minutes every pair occurs once, and nothing else.
 #include "benchmarks/soak/SoakFaults.h"
-#include "benchmarks/soak/SoakRig.h"
+#include "benchmarks/soak/SoakPairs.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,6 +16,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <malloc.h>
+#include <optional>
+#include <sqlite3.h>
 #include <unistd.h>
 
 using namespace corvane;
@@ -23,6 +27,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr long allowedGrowth = 1024;         // KiB that are allocated
+constexpr long firstGrowth = 2048;           // the same, until every kind of fault has occurred once
 constexpr long allowedResidentGrowth = 6144; // KiB; what the allocators of all threads keep, and Qt's caches
 // The link, and connections that HTTP keeps for a while: to the backend, the sign-in service and the control
 // address.
@@ -58,10 +63,9 @@ struct Footprint {
         return result;
     }
 
-    bool hasGrownSince(const Footprint& start) const {
-        return allocated - start.allocated > allowedGrowth ||
-               resident - start.resident > allowedResidentGrowth || files > start.files ||
-               sockets > allowedSockets || threads > start.threads;
+    bool hasGrownSince(const Footprint& start, long allowed) const {
+        return allocated - start.allocated > allowed || resident - start.resident > allowedResidentGrowth ||
+               files > start.files || sockets > allowedSockets || threads > start.threads;
     }
 
     void print(const char* when) const {
@@ -77,30 +81,60 @@ void say(const SoakRig& rig, const char* what) {
     std::fflush(stdout);
 }
 
-// Yields every kind once in random order, then again in another order.
+// A fault, or a pair of faults.
+struct Event {
+    QByteArray name;
+    std::function<void(SoakRig&)> happen;
+};
+
+// Yields in each round every kind of fault once, and for each two things that faults affect the next pair, in
+// random order.
 class FaultOrder {
 public:
-    explicit FaultOrder(std::mt19937_64& random)
-        : m_random(random) {}
+    FaultOrder(std::mt19937_64& random, bool onlyPairs)
+        : m_random(random)
+        , m_pairs(soakPairs(random))
+        , m_onlyPairs(onlyPairs) {}
 
-    const SoakFault& next() {
+    Event next() {
         if (m_left.empty()) {
-            for (const auto& fault : soakFaults()) {
-                m_left.push_back(&fault);
-            }
+            fill();
             std::ranges::shuffle(m_left, m_random);
             ++m_rounds;
         }
-        const auto* fault = m_left.back();
+        auto event = std::move(m_left.back());
         m_left.pop_back();
-        return *fault;
+        return event;
     }
+    bool isRoundOver() const { return m_left.empty(); }
     bool hadAll() const { return m_rounds > 1 || (m_rounds == 1 && m_left.empty()); }
 
 private:
+    void fill() {
+        if (m_onlyPairs) {
+            for (const auto& list : m_pairs) {
+                for (const auto& pair : list) {
+                    add(pair);
+                }
+            }
+            return;
+        }
+        for (const auto& fault : soakFaults()) {
+            m_left.push_back({fault.name, fault.happen});
+        }
+        for (const auto& list : m_pairs) {
+            add(list.at(m_rounds % list.size()));
+        }
+    }
+    void add(const SoakPair& pair) {
+        m_left.push_back({pair.name(), [&pair](SoakRig& rig) { pair.happen(rig); }});
+    }
+
     std::mt19937_64& m_random;
-    std::vector<const SoakFault*> m_left;
-    int m_rounds = 0;
+    const std::vector<std::vector<SoakPair>> m_pairs;
+    const bool m_onlyPairs;
+    std::vector<Event> m_left;
+    size_t m_rounds = 0;
 };
 
 void tail(const LogCapture& log) {
@@ -131,9 +165,9 @@ void actAsInterviewer(SoakRig& rig) {
 // One run, from the first sign-in to the last frame.
 class Soak {
 public:
-    explicit Soak(quint64 seed)
+    Soak(quint64 seed, bool onlyPairs)
         : m_rig(seed)
-        , m_order(m_rig.random) {}
+        , m_order(m_rig.random, onlyPairs) {}
 
     // Returns false, and prints the reason, if something went wrong.
     bool run(SoakRig::Seconds length) {
@@ -150,7 +184,7 @@ public:
             m_rig.end();
             return true;
         } catch (const std::exception& failure) {
-            say(m_rig, m_current);
+            say(m_rig, m_current.constData());
             std::printf("FAILED: %s\n", failure.what());
             std::fflush(stdout);
             tail(m_rig.log);
@@ -161,13 +195,15 @@ public:
     // Returns false if the process has grown.
     bool summary() const {
         std::printf(
-            "%d faults of %zu kinds over %d links; %llu frames came, in order; %llu were lost with a\n"
-            "link that broke; the user had to reconnect %d times\n",
+            "%d faults of %zu kinds and pairs of them over %d links; %llu frames came, in order; %llu were\n"
+            "lost with a link that broke; the user had to reconnect %d times\n",
             m_happened, soakFaults().size(), m_rig.links, static_cast<unsigned long long>(m_rig.received),
             static_cast<unsigned long long>(m_rig.lost), m_rig.pressed);
         m_start.print("start");
         m_end.print("end");
-        const bool grown = m_end.hasGrownSince(m_start);
+        const auto warm = m_firstRound.value_or(m_end);
+        const bool grown =
+            warm.hasGrownSince(m_start, firstGrowth) || m_end.hasGrownSince(warm, allowedGrowth);
         std::printf("%s\n", grown ? "it has grown" : "flat");
         return !grown;
     }
@@ -179,29 +215,46 @@ private:
         m_rig.wait(SoakRig::Seconds(m_rig.between(3, 25)));
         m_rig.expectHealthy();
         m_rig.log.clear();
-        const auto& fault = m_order.next();
-        m_current = fault.name;
+        const auto event = m_order.next();
+        m_current = event.name;
         m_rig.noteFault();
-        fault.happen(m_rig);
+        event.happen(m_rig);
         m_rig.expectHealthy();
-        say(m_rig, m_current);
-        if (++m_happened % static_cast<int>(soakFaults().size()) == 0) {
-            Footprint::inCalm(m_rig).print("so far");
+        say(m_rig, m_current.constData());
+        ++m_happened;
+        if (m_order.isRoundOver()) {
+            const auto now = Footprint::inCalm(m_rig);
+            now.print("so far");
+            m_firstRound = m_firstRound.value_or(now);
         }
     }
 
     SoakRig m_rig;
     FaultOrder m_order;
-    const char* m_current = "the start";
+    QByteArray m_current = "the start";
     int m_happened = 0;
     Footprint m_start;
+    std::optional<Footprint> m_firstRound;
     Footprint m_end;
 };
+
+// Acts as the other program. Returns its exit status.
+int lockStore(const char* path) {
+    sqlite3* store = nullptr;
+    if (sqlite3_open(path, &store) != SQLITE_OK ||
+        sqlite3_exec(store, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) != SQLITE_OK) {
+        return 1;
+    }
+    std::puts("locked");
+    std::fflush(stdout);
+    std::getchar(); // until the other end closes
+    return sqlite3_close(store) == SQLITE_OK ? 0 : 1;
+}
 
 } // namespace
 
 int main(int argc, char* argv[]) {
-    if (argc == 3 && std::string_view(argv[1]) == lockOption) {
+    if (argc == 3 && std::string_view(argv[1]) == SoakRig::lockOption) {
         return lockStore(argv[2]);
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -212,6 +265,6 @@ int main(int argc, char* argv[]) {
     const auto seed = argc > 2 ? QByteArray(argv[2]).toULongLong() : std::random_device{}();
     std::printf("seed %llu, %ld minutes at %d times speed\n", static_cast<unsigned long long>(seed),
                 static_cast<long>(minutes.count()), SoakRig::speed);
-    Soak soak(seed);
+    Soak soak(seed, minutes.count() == 0);
     return soak.run(minutes) && soak.summary() ? 0 : 1;
 }

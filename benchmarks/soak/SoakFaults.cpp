@@ -4,10 +4,7 @@
 #include "Services/DatabaseService.h"
 #include "ViewModels/CompletionViewModel.h"
 
-#include <sqlite3.h>
-
 #include <array>
-#include <cstdio>
 
 namespace corvane {
 
@@ -287,26 +284,23 @@ void soundAndLinkGone(SoakRig& rig) {
     rig.expectStreaming();
 }
 
+// What the identity needs is in memory, also for a new token.
 void keyringLocked(SoakRig& rig) {
+    rig.app->clerkAuthService().invalidateCachedJWT();
     rig.secrets->setCondition(platform::SecretStore::Status::locked);
     drop(rig);
-    rig.wait(10s);
+    rig.expectStreaming();
     rig.secrets->setCondition(platform::SecretStore::Status::ok);
-    rig.reconnectByHand();
 }
 
 // Another program holds the database while a message is to be stored.
 void storeLocked(SoakRig& rig) {
-    const auto path = rig.folder.filePath(QStringLiteral("com.corvane.interview-assistant/corvane.db"));
-    QProcess other;
-    other.start(QCoreApplication::applicationFilePath(), {QLatin1String(lockOption), path});
-    rig.expectSoon([&] { return other.canReadLine(); }, QStringLiteral("another program locks the store"));
+    rig.holdStore();
     auto& chat = rig.app->completionViewModel();
     chat.setInput(QStringLiteral("What should I ask next?"));
     chat.submit();
     rig.expectUndisturbed(10s);
-    other.closeWriteChannel();
-    rig.expectSoon([&] { return other.state() == QProcess::NotRunning; }, QStringLiteral("the lock is gone"));
+    rig.releaseStore();
     rig.expect(chat.errorText().isEmpty(), QStringLiteral("the chat goes on: ") + chat.errorText());
 }
 
@@ -354,18 +348,6 @@ constexpr std::array faults{
 
 std::span<const SoakFault> soakFaults() {
     return faults;
-}
-
-int lockStore(const char* path) {
-    sqlite3* store = nullptr;
-    if (sqlite3_open(path, &store) != SQLITE_OK ||
-        sqlite3_exec(store, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) != SQLITE_OK) {
-        return 1;
-    }
-    std::puts("locked");
-    std::fflush(stdout);
-    std::getchar(); // until the other end closes
-    return sqlite3_close(store) == SQLITE_OK ? 0 : 1;
 }
 
 } // namespace corvane

@@ -16,9 +16,4 @@ struct SoakFault {
 
 std::span<const SoakFault> soakFaults();
 
-// Started with this option and a path, the soak acts as another program that locks the database there until
-// its input ends. lockStore() returns its exit status.
-constexpr auto lockOption = "--lock";
-int lockStore(const char* path);
-
 } // namespace corvane

@@ -125,9 +125,29 @@ void SoakRig::signIn() {
 }
 
 void SoakRig::startInterview() {
+    submitInterview();
+    expectStreaming();
+}
+
+void SoakRig::submitInterview() {
     interview().setInterviewId(interviewId);
     interview().startInterviewWithId();
-    expectStreaming();
+}
+
+bool SoakRig::hasSession() {
+    const auto lines = log.lines();
+    const auto last = [&](const char* text) {
+        const auto found = std::ranges::find_if(lines.rbegin(), lines.rend(), [&](const QString& line) {
+            return line.startsWith(QLatin1String(text));
+        });
+        return lines.rend() - found; // 0 when there is none
+    };
+    return link().isConnected() && std::max(last("[WS] Fresh session confirmed"),
+                                            last("[WS] Session resumed")) >= last("[WS] Connected (task ");
+}
+
+QString SoakRig::backendUrl() const {
+    return text(m_addresses, "backend", "url");
 }
 
 void SoakRig::end() {
@@ -203,6 +223,18 @@ void SoakRig::killServer() {
     ++links;
 }
 
+void SoakRig::holdStore() {
+    const auto path = folder.filePath(QStringLiteral("com.corvane.interview-assistant/corvane.db"));
+    m_holder.start(QCoreApplication::applicationFilePath(), {QLatin1String(lockOption), path});
+    expectSoon([this] { return m_holder.canReadLine(); }, QStringLiteral("another program locks the store"));
+}
+
+void SoakRig::releaseStore() {
+    m_holder.closeWriteChannel();
+    expectSoon([this] { return m_holder.state() == QProcess::NotRunning; },
+               QStringLiteral("the lock is gone"));
+}
+
 void SoakRig::freeze(Seconds time) {
     const auto script = QStringLiteral("kill -STOP %1; sleep %2; kill -CONT %1")
                             .arg(QCoreApplication::applicationPid())
@@ -230,7 +262,17 @@ void SoakRig::expectPaused() {
     // The pause may already be over.
     expectSoon([this] { return m_pauses > 0; }, QStringLiteral("paused"));
     m_pauses = 0;
+    expectRightPauses();
+}
+
+void SoakRig::expectRightPauses() const {
     expect(m_wrongPause.isEmpty(), m_wrongPause);
+}
+
+void SoakRig::expectLossFelt() {
+    expectSoon(
+        [this] { return !link().isConnected() || log.contains(QStringLiteral("[WS] Opening connection")); },
+        QStringLiteral("the link was lost"));
 }
 
 void SoakRig::expectUndisturbed(Seconds time) {

@@ -48,6 +48,13 @@ public:
     QJsonObject serverState();
     void killServer();
     void startServer();
+    // Started with this option and a path, the soak acts as another program that locks the database there
+    // until its input ends.
+    static constexpr auto lockOption = "--lock";
+    // Starts and ends another program that locks the database.
+    void holdStore();
+    void releaseStore();
+    bool isStoreHeld() const { return m_holder.state() != QProcess::NotRunning; }
     // Stops this process for so long.
     void freeze(Seconds time);
 
@@ -56,6 +63,10 @@ public:
                     Seconds within = Seconds(120));
     // Expects that the link was lost during the interview: it is paused and silent, and the user is told.
     void expectPaused();
+    // Expects that the link was lost after the fault, if only for a moment.
+    void expectLossFelt();
+    // Expects that the interview was silent, and the user told, whenever it paused.
+    void expectRightPauses() const;
     // Expects that nothing changes for so long: the same link, with both sides.
     void expectUndisturbed(Seconds time);
     // Expects that the interview runs again, without any action of the user.
@@ -67,8 +78,13 @@ public:
 
     InterviewViewModel& interview() { return app->interviewViewModel(); }
     WebSocketService& link() { return app->webSocketService(); }
+    // The link is up, and the server has confirmed its session.
+    bool hasSession();
+    QString backendUrl() const;
     bool captures() const { return audio->microphoneRuns() && audio->systemRuns(); }
     void startInterview();
+    // The same, without waiting for it.
+    void submitInterview();
     void signIn();
 
     std::mt19937_64 random;
@@ -101,6 +117,7 @@ private:
     QString m_wrongPause;
     std::chrono::steady_clock::time_point m_start;
     std::unique_ptr<SimulatedVoices> m_voices;
+    QProcess m_holder; // of the store
 };
 
 } // namespace corvane
