@@ -81,7 +81,10 @@ HttpReply BackendService::makeSession(const HttpRequest& request) {
         m_ledger.violation("REST call whose type, query or body is not as it must be");
         return refusal(422, "Malformed request");
     }
-    const bool isNew = m_sessions.try_emplace(*id).second;
+    const auto [session, isNew] = m_sessions.try_emplace(*id);
+    if (isNew) {
+        session->second.serial = ++m_sessionsMade;
+    }
     return isNew ? HttpReply::json(201, json::serialize(json::object{{"session_id", *id}}))
                  : refusal(409, "The session exists");
 }

@@ -28,6 +28,8 @@ enum class LossWording { sessionNotFound, sessionIdNotFound, notFoundSession };
 
 // A session that the REST call made, keyed by the program's machine id.
 struct BackendSession {
+    // Differs from that of a session which was forgotten under the same id.
+    std::uint64_t serial = 0;
     // A link has used it before.
     bool known = false;
     // Empty while no interview runs.
@@ -122,6 +124,7 @@ private:
     FrameCounts m_frames;
     std::deque<std::shared_ptr<LinkSound>> m_sound;
     std::map<std::string, BackendSession> m_sessions;
+    std::uint64_t m_sessionsMade = 0;
     LossWording m_lossWording = LossWording::sessionNotFound;
     std::deque<InterviewRecord> m_interviews;
     std::vector<std::weak_ptr<InterviewLink>> m_links;

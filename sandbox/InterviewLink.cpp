@@ -146,7 +146,7 @@ void InterviewLink::setSession(const json::object& object, std::string_view) {
         answer["interview_id"] = session->interviewId;
     }
     session->known = true;
-    m_wasConfirmed = true;
+    m_sessionSerial = session->serial;
     session->interviewLost = false;
     m_sender->plan({std::move(answer)});
 }
@@ -193,10 +193,18 @@ void InterviewLink::interviewId(const json::object& object, std::string_view) {
     m_sender->plan({typed("request_active_question")});
 }
 
+// Returns whether the program may not know yet that no interview is running. A session that was forgotten may
+// exist again, made by the program's next link.
+bool InterviewLink::hasLostInterview() const {
+    const auto* session = m_backend.session(m_sessionId);
+    return session == nullptr || session->serial != m_sessionSerial || session->interviewLost ||
+           Clock::now() - m_interviewEnded <= lateFrames;
+}
+
 InterviewRecord* InterviewLink::runningInterview(const char* forWhat) {
     const auto* session = m_backend.session(m_sessionId);
     if (session == nullptr || session->interviewId.empty()) {
-        if (session != nullptr && !session->interviewLost && Clock::now() - m_interviewEnded > lateFrames) {
+        if (!hasLostInterview()) {
             violation(std::string(forWhat) + " with no interview running");
         }
         return nullptr;
@@ -277,18 +285,14 @@ void InterviewLink::binary(std::span<const std::uint8_t> message) {
     ++frames.total;
     ++m_sound->frames;
     m_sound->checksum.process_bytes(message.data(), message.size());
-    const auto* session = m_backend.session(m_sessionId);
-    // While a session that was lost is made again, the sound goes on.
-    if (m_sessionId.empty() || (session != nullptr && !session->known && !m_wasConfirmed)) {
+    if (m_sessionSerial == 0) {
         ++frames.beforeSession;
         violation("sound before the session was confirmed");
         return;
     }
-    const bool late =
-        session == nullptr || session->interviewLost || Clock::now() - m_interviewEnded <= lateFrames;
     auto* record = runningInterview("sound");
     if (record == nullptr) {
-        ++(late ? frames.late : frames.withoutInterview);
+        ++(hasLostInterview() ? frames.late : frames.withoutInterview);
         return;
     }
     takeSound(*record, message);

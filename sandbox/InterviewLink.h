@@ -52,6 +52,7 @@ private:
     void openInterview(const std::string& id);
     // Returns the running interview of this link's session. If there is none, returns null and records a
     // violation.
+    bool hasLostInterview() const;
     InterviewRecord* runningInterview(const char* forWhat);
     void takeSound(InterviewRecord& record, std::span<const std::uint8_t> message);
     void followSpeech(const InterviewRecord& record);
@@ -67,7 +68,7 @@ private:
     std::shared_ptr<PacedSender> m_sender;
     std::shared_ptr<LinkSound> m_sound;
     std::string m_sessionId;
-    bool m_wasConfirmed = false; // the session, on this link
+    std::uint64_t m_sessionSerial = 0; // of the session that this link was confirmed; 0 before
     // Whether the candidate speaks: what the program was told last, and what its sound says.
     bool m_candidateSpeaking = false;
     bool m_heardSpeaking = false;

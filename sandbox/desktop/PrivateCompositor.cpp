@@ -44,10 +44,10 @@ bool isRoot() {
 
 const passwd& userOfCompositor() {
     const auto* user = ::getpwnam(userWithoutRights);
-    if (!user) {
-        refuse(QStringLiteral("There is no user for the desktop: %1").arg(QLatin1String(userWithoutRights)));
+    if (user) {
+        return *user;
     }
-    return *user;
+    refuse(QStringLiteral("There is no user for the desktop: %1").arg(QLatin1String(userWithoutRights)));
 }
 
 QStringList asUser(const QStringList& command) {
