@@ -121,7 +121,8 @@ void BackendLink::retryToken(const QString& event) {
 }
 
 QCoro::Task<void> BackendLink::performConnect(LinkEvent request) {
-    if (!follow(m_state, request)) {
+    const bool isConnecting = !follow(m_state, request);
+    if (isConnecting) {
         logLine(QStringLiteral("[WS] Already connecting — skipping duplicate"));
         co_return;
     }
@@ -307,11 +308,13 @@ void BackendLink::lose(int identifier) {
     if (!m_socket.isActive(identifier)) {
         return;
     }
-    if (!isInUse(identifier)) {
+    const bool intentionalDisconnect = !isInUse(identifier);
+    if (intentionalDisconnect) {
         logLine(QStringLiteral("[WS] Intentional disconnect — not reconnecting"));
         return;
     }
-    if (!enter(LinkEvent::ended)) {
+    const bool didHandleDisconnect = !enter(LinkEvent::ended);
+    if (didHandleDisconnect) {
         logLine(QStringLiteral("[WS] Disconnect already handled — ignoring duplicate"));
         return;
     }
