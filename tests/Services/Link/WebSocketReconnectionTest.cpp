@@ -125,16 +125,18 @@ private Q_SLOTS:
         }
     }
 
-    // A listener that hears of the loss may close the link for good.
+    // A listener that hears of the loss may close the link for good, at once or a moment later.
     void closedAtTheLoss() {
-        LinkFixture link;
-        link.open();
-        QObject::connect(link.service.get(), &WebSocketService::disconnected, link.service.get(),
-                         &WebSocketService::disconnect);
-        link.breakConnection();
-        link.clock.advance(60s);
-        QCOMPARE(link.state(), "down in 0 attempt 0");
-        QCOMPARE(link.sockets.count(), 1);
+        for (const auto when : {Qt::DirectConnection, Qt::QueuedConnection}) {
+            LinkFixture link;
+            link.open();
+            QObject::connect(link.service.get(), &WebSocketService::disconnected, link.service.get(),
+                             &WebSocketService::disconnect, when);
+            link.breakConnection();
+            link.clock.advance(60s);
+            QCOMPARE(link.state(), "down in 0 attempt 0");
+            QCOMPARE(link.sockets.count(), 1);
+        }
     }
 
     void disturbedLink() {
