@@ -75,7 +75,11 @@ private Q_SLOTS:
     void noticesWhatComesTooEarly() {
         const auto frame = audioFrame(0, tone(40, 0.1));
         Link link(m_visitor->token());
+        // Refused, but no fault: a user may write at any time.
         link.send({{"type", "chat"}, {"message", "hello"}});
+        link.await("error");
+        QCOMPARE(violations(), 0U);
+        link.send({{"type", "interview_id"}, {"id", "3f2b8c64-9d1e-4a57-b0c3-5e8f7a6d2c19"}});
         link.await("error");
         link.sendBinary(frame);
         link.send({{"type", "set_session"}, {"session_id", "unmade"}});
