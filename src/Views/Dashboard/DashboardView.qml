@@ -38,21 +38,19 @@ Rectangle {
                         shortcuts: view.presenter.shortcuts
                     })
 
-                property real startPosition: 0
-
                 // Loaded by its address, so that pages which are not opened take no time at the start.
                 function open() {
                     view.presenter.pageOpens();
-                    startPosition = view.presenter.scrollPosition;
+                    const position = view.presenter.scrollPosition;
                     setSource(Qt.resolvedUrl(files[wanted]), {presenter: presenters[wanted]});
+                    if (position > 0)
+                        item.startAt(position);
                 }
 
                 anchors.left: sidebar.right
                 anchors.right: parent.right
                 height: parent.height
                 onWantedChanged: open()
-                onLoaded: if (startPosition > 0)
-                    item.startAt(startPosition)
                 Component.onCompleted: open()
 
                 Connections {
